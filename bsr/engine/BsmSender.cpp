@@ -1,0 +1,287 @@
+#include "bsr/engine/BsmSender.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "bsr/types/Traces.h"
+#include "bsr/types/ZoneRules.h"
+#include "platform/entity/Assertion.h"
+
+#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+constexpr std::uint32_t maxRpsOfGroup = 255;  // the count fields have 8 bits
+constexpr std::uint32_t mtuUnknownV4 = 1500;
+constexpr std::uint32_t mtuUnknownV6 = 1280;
+
+// RPs that a whole entry makes room for: as announced, or as carried if that is more.
+std::uint32_t rpsToFit(const BootstrapGroupData& group) {
+  return std::max<std::uint32_t>(group.rpCount(), group.rpList().size());
+}
+
+}  // namespace
+
+BsmSender::BsmSender(std::shared_ptr<const Status> bsrStatus,
+                     std::shared_ptr<const PimStatus> pimStatus,
+                     std::shared_ptr<PimBsmStatus> bsmStatus,
+                     std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir,
+                     std::function<void(const IntfId&)> sentOn)
+    : bsrStatus_(std::move(bsrStatus)),
+      pimStatus_(std::move(pimStatus)),
+      bsmStatus_(std::move(bsmStatus)),
+      allIntfStatusDir_(std::move(allIntfStatusDir)),
+      sentOn_(std::move(sentOn)),
+      globalZone_(IpGenPrefix::multicast(bsrStatus_->af())) {}
+
+// --- building ---------------------------------------------------------------------------------
+
+void BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet,
+                               const IpGenPrefix& groupPrefix, std::uint8_t flags, double now) {
+  BootstrapGroupData group(groupPrefix, flags);
+  if (rpSet == nullptr) {
+    BSR_TRACE(8, "No zone or CRP set", " for ", groupPrefix);
+    bsm.groupRpDataAppend(std::move(group));
+    return;
+  }
+  BSR_TRACE(8, "Adding CRP prefix ", groupPrefix, " in BSM");
+  const std::size_t count = std::min<std::size_t>(rpSet->rp().size(), maxRpsOfGroup);
+  if (count < rpSet->rp().size()) {
+    BSR_TRACE(3, "Announcing ", count, " of ", rpSet->rp().size(), " RPs of ", groupPrefix);
+  }
+  std::vector<std::shared_ptr<RpEntry>> withdrawn;
+  for (auto it = rpSet->rp().begin(); group.rpList().size() < count; ++it) {
+    const auto& [address, rp] = *it;
+    const std::uint8_t bidir = rp->mode() == PimMode::bidirectional ? GroupFlags::bidirFlag : 0;
+    group.groupFlagsIs(bidir | (flags & ~GroupFlags::bidirFlag));
+    group.rpList().rpIs(
+        address, {rp->holdTime().value(), static_cast<std::uint8_t>(rp->priority().value())});
+    if (rp->holdTime().value() == 0) withdrawn.push_back(rp);
+  }
+  group.rpCountIs(static_cast<std::uint8_t>(count));
+  group.fragRpCountIs(static_cast<std::uint8_t>(count));
+  bsm.groupRpDataAppend(std::move(group));
+  for (const auto& rp : withdrawn) {
+    BSR_TRACE(5, "RP ", rp->address(), " to expire now since holdtime is 0");
+    rp->expiryTimeIs(now);
+  }
+  BSR_TRACE(8, "RP count in BSM is ", count);
+}
+
+std::uint32_t BsmSender::doComputeBsmLength(const BootstrapMessage& bsm) const {
+  std::uint32_t rps = 0;
+  for (const auto& group : bsm.groupRpData()) rps += group.rpCount();
+  const auto groups = static_cast<std::uint32_t>(bsm.groupRpData().size());
+  BSR_TRACE(1, "Number of Groups: ", groups, ", Total number of RPs: ", rps);
+  return fixedLength + groupLength * groups + rpLength * rps;
+}
+
+// --- sending ----------------------------------------------------------------------------------
+
+void BsmSender::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm) {
+  const std::uint32_t length = doComputeBsmLength(*bsm);
+  BSR_TRACE(1, "BSM length is ", length);
+  // A send may come back as a change of the interfaces: walk what there is now.
+  std::vector<IntfId> interfaces;
+  for (const auto& entry : pimStatus_->pimIntf()) interfaces.push_back(entry.first);
+  Pass pass;
+  for (const IntfId& intf : interfaces) {
+    if (!eligible(zone, intf)) continue;
+    sentOn_(intf);
+    BSR_TRACE(1, " Forwarding BSM to oif=", intf, " for zone ", zone);
+    sendOn(zone, intf, length, bsm, pass);
+  }
+}
+
+bool BsmSender::eligible(const IpGenPrefix& zone, const IntfId& intf) const {
+  const auto& pimIntf = pimStatus_->pimIntf(intf);
+  return pimIntf && pimIntf->up() && !pimIntf->neighbor().empty() &&
+         allIntfStatusDir_->intfStatus(intf) && !isBorder(*bsrStatus_, zone, intf);
+}
+
+void BsmSender::doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const IntfId& oif,
+                                   const std::shared_ptr<BootstrapMessage>& bsm) {
+  if (isBorder(*bsrStatus_, zone, oif)) return;
+  bsm->forwardIs(forward);
+  const std::uint32_t length = doComputeBsmLength(*bsm);
+  BSR_TRACE(1, "Sending BSM along oif=", oif, " for zone ", zone, " with forward bit set to ",
+            forward ? "True" : "False");
+  Pass pass;
+  sendOn(zone, oif, length, bsm, pass);
+}
+
+std::uint32_t BsmSender::mtuOf(const IntfId& intf) const {
+  const auto& status = allIntfStatusDir_->intfStatus(intf);
+  const std::uint32_t mtu = status ? status->mtu() : 0;
+  BSR_TRACE(8, "MTU of interface ", intf, " is ", mtu);
+  if (mtu != 0) return mtu;
+  return bsrStatus_->af() == AddressFamily::ipv6 ? mtuUnknownV6 : mtuUnknownV4;
+}
+
+void BsmSender::sendOn(const IpGenPrefix& zone, const IntfId& oif, std::uint32_t length,
+                       const std::shared_ptr<BootstrapMessage>& bsm, Pass& pass) {
+  const std::uint32_t mtu = mtuOf(oif);
+  if (length > mtu) {
+    fragmentAndSendBsm(zone, mtu, length, oif, bsm, pass);
+  } else {
+    write(oif, bsm);
+  }
+}
+
+void BsmSender::fragmentAndSendBsm(const IpGenPrefix& zone, std::uint32_t mtu,
+                                   std::uint32_t totalBsmLength, const IntfId& oif,
+                                   const std::shared_ptr<BootstrapMessage>& bsm, Pass& pass) {
+  auto it = pass.find(mtu);
+  if (it == pass.end()) {
+    it = pass.emplace(mtu, fragmentBsm(zone, mtu, totalBsmLength, *bsm)).first;
+  }
+  if (it->second.fragment.empty()) {
+    BSR_TRACE(1, "MTU ", mtu, " of interface ", oif, " is too small for fragments");
+    write(oif, bsm);
+    return;
+  }
+  for (const PimBsrTxFragment& fragment : it->second.fragment) {
+    BSR_TRACE(1, " Forwarding BSM fragment to oif=", oif, " for zone ", zone);
+    write(oif, fragment.bsm);
+  }
+}
+
+void BsmSender::write(const IntfId& oif, const std::shared_ptr<BootstrapMessage>& bsm) {
+  bsmStatus_->oifIntfIdIs(oif);
+  bsmStatus_->txBsmIs(bsm);
+  bsmStatus_->writeCountInc();
+}
+
+// --- fragmenting ------------------------------------------------------------------------------
+
+/// Where group entries are placed.
+struct BsmSender::Placement {
+  const IpGenPrefix& zone;
+  std::uint8_t zoneRpCount;
+  std::uint32_t mtu;
+  const BootstrapMessage& source;
+  PimBsrTxFragments fragments;
+};
+
+std::uint32_t BsmSender::estimate(const IpGenPrefix& zone, std::uint32_t mtu,
+                                  std::uint32_t total) const {
+  const std::uint32_t whole = total / mtu;
+  if (scoped(zone)) total += groupLength * whole - groupLength;  // each repeats the zone's entry
+  total += fixedLength * (whole - 1);
+  return (total + mtu - 1) / mtu;
+}
+
+PimBsrTxFragment BsmSender::newFragment(const BootstrapMessage& bsm) const {
+  auto fragment = std::make_shared<BootstrapMessage>();
+  fragment->forwardIs(bsm.forward());
+  fragment->fragmentTagIs(bsm.fragmentTag());
+  fragment->hashMaskLenIs(bsm.hashMaskLen());
+  fragment->bsrPriorityIs(bsm.bsrPriority());
+  fragment->bsrAddressIs(bsm.bsrAddress());
+  return {std::move(fragment), fixedLength};
+}
+
+PimBsrTxFragments BsmSender::fragmentBsm(const IpGenPrefix& zone, std::uint32_t mtu,
+                                         std::uint32_t totalBsmLength,
+                                         const BootstrapMessage& bsm) {
+  const auto& groups = bsm.groupRpData();
+  const std::uint32_t head = fixedLength + (scoped(zone) ? groupLength : 0);
+  if (groups.empty() || mtu < head + minSplitSpace) return {};
+  const std::uint32_t numFragments = estimate(zone, mtu, totalBsmLength);
+  BSR_TRACE(1, numFragments, " fragments to be generated");
+  Placement at{zone, groups.front().rpCount(), mtu, bsm, {}};
+  for (std::uint32_t i = 0; i < numFragments; ++i)
+    at.fragments.fragment.push_back(newFragment(bsm));
+
+  std::vector<const BootstrapGroupData*> splitGroupRpData;
+  for (const BootstrapGroupData& group : groups) {
+    if (doAddGroupData(at, group, false) == 0) continue;
+    const bool zoneEntry = scoped(zone) && &group == &groups.front();
+    if (zoneEntry) {
+      doAddGroupData(at, group, true);
+    } else {
+      splitGroupRpData.push_back(&group);
+    }
+  }
+  BSR_TRACE(1, " Group-Rp data needs to be split across fragments");
+  for (const BootstrapGroupData* group : splitGroupRpData) {
+    ROUTING_ASSERT_TEXT(!doAddGroupData(at, *group, true),
+                        "!doAddGroupData( zone, zoneRpCount, fragments, mtu, "
+                        "splitGroupRpData( i ), true, vrfName() )");
+  }
+  // The estimate may exceed what was carried; an empty fragment would speak for another zone.
+  std::erase_if(at.fragments.fragment, [](const PimBsrTxFragment& fragment) {
+    return fragment.bsm->groupRpData().empty();
+  });
+  return std::move(at.fragments);
+}
+
+int BsmSender::doAddGroupData(Placement& at, const BootstrapGroupData& group, bool split) {
+  return split ? placeSplit(at, group) : placeWhole(at, group);
+}
+
+bool BsmSender::needsZoneEntry(const Placement& at, const PimBsrTxFragment& fragment,
+                               const BootstrapGroupData& group) const {
+  return scoped(at.zone) && fragment.length == fixedLength && group.prefix() != at.zone;
+}
+
+void BsmSender::addZoneEntry(const Placement& at, std::size_t index) {
+  const PimBsrTxFragment& fragment = at.fragments.fragment[index];
+  BootstrapGroupData entry(at.zone, GroupFlags::zoneFlag);
+  entry.rpCountIs(at.zoneRpCount);
+  fragment.bsm->groupRpDataAppend(std::move(entry));
+  BSR_TRACE(1, "Adding zone ", at.zone, " information to fragment ", index);
+}
+
+int BsmSender::placeWhole(Placement& at, const BootstrapGroupData& group) {
+  const std::uint32_t entryLength = groupLength + rpLength * rpsToFit(group);
+  for (std::size_t i = 0; i < at.fragments.fragment.size(); ++i) {
+    PimBsrTxFragment& fragment = at.fragments.fragment[i];
+    const bool zoneEntry = needsZoneEntry(at, fragment, group);
+    const std::uint32_t need = fragment.length + entryLength + (zoneEntry ? groupLength : 0);
+    if (need > at.mtu) continue;
+    if (zoneEntry) addZoneEntry(at, i);
+    fragment.bsm->groupRpDataAppend(group);
+    fragment.length = need;
+    BSR_TRACE(1, "Fragment ", i, " to house prefix ", group.prefix(), " with ",
+              group.rpList().size(), " RPs");
+    BSR_TRACE(1, "Length of fragment ", i, " is ", fragment.length);
+    return 0;
+  }
+  return -1;
+}
+
+int BsmSender::placeSplit(Placement& at, const BootstrapGroupData& group) {
+  const auto carried = static_cast<std::uint32_t>(group.rpList().size());
+  auto next = group.rpList().begin();
+  std::uint32_t placed = 0;
+  for (std::size_t i = 0;; ++i) {
+    if (i == at.fragments.fragment.size()) at.fragments.fragment.push_back(newFragment(at.source));
+    PimBsrTxFragment& fragment = at.fragments.fragment[i];
+    const std::uint32_t zoneEntry = needsZoneEntry(at, fragment, group) ? groupLength : 0;
+    const std::uint32_t used = fragment.length + zoneEntry;
+    const std::uint32_t space = used < at.mtu ? at.mtu - used : 0;
+    if (space < minSplitSpace) {
+      BSR_TRACE(1, "Splitting fragment for prefix ", group.prefix(), " containing ", carried,
+                " RPs: fragment ", i, " does not have space. Required Space:", minSplitSpace,
+                ", Available space:", space);
+      continue;
+    }
+    if (zoneEntry != 0) addZoneEntry(at, i);
+    const std::uint32_t room = (space - groupLength) / rpLength;
+    const std::uint32_t count = std::min(room, carried - placed);
+    BootstrapGroupData piece(group.prefix(), group.groupFlags());
+    piece.rpCountIs(group.rpCount());
+    piece.fragRpCountIs(static_cast<std::uint8_t>(count));
+    for (std::uint32_t k = 0; k < count; ++k, ++next)
+      piece.rpList().rpIs(next->address, next->data);
+    fragment.bsm->groupRpDataAppend(std::move(piece));
+    fragment.length = used + groupLength + rpLength * count;
+    BSR_TRACE(1, "    into fragment ", i, " ", count, " Rps ( max ", room, " RPs )");
+    placed += count;
+    if (placed == carried) return 0;
+  }
+}
+
+}  // namespace Routing::Pim::Bsr

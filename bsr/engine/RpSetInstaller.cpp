@@ -1,0 +1,116 @@
+#include "bsr/engine/RpSetInstaller.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "bsr/types/Traces.h"
+
+#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
+
+namespace Routing::Pim::Bsr {
+
+/// One group range to install: where to, and the RPs that are known to be complete.
+struct RpSetInstaller::Range {
+  const IpGenPrefix& zone;
+  const BootstrapGroupData& group;
+  const BootstrapRpList& rps;
+  RpHashMaskLen hashMaskLen;
+  bool refresh;
+  bool reassembled;
+};
+
+RpSetInstaller::RpSetInstaller(const VrfName& vrfName, RpSets& rpSets,
+                               std::shared_ptr<PimBsrLimits> limits, TimerWheel& timerWheel)
+    : vrfName_(vrfName),
+      rpSets_(rpSets),
+      timerWheel_(timerWheel),
+      reassembly_(vrfName, timerWheel, std::move(limits)) {}
+
+void RpSetInstaller::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm,
+                                bool refresh) {
+  BSR_TRACE(9, " ( zone=", zone, ", bsm=", bsm, ", refresh=", refresh ? "True" : "False", " )");
+  const RpHashMaskLen hashMaskLen(bsm.hashMaskLen());
+  for (const BootstrapGroupData& group : bsm.groupRpData()) {
+    const bool fragmented = group.fragRpCount() != 0 && group.fragRpCount() != group.rpCount();
+    // A refresh replays one saved message: what is missing from it will not come.
+    if (!fragmented || refresh) {
+      install({zone, group, group.rpList(), hashMaskLen, refresh, false});
+      continue;
+    }
+    const auto complete = reassembly_.add(bsm.fragmentTag(), group);
+    if (!complete) continue;
+    install({zone, group, *complete, hashMaskLen, refresh, true});
+    BSR_TRACE(1, "Fragments related to ", group.prefix(), " from fragment tag ", bsm.fragmentTag(),
+              " processed");
+    reassembly_.processed(bsm.fragmentTag(), group.prefix());
+  }
+}
+
+void RpSetInstaller::install(const Range& range) {
+  const bool announces = std::any_of(range.rps.begin(), range.rps.end(),
+                                     [](const auto& rp) { return rp.data.rpHoldtime() != 0; });
+  // A range that only withdraws creates nothing; an empty one is known from now on.
+  if (!crpSet(range) && (range.refresh || !(announces || range.rps.empty()) || !newCrpSet(range))) {
+    return;
+  }
+  for (const auto& [address, data] : range.rps) {
+    if (data.rpHoldtime() != 0) {
+      announce(range, address, data);
+    } else {
+      withdraw(range, address);
+    }
+  }
+}
+
+void RpSetInstaller::announce(const Range& range, const IpGenAddr& address,
+                              const BootstrapRpData& data) {
+  const auto rp = rpEntry(range, address);
+  if (!rp) return;
+  rp->modeIs(range.group.bidir() ? PimMode::bidirectional : PimMode::sparse);
+  rp->priorityIs(RpPriority(data.rpPriority()));
+  rp->holdTimeIs(CrpHoldTime(data.rpHoldtime()));
+  rp->hashMaskLenIs(range.hashMaskLen);
+  rp->expiryTimeIs(timerWheel_.now() + data.rpHoldtime());
+  BSR_TRACE(5, "RP ", address, " to expire in ", data.rpHoldtime(),
+            range.reassembled ? " seconds from now" : " from now");
+}
+
+// The RP to update; a new one unless this is a refresh or there is no room.
+std::shared_ptr<RpEntry> RpSetInstaller::rpEntry(const Range& range, const IpGenAddr& address) {
+  const IpGenPrefix& prefix = range.group.prefix();
+  // Looked up for each RP: a withdrawal before this one may have removed an emptied set.
+  auto set = crpSet(range);
+  if (set && set->rp(address)) {
+    BSR_TRACE(4, "Updating RP ", address, " to prefix ", prefix, " in zone ", range.zone);
+    return set->rp(address);
+  }
+  if (range.refresh || !rpSets_.roomForRp(prefix, address)) return nullptr;
+  if (!set) set = newCrpSet(range);
+  if (!set) return nullptr;
+  const double now = timerWheel_.now();
+  const auto rp = set->newRp(address);
+  rp->setupTimeIs(now);
+  BSR_TRACE(4, "Adding RP ", address, " to prefix ", prefix, " in zone ", range.zone,
+            " with setup time of ", now);
+  return rp;
+}
+
+void RpSetInstaller::withdraw(const Range& range, const IpGenAddr& address) {
+  const auto set = crpSet(range);
+  if (!set || !set->rp(address)) return;
+  set->rpDel(address);
+  BSR_TRACE(4, "Deleted RP ", address, " since holdtime is 0");
+}
+
+std::shared_ptr<RpCandidateSet> RpSetInstaller::crpSet(const Range& range) const {
+  return rpSets_.find(range.zone, range.group.prefix());
+}
+
+std::shared_ptr<RpCandidateSet> RpSetInstaller::newCrpSet(const Range& range) {
+  const IpGenPrefix& prefix = range.group.prefix();
+  if (!rpSets_.roomForSet(range.zone, prefix)) return nullptr;
+  BSR_TRACE(4, "Creating Rp set associated with prefix ", prefix, " in zone ", range.zone);
+  return rpSets_.create(range.zone, prefix);
+}
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+
+#include "bsr/engine/BsmReassembly.h"
+#include "bsr/engine/RpSets.h"
+#include "bsr/types/Limits.h"
+#include "platform/Export.h"
+#include "platform/pim/BootstrapMessage.h"
+#include "platform/time/TimerWheel.h"
+
+namespace Routing::Pim::Bsr {
+
+/// Writes the group-to-RP mappings of Bootstrap messages into the RP sets of their zones (RFC 5059
+/// section 3.1.5, "Store RP-Set" and "Refresh RP-Set"). Mappings that a message does not list stay
+/// until their hold time ends.
+class ROUTING_API RpSetInstaller {
+ public:
+  RpSetInstaller(const VrfName& vrfName, RpSets& rpSets, std::shared_ptr<PimBsrLimits> limits,
+                 TimerWheel& timerWheel);
+
+  /// Installs a message's mappings for a zone. A refresh touches only what exists already; it still
+  /// removes RPs that are announced with hold time 0. A hash mask length above 128 raises
+  /// RangeError before anything is written.
+  void storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh);
+
+  BsmReassembly& reassembly() { return reassembly_; }
+
+ private:
+  struct Range;
+
+  void install(const Range& range);
+  void announce(const Range& range, const IpGenAddr& address, const BootstrapRpData& data);
+  void withdraw(const Range& range, const IpGenAddr& address);
+  std::shared_ptr<RpCandidateSet> crpSet(const Range& range) const;
+  std::shared_ptr<RpCandidateSet> newCrpSet(const Range& range);
+  std::shared_ptr<RpEntry> rpEntry(const Range& range, const IpGenAddr& address);
+  const VrfName& vrfName() const { return vrfName_; }
+
+  VrfName vrfName_;
+  RpSets& rpSets_;
+  TimerWheel& timerWheel_;
+  BsmReassembly reassembly_;
+};
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,43 @@
+#include "bsr/engine/RpSets.h"
+
+#include <utility>
+
+#include "bsr/types/Traces.h"
+
+#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
+
+namespace Routing::Pim::Bsr {
+
+RpSets::RpSets(std::shared_ptr<Status> bsrStatus, std::shared_ptr<PimBsrLimits> limits,
+               const RpSetTotals& totals)
+    : bsrStatus_(std::move(bsrStatus)), limits_(std::move(limits)), totals_(totals) {}
+
+std::shared_ptr<RpCandidateSet> RpSets::find(const IpGenPrefix& zone,
+                                             const IpGenPrefix& prefix) const {
+  const auto& zoneStatus = bsrStatus_->crpStatus(zone);
+  if (!zoneStatus || !zoneStatus->status()) return nullptr;
+  return zoneStatus->status()->crpSet(prefix);
+}
+
+bool RpSets::roomForSet(const IpGenPrefix& zone, const IpGenPrefix& prefix) {
+  if (totals_.groups < limits_->maxGroups()) return true;
+  limits_->refusedGroupsInc();
+  BSR_TRACE(1, "No room for a set for prefix ", prefix, " in zone ", zone, " besides ",
+            totals_.groups, " sets");
+  return false;
+}
+
+bool RpSets::roomForRp(const IpGenPrefix& prefix, const IpGenAddr& rp) {
+  if (totals_.rps < limits_->maxRps()) return true;
+  limits_->refusedRpsInc();
+  BSR_TRACE(1, "No room for RP ", rp, " of prefix ", prefix, " besides ", totals_.rps, " RPs");
+  return false;
+}
+
+std::shared_ptr<RpCandidateSet> RpSets::create(const IpGenPrefix& zone, const IpGenPrefix& prefix) {
+  const auto status = bsrStatus_->newCrpStatus(zone)->newStatus(VrfName{});
+  status->rpSetTypeIs(RpSetType::bsr);
+  return status->newCrpSet(prefix);
+}
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+
+#include "bsr/types/Limits.h"
+#include "bsr/types/Status.h"
+#include "platform/Export.h"
+
+namespace Routing::Pim::Bsr {
+
+/// How many group ranges and RPs the RP sets of all zones hold together.
+struct RpSetTotals {
+  std::size_t groups = 0;
+  std::size_t rps = 0;
+};
+
+/// The RP sets of all zones, with the bounds on what others can make this router hold.
+class ROUTING_API RpSets {
+ public:
+  /// `totals` is kept up to date by whoever watches the RP sets, and must outlive this object.
+  RpSets(std::shared_ptr<Status> bsrStatus, std::shared_ptr<PimBsrLimits> limits,
+         const RpSetTotals& totals);
+
+  /// The set of a group range in a zone; null if there is none.
+  std::shared_ptr<RpCandidateSet> find(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;
+
+  /// False, counted and traced, if the bounds leave no room for one more.
+  bool roomForSet(const IpGenPrefix& zone, const IpGenPrefix& prefix);
+  bool roomForRp(const IpGenPrefix& prefix, const IpGenAddr& rp);
+
+  /// The set of a group range in a zone, made if need be, with all that holds it.
+  std::shared_ptr<RpCandidateSet> create(const IpGenPrefix& zone, const IpGenPrefix& prefix);
+
+ private:
+  const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
+
+  std::shared_ptr<Status> bsrStatus_;
+  std::shared_ptr<PimBsrLimits> limits_;
+  const RpSetTotals& totals_;
+};
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,204 @@
+#include "bsr/intake/BootstrapMessageSm.h"
+
+#include <utility>
+
+#include "bsr/types/Traces.h"
+#include "bsr/types/ZoneRules.h"
+#include "platform/entity/Assertion.h"
+
+#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::io, level, vrfName(), __VA_ARGS__)
+
+namespace Routing::Pim::Bsr {
+
+/// A message under examination.
+struct BootstrapMessageSm::Received {
+  const std::shared_ptr<BootstrapMessage>& bsm;
+  const IpGenAddr& source;
+  const IntfId& intf;
+  const IpGenPrefix& zone;
+};
+
+BootstrapMessageSm::BootstrapMessageSm(std::shared_ptr<PamManager> pamManager,
+                                       std::shared_ptr<Status> bsrStatus,
+                                       std::shared_ptr<PimBsmStatus> bsmStatus,
+                                       std::shared_ptr<MessageInfo> bsmInfo, TimerWheel& timerWheel)
+    : pamManager_(std::move(pamManager)),
+      bsrStatus_(std::move(bsrStatus)),
+      bsmStatus_(std::move(bsmStatus)),
+      bsmInfo_(std::move(bsmInfo)),
+      timerWheel_(timerWheel) {
+  ROUTING_ASSERT_TEXT(bsrStatus_, "bsrStatus()");
+  counters_ = bsrStatus_->counters();
+  reactors_.push_back(bsrStatus_->countersReactor([this] { counters_ = bsrStatus_->counters(); }));
+  reactors_.push_back(bsmStatus_->writeCountReactor([this] { handleTransmission(); }));
+  reactors_.push_back(bsmInfo_->countReactor([this] { handleBootstrapMessage(); }));
+  handleBootstrapMessage();
+  handleInitialize();
+}
+
+void BootstrapMessageSm::handleInitialize() {
+  BSR_TRACE(9, "");
+  ROUTING_ASSERT_TEXT(pamManager_ && pamManager_->rpfTable(), "rpfTable()");
+  startupTime_ = timerWheel_.now();
+  globalZone_ = IpGenPrefix::multicast(bsrStatus_->af());
+  ROUTING_ASSERT_TEXT(!globalZone_.isNone(), "0 && \"Address Family unknown\"");
+  if (counters_) {
+    counters_->rxIs(0);
+    counters_->rxErrorIs(0);
+    counters_->rxSuccessIs(0);
+    counters_->txIs(0);
+    counters_->txErrorIs(0);
+    counters_->txSuccessIs(0);
+    counters_->errCountersIs({});
+  }
+  initialized_ = true;
+}
+
+// --- receiving --------------------------------------------------------------------------------
+
+void BootstrapMessageSm::handleBootstrapMessage() {
+  BSR_TRACE(9, "");
+  if (bsmInfo_->message() && initialized_) handleBSM();
+}
+
+void BootstrapMessageSm::handleBSM() {
+  BSR_TRACE(9, "handleBSM");
+  const auto bsm = std::dynamic_pointer_cast<BootstrapMessage>(bsmInfo_->message());
+  if (!bsm) return;
+  if (counters_) {
+    counters_->rxInc();
+    counters_->rxBsmInc();
+  }
+  const IpGenPrefix zone = zoneOf(*bsm, globalZone_);
+  const IpGenAddr source = bsmInfo_->neighborAddr();
+  const IntfId intf = bsmInfo_->intfId();
+  const Received rx{bsm, source, intf, zone};
+  if (!destinationAllowed(rx)) return;
+  if (!(bsm->forward() ? rpfAllowed(rx) : quickRefreshAllowed(rx))) return;
+  if (!borderAllowed(rx)) return;
+  accept(rx);
+}
+
+bool BootstrapMessageSm::destinationAllowed(const Received& rx) {
+  const IpGenAddr& destination = rx.bsm->destination();
+  if (destination == allPimRouters(globalZone_.af())) return true;
+  if (destination.isMulticast()) {
+    BSR_TRACE(1, "RX - Error - Do not know what we are dealing with here: ", destination);
+    countError([](PimBsrErrorCounters& e) { e.rxInvalidIs(e.rxInvalid() + 1); });
+  } else {
+    BSR_TRACE(1, "RX - Error - Unicast BSM not supported.");
+    countError([](PimBsrErrorCounters& e) { e.rxUnicastBsmIs(e.rxUnicastBsm() + 1); });
+  }
+  return false;
+}
+
+// A link-local neighbour may exist on several links: then the arrival interface counts too.
+bool BootstrapMessageSm::rpfAllowed(const Received& rx) {
+  const IpGenAddr& bsr = rx.bsm->bsrAddress();
+  const auto neighbor = pamManager_->rpfTable()->doLookup(bsr);
+  const bool sameLink = neighbor && (!neighbor->address.isLinkLocal() || neighbor->intf == rx.intf);
+  if (neighbor && neighbor->address == rx.source && sameLink) return true;
+  if (!neighbor) {
+    BSR_TRACE(1, "RX - Error - Dropping BSM since BSM src ", rx.source, " for BSR address ", bsr,
+              " - RPF neighbor not available.");
+  } else {
+    BSR_TRACE(1, "RX - Error - Dropping BSM since BSM src ", rx.source, " is not from neighbor ",
+              neighbor->address, " for BSR address ", bsr);
+  }
+  countError([](PimBsrErrorCounters& e) { e.rxNbrRpfCheckIs(e.rxNbrRpfCheck() + 1); });
+  return false;
+}
+
+bool BootstrapMessageSm::quickRefreshAllowed(const Received& rx) {
+  const auto last = lastBsm(rx.zone);
+  const double sinceStartup = timerWheel_.now() - startupTime_;
+  const std::uint32_t period = bsPeriod(rx.zone);
+  if (!last && sinceStartup <= period) return true;
+  if (last) {
+    BSR_TRACE(1, "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. ",
+              "lastBsm=", *last, ", TimeSince startup=", sinceStartup, ", bsPeriod=", period);
+  } else {
+    BSR_TRACE(1, "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. ",
+              "lastBsm=", "NULL", ", TimeSince startup=", sinceStartup, ", bsPeriod=", period);
+  }
+  countError([](PimBsrErrorCounters& e) { e.rxNoForwardBsmIs(e.rxNoForwardBsm() + 1); });
+  return false;
+}
+
+bool BootstrapMessageSm::borderAllowed(const Received& rx) {
+  if (!isBorder(*bsrStatus_, rx.zone, rx.intf)) return true;
+  BSR_TRACE(1, "RX: Error - Dropping BSM since the interface ", rx.intf, " the message ",
+            "arrived on is a BSR border for group", rx.zone);
+  countError([](PimBsrErrorCounters& e) { e.rxFilterIs(e.rxFilter() + 1); });
+  return false;
+}
+
+void BootstrapMessageSm::accept(const Received& rx) {
+  BSR_TRACE(4, "RX - Accepted BSM from ", rx.source);
+  lastBsmIs(rx.zone, rx.bsm);
+  bsmStatus_->iifIntfIdIs(rx.intf);
+  const auto& groups = rx.bsm->groupRpData();
+  bsmStatus_->firstGroupIs(groups.empty() ? IpGenPrefix{} : groups.front().prefix());
+  // The same object twice would be no change, and the engine would not hear of the second message.
+  if (bsmStatus_->rxBsm() == rx.bsm) bsmStatus_->rxBsmIs(nullptr);
+  bsmStatus_->rxBsmIs(rx.bsm);
+  if (!counters_) return;
+  counters_->rxBsmSuccessInc();
+  counters_->rxSuccessInc();
+}
+
+void BootstrapMessageSm::countError(ErrorField bump) {
+  if (!counters_) return;
+  counters_->rxErrorInc();
+  counters_->rxBsmErrorInc();
+  PimBsrErrorCounters errors = counters_->errCounters();
+  bump(errors);
+  counters_->errCountersIs(errors);
+}
+
+std::uint32_t BootstrapMessageSm::bsPeriod(const IpGenPrefix& zone) const {
+  const auto& candidate = bsrStatus_->cbsr(zone);
+  const bool known = candidate && candidate->bsPeriod() != bsPeriodUnknown;
+  return known ? candidate->bsPeriod() : bsPeriodDefault;
+}
+
+// --- the last message of each zone ------------------------------------------------------------
+
+std::shared_ptr<BootstrapMessage> BootstrapMessageSm::lastBsm(const IpGenPrefix& zone) const {
+  const auto it = lastBsm_.find(zone);
+  return it == lastBsm_.end() ? nullptr : it->second;
+}
+
+void BootstrapMessageSm::lastBsmIs(const IpGenPrefix& zone,
+                                   const std::shared_ptr<BootstrapMessage>& bsm) {
+  lastBsm_[zone] = bsm;
+}
+
+void BootstrapMessageSm::lastBsmDel(const IpGenPrefix& zone) {
+  lastBsm_.erase(zone);
+}
+
+void BootstrapMessageSm::lastBsmDelAll() {
+  lastBsm_.clear();
+}
+
+// --- sending ----------------------------------------------------------------------------------
+
+void BootstrapMessageSm::handleTransmission() {
+  if (!initialized_ || !bsmStatus_->txBsm()) return;
+  BSR_TRACE(9, "handleTransmission");
+  const auto& info = pamManager_->bsmTxInfo();
+  const std::uint32_t before = info->count();
+  info->intfIdIs(bsmStatus_->oifIntfId());
+  info->messageIs(bsmStatus_->txBsm());
+  info->countInc(1);
+  if (!counters_) return;
+  counters_->txInc();
+  if (before >= info->count()) {
+    counters_->txErrorInc();
+  } else {
+    counters_->txSuccessInc();
+  }
+}
+
+}  // namespace Routing::Pim::Bsr

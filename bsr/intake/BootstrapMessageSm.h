@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "bsr/types/LastBsmStore.h"
+#include "bsr/types/MessageStatus.h"
+#include "bsr/types/Status.h"
+#include "platform/Export.h"
+#include "platform/pim/PamManager.h"
+#include "platform/time/TimerWheel.h"
+
+namespace Routing::Pim::Bsr {
+
+/// The gate between the PIM packet layer and the engine for Bootstrap messages, in both directions,
+/// in one VRF and address family (RFC 5059 section 3.1.3). Every received message is counted;
+/// a dropped one is traced and changes nothing but counters.
+class ROUTING_API BootstrapMessageSm final : public LastBsmStore {
+ public:
+  /// Period assumed for a zone without one, in seconds.
+  static constexpr std::uint32_t bsPeriodDefault = 60;
+
+  /// The packet manager, its RPF table and the status are required; a missing one, or a status
+  /// without address family, is a failed assertion. Starts the counters of all messages from 0.
+  BootstrapMessageSm(std::shared_ptr<PamManager> pamManager, std::shared_ptr<Status> bsrStatus,
+                     std::shared_ptr<PimBsmStatus> bsmStatus, std::shared_ptr<MessageInfo> bsmInfo,
+                     TimerWheel& timerWheel);
+  BootstrapMessageSm(const BootstrapMessageSm&) = delete;
+  BootstrapMessageSm& operator=(const BootstrapMessageSm&) = delete;
+
+  bool initialized() const { return initialized_; }
+  double startupTime() const { return startupTime_; }
+
+  /// The last accepted message of a zone; null if there is none.
+  std::shared_ptr<BootstrapMessage> lastBsm(const IpGenPrefix& zone) const;
+  const std::map<IpGenPrefix, std::shared_ptr<BootstrapMessage>>& lastBsm() const {
+    return lastBsm_;
+  }
+  void lastBsmIs(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm);
+  void lastBsmDel(const IpGenPrefix& zone) override;
+  void lastBsmDelAll() override;
+
+  /// Reactions to a received message and to one that the engine wants sent.
+  void handleBootstrapMessage();
+  void handleTransmission();
+
+ private:
+  struct Received;
+  using ErrorField = void (*)(PimBsrErrorCounters&);
+
+  void handleInitialize();
+  void handleBSM();
+  bool destinationAllowed(const Received& rx);
+  bool rpfAllowed(const Received& rx);
+  bool quickRefreshAllowed(const Received& rx);
+  bool borderAllowed(const Received& rx);
+  void accept(const Received& rx);
+  void countError(ErrorField bump);
+  std::uint32_t bsPeriod(const IpGenPrefix& zone) const;
+  const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
+
+  std::shared_ptr<PamManager> pamManager_;
+  std::shared_ptr<Status> bsrStatus_;
+  std::shared_ptr<PimBsmStatus> bsmStatus_;
+  std::shared_ptr<MessageInfo> bsmInfo_;
+  TimerWheel& timerWheel_;
+  std::shared_ptr<PimBsrCounters> counters_;  // null until the status has them
+  double startupTime_ = 0.0;
+  IpGenPrefix globalZone_;
+  std::map<IpGenPrefix, std::shared_ptr<BootstrapMessage>> lastBsm_;
+  bool initialized_ = false;
+  std::vector<Subscription> reactors_;
+};
+
+}  // namespace Routing::Pim::Bsr

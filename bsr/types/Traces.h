@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/trace/Trace.h"
+
+/// The trace facilities of the library. Levels: 9 entry of every handler, 8 detail, 7 zone border
+/// events, 5 timer arithmetic, 4 machines and records that come and go, accepted messages,
+/// configuration, 3 conflicts, 2 unexpected timer events, 1 state changes and receive errors.
+namespace Routing::Pim::Bsr::traces {
+
+extern TraceHandle sm;                      // "Pim::Bsr::Sm"
+extern TraceHandle candidateSm;             // "Pim::Bsr::CandidateSm"
+extern TraceHandle nonCandidateSm;          // "Pim::Bsr::NonCandidateSm"
+extern TraceHandle rpCandidateSm;           // "Pim::Bsr::RpCandidateSm"
+extern TraceHandle io;                      // "Pim::Bsr::IO"
+extern TraceHandle crpPermitTrieBuilderSm;  // "Pim::Bsr::CrpPermitTrieBuilderSm"
+
+}  // namespace Routing::Pim::Bsr::traces

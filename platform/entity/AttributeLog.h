@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/Export.h"
+#include "platform/entity/Entity.h"
+
+namespace Routing {
+
+/// Writes every attribute change of a tree as one line of text, in the order in which the changes
+/// happen; a tree made from the log of another is equal to it. The lines:
+///   = /path/attribute VALUE       an attribute has this value
+///   = /path/attribute[KEY] VALUE  a map has this entry
+///   + /path/attribute[KEY]        a set has this member, a collection this entry
+///   + /path/attribute ARGUMENT    the single child exists
+///   - /path/attribute[KEY]        the member, entry or child is gone
+/// Attributes still at their default are part of the snapshot, so that it can be laid over a tree
+/// that exists already.
+class ROUTING_API AttributeLog {
+ public:
+  /// Gets each line, without newline. Runs inside the setter that made the change.
+  using Sink = std::function<void(std::string_view line)>;
+
+  /// Writes the whole tree to the sink at once, then every change until destruction. Holds the
+  /// root.
+  AttributeLog(std::shared_ptr<const Entity> root, Sink sink);
+
+ private:
+  std::shared_ptr<const Entity> root_;
+  Sink sink_;
+  Subscription changes_;
+};
+
+/// The far side of an attribute log: applies its lines to a tree of the same type.
+class ROUTING_API AttributeMirror {
+ public:
+  explicit AttributeMirror(std::shared_ptr<Entity> root) : root_(std::move(root)) {}
+  /// Applies one line. False, and no change, if the line is malformed, names something that the
+  /// schema or the tree does not have, or holds a value out of bounds.
+  bool apply(std::string_view line);
+
+ private:
+  std::shared_ptr<Entity> root_;
+};
+
+}  // namespace Routing

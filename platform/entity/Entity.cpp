@@ -1,0 +1,149 @@
+#include "platform/entity/Entity.h"
+
+#include "platform/entity/Attributes.h"
+#include "platform/entity/SchemaDetail.h"
+
+namespace Routing {
+namespace {
+
+/// Reaches every child; the other attributes do not matter to it.
+class ChildVisitor : public EntityVisitor {
+ public:
+  void value(std::string_view, const ValueView&) override {}
+  void begin(std::string_view, AttributeKind) override {}
+  void member(const ValueView&) override {}
+  void entry(const ValueView&, const ValueView&) override {}
+  void end() override {}
+};
+
+class JsonVisitor final : public EntityVisitor {
+ public:
+  explicit JsonVisitor(std::string& out) : out_(out) {}
+  void value(std::string_view attribute, const ValueView& value) override {
+    name(attribute);
+    value.json(out_);
+  }
+  void begin(std::string_view attribute, AttributeKind kind) override {
+    name(attribute);
+    kind_ = kind;
+    inner_ = false;
+    if (kind == AttributeKind::set) out_ += '[';
+    if (kind == AttributeKind::map || kind == AttributeKind::collection) out_ += '{';
+  }
+  void member(const ValueView& key) override {
+    separate(inner_);
+    key.json(out_);
+  }
+  void entry(const ValueView& key, const ValueView& value) override {
+    keyed(key);
+    value.json(out_);
+  }
+  void child(const ValueView* key, const Entity& child) override {
+    inner_ = key == nullptr;
+    if (key != nullptr) keyed(*key);
+    out_ += treeJson(child);
+    inner_ = true;
+  }
+  void end() override {
+    if (kind_ == AttributeKind::set) out_ += ']';
+    if (kind_ == AttributeKind::map || kind_ == AttributeKind::collection) out_ += '}';
+    if (kind_ == AttributeKind::child && !inner_) out_ += "null";
+  }
+
+ private:
+  void separate(bool& notFirst) {
+    if (notFirst) out_ += ',';
+    notFirst = true;
+  }
+  void name(std::string_view attribute) {
+    separate(outer_);
+    writeJsonString(out_, attribute);
+    out_ += ':';
+  }
+  void keyed(const ValueView& key) {
+    if (out_.back() != '{') out_ += ',';
+    std::string text;
+    key.json(text);
+    if (text.starts_with('"')) {
+      out_ += text;
+    } else {
+      writeJsonString(out_, text);
+    }
+    out_ += ':';
+  }
+
+  std::string& out_;
+  AttributeKind kind_ = AttributeKind::value;
+  bool outer_ = false;
+  bool inner_ = false;
+};
+
+}  // namespace
+
+Entity::~Entity() {
+  if (observers_ != nullptr) observers_->detach();
+}
+
+std::string_view Entity::parentAttribute() const {
+  return parent_ == nullptr ? std::string_view{} : parent_->attributeName(attributeInParent_);
+}
+
+ObserverTable& Entity::observers() const {
+  if (observers_ == nullptr) observers_ = ObserverTable::create();
+  return *observers_;
+}
+
+void Entity::tell(std::size_t attribute, const void* key) {
+  if (logged_) tellAncestors({*this, attribute, key});
+  if (observers_ == nullptr) return;
+  observers_->notify(attribute + firstAttributeList, key, anyList, &attribute);
+}
+
+void Entity::tellAncestors(const TreeChange& change) const {
+  for (const Entity* at = this; at != nullptr; at = at->parent_) {
+    if (at->observers_ != nullptr) at->observers_->notify(treeList, &change);
+  }
+}
+
+void Entity::adopt(Entity& child, std::size_t attribute, bool keyed) {
+  child.keyed_ = keyed;
+  child.parent_ = this;
+  child.attributeInParent_ = static_cast<std::uint16_t>(attribute);
+  if (logged_) child.logTree();
+}
+
+void Entity::logTree() const {
+  struct Marker final : ChildVisitor {
+    void child(const ValueView*, const Entity& child) override { child.logTree(); }
+  };
+  if (logged_) return;
+  logged_ = true;
+  Marker marker;
+  visit(marker);
+}
+
+std::string treeJson(const Entity& root) {
+  std::string out = "{";
+  JsonVisitor visitor(out);
+  root.visit(visitor);
+  return out += '}';
+}
+
+void refuseNull(std::string_view attribute, std::string_view owner) {
+  std::string text = "null _";
+  text.append(attribute).append(" parameter to mutator for ").append(owner).append("::");
+  text.append(attribute).append(" not allowed\"");
+  throw RangeError(text);
+}
+
+void detail::refuseOutOfBounds(const Entity& owner, std::string_view attribute,
+                               std::string_view minText, std::string_view maxText) {
+  std::string_view type = owner.typeName();
+  type.remove_prefix(type.rfind(':') + 1);
+  std::string text(type);
+  text.append("::").append(attribute).append(" < ").append(minText).append(" or > ");
+  text.append(maxText).append(" not allowed");
+  throw RangeError(text);
+}
+
+}  // namespace Routing

@@ -1,0 +1,171 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/Export.h"
+#include "platform/entity/Observers.h"
+#include "platform/entity/RangeError.h"
+#include "platform/entity/ValueText.h"
+
+namespace Routing {
+
+class Entity;
+
+/// A value of whatever type, seen through its notation and its JSON form.
+class ValueView {
+ public:
+  template <class T>
+  explicit ValueView(const T& value)
+      : value_(&value),
+        notation_(
+            [](std::string& out, const void* v) { writeValue(out, *static_cast<const T*>(v)); }),
+        json_([](std::string& out, const void* v) { writeJson(out, *static_cast<const T*>(v)); }) {}
+
+  void notation(std::string& out) const { notation_(out, value_); }
+  void json(std::string& out) const { json_(out, value_); }
+
+ private:
+  const void* value_;
+  void (*notation_)(std::string&, const void*);
+  void (*json_)(std::string&, const void*);
+};
+
+enum class AttributeKind : std::uint8_t { value, set, map, collection, child };
+
+/// Is shown the attributes of an entity. A value comes as value(); the others as begin(), one call
+/// for each thing they hold, end().
+class ROUTING_API EntityVisitor {
+ public:
+  virtual ~EntityVisitor() = default;
+  virtual void value(std::string_view attribute, const ValueView& value) = 0;
+  virtual void begin(std::string_view attribute, AttributeKind kind) = 0;
+  virtual void member(const ValueView& key) = 0;
+  virtual void entry(const ValueView& key, const ValueView& value) = 0;
+  /// A collection's entry (with key) or a single child (without).
+  virtual void child(const ValueView* key, const Entity& child) = 0;
+  virtual void end() = 0;
+  /// A key (or the single child) that no longer exists; only visitChange() tells of it.
+  virtual void gone(const ValueView* /*key*/) {}
+};
+
+/// One change somewhere in a tree: which attribute of which entity, and the key if it has one.
+struct TreeChange {
+  const Entity& entity;
+  std::size_t attribute;
+  const void* key;
+};
+
+/// A typed object whose attributes can be observed. Concrete entities are declared with
+/// ROUTING_ENTITY from a schema list (platform/entity/Schema.h), which gives every attribute its
+/// reader, setter, deleter and reactor.
+///
+/// A setter compares, stores, checks bounds and notifies, in that order: an equal value does
+/// nothing; a value out of bounds stays stored, raises RangeError and notifies nobody. Notification
+/// is synchronous, inside the setter, one per change, in the order of subscription (an attribute's
+/// own reactors, then those of the whole entity). Not thread-safe: one event-loop thread.
+class ROUTING_API Entity {
+ public:
+  /// How an attribute log writes to a tree.
+  enum class Edit : std::uint8_t { assign, insert, erase, find };
+
+  Entity(const Entity&) = delete;
+  Entity& operator=(const Entity&) = delete;
+  virtual ~Entity();
+
+  /// Qualified type name, for example "Routing::Pim::Bsr::Status".
+  virtual std::string_view typeName() const = 0;
+  /// Notation of the key or construction argument; empty if there is none.
+  virtual std::string keyText() const { return {}; }
+  /// The entity that holds this one; null for a root, and from the moment it is deleted there.
+  const Entity* parent() const { return parent_; }
+  /// Name of the parent's attribute that holds this entity; empty without a parent.
+  std::string_view parentAttribute() const;
+  /// True if the parent holds this entity under a key.
+  bool keyedInParent() const { return keyed_; }
+
+  virtual std::string_view attributeName(std::size_t attribute) const = 0;
+  /// Shows all attributes in schema order; pointers to packet objects are left out.
+  virtual void visit(EntityVisitor& visitor) const = 0;
+  /// Shows the one thing that a change was about: as visit() does while it exists, else by gone().
+  virtual void visitChange(std::size_t attribute, const void* key,
+                           EntityVisitor& visitor) const = 0;
+  /// Applies an edit that was read from a log: `in` stands behind the attribute's name. False if it
+  /// does not fit the schema. `child` receives the entity that find and insert arrive at.
+  virtual bool edit(Edit edit, std::string_view attribute, ValueReader& in, Entity*& child) = 0;
+
+  /// Runs `reactor(attribute index)` at every change of an attribute of this entity.
+  template <class Reactor>
+  [[nodiscard]] Subscription anyReactor(Reactor&& reactor) const {
+    return observers().subscribe<std::size_t>(anyList, std::forward<Reactor>(reactor));
+  }
+  /// Runs `reactor(TreeChange)` at every change of this entity and of all below it, before any
+  /// other reactor of that change.
+  template <class Reactor>
+  [[nodiscard]] Subscription treeReactor(Reactor&& reactor) const {
+    logTree();
+    return observers().subscribe<TreeChange>(treeList, std::forward<Reactor>(reactor));
+  }
+
+ protected:
+  Entity() = default;
+
+  template <class T>
+  void setValue(T& slot, const T& value, std::size_t attribute) {
+    if (slot == value) return;
+    slot = value;
+    changed(attribute, nullptr);
+  }
+
+  template <class Key, class Reactor>
+  [[nodiscard]] Subscription subscribe(std::size_t attribute, Reactor&& reactor) const {
+    return observers().subscribe<Key>(attribute + firstAttributeList,
+                                      std::forward<Reactor>(reactor));
+  }
+
+  void changed(std::size_t attribute, const void* key) {
+    if (observers_ != nullptr || logged_) tell(attribute, key);
+  }
+
+ private:
+  template <class K>
+  friend class SetAttribute;
+  template <class K, class V>
+  friend class MapAttribute;
+  template <class K, class E>
+  friend class CollectionAttribute;
+  template <class K, class E>
+  friend class ReferenceAttribute;
+  template <class A, class E>
+  friend class ChildAttribute;
+
+  static constexpr std::size_t anyList = 0;
+  static constexpr std::size_t treeList = 1;
+  static constexpr std::size_t firstAttributeList = 2;
+
+  ObserverTable& observers() const;
+  void tell(std::size_t attribute, const void* key);
+  void tellAncestors(const TreeChange& change) const;
+  void adopt(Entity& child, std::size_t attribute, bool keyed);
+  void orphan() { parent_ = nullptr; }
+  void logTree() const;
+
+  mutable ObserverTable* observers_ = nullptr;  // made by the first subscription
+  Entity* parent_ = nullptr;
+  std::uint16_t attributeInParent_ = 0;
+  bool keyed_ = false;
+  mutable bool logged_ = false;  // an ancestor, or this entity, has tree reactors
+};
+
+/// The whole tree in value notation, one attribute a line; equal trees give equal texts.
+ROUTING_API std::string treeText(const Entity& root);
+/// The whole tree as one JSON object.
+ROUTING_API std::string treeJson(const Entity& root);
+
+}  // namespace Routing

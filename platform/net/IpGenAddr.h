@@ -1,0 +1,85 @@
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/Export.h"
+#include "platform/net/AddressFamily.h"
+
+namespace Routing {
+
+/// An IPv4 or IPv6 address, or none. The bits are kept left-aligned in 128 bits, so that masks and
+/// numeric order are the same operation in both families.
+class ROUTING_API IpGenAddr {
+ public:
+  constexpr IpGenAddr() = default;
+
+  /// The IPv4 address with this value in host order.
+  static constexpr IpGenAddr v4(std::uint32_t value) {
+    return IpGenAddr(AddressFamily::ipv4, std::uint64_t{value} << 32, 0);
+  }
+  /// The IPv6 address with these upper and lower 64 bits in host order.
+  static constexpr IpGenAddr v6(std::uint64_t upper, std::uint64_t lower) {
+    return IpGenAddr(AddressFamily::ipv6, upper, lower);
+  }
+  /// The all-zero address of a family.
+  static constexpr IpGenAddr zero(AddressFamily af) { return IpGenAddr(af, 0, 0); }
+  /// Reads addressBytes(af) octets in network order.
+  static IpGenAddr fromBytes(AddressFamily af, const std::uint8_t* octets);
+  /// Reads dotted-quad or RFC 4291 text, or "unset"; nothing else is accepted.
+  static std::optional<IpGenAddr> fromText(std::string_view text);
+
+  constexpr AddressFamily af() const { return af_; }
+  /// True for a default address, 0.0.0.0 and ::.
+  constexpr bool isUnset() const { return hi_ == 0 && lo_ == 0; }
+  bool isMulticast() const;
+  bool isLinkLocal() const;
+  bool isLoopback() const;
+
+  /// IPv4 value in host order; 0 for another family.
+  constexpr std::uint32_t v4Value() const {
+    return af_ == AddressFamily::ipv4 ? static_cast<std::uint32_t>(hi_ >> 32) : 0;
+  }
+  /// The left-aligned bits: an IPv4 address fills the topmost 32.
+  constexpr std::uint64_t upper() const { return hi_; }
+  constexpr std::uint64_t lower() const { return lo_; }
+
+  /// Bit at position 0 (most significant) to 127.
+  constexpr bool bit(unsigned position) const {
+    return position < 64 ? (hi_ >> (63 - position)) & 1 : (lo_ >> (127 - position)) & 1;
+  }
+  /// This address with all bits from position `length` on cleared.
+  IpGenAddr masked(unsigned length) const;
+
+  /// Writes addressBytes(af()) octets in network order.
+  void toBytes(std::uint8_t* octets) const;
+  /// Dotted quad, RFC 5952 text, or "unset".
+  std::string text() const;
+  std::uint32_t hash() const;
+
+  /// Families order before values; within a family the order is numeric.
+  friend constexpr auto operator<=>(const IpGenAddr&, const IpGenAddr&) = default;
+
+ private:
+  constexpr IpGenAddr(AddressFamily af, std::uint64_t hi, std::uint64_t lo)
+      : af_(af), hi_(hi), lo_(lo) {}
+
+  AddressFamily af_ = AddressFamily::unset;
+  std::uint64_t hi_ = 0;
+  std::uint64_t lo_ = 0;
+};
+
+ROUTING_API std::ostream& operator<<(std::ostream& out, const IpGenAddr& address);
+
+}  // namespace Routing
+
+template <>
+struct std::hash<Routing::IpGenAddr> {
+  std::size_t operator()(const Routing::IpGenAddr& a) const noexcept { return a.hash(); }
+};

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/Export.h"
+#include "platform/net/IpGenAddr.h"
+
+namespace Routing {
+
+/// An address prefix in canonical form: host bits are cleared at construction. A default prefix is
+/// "none", the answer of a lookup without match; it differs from 0.0.0.0/0 and ::/0.
+class ROUTING_API IpGenPrefix {
+ public:
+  constexpr IpGenPrefix() = default;
+  /// A length above the family's address length is cut to it.
+  IpGenPrefix(const IpGenAddr& address, unsigned length);
+
+  /// The /32 or /128 prefix of an address.
+  static IpGenPrefix host(const IpGenAddr& address);
+  /// 0.0.0.0/0 or ::/0.
+  static IpGenPrefix zero(AddressFamily af);
+  /// The whole multicast range: 224.0.0.0/4 or ff00::/8.
+  static IpGenPrefix multicast(AddressFamily af);
+  /// Reads "ADDRESS/LENGTH", a bare address (a host prefix) or "none". Host bits are cleared.
+  static std::optional<IpGenPrefix> fromText(std::string_view text);
+
+  constexpr const IpGenAddr& address() const { return address_; }
+  constexpr unsigned length() const { return length_; }
+  constexpr AddressFamily af() const { return address_.af(); }
+  /// True for a default prefix only.
+  constexpr bool isNone() const { return af() == AddressFamily::unset; }
+
+  /// True if `inner` lies wholly in this prefix (an equal prefix does). None contains nothing.
+  bool contains(const IpGenPrefix& inner) const;
+  bool contains(const IpGenAddr& address) const;
+
+  /// "ADDRESS/LENGTH" or "none".
+  std::string text() const;
+  std::uint32_t hash() const;
+
+  /// Numeric by address, shorter prefixes first: a prefix precedes everything inside it.
+  friend constexpr auto operator<=>(const IpGenPrefix&, const IpGenPrefix&) = default;
+
+ private:
+  IpGenAddr address_;
+  std::uint8_t length_ = 0;
+};
+
+ROUTING_API std::ostream& operator<<(std::ostream& out, const IpGenPrefix& prefix);
+
+}  // namespace Routing
+
+template <>
+struct std::hash<Routing::IpGenPrefix> {
+  std::size_t operator()(const Routing::IpGenPrefix& p) const noexcept { return p.hash(); }
+};

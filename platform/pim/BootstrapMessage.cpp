@@ -1,0 +1,27 @@
+#include "platform/pim/BootstrapMessage.h"
+
+#include <ostream>
+#include <tuple>
+
+namespace Routing::Pim {
+
+bool operator==(const BootstrapMessage& a, const BootstrapMessage& b) {
+  const auto fields = [](const BootstrapMessage& m) {
+    return std::tie(m.bsrAddress_, m.fragmentTag_, m.bsrPriority_, m.hashMaskLen_, m.forward_,
+                    m.groupRpData_);
+  };
+  return a.sameAddresses(b) && fields(a) == fields(b);
+}
+
+IpGenPrefix zoneOf(const BootstrapMessage& bsm, const IpGenPrefix& globalZone) {
+  const auto& groups = bsm.groupRpData();
+  return !groups.empty() && groups.front().zone() ? groups.front().prefix() : globalZone;
+}
+
+std::ostream& operator<<(std::ostream& out, const BootstrapMessage& bsm) {
+  return out << "BSM from " << bsm.source() << " BSR " << bsm.bsrAddress() << " priority "
+             << unsigned{bsm.bsrPriority()} << " tag " << bsm.fragmentTag() << " groups "
+             << bsm.groupRpData().size() << (bsm.forward() ? "" : " no-forward");
+}
+
+}  // namespace Routing::Pim

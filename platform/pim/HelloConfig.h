@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Routing::Pim {
+
+/// Bounds on what Hellos can make an interface remember.
+struct NeighborLimits {
+  std::size_t neighbors = 512;          ///< on one interface
+  std::size_t secondaryAddresses = 64;  ///< of one neighbour
+};
+
+/// How Hellos are sent and read on an interface; the defaults are those of RFC 7761 section 4.11.
+struct HelloConfig {
+  double helloPeriod = 30.0;              ///< seconds between Hellos, above 0
+  std::uint16_t holdtime = 105;           ///< seconds, above 0; 65535 never expires
+  double triggeredDelay = 5.0;            ///< seconds; bound of the random delays
+  std::uint32_t drPriority = 1;           ///< higher wins
+  std::uint16_t propagationDelay = 500;   ///< milliseconds, 0 to 32767
+  std::uint16_t overrideInterval = 2500;  ///< milliseconds
+  NeighborLimits limits;
+};
+
+}  // namespace Routing::Pim

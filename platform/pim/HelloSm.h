@@ -1,0 +1,77 @@
+#pragma once
+
+#include <memory>
+#include <set>
+
+#include "platform/RandomSource.h"
+#include "platform/pim/HelloConfig.h"
+#include "platform/pim/NeighborTable.h"
+#include "platform/pim/PamManager.h"
+#include "platform/time/TimerWheel.h"
+
+namespace Routing::Pim {
+
+/// The Hello machine of one PIM interface and family (RFC 7761 section 4.3): sends Hellos, keeps
+/// the neighbours and elects the designated router. It writes its PimInterface and nothing else.
+///
+/// The interface runs while it is up and has an address. What happens, and what follows:
+/// - It starts: a new generation ID; the first Hello after a random part of triggeredDelay, then
+///   one every helloPeriod.
+/// - A neighbour appears or restarts: one more Hello after a random part of triggeredDelay, at most
+///   one pending; after it has left, `triggeredHelloSent` rises by one.
+/// - The secondary addresses or the DR priority change: a Hello at once.
+/// - The primary address changes: a goodbye from the old one; it starts anew, neighbours stay.
+/// - It stops: a goodbye; the neighbours are removed.
+///
+/// A triggered Hello that cannot be sent is made up for by the next one that can. Within one Hello
+/// the order is: neighbour, `usedDr` and `isDr`, and after the delay `triggeredHelloSent`.
+class ROUTING_API HelloSm {
+ public:
+  /// `packets`, `wheel` and `random` must outlive the machine. The interface must be new: it is
+  /// taken as down, with the priority of the configuration.
+  HelloSm(std::shared_ptr<PimInterface> intf, PamManager& packets, TimerWheel& wheel,
+          RandomSource& random, const HelloConfig& config);
+  HelloSm(const HelloSm&) = delete;
+  HelloSm& operator=(const HelloSm&) = delete;
+  /// Sends nothing and leaves the interface as it is.
+  ~HelloSm() = default;
+
+  const std::shared_ptr<PimInterface>& intf() const { return intf_; }
+
+  /// What the host knows of the interface. `address` is the source of Hellos (IPv6: link-local),
+  /// unset if there is none; secondary addresses that are of another family, not unicast or equal
+  /// to it are left out.
+  void intfIs(const IpGenAddr& address, const std::set<IpGenAddr>& secondaries, bool up);
+  void drPriorityIs(std::uint32_t priority);
+  /// Takes in a Hello that arrived on the interface from another router.
+  void receive(const HelloMessage& hello);
+  /// Says goodbye (hold time 0) if the interface runs, and sends nothing more until it starts
+  /// again. False if nothing was sent.
+  bool goodbye();
+
+ private:
+  bool running() const { return intf_->up() && !intf_->address().isUnset(); }
+  bool sending() const { return helloTimer_.armed(); }
+  double randomDelay() const { return random_() * config_.triggeredDelay; }
+  bool secondariesAre(const std::set<IpGenAddr>& secondaries);
+  void start();
+  void helloAtOnce();
+  void triggeredHelloIsDue();
+  void handleHelloTimer();
+  void handleTriggeredTimer();
+  void sendHello();
+  HelloMessage hello(std::uint16_t holdtime) const;
+  void elect();
+  void refuse(const HelloMessage& hello, std::string_view reason);
+
+  const std::shared_ptr<PimInterface> intf_;
+  PamManager& packets_;
+  RandomSource& random_;
+  const HelloConfig config_;
+  NeighborTable neighbors_;
+  Timer helloTimer_;      // armed while Hellos are sent
+  Timer triggeredTimer_;  // armed while a triggered Hello is pending
+  bool triggeredHelloOwed_ = false;
+};
+
+}  // namespace Routing::Pim

@@ -1,0 +1,115 @@
+#include "platform/pim/PamManager.h"
+
+#include <utility>
+
+#include "platform/pim/PimCodec.h"
+#include "platform/trace/Trace.h"
+
+namespace Routing::Pim {
+namespace {
+TraceHandle trace("Pim::Packet");
+constexpr std::string_view notNeighbor = "not-a-neighbor";
+constexpr std::string_view noInterface = "no-pim-interface";
+constexpr std::string_view ownPacket = "own-packet";
+}  // namespace
+
+PamManager::PamManager(AddressFamily af, std::shared_ptr<const PimStatus> pimStatus,
+                       std::shared_ptr<PimRpfTable> rpfTable, PacketPort& port)
+    : af_(af),
+      pimStatus_(std::move(pimStatus)),
+      rpfTable_(std::move(rpfTable)),
+      port_(port),
+      counters_(std::make_shared<PimMessageCounters>()),
+      bsmRxInfo_(std::make_shared<MessageInfo>()),
+      bsmTxInfo_(std::make_shared<MessageInfo>([this](const auto& info) { return sendBsm(info); })),
+      crpRxInfo_(std::make_shared<MessageInfo>()),
+      crpTxInfo_(
+          std::make_shared<MessageInfo>([this](const auto& info) { return sendCrpAdv(info); })) {}
+
+void PamManager::receive(const ReceivedPacket& packet) {
+  if (packet.source.af() != af_) return drop(packet, dropReasonText(DropReason::badFamily));
+  const DecodeResult result = decode(packet.payload, packet.source, packet.destination);
+  if (const auto* reason = std::get_if<DropReason>(&result)) {
+    drop(packet, dropReasonText(*reason));
+  } else if (const auto* hello = std::get_if<std::shared_ptr<HelloMessage>>(&result)) {
+    deliver(packet, *hello);
+  } else if (const auto* bsm = std::get_if<std::shared_ptr<BootstrapMessage>>(&result)) {
+    deliver(packet, *bsm);
+  } else if (const auto* adv = std::get_if<std::shared_ptr<CrpAdvMessage>>(&result)) {
+    deliver(packet, *adv);
+  } else {
+    counters_->rxOtherInc();
+  }
+}
+
+void PamManager::drop(const ReceivedPacket& packet, std::string_view reason) {
+  counters_->rxDroppedInc(reason);
+  ROUTING_TRACE(trace, 1, pimStatus_->vrfName(), " RX - Dropping packet from ", packet.source,
+                " to ", packet.destination, " on ", packet.intf, ": ", reason);
+}
+
+void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<HelloMessage>& hello) {
+  const auto& intf = pimStatus_->pimIntf(packet.intf);
+  if (!intf) return drop(packet, noInterface);
+  if (packet.source == intf->address()) return drop(packet, ownPacket);
+  counters_->rxHelloInc();
+  if (helloReceiver_) helloReceiver_(packet.intf, *hello);
+}
+
+void PamManager::deliver(const ReceivedPacket& packet,
+                         const std::shared_ptr<BootstrapMessage>& bsm) {
+  const auto& intf = pimStatus_->pimIntf(packet.intf);
+  if (!intf) return drop(packet, noInterface);
+  if (packet.source == intf->address()) return drop(packet, ownPacket);
+  if (!intf->neighbor(packet.source)) return drop(packet, notNeighbor);
+  counters_->rxBootstrapInc();
+  publish(*bsmRxInfo_, packet, bsm);
+}
+
+void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<CrpAdvMessage>& adv) {
+  counters_->rxCrpAdvInc();
+  publish(*crpRxInfo_, packet, adv);
+}
+
+void PamManager::publish(MessageInfo& info, const ReceivedPacket& packet,
+                         std::shared_ptr<PimMessage> message) {
+  info.intfIdIs(packet.intf);
+  info.neighborAddrIs(packet.source);
+  info.messageIs(std::move(message));
+  info.countInc(1);
+}
+
+bool PamManager::sendHello(const IntfId& intf, HelloMessage hello) {
+  const bool sent = sendOnLink(intf, hello);
+  sent ? counters_->txHelloInc() : counters_->txErrorInc();
+  return sent;
+}
+
+bool PamManager::sendBsm(const MessageInfo& info) {
+  const bool sent = info.message() && sendOnLink(info.intfId(), *info.message());
+  sent ? counters_->txBootstrapInc() : counters_->txErrorInc();
+  return sent;
+}
+
+bool PamManager::sendCrpAdv(const MessageInfo& info) {
+  const auto& message = info.message();
+  const bool sent =
+      message && send(info.intfId(), *message, message->source(), message->destination());
+  sent ? counters_->txCrpAdvInc() : counters_->txErrorInc();
+  return sent;
+}
+
+bool PamManager::sendOnLink(const IntfId& intf, const PimMessage& message) {
+  const auto& status = pimStatus_->pimIntf(intf);
+  return status && !status->address().isUnset() &&
+         send(intf, message, status->address(), allPimRouters(af_));
+}
+
+bool PamManager::send(const IntfId& intf, const PimMessage& message, const IpGenAddr& source,
+                      const IpGenAddr& destination) {
+  std::vector<std::uint8_t> octets;
+  return encode(message, source, destination, octets) &&
+         port_.send({intf, source, destination, octets});
+}
+
+}  // namespace Routing::Pim

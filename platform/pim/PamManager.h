@@ -1,0 +1,98 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "platform/Export.h"
+#include "platform/pim/BootstrapMessage.h"
+#include "platform/pim/CrpAdvMessage.h"
+#include "platform/pim/HelloMessage.h"
+#include "platform/pim/MessageInfo.h"
+#include "platform/pim/PimMessageCounters.h"
+#include "platform/pim/PimRpfTable.h"
+#include "platform/pim/PimStatus.h"
+
+namespace Routing::Pim {
+
+/// A received PIM datagram: its payload and where it came from.
+struct ReceivedPacket {
+  IntfId intf;  ///< arrival interface; empty for unicast that is not tied to one
+  IpGenAddr source;
+  IpGenAddr destination;
+  std::span<const std::uint8_t> payload;
+};
+
+/// A PIM datagram to send. An empty interface means that the destination is routed.
+struct TransmitPacket {
+  IntfId intf;
+  IpGenAddr source;
+  IpGenAddr destination;
+  std::span<const std::uint8_t> payload;
+};
+
+/// The way out of the packet layer: sockets, a simulated link, a test.
+class ROUTING_API PacketPort {
+ public:
+  virtual ~PacketPort() = default;
+  /// False if the packet could not be sent. The payload is valid during the call only.
+  virtual bool send(const TransmitPacket& packet) = 0;
+};
+
+/// The PIM packet layer of one VRF and address family: octets on one side, message infos on the
+/// other. What is malformed, or a Bootstrap message whose source is no PIM neighbour on the arrival
+/// interface (RFC 5059 section 3.1.3), is dropped here, counted by reason and traced under
+/// "Pim::Packet".
+class ROUTING_API PamManager {
+ public:
+  using HelloReceiver = std::function<void(const IntfId&, const HelloMessage&)>;
+
+  /// `port` must outlive the manager.
+  PamManager(AddressFamily af, std::shared_ptr<const PimStatus> pimStatus,
+             std::shared_ptr<PimRpfTable> rpfTable, PacketPort& port);
+  PamManager(const PamManager&) = delete;
+  PamManager& operator=(const PamManager&) = delete;
+
+  const VrfName& vrfName() const { return pimStatus_->vrfName(); }
+  const std::shared_ptr<PimRpfTable>& rpfTable() const { return rpfTable_; }
+  const std::shared_ptr<MessageInfo>& bsmRxInfo() const { return bsmRxInfo_; }
+  const std::shared_ptr<MessageInfo>& bsmTxInfo() const { return bsmTxInfo_; }
+  const std::shared_ptr<MessageInfo>& crpRxInfo() const { return crpRxInfo_; }
+  const std::shared_ptr<MessageInfo>& crpTxInfo() const { return crpTxInfo_; }
+  const std::shared_ptr<PimMessageCounters>& counters() const { return counters_; }
+
+  /// Who takes decoded Hellos; one receiver.
+  void helloReceiverIs(HelloReceiver receiver) { helloReceiver_ = std::move(receiver); }
+
+  /// Takes one datagram in; never raises for what the octets say.
+  void receive(const ReceivedPacket& packet);
+  /// Sends a Hello from the interface's address to ALL-PIM-ROUTERS. False if it could not be sent.
+  bool sendHello(const IntfId& intf, HelloMessage hello);
+
+ private:
+  void drop(const ReceivedPacket& packet, std::string_view reason);
+  void deliver(const ReceivedPacket& packet, const std::shared_ptr<HelloMessage>& hello);
+  void deliver(const ReceivedPacket& packet, const std::shared_ptr<BootstrapMessage>& bsm);
+  void deliver(const ReceivedPacket& packet, const std::shared_ptr<CrpAdvMessage>& adv);
+  void publish(MessageInfo& info, const ReceivedPacket& packet,
+               std::shared_ptr<PimMessage> message);
+  bool sendBsm(const MessageInfo& info);
+  bool sendCrpAdv(const MessageInfo& info);
+  bool sendOnLink(const IntfId& intf, const PimMessage& message);
+  bool send(const IntfId& intf, const PimMessage& message, const IpGenAddr& source,
+            const IpGenAddr& destination);
+
+  AddressFamily af_;
+  std::shared_ptr<const PimStatus> pimStatus_;
+  std::shared_ptr<PimRpfTable> rpfTable_;
+  PacketPort& port_;
+  std::shared_ptr<PimMessageCounters> counters_;
+  std::shared_ptr<MessageInfo> bsmRxInfo_;
+  std::shared_ptr<MessageInfo> bsmTxInfo_;
+  std::shared_ptr<MessageInfo> crpRxInfo_;
+  std::shared_ptr<MessageInfo> crpTxInfo_;
+  HelloReceiver helloReceiver_;
+};
+
+}  // namespace Routing::Pim

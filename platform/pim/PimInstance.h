@@ -1,0 +1,70 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <set>
+
+#include "platform/RandomSource.h"
+#include "platform/pim/HelloConfig.h"
+#include "platform/pim/HelloSm.h"
+#include "platform/pim/PamManager.h"
+#include "platform/pim/PimRpfTable.h"
+#include "platform/pim/PimStatus.h"
+#include "platform/time/TimerWheel.h"
+
+namespace Routing::Pim {
+
+/// What a router needs of PIM itself in one VRF and address family: interfaces that send Hellos,
+/// neighbours, designated routers, RPF lookup and the packet layer. The host tells it of its
+/// interfaces and brings it datagrams; it hands datagrams out through the packet port.
+class ROUTING_API PimInstance {
+ public:
+  /// `routing`, `port` and `wheel` must outlive the instance; `routing` and `port` also whoever
+  /// shares its packet layer or RPF table.
+  PimInstance(const VrfName& vrf, AddressFamily af, const UnicastRouting& routing, PacketPort& port,
+              TimerWheel& wheel, RandomSource random, const HelloConfig& config = {});
+  PimInstance(const PimInstance&) = delete;
+  PimInstance& operator=(const PimInstance&) = delete;
+  /// Sends nothing and leaves the status as it is.
+  ~PimInstance();
+
+  AddressFamily af() const { return af_; }
+  const std::shared_ptr<PimStatus>& pimStatus() const { return pimStatus_; }
+  const std::shared_ptr<PimRpfTable>& rpfTable() const { return rpfTable_; }
+  const std::shared_ptr<PamManager>& pamManager() const { return pamManager_; }
+
+  /// Creates or updates a PIM interface; see HelloSm::intfIs. An address that is not a unicast
+  /// address of the instance's family counts as none.
+  void intfIs(const IntfId& intf, const IpGenAddr& address, const std::set<IpGenAddr>& secondaries,
+              bool up);
+  /// Says goodbye on the interface and removes it; an absent one is ignored.
+  void intfDel(const IntfId& intf);
+
+  /// DR priority of one interface instead of the configured one; it may be set before the interface
+  /// exists and outlives it.
+  void drPriorityIs(const IntfId& intf, std::uint32_t priority);
+  /// Back to the configured priority.
+  void drPriorityDel(const IntfId& intf);
+
+  /// Takes one datagram in; never raises for what the octets say.
+  void receive(const ReceivedPacket& packet) { pamManager_->receive(packet); }
+  /// Says goodbye on every interface. An interface then sends no Hello until it stops and starts
+  /// again; neighbours stay, so that other messages may still be sent and received.
+  void shutdown();
+
+ private:
+  HelloSm& helloSm(const IntfId& intf);
+  void handleHello(const IntfId& intf, const HelloMessage& hello);
+
+  const AddressFamily af_;
+  TimerWheel& wheel_;
+  RandomSource random_;
+  const HelloConfig config_;
+  const std::shared_ptr<PimStatus> pimStatus_;
+  const std::shared_ptr<PimRpfTable> rpfTable_;
+  const std::shared_ptr<PamManager> pamManager_;
+  std::map<IntfId, std::uint32_t> drPriority_;  // where it differs from the configuration
+  std::map<IntfId, HelloSm> helloSm_;
+};
+
+}  // namespace Routing::Pim

@@ -1,0 +1,60 @@
+#include "platform/trace/Trace.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace Routing {
+namespace {
+
+struct Registry {
+  std::vector<TraceHandle*> handles;
+  std::vector<TraceSink*> sinks;
+  std::vector<std::pair<std::string, int>> thresholds;  // in the order in which they were set
+};
+
+// Handles are often globals of other files, so the registry is made on first use.
+Registry& registry() {
+  static Registry instance;
+  return instance;
+}
+
+}  // namespace
+
+TraceHandle::TraceHandle(std::string_view name) : name_(name) {
+  for (const auto& [prefix, level] : registry().thresholds) {
+    if (name_.starts_with(prefix)) threshold_ = level;
+  }
+  registry().handles.push_back(this);
+}
+
+TraceHandle::~TraceHandle() {
+  std::erase(registry().handles, this);
+}
+
+void TraceHandle::write(int level, std::string_view text) const {
+  for (TraceSink* sink : registry().sinks) sink->trace(name_, level, text);
+}
+
+std::size_t traceThresholdIs(std::string_view prefix, int level) {
+  auto& thresholds = registry().thresholds;
+  std::erase_if(thresholds, [&](const auto& t) { return t.first.starts_with(prefix); });
+  thresholds.emplace_back(prefix, level);
+  std::size_t count = 0;
+  for (TraceHandle* handle : registry().handles) {
+    if (!handle->name().starts_with(prefix)) continue;
+    handle->thresholdIs(level);
+    ++count;
+  }
+  return count;
+}
+
+void traceSinkIs(TraceSink& sink) {
+  registry().sinks.push_back(&sink);
+}
+
+void traceSinkDel(TraceSink& sink) {
+  std::erase(registry().sinks, &sink);
+}
+
+}  // namespace Routing

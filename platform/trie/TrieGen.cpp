@@ -1,0 +1,40 @@
+#include "platform/trie/TrieGen.h"
+
+namespace Routing {
+
+TrieGen::TrieGen(std::string name, AddressFamily af)
+    : name_(std::move(name)), routes_(af), reactors_(ObserverTable::create()) {}
+
+TrieGen::~TrieGen() {
+  reactors_->detach();
+}
+
+bool TrieGen::routeIs(const IpGenPrefix& prefix) {
+  return routes_.insert(prefix) && notify(prefix, TrieEvent::added);
+}
+
+bool TrieGen::routeDel(const IpGenPrefix& prefix) {
+  return routes_.erase(prefix) && notify(prefix, TrieEvent::deleted);
+}
+
+bool TrieGen::changedRouteIs(const IpGenPrefix& prefix) {
+  return route(prefix) && notify(prefix, TrieEvent::changed);
+}
+
+IpGenPrefix TrieGen::longestMatch(const IpGenPrefix& prefix) const {
+  return routes_.longestMatch(prefix).prefix;
+}
+
+IpGenPrefix TrieGen::parent(const IpGenPrefix& prefix) const {
+  return routes_.parent(prefix).prefix;
+}
+
+// A reactor may delete the trie: nothing of it is touched after the call, and the notice holds a
+// copy of the prefix, which may have stood in what the reactor deletes.
+bool TrieGen::notify(const IpGenPrefix& prefix, TrieEvent event) {
+  const Notice notice{prefix, event};
+  reactors_->notify(0, &notice);
+  return true;
+}
+
+}  // namespace Routing
