@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/entity/AttributeLog.h"
+#include "tests/platform/entity/SampleEntities.h"
+
+namespace Routing {
+namespace {
+
+using Sample::Router;
+
+std::shared_ptr<Router> router() {
+  return std::make_shared<Router>(VrfName("default"));
+}
+
+const IpGenPrefix zone(IpGenAddr::v4(0xef000000), 8);
+const IntfId odd("it's\\a/[b]\nc");
+
+TEST(AttributeLog, WritesTheTreeThenEveryChangeInOrder) {
+  const auto r = router();
+  r->nameIs("a'b");
+  std::vector<std::string> lines;
+  const AttributeLog log(r, [&](std::string_view line) { lines.emplace_back(line); });
+  EXPECT_EQ(lines,
+            (std::vector<std::string>{"= /name 'a\\'b'", "= /since 0", "= /up False", "= /rx 0"}));
+  lines.clear();
+  const auto reactor = r->upReactor([&] { r->rxInc(); });
+  r->upIs(true);
+  r->newPort(IntfId("eth0"))->permitIs(zone, true);
+  r->zoneIs(zone, odd);
+  r->portDel(IntfId("eth0"));
+  EXPECT_EQ(lines, (std::vector<std::string>{
+                       "= /up True", "= /rx 1", "+ /port['eth0']", "= /port['eth0']/address unset",
+                       "= /port['eth0']/priority 256", "= /port['eth0']/interval 60",
+                       "+ /port['eth0']/permit[239.0.0.0/8]",
+                       "= /zone[239.0.0.0/8] 'it\\'s\\\\a/[b]\\nc'", "- /port['eth0']"}));
+}
+
+TEST(AttributeLog, AnEntryThatWasDeletedIsLoggedNoMore) {
+  const auto r = router();
+  const auto port = r->newPort(odd);
+  std::vector<std::string> lines;
+  const AttributeLog log(r, [&](std::string_view line) { lines.emplace_back(line); });
+  r->portDel(odd);
+  lines.clear();
+  port->priorityIs(7);
+  EXPECT_TRUE(lines.empty());
+}
+
+void mutate(Router& r) {
+  const auto intf = IntfId(*rc::gen::elementOf(std::vector<std::string>{"e0", "e'1", "x]/y"}));
+  const auto value = *rc::gen::inRange<std::uint32_t>(0, 300);
+  const IpGenPrefix key(IpGenAddr::v4(0xe0000000 + (value << 20)), value % 33);
+  switch (*rc::gen::inRange(0, 9)) {
+    case 0:
+      return r.zoneIs(key, intf);
+    case 1:
+      return r.zoneDel(key);
+    case 2:
+      return r.newPort(intf)->priorityIs(static_cast<std::uint16_t>(value % 257));
+    case 3:
+      return r.newPort(intf)->permitIs(key, value % 2 == 0);
+    case 4:
+      return r.portDel(intf);
+    case 5:
+      return r.newConsole(intf)->addressIs(IpGenAddr::v6(value, ~std::uint64_t{value}));
+    case 6:
+      return r.consoleDel();
+    case 7:
+      return r.sinceIs(value / 7.0);
+    default:
+      return r.nameIs(intf.text());
+  }
+}
+
+TEST(AttributeMirror, ATreeMadeFromTheLogOfAnotherIsEqualToIt) {
+  EXPECT_TRUE(rc::check([] {
+    const auto source = router();
+    const auto copy = router();
+    for (int i = *rc::gen::inRange(0, 10); i > 0; --i) mutate(*source);
+    AttributeMirror mirror(copy);
+    const AttributeLog log(source, [&](std::string_view line) { RC_ASSERT(mirror.apply(line)); });
+    for (int i = *rc::gen::inRange(0, 40); i > 0; --i) mutate(*source);
+    RC_ASSERT(treeText(*copy) == treeText(*source));
+    RC_ASSERT(treeJson(*copy) == treeJson(*source));
+  }));
+}
+
+TEST(AttributeMirror, RefusesWhatDoesNotFitAndStaysAsItWas) {
+  const auto r = router();
+  r->newPort(IntfId("eth0"))->permitIs(zone, true);
+  AttributeMirror mirror(r);
+  const std::string before = treeText(*r);
+  for (const char* line : {
+           "",
+           "=",
+           "= ",
+           "= /",
+           "= /nothing 1",
+           "* /up True",
+           "= /up true",
+           "= /up True x",
+           "= /rx -1",
+           "= /rx 4294967296",
+           "= /rx 1 ",
+           "= /name 'open",
+           "= /since one",
+           "= /port['eth0'] 1",
+           "= /port['eth0']/address 1.2.3",
+           "= /port['eth0']/priority 257x",
+           "= /port['eth9']/priority 1",
+           "+ /port[eth0]",
+           "+ /port['eth0'",
+           "- /port",
+           "+ /zone[239.0.0.0/8]",
+           "= /zone[239.0.0.0/33] 'e'",
+           "= /port['eth0']/permit[::/0] 1",
+           "+ /console",
+           "+ /uplink['a']",
+           "= /message 'a'",
+           "= /port['eth0']/priority",
+       }) {
+    EXPECT_FALSE(mirror.apply(line)) << line;
+    EXPECT_EQ(treeText(*r), before) << line;
+  }
+  EXPECT_FALSE(mirror.apply("= /port['eth0']/priority 257")) << "out of bounds";
+}
+
+TEST(AttributeMirror, NoTextHarmsIt) {
+  EXPECT_TRUE(rc::check([](const std::string& text) {
+    const auto r = router();
+    r->newPort(IntfId("e"));
+    AttributeMirror mirror(r);
+    std::string line = *rc::gen::elementOf(
+        std::vector<std::string>{"= /port['e']/address 1.2.3.4", "+ /zone[239.0.0.0/8]",
+                                 "= /zone[239.0.0.0/8] 'e'", "- /port['e']", "= /since 1.5"});
+    const auto at = *rc::gen::inRange<std::size_t>(0, line.size());
+    line.replace(at, *rc::gen::inRange<std::size_t>(0, 4), text);
+    mirror.apply(line);
+    RC_ASSERT(!treeText(*r).empty());
+  }));
+}
+
+TEST(TreeJson, HoldsEverythingWithNumbersAsNumbers) {
+  const auto r = router();
+  r->nameIs("a\"b\n");
+  r->sinceIs(1.5);
+  r->zoneIs(zone, IntfId("e"));
+  r->newConsole(IntfId("c"))->permitIs(zone, true);
+  EXPECT_EQ(treeJson(*r),
+            R"({"name":"a\"b\u000a","since":1.5,"up":false,"rx":0,"zone":{"239.0.0.0/8":"e"},)"
+            R"("port":{},"console":{"address":"unset","priority":256,"interval":60,)"
+            R"("permit":["239.0.0.0/8"]}})");
+}
+
+}  // namespace
+}  // namespace Routing

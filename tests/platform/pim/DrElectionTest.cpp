@@ -1,0 +1,88 @@
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "platform/pim/DrElection.h"
+#include "tests/support/Octets.h"
+
+// RFC 7761 section 4.3.2: who is designated router.
+
+namespace Routing::Pim {
+namespace {
+
+using TestKit::addr;
+
+struct Router {
+  IpGenAddr address;
+  std::optional<std::uint32_t> priority;  // none: its Hellos do not say
+};
+
+IpGenAddr elect(const Router& self, const std::vector<Router>& others, bool up = true) {
+  PimInterface intf(IntfId("eth0"));
+  intf.upIs(up);
+  intf.addressIs(self.address);
+  intf.drPriorityIs(self.priority.value());
+  for (const Router& other : others) {
+    const auto neighbor = intf.newNeighbor(other.address);
+    neighbor->drPriorityPresentIs(other.priority.has_value());
+    neighbor->drPriorityIs(other.priority.value_or(1));
+  }
+  return electDr(intf);
+}
+
+TEST(DrElection, FollowsPriorityThenAddress) {
+  const IpGenAddr a1 = addr("10.0.0.1"), a2 = addr("10.0.0.2"), a9 = addr("10.0.0.9");
+  EXPECT_EQ(elect({a1, 1}, {}), a1) << "alone";
+  EXPECT_EQ(elect({a1, 1}, {{a9, 1}, {a2, 1}}), a9) << "equal priorities";
+  EXPECT_EQ(elect({a9, 1}, {{a1, 1}, {a2, 1}}), a9) << "we compete too";
+  EXPECT_EQ(elect({a9, 1}, {{a1, 2}, {a2, 1}}), a1) << "priority before address";
+  EXPECT_EQ(elect({a1, 4294967295u}, {{a9, 4294967294u}}), a1) << "unsigned";
+  EXPECT_EQ(elect({a9, 0}, {{a1, 0}}), a9) << "priority 0 still competes";
+}
+
+TEST(DrElection, IgnoresPrioritiesIfOneNeighborHasNone) {
+  const IpGenAddr a1 = addr("10.0.0.1"), a2 = addr("10.0.0.2"), a9 = addr("10.0.0.9");
+  EXPECT_EQ(elect({a1, 100}, {{a2, 7}, {a9, std::nullopt}}), a9);
+  EXPECT_EQ(elect({a9, 0}, {{a2, 200}, {a1, std::nullopt}}), a9);
+  EXPECT_EQ(elect({a1, 0}, {{a2, 0}, {a9, 200}}), a9) << "0 said is not the same as nothing said";
+}
+
+TEST(DrElection, ComparesIpv6AddressesAsNumbers) {
+  EXPECT_EQ(elect({addr("fe80::ff"), 1}, {{addr("fe80::1:0"), 1}, {addr("fe80::100"), 1}}),
+            addr("fe80::1:0"));
+  EXPECT_EQ(elect({addr("fe80::1"), 2}, {{addr("fe80::ffff"), 1}}), addr("fe80::1"));
+}
+
+TEST(DrElection, HasNoWinnerWithoutARunningInterface) {
+  const IpGenAddr a1 = addr("10.0.0.1");
+  EXPECT_TRUE(elect({a1, 1}, {{addr("10.0.0.2"), 1}}, false).isUnset());
+  EXPECT_TRUE(elect({IpGenAddr(), 1}, {{a1, 1}}).isUnset());
+}
+
+// The RFC's own words: better(a, b) compares two routers, the DR is better than all others.
+RC_GTEST_PROP(DrElection, WinnerIsBetterThanEveryOther, ()) {
+  const auto count = *rc::gen::inRange<std::uint32_t>(1, 9);
+  std::vector<Router> routers;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const bool says = i == 0 || *rc::gen::weightedElement<bool>({{9, true}, {1, false}});
+    const auto address =
+        IpGenAddr::v4(0x0a000000 + *rc::gen::inRange<std::uint32_t>(0, 50) * 16 + i);
+    const auto priority = *rc::gen::inRange<std::uint32_t>(0, 4);
+    routers.push_back({address, says ? std::optional(priority) : std::nullopt});
+  }
+  const IpGenAddr dr = elect(routers[0], {routers.begin() + 1, routers.end()});
+  const bool allSay = std::ranges::all_of(routers, [](auto& r) { return r.priority.has_value(); });
+  const auto winner = std::ranges::find(routers, dr, &Router::address);
+  RC_ASSERT(winner != routers.end());
+  for (const Router& other : routers) {
+    if (other.address == dr) continue;
+    const bool byPriority = allSay && other.priority != winner->priority;
+    RC_ASSERT((byPriority ? *winner->priority > *other.priority : dr > other.address));
+  }
+}
+
+}  // namespace
+}  // namespace Routing::Pim

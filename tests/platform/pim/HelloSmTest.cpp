@@ -1,0 +1,469 @@
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/pim/DrElection.h"
+#include "platform/pim/HelloSm.h"
+#include "platform/trace/Trace.h"
+#include "tests/support/PimLan.h"
+
+// One router's Hello machine, RFC 7761 section 4.3, fed with octets and time.
+
+namespace Routing::Pim {
+namespace {
+
+using Lines = std::vector<std::string>;
+using TestKit::addr;
+using TestKit::justBefore;
+
+/// A Hello as other routers send it.
+struct From {
+  std::string source = "10.0.0.2";
+  std::optional<std::uint16_t> holdtime = 105;
+  std::optional<std::uint32_t> drPriority = 1;
+  std::optional<std::uint32_t> generationId = 7;
+  std::vector<std::string> secondaries = {};
+};
+
+class HelloSmTest : public ::testing::Test {
+ protected:
+  /// Brings the interface up at 0; the random source gives 0.5, the generation ID is 80000000.
+  void start(const HelloConfig& config = {}) {
+    router.emplace(AddressFamily::ipv4, world.wheel, 0.5, config);
+    router->intfIs("eth0", "10.0.0.1");
+  }
+  void hear(const From& from) {
+    HelloMessage hello;
+    hello.holdtimeIs(from.holdtime);
+    hello.drPriorityIs(from.drPriority);
+    hello.generationIdIs(from.generationId);
+    std::vector<IpGenAddr> list;
+    for (const auto& text : from.secondaries) list.push_back(addr(text));
+    hello.addressListIs(list);
+    router->hear("eth0", from.source, hello);
+  }
+  const PimInterface& intf() const { return router->intf("eth0"); }
+  std::shared_ptr<PimNeighbor> neighbor(const std::string& address) const {
+    return intf().neighbor(addr(address));
+  }
+  std::shared_ptr<PimNeighbor> neighborOf(const std::string& address) const {
+    return intf().neighborOf(addr(address));
+  }
+  void goTo(double instant) { world.runUntil(instant); }
+  std::size_t sentUntil(double instant) {
+    goTo(instant);
+    return router->sentLines().size();
+  }
+
+  TestKit::VirtualWorld world;
+  std::optional<TestKit::PimRouter> router;
+};
+
+const char* const options = " delay 500+2500 DR 1 ID 80000000";
+
+std::string line(const std::string& at, const std::string& source, const std::string& holdtime) {
+  return at + " eth0 " + source + " Hello " + holdtime + options;
+}
+
+TEST_F(HelloSmTest, SendsTheFirstHelloAfterARandomDelayThenPeriodically) {
+  start();
+  goTo(justBefore(2.5));
+  EXPECT_TRUE(router->sentLines().empty());
+  goTo(70);
+  EXPECT_EQ(router->sentLines(),
+            (Lines{line("2.5", "10.0.0.1", "105s"), line("32.5", "10.0.0.1", "105s"),
+                   line("62.5", "10.0.0.1", "105s")}));
+}
+
+TEST_F(HelloSmTest, SendsWhatIsConfigured) {
+  HelloConfig config;
+  config.helloPeriod = 10;
+  config.holdtime = 35;
+  config.triggeredDelay = 1;
+  config.drPriority = 4294967295u;
+  config.propagationDelay = 32767;
+  config.overrideInterval = 65535;
+  start(config);
+  goTo(10.5);
+  EXPECT_EQ(router->sentLines(),
+            (Lines{"0.5 eth0 10.0.0.1 Hello 35s delay 32767+65535 DR 4294967295 ID 80000000",
+                   "10.5 eth0 10.0.0.1 Hello 35s delay 32767+65535 DR 4294967295 ID 80000000"}));
+}
+
+TEST_F(HelloSmTest, ListsItsSecondaryAddressesAndTellsChangesAtOnce) {
+  router.emplace(AddressFamily::ipv6, world.wheel);
+  const auto own = addr("2001:db8::1"), second = addr("2001:db8::2"), primary = addr("fe80::1");
+  router->intfIs("eth0", "fe80::1", {own, primary, addr("10.0.0.1"), addr("ff02::5")});
+  goTo(3);
+  const std::string says = std::string(" eth0 fe80::1 Hello 105s") + options;
+  EXPECT_EQ(router->sentLines(), (Lines{"2.5" + says + " 2001:db8::1"}));
+  router->intfIs("eth0", "fe80::1", {own, second});
+  EXPECT_EQ(router->sentLines(), (Lines{"3" + says + " 2001:db8::1 2001:db8::2"}));
+  router->intfIs("eth0", "fe80::1", {second, own});
+  EXPECT_TRUE(router->sentLines().empty()) << "nothing changed";
+  router->intfIs("eth0", "fe80::1", {});
+  EXPECT_EQ(router->sentLines(), (Lines{"3" + says}));
+}
+
+TEST_F(HelloSmTest, AnswersANewNeighborWithOneTriggeredHello) {
+  start();
+  goTo(10);
+  router->sentLines();
+  router->draw = 0.8;
+  hear({});
+  router->draw = 0.1;
+  goTo(11);
+  hear({.source = "10.0.0.3"});  // served by the pending one
+  goTo(justBefore(14));
+  EXPECT_TRUE(router->sentLines().empty());
+  EXPECT_EQ(intf().triggeredHelloSent(), 0u);
+  goTo(14);
+  EXPECT_EQ(router->sentLines(), (Lines{line("14", "10.0.0.1", "105s")}));
+  EXPECT_EQ(intf().triggeredHelloSent(), 1u);
+  hear({.source = "10.0.0.3"});  // known by now
+  goTo(justBefore(32.5));
+  EXPECT_TRUE(router->sentLines().empty());
+  goTo(32.5);
+  EXPECT_EQ(router->sentLines().size(), 1u) << "the period is not shifted";
+  EXPECT_EQ(intf().triggeredHelloSent(), 1u) << "periodic Hellos do not count";
+}
+
+TEST_F(HelloSmTest, CountsATriggeredHelloOnlyAfterItHasLeft) {
+  start();
+  std::size_t hellosWhenCounted = 0;
+  const auto subscription =
+      intf().triggeredHelloSentReactor([&] { hellosWhenCounted = router->sent.size(); });
+  goTo(10);
+  router->sentLines();
+  router->mute = true;
+  hear({});
+  goTo(20);
+  EXPECT_EQ(intf().triggeredHelloSent(), 0u) << "it could not be sent";
+  EXPECT_EQ(router->pim.pamManager()->counters()->txError(), 1u);
+  router->mute = false;
+  goTo(justBefore(32.5));
+  EXPECT_EQ(intf().triggeredHelloSent(), 0u);
+  goTo(32.5);
+  EXPECT_EQ(intf().triggeredHelloSent(), 1u) << "the next Hello makes up for it";
+  EXPECT_EQ(hellosWhenCounted, 1u);
+  router->mute = true;
+  hear({.source = "10.0.0.3"});
+  goTo(40);
+  router->intfIs("eth0", "10.0.0.1", {}, false);
+  router->mute = false;
+  router->intfIs("eth0", "10.0.0.1");
+  goTo(70);
+  EXPECT_EQ(intf().triggeredHelloSent(), 1u) << "what was owed ended with the interface";
+}
+
+TEST_F(HelloSmTest, TakesAnotherGenerationIdForARestart) {
+  start();
+  hear({.drPriority = 9, .secondaries = {"10.0.1.2"}});
+  goTo(10);
+  hear({});
+  goTo(20);
+  ASSERT_EQ(intf().triggeredHelloSent(), 1u);
+  EXPECT_EQ(neighbor("10.0.0.2")->setupTime(), 0.0);
+
+  const std::optional<std::uint32_t> restarts[] = {8, std::nullopt, 0};
+  for (std::uint32_t n = 0; n < std::size(restarts); ++n) {
+    SCOPED_TRACE(n);
+    hear({.drPriority = std::nullopt, .generationId = restarts[n]});
+    EXPECT_EQ(neighbor("10.0.0.2")->setupTime(), world.clock.now());
+    EXPECT_EQ(neighbor("10.0.0.2")->drPriorityPresent(), false);
+    EXPECT_EQ(neighbor("10.0.0.2")->drPriority(), 1u) << "what it said before is gone";
+    EXPECT_EQ(neighborOf("10.0.1.2"), nullptr);
+    goTo(world.clock.now() + 2.5);
+    EXPECT_EQ(intf().triggeredHelloSent(), n + 2);
+  }
+}
+
+TEST_F(HelloSmTest, DropsASilentNeighborAtTheInstant) {
+  start();
+  hear({.holdtime = 20});
+  goTo(15);
+  hear({.holdtime = 20});
+  EXPECT_EQ(neighbor("10.0.0.2")->expiryTime(), 35.0);
+  goTo(justBefore(35));
+  ASSERT_NE(neighbor("10.0.0.2"), nullptr);
+  EXPECT_EQ(intf().usedDr(), addr("10.0.0.2"));
+  goTo(35);
+  EXPECT_EQ(neighbor("10.0.0.2"), nullptr);
+  EXPECT_EQ(intf().usedDr(), addr("10.0.0.1"));
+}
+
+TEST_F(HelloSmTest, KnowsTheSpecialHoldtimes) {
+  start();
+  hear({.source = "10.0.0.2", .holdtime = std::nullopt});
+  hear({.source = "10.0.0.3", .holdtime = 65535});
+  hear({.source = "10.0.0.4", .holdtime = 65534});
+  hear({.source = "10.0.0.5", .holdtime = 0});
+  EXPECT_EQ(neighbor("10.0.0.5"), nullptr) << "a goodbye makes no neighbour";
+  goTo(justBefore(105));
+  ASSERT_NE(neighbor("10.0.0.2"), nullptr);
+  goTo(105);
+  EXPECT_EQ(neighbor("10.0.0.2"), nullptr);
+  goTo(65534);
+  EXPECT_EQ(neighbor("10.0.0.4"), nullptr);
+  goTo(200'000);
+  ASSERT_NE(neighbor("10.0.0.3"), nullptr);
+  EXPECT_EQ(neighbor("10.0.0.3")->expiryTime(), never);
+
+  hear({.source = "10.0.0.3", .holdtime = 1});
+  goTo(200'000 + 1);
+  EXPECT_EQ(neighbor("10.0.0.3"), nullptr) << "never can be taken back";
+}
+
+TEST_F(HelloSmTest, RemovesANeighborThatSaysGoodbye) {
+  start();
+  hear({.secondaries = {"10.0.1.2"}});
+  goTo(10);
+  hear({.holdtime = 0});
+  EXPECT_EQ(neighbor("10.0.0.2"), nullptr);
+  EXPECT_EQ(neighborOf("10.0.1.2"), nullptr);
+  EXPECT_TRUE(intf().isDr());
+  goTo(20);
+  hear({});
+  EXPECT_EQ(neighbor("10.0.0.2")->setupTime(), 20.0) << "and takes it back as a new one";
+  goTo(30);
+  EXPECT_EQ(intf().triggeredHelloSent(), 2u);
+}
+
+TEST_F(HelloSmTest, KeepsTheLatestAddressListOfANeighbor) {
+  start();
+  hear({.secondaries = {"10.0.1.2", "10.0.2.2", "10.0.0.2", "10.0.0.1"}});
+  EXPECT_EQ(neighbor("10.0.0.2")->secondaryAddress(),
+            (std::set{addr("10.0.1.2"), addr("10.0.2.2")}))
+      << "neither its primary address nor ours";
+  EXPECT_EQ(neighborOf("10.0.2.2"), neighbor("10.0.0.2"));
+  hear({.secondaries = {"10.0.2.2", "10.0.3.2"}});
+  EXPECT_EQ(neighbor("10.0.0.2")->secondaryAddress(),
+            (std::set{addr("10.0.2.2"), addr("10.0.3.2")}));
+  hear({});
+  EXPECT_TRUE(neighbor("10.0.0.2")->secondaryAddress().empty());
+}
+
+TEST_F(HelloSmTest, GivesAnAddressToTheLatestNeighborThatClaimsIt) {
+  start();
+  hear({.source = "10.0.0.2", .secondaries = {"10.0.1.1", "10.0.1.2"}});
+  hear({.source = "10.0.0.3", .secondaries = {"10.0.1.1"}});
+  EXPECT_EQ(neighborOf("10.0.1.1"), neighbor("10.0.0.3"));
+  EXPECT_EQ(neighborOf("10.0.1.2"), neighbor("10.0.0.2"));
+  hear({.source = "10.0.0.2", .secondaries = {"10.0.1.1", "10.0.1.2"}});
+  EXPECT_EQ(neighborOf("10.0.1.1"), neighbor("10.0.0.2"));
+  EXPECT_TRUE(neighbor("10.0.0.3")->secondaryAddress().empty());
+  hear({.source = "10.0.0.3", .holdtime = 0});
+  EXPECT_EQ(neighborOf("10.0.1.1"), neighbor("10.0.0.2")) << "a former claim takes nothing along";
+  hear({.source = "10.0.0.4", .secondaries = {"10.0.0.2"}});
+  EXPECT_EQ(neighborOf("10.0.0.2"), neighbor("10.0.0.2")) << "nobody can claim a primary address";
+}
+
+TEST_F(HelloSmTest, BoundsWhatHellosMakeItRemember) {
+  HelloConfig config;
+  config.limits = {.neighbors = 3, .secondaryAddresses = 2};
+  start(config);
+  for (const char* source : {"10.0.0.2", "10.0.0.3", "10.0.0.4", "10.0.0.5"}) {
+    hear({.source = source, .secondaries = {"10.0.9.1", "10.0.9.1", "10.0.9.2", "10.0.9.3"}});
+  }
+  EXPECT_EQ(intf().neighbor().size(), 3u);
+  EXPECT_EQ(neighbor("10.0.0.5"), nullptr);
+  EXPECT_EQ(neighbor("10.0.0.4")->secondaryAddress().size(), 2u);
+  EXPECT_EQ(router->dropped("too-many-neighbors"), 1u);
+  hear({.source = "10.0.0.4", .secondaries = {"10.0.9.4", "10.0.9.5"}});
+  EXPECT_EQ(neighborOf("10.0.9.4"), neighbor("10.0.0.4")) << "known ones are still served";
+  hear({.source = "10.0.0.3", .holdtime = 0});
+  hear({.source = "10.0.0.5"});
+  EXPECT_NE(neighbor("10.0.0.5"), nullptr) << "there is room again";
+}
+
+TEST_F(HelloSmTest, ForgetsTheAddressesThatAreNoLongerListed) {
+  const auto intf = std::make_shared<PimInterface>(IntfId("eth0"));
+  NeighborTable table(VrfName("default"), intf, {}, world.wheel, [] {});
+  const auto hello = [](const char* source, std::uint32_t secondary) {
+    HelloMessage hello;
+    hello.sourceIs(addr(source));
+    hello.addressListIs({IpGenAddr::v4(secondary)});
+    return hello;
+  };
+  for (std::uint32_t n = 0; n < 100; ++n) table.helloIs(hello("10.0.0.2", 0x0a000100 + n));
+  table.helloIs(hello("10.0.0.3", 0x0a000200));
+  EXPECT_EQ(table.listedBy(),
+            (std::map<IpGenAddr, IpGenAddr>{{addr("10.0.1.99"), addr("10.0.0.2")},
+                                            {addr("10.0.2.0"), addr("10.0.0.3")}}));
+  table.neighborDel(addr("10.0.0.2"));
+  EXPECT_EQ(table.listedBy().size(), 1u);
+  table.neighborDelAll();
+  EXPECT_TRUE(table.listedBy().empty());
+}
+
+TEST_F(HelloSmTest, SaysGoodbyeFromTheOldAddressAndStartsAnew) {
+  start();
+  goTo(10);
+  hear({});
+  hear({.source = "10.0.0.9"});
+  router->sentLines();
+  router->draw = 0.25;
+  router->intfIs("eth0", "10.0.0.9");
+  EXPECT_EQ(router->sentLines(), (Lines{line("10", "10.0.0.1", "0s")}));
+  EXPECT_EQ(intf().generationId(), 0x40000000u);
+  EXPECT_NE(neighbor("10.0.0.2"), nullptr) << "the neighbours stay";
+  EXPECT_EQ(neighbor("10.0.0.9"), nullptr) << "but for the one whose address is ours now";
+  EXPECT_TRUE(intf().isDr());
+  goTo(41.25);
+  const std::string says = " eth0 10.0.0.9 Hello 105s delay 500+2500 DR 1 ID 40000000";
+  EXPECT_EQ(router->sentLines(), (Lines{"11.25" + says, "41.25" + says}))
+      << "the pending triggered Hello went with the old address";
+}
+
+TEST_F(HelloSmTest, GoesDownWithAGoodbyeAndComesBackAsANewRouter) {
+  start();
+  hear({.source = "10.0.0.2", .drPriority = 0});
+  goTo(10);
+  router->sentLines();
+  router->intfIs("eth0", "10.0.0.1", {}, false);
+  EXPECT_EQ(router->sentLines(), (Lines{line("10", "10.0.0.1", "0s")}));
+  EXPECT_TRUE(intf().neighbor().empty());
+  EXPECT_EQ(world.wheel.armed(), 0u);
+  EXPECT_TRUE(intf().usedDr().isUnset());
+  EXPECT_FALSE(intf().isDr());
+  hear({});
+  EXPECT_TRUE(intf().neighbor().empty());
+  EXPECT_EQ(router->dropped("interface-down"), 1u);
+  EXPECT_EQ(sentUntil(200), 0u);
+
+  router->intfIs("eth0", "10.0.0.1");
+  EXPECT_EQ(intf().generationId(), 0x80000001u) << "never the old one, even if it is drawn again";
+  EXPECT_TRUE(intf().isDr());
+  EXPECT_EQ(sentUntil(202.5), 1u);
+}
+
+TEST_F(HelloSmTest, NeedsAnAddressOfItsFamily) {
+  router.emplace(AddressFamily::ipv4, world.wheel);
+  for (const char* none : {"unset", "fe80::1", "224.0.0.1", "255.255.255.255", "0.0.0.0"}) {
+    router->intfIs("eth0", none);
+    EXPECT_TRUE(intf().address().isUnset()) << none;
+    EXPECT_FALSE(intf().isDr());
+  }
+  EXPECT_EQ(sentUntil(100), 0u);
+  router->intfIs("eth0", "10.0.0.1");
+  EXPECT_EQ(sentUntil(102.5), 1u);
+  router->intfIs("eth0", "unset");
+  EXPECT_EQ(router->sentLines(), (Lines{line("102.5", "10.0.0.1", "0s")}));
+  EXPECT_EQ(sentUntil(200), 0u);
+}
+
+struct Notes : TraceSink {
+  Notes() { traceSinkIs(*this); }
+  ~Notes() override { traceSinkDel(*this); }
+  void trace(std::string_view facility, int level, std::string_view text) override {
+    const std::string_view message = text.substr(text.find(") ") + 2);  // behind the signature
+    lines.push_back(std::string(facility) + std::to_string(level) + " " + std::string(message));
+  }
+  Lines lines;
+};
+
+TEST_F(HelloSmTest, TracesWhatChangesAmongTheNeighbors) {
+  const Notes notes;
+  traceThresholdIs("Pim::Hello", 4);
+  start();
+  hear({});
+  hear({});
+  hear({.source = "10.0.0.3", .holdtime = 0});
+  goTo(105);
+  traceThresholdIs("Pim::Hello", TraceHandle::off);
+  const std::string says = ": Hello from 10.0.0.2 holdtime 105 DR priority 1 generation ID 7";
+  EXPECT_EQ(notes.lines,
+            (Lines{"Pim::Hello4 DR on eth0 changes from unset to 10.0.0.1 (this router)",
+                   "Pim::Hello4 Neighbor 10.0.0.2 on eth0 appeared" + says,
+                   "Pim::Hello4 DR on eth0 changes from 10.0.0.1 to 10.0.0.2",
+                   "Pim::Hello4 Neighbor 10.0.0.3 on eth0 said goodbye: Hello from "
+                   "10.0.0.3 holdtime 0 DR priority 1 generation ID 7",
+                   "Pim::Hello4 Neighbor 10.0.0.2 on eth0 expired",
+                   "Pim::Hello4 DR on eth0 changes from 10.0.0.2 to 10.0.0.1 (this router)"}));
+}
+
+TEST_F(HelloSmTest, IsSilentAfterAShutdown) {
+  start();
+  hear({});
+  router->pim.shutdown();
+  EXPECT_EQ(router->sentLines(), (Lines{line("0", "10.0.0.1", "0s")}));
+  hear({.source = "10.0.0.3"});
+  router->intfIs("eth0", "10.0.0.1", {addr("10.0.1.1")});
+  EXPECT_EQ(sentUntil(100), 0u);
+  router->pim.shutdown();
+  EXPECT_EQ(sentUntil(101), 0u) << "goodbye is said once";
+  EXPECT_NE(neighbor("10.0.0.3"), nullptr) << "it still listens";
+}
+
+/// The neighbours of an interface, remembered the slow and obvious way.
+struct Oracle {
+  struct Known {
+    double expiry;
+    std::set<IpGenAddr> secondaries;
+    bool operator==(const Known&) const = default;
+  };
+  std::map<IpGenAddr, Known> known;
+
+  void timeIs(double now) {
+    std::erase_if(known, [&](const auto& entry) { return entry.second.expiry <= now; });
+  }
+  void hear(double now, const From& from) {
+    known.erase(addr(from.source));
+    if (from.holdtime == 0) return;
+    const std::uint16_t hold = from.holdtime.value_or(105);
+    Known said{hold == 65535 ? never : now + hold, {}};
+    for (const auto& text : from.secondaries) {
+      if (text == from.source) continue;
+      for (auto& [source, other] : known) other.secondaries.erase(addr(text));
+      said.secondaries.insert(addr(text));
+    }
+    known[addr(from.source)] = said;
+  }
+  static Oracle of(const PimInterface& intf) {
+    Oracle seen;
+    for (const auto& [address, neighbor] : intf.neighbor()) {
+      seen.known[address] = {neighbor->expiryTime(), neighbor->secondaryAddress()};
+    }
+    return seen;
+  }
+};
+
+From anyHello() {
+  const auto address = [] { return "10.0.0." + std::to_string(*rc::gen::inRange(2, 8)); };
+  From from;
+  from.source = address();
+  from.holdtime =
+      *rc::gen::element<std::optional<std::uint16_t>>(0, 1, 30, 31, 65535, std::nullopt);
+  from.drPriority = *rc::gen::element<std::optional<std::uint32_t>>(1, 2, std::nullopt);
+  from.secondaries.resize(*rc::gen::inRange<std::size_t>(0, 4));
+  for (auto& secondary : from.secondaries) secondary = address();
+  return from;
+}
+
+RC_GTEST_FIXTURE_PROP(HelloSmTest, RemembersWhatAnOracleRemembers, ()) {
+  start();
+  Oracle oracle;
+  const auto steps = *rc::gen::inRange(1, 60);
+  for (int step = 0; step < steps; ++step) {
+    goTo(world.clock.now() + *rc::gen::element(0, 1, 15, 30, 100));
+    oracle.timeIs(world.clock.now());
+    const From from = anyHello();
+    oracle.hear(world.clock.now(), from);
+    hear(from);
+    RC_ASSERT(Oracle::of(intf()).known == oracle.known);
+    RC_ASSERT(intf().usedDr() == electDr(intf()));
+    RC_ASSERT(intf().isDr() == (intf().usedDr() == intf().address()));
+    const auto mortal = std::ranges::count_if(
+        oracle.known, [](const auto& entry) { return entry.second.expiry != never; });
+    RC_ASSERT(world.wheel.armed() <= static_cast<std::size_t>(mortal) + 2);
+  }
+}
+
+}  // namespace
+}  // namespace Routing::Pim

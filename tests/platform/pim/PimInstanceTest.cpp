@@ -1,0 +1,324 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/pim/PimInstance.h"
+#include "tests/support/PimLan.h"
+
+// Routers on one link:   a .1   b .2   c .3
+//                          |      |      |
+//                        --+------+------+--   eth0, 10.0.0.0/24 or fe80::/64
+
+namespace Routing::Pim {
+namespace {
+
+using Lines = std::vector<std::string>;
+using TestKit::addr;
+using TestKit::hex;
+using TestKit::justBefore;
+using TestKit::PimRouter;
+
+const IntfId eth0("eth0");
+
+struct PimInstanceTest : ::testing::Test {
+  void goTo(double instant) { world.runUntil(instant); }
+  void connectAll() {
+    a.connect("eth0", lan);
+    b.connect("eth0", lan);
+    c.connect("eth0", lan);
+  }
+  static Lines neighborsOf(const PimRouter& router) {
+    Lines all;
+    for (const auto& entry : router.intf("eth0").neighbor()) all.push_back(entry.first.text());
+    return all;
+  }
+  static std::string drOf(const PimRouter& router) {
+    const PimInterface& intf = router.intf("eth0");
+    return intf.usedDr().text() + (intf.isDr() ? " self" : "");
+  }
+  static BootstrapMessage bsm() {
+    BootstrapMessage bsm;
+    bsm.bsrAddressIs(addr("192.0.2.1"));
+    return bsm;
+  }
+  static std::uint32_t triggered(const PimRouter& router) {
+    return router.intf("eth0").triggeredHelloSent();
+  }
+
+  TestKit::VirtualWorld world;
+  TestKit::PimLan lan{world.wheel};
+  // Random delays of 1, 2 and 3 seconds.
+  PimRouter a{AddressFamily::ipv4, world.wheel, 0.2};
+  PimRouter b{AddressFamily::ipv4, world.wheel, 0.4};
+  PimRouter c{AddressFamily::ipv4, world.wheel, 0.6};
+};
+
+TEST_F(PimInstanceTest, RoutersFindEachOtherAndAgreeOnTheDr) {
+  connectAll();
+  a.intfIs("eth0", "10.0.0.1");
+  b.intfIs("eth0", "10.0.0.2");
+  c.intfIs("eth0", "10.0.0.3");
+  EXPECT_EQ(drOf(a), "10.0.0.1 self") << "alone as far as it knows";
+  goTo(1);  // first Hello of a
+  EXPECT_EQ(neighborsOf(b), (Lines{"10.0.0.1"}));
+  EXPECT_EQ(drOf(b), "10.0.0.2 self");
+  goTo(justBefore(2));
+  EXPECT_TRUE(neighborsOf(a).empty());
+  goTo(2);  // first Hello of b
+  EXPECT_EQ(drOf(a), "10.0.0.2");
+  goTo(justBefore(3));
+  EXPECT_EQ(drOf(b), "10.0.0.2 self");
+  goTo(3);  // Hellos of c, and of a and b triggered by each other
+  EXPECT_EQ(neighborsOf(a), (Lines{"10.0.0.2", "10.0.0.3"}));
+  EXPECT_EQ(neighborsOf(b), (Lines{"10.0.0.1", "10.0.0.3"}));
+  EXPECT_EQ(neighborsOf(c), (Lines{"10.0.0.1", "10.0.0.2"}));
+  for (const PimRouter* router : {&a, &b}) EXPECT_EQ(drOf(*router), "10.0.0.3");
+  EXPECT_EQ(drOf(c), "10.0.0.3 self");
+  goTo(1000);
+  EXPECT_EQ(neighborsOf(c), (Lines{"10.0.0.1", "10.0.0.2"})) << "Hellos keep them";
+}
+
+TEST_F(PimInstanceTest, PrioritiesDecideTheDrTheMomentTheyChange) {
+  connectAll();
+  a.pim.drPriorityIs(eth0, 7);  // before the interface exists
+  a.intfIs("eth0", "10.0.0.1");
+  b.intfIs("eth0", "10.0.0.2");
+  goTo(10);
+  EXPECT_EQ(drOf(b), "10.0.0.1");
+  b.pim.drPriorityIs(eth0, 8);
+  EXPECT_EQ(drOf(b), "10.0.0.2 self");
+  goTo(10);
+  EXPECT_EQ(drOf(a), "10.0.0.2") << "told at once";
+  b.pim.drPriorityDel(eth0);
+  goTo(10);
+  EXPECT_EQ(drOf(a), "10.0.0.1 self");
+  EXPECT_EQ(drOf(b), "10.0.0.1");
+  a.pim.intfDel(eth0);
+  goTo(10);
+  EXPECT_EQ(drOf(b), "10.0.0.2 self");
+  a.intfIs("eth0", "10.0.0.1");
+  EXPECT_EQ(a.intf("eth0").drPriority(), 7u) << "the override outlives the interface";
+}
+
+// What decides whether a newcomer is told the Bootstrap message: a router that was DR until the
+// newcomer appeared must know it has lost before its Hello to the newcomer is counted.
+TEST_F(PimInstanceTest, LosingTheDrIsSeenBeforeTheTriggeredHelloIsCounted) {
+  connectAll();
+  b.intfIs("eth0", "10.0.0.2");
+  goTo(50);
+  ASSERT_EQ(drOf(b), "10.0.0.2 self");
+  Lines seen;
+  const PimInterface& intf = b.intf("eth0");
+  const auto note = [&](const char* what) {
+    seen.push_back(std::to_string(world.clock.now()).substr(0, 5) + " " + what + ": " + drOf(b));
+  };
+  const auto subscriptions = {intf.isDrReactor([&] { note("isDr"); }),
+                              intf.usedDrReactor([&] { note("usedDr"); }),
+                              intf.triggeredHelloSentReactor([&] { note("triggeredHelloSent"); })};
+  c.intfIs("eth0", "10.0.0.3");
+  goTo(60);
+  EXPECT_EQ(seen, (Lines{"53.00 usedDr: 10.0.0.3", "53.00 isDr: 10.0.0.3",
+                         "55.00 triggeredHelloSent: 10.0.0.3"}));
+  EXPECT_EQ(neighborsOf(c), (Lines{"10.0.0.2"}));
+
+  seen.clear();
+  c.pim.shutdown();
+  goTo(61);
+  EXPECT_EQ(seen, (Lines{"60.00 usedDr: 10.0.0.2 self", "60.00 isDr: 10.0.0.2 self"}));
+  EXPECT_EQ(subscriptions.size(), 3u);
+}
+
+TEST_F(PimInstanceTest, AChangeOfTheOwnAddressDoesNotShakeTheDr) {
+  connectAll();
+  a.intfIs("eth0", "10.0.0.1");
+  c.intfIs("eth0", "10.0.0.3");
+  goTo(10);
+  int changes = 0;
+  const auto subscription = a.intf("eth0").usedDrReactor([&] { ++changes; });
+  a.intfIs("eth0", "10.0.0.2");
+  goTo(justBefore(11));
+  EXPECT_TRUE(neighborsOf(c).empty()) << "goodbye from the old address";
+  goTo(11);
+  EXPECT_EQ(neighborsOf(c), (Lines{"10.0.0.2"}));
+  EXPECT_EQ(changes, 0);
+  a.intfIs("eth0", "10.0.0.4");
+  EXPECT_EQ(drOf(a), "10.0.0.4 self");
+  EXPECT_EQ(changes, 1);
+}
+
+TEST_F(PimInstanceTest, ARestartIsNoticedByItsGenerationId) {
+  connectAll();
+  a.intfIs("eth0", "10.0.0.1");
+  {
+    PimRouter crashing(AddressFamily::ipv4, world.wheel, 0.9);
+    crashing.connect("eth0", lan);
+    crashing.intfIs("eth0", "10.0.0.2");
+    goTo(20);
+    ASSERT_EQ(neighborsOf(a), (Lines{"10.0.0.2"}));
+    ASSERT_EQ(triggered(a), 1u);
+    lan.detach(crashing);
+  }  // without a goodbye
+  b.intfIs("eth0", "10.0.0.2");
+  goTo(justBefore(22));
+  EXPECT_EQ(a.intf("eth0").neighbor(addr("10.0.0.2"))->setupTime(), 4.5);
+  goTo(23);
+  EXPECT_EQ(a.intf("eth0").neighbor(addr("10.0.0.2"))->setupTime(), 22.0);
+  EXPECT_EQ(triggered(a), 2u);
+  EXPECT_EQ(neighborsOf(b), (Lines{"10.0.0.1"}));
+}
+
+TEST_F(PimInstanceTest, ASilencedRouterExpiresAtTheInstantAndAnAnnouncedEndAtOnce) {
+  connectAll();
+  a.intfIs("eth0", "10.0.0.1");
+  b.intfIs("eth0", "10.0.0.2");
+  c.intfIs("eth0", "10.0.0.3");
+  goTo(10);
+  b.mute = true;  // its last Hello left at 4, triggered by c
+  b.pim.shutdown();
+  c.pim.shutdown();
+  goTo(10);
+  EXPECT_EQ(neighborsOf(a), (Lines{"10.0.0.2"}));
+  EXPECT_EQ(drOf(a), "10.0.0.2");
+  const double expiry = a.intf("eth0").neighbor(addr("10.0.0.2"))->expiryTime();
+  EXPECT_EQ(expiry, b.sent.back().at + 105);
+  goTo(justBefore(expiry));
+  EXPECT_EQ(neighborsOf(a), (Lines{"10.0.0.2"}));
+  goTo(expiry);
+  EXPECT_TRUE(neighborsOf(a).empty());
+  EXPECT_EQ(drOf(a), "10.0.0.1 self");
+}
+
+TEST_F(PimInstanceTest, FindsTheRpfNeighborByItsIpv6AddressList) {
+  TestKit::PimLan lan6(world.wheel);
+  PimRouter left(AddressFamily::ipv6, world.wheel), right(AddressFamily::ipv6, world.wheel);
+  for (PimRouter* router : {&left, &right}) router->connect("eth0", lan6);
+  left.intfIs("eth0", "fe80::1", {addr("2001:db8::1")});
+  right.intfIs("eth0", "fe80::2", {addr("2001:db8::2")});
+  left.routes[addr("2001:db8:9::1")] = {{eth0, addr("2001:db8::2")}};
+  EXPECT_EQ(left.pim.rpfTable()->doLookup(addr("2001:db8:9::1")), std::nullopt);
+  goTo(10);
+  const auto rpf = left.pim.rpfTable()->doLookup(addr("2001:db8:9::1"));
+  ASSERT_TRUE(rpf.has_value());
+  EXPECT_EQ(rpf->address, addr("fe80::2"));
+  EXPECT_EQ(rpf->intf, eth0);
+  right.intfIs("eth0", "fe80::2", {});
+  goTo(10);
+  EXPECT_EQ(left.pim.rpfTable()->doLookup(addr("2001:db8:9::1")), std::nullopt);
+}
+
+TEST_F(PimInstanceTest, TakesBootstrapMessagesFromNeighborsOnly) {
+  connectAll();
+  a.intfIs("eth0", "10.0.0.1");
+  b.intfIs("eth0", "10.0.0.2");
+  const auto& info = *a.pim.pamManager()->bsmRxInfo();
+  a.hear("eth0", "10.0.0.2", bsm());
+  EXPECT_EQ(a.dropped("not-a-neighbor"), 1u);
+  EXPECT_EQ(info.count(), 0u);
+  goTo(10);
+  a.hear("eth0", "10.0.0.2", bsm());
+  EXPECT_EQ(info.count(), 1u);
+  EXPECT_EQ(info.neighborAddr(), addr("10.0.0.2"));
+  EXPECT_EQ(info.intfId(), eth0);
+  b.pim.shutdown();
+  goTo(10);
+  a.hear("eth0", "10.0.0.2", bsm());
+  EXPECT_EQ(info.count(), 1u);
+  EXPECT_EQ(a.dropped("not-a-neighbor"), 2u);
+  EXPECT_EQ(a.pim.pamManager()->counters()->rxBootstrap(), 1u);
+}
+
+TEST_F(PimInstanceTest, CountsWhatItRefusesByReason) {
+  struct Case {
+    const char* reason;
+    const char* intf;
+    const char* source;
+    const char* destination;
+    std::string octets;
+  };
+  const std::string hello = "2000dfff";  // no options
+  const Case cases[] = {
+      {"no-pim-interface", "eth1", "10.0.0.2", "224.0.0.13", hello},
+      {"own-packet", "eth0", "10.0.0.1", "224.0.0.13", hello},
+      {"wrong-destination", "eth0", "10.0.0.2", "10.0.0.1", hello},
+      {"bad-family", "eth0", "fe80::2", "ff02::d", "2000ff2f"},
+      {"bad-source", "eth0", "224.0.0.1", "224.0.0.13", hello},
+      {"bad-checksum", "eth0", "10.0.0.2", "224.0.0.13", "2000dffe"},
+      {"bad-version", "eth0", "10.0.0.2", "224.0.0.13", "1000efff"},
+      {"short-header", "eth0", "10.0.0.2", "224.0.0.13", "2000df"},
+      {"short-header", "eth0", "10.0.0.2", "224.0.0.13", ""},
+      {"truncated", "eth0", "10.0.0.2", "224.0.0.13", "2000dffc 00010002"},
+  };
+  a.intfIs("eth0", "10.0.0.1");
+  const auto& counters = *a.pim.pamManager()->counters();
+  for (const Case& each : cases) {
+    const std::uint32_t before = a.dropped(each.reason);
+    a.hear(each.intf, each.source, each.destination, hex(each.octets));
+    EXPECT_EQ(a.dropped(each.reason), before + 1) << each.reason;
+  }
+  EXPECT_EQ(counters.rxHello(), 0u);
+  EXPECT_TRUE(neighborsOf(a).empty());
+
+  a.hear("eth0", "10.0.0.2", "224.0.0.13", hex("2300dcff"));
+  EXPECT_EQ(counters.rxOther(), 1u) << "Join/Prune is for others";
+  a.hear("eth0", "10.0.0.2", "224.0.0.13", hex(hello));
+  EXPECT_EQ(counters.rxHello(), 1u);
+  EXPECT_EQ(neighborsOf(a), (Lines{"10.0.0.2"})) << "a Hello needs no option";
+}
+
+TEST_F(PimInstanceTest, HandsMessagesToThePortAndLeavesTheCountOfThoseThatFail) {
+  a.intfIs("eth0", "10.0.0.1");
+  MessageInfo& info = *a.pim.pamManager()->bsmTxInfo();
+  const auto& counters = *a.pim.pamManager()->counters();
+  info.intfIdIs(eth0);
+  info.messageIs(std::make_shared<BootstrapMessage>(bsm()));
+  info.countInc(1);
+  EXPECT_EQ(a.sentLines(), (Lines{"0 eth0 10.0.0.1 BSM tag 0 hash 0 BSR 192.0.2.1*0"}));
+  EXPECT_EQ(info.count(), 1u);
+
+  a.mute = true;
+  info.countInc(1);
+  a.mute = false;
+  info.intfIdIs(IntfId("eth1"));
+  info.countInc(1);
+  info.messageIs(std::make_shared<BootstrapMessage>());  // without a BSR address
+  info.intfIdIs(eth0);
+  info.countInc(1);
+  EXPECT_EQ(info.count(), 1u);
+  EXPECT_EQ(counters.txBootstrap(), 1u);
+  EXPECT_EQ(counters.txError(), 3u);
+  EXPECT_TRUE(a.sent.empty());
+}
+
+TEST_F(PimInstanceTest, RemovedInterfacesAndInstancesLeaveNothingBehind) {
+  connectAll();
+  a.intfIs("eth0", "10.0.0.1");
+  std::shared_ptr<PamManager> shared;
+  {
+    PimRouter mortal(AddressFamily::ipv4, world.wheel);
+    mortal.connect("eth0", lan);
+    mortal.intfIs("eth0", "10.0.0.2");
+    goTo(10);
+    mortal.pim.intfDel(eth0);
+    mortal.pim.intfDel(eth0);
+    EXPECT_EQ(mortal.pim.pimStatus()->pimIntf(eth0), nullptr);
+    goTo(10);
+    EXPECT_TRUE(neighborsOf(a).empty());
+    mortal.intfIs("eth0", "10.0.0.2");
+    goTo(20);
+    EXPECT_EQ(neighborsOf(a), (Lines{"10.0.0.2"}));
+    shared = mortal.pim.pamManager();
+    lan.detach(mortal);
+  }
+  const std::size_t sentBefore = a.sent.size();
+  const std::uint32_t heardBefore = shared->counters()->rxHello();
+  shared->receive({eth0, addr("10.0.0.3"), addr("224.0.0.13"), hex("2000dfff")});
+  EXPECT_EQ(shared->counters()->rxHello(), heardBefore + 1)
+      << "counted, and nobody is there to take it";
+  goTo(200);
+  EXPECT_GT(a.sent.size(), sentBefore);
+  EXPECT_TRUE(neighborsOf(a).empty()) << "no timer of the dead sends any more";
+}
+
+}  // namespace
+}  // namespace Routing::Pim

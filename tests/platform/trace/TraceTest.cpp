@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/net/VrfName.h"
+#include "platform/trace/SysLogMessage.h"
+#include "platform/trace/Trace.h"
+
+namespace Routing {
+namespace {
+
+class Recorder final : public TraceSink {
+ public:
+  Recorder() { traceSinkIs(*this); }
+  ~Recorder() override { traceSinkDel(*this); }
+  void trace(std::string_view facility, int level, std::string_view text) override {
+    lines.push_back(std::string(facility) + ' ' + std::to_string(level) + ' ' + std::string(text));
+  }
+  std::vector<std::string> lines;
+};
+
+class Tracer {
+ public:
+  explicit Tracer(const TraceHandle& handle) : handle_(handle) {}
+  void work(int& evaluations) const {
+    ROUTING_TRACE(handle_, 5, vrf_, ", cost=", ++evaluations, ", yes=", true);
+  }
+
+ private:
+  const TraceHandle& handle_;
+  VrfName vrf_{"red"};
+};
+
+TEST(Trace, IsWrittenUpToTheThresholdAndCostsNothingBeyond) {
+  const TraceHandle handle("Test::Unit");
+  TraceHandle& writable = const_cast<TraceHandle&>(handle);
+  Recorder recorder;
+  int evaluations = 0;
+  const Tracer tracer(handle);
+  tracer.work(evaluations);
+  writable.thresholdIs(4);
+  tracer.work(evaluations);
+  EXPECT_EQ(evaluations, 0) << "pieces are not evaluated while off";
+  writable.thresholdIs(5);
+  tracer.work(evaluations);
+  ASSERT_EQ(recorder.lines.size(), 1U);
+  const std::string& line = recorder.lines[0];
+  EXPECT_TRUE(line.starts_with("Test::Unit 5 <Vrf:red>")) << line;
+  EXPECT_NE(line.find("Tracer::work(int&) const"), std::string::npos) << line;
+  EXPECT_TRUE(line.ends_with(", cost=1, yes=true")) << line;
+}
+
+TEST(Trace, ThresholdsGoByPrefixAndReachLaterFacilities) {
+  TraceHandle early("Prefix::A");
+  EXPECT_EQ(traceThresholdIs("Prefix::", 3), 1U);
+  TraceHandle late("Prefix::B");
+  TraceHandle other("Other");
+  EXPECT_EQ(early.threshold(), 3);
+  EXPECT_EQ(late.threshold(), 3);
+  EXPECT_EQ(other.threshold(), TraceHandle::off);
+  traceThresholdIs("Prefix::", TraceHandle::off);
+  EXPECT_FALSE(late.enabled(0));
+}
+
+class LogRecorder final : public SysLogSink {
+ public:
+  LogRecorder() { sysLogSinkIs(*this); }
+  ~LogRecorder() override { sysLogSinkDel(*this); }
+  void log(const SysLogMessage& message, std::string_view text) override {
+    lines.push_back(message.id() + ' ' + std::string(text));
+  }
+  std::vector<std::string> lines;
+};
+
+TEST(SysLogMessage, IsRegisteredAndFillsItsFormat) {
+  const SysLogMessage message("TEST_ID", 5, "%s met %s.", "Why.", "What to do.");
+  EXPECT_EQ(SysLogMessage::all().back(), &message);
+  LogRecorder recorder;
+  message.emit({"a", "%s"});
+  message.emit({"only"});
+  EXPECT_EQ(recorder.lines,
+            (std::vector<std::string>{"TEST_ID a met %s.", "TEST_ID only met %s."}));
+}
+
+}  // namespace
+}  // namespace Routing

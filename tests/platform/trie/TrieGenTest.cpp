@@ -1,0 +1,169 @@
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/trie/TrieGen.h"
+#include "tests/platform/trie/PrefixGen.h"
+
+namespace Routing {
+namespace {
+
+using Test::prefixOf;
+
+IpGenPrefix pfx(const char* text) {
+  return IpGenPrefix::fromText(text).value();
+}
+
+std::string eventText(const IpGenPrefix& prefix, TrieEvent event) {
+  const char marks[] = {'+', '-', '*'};
+  return marks[static_cast<int>(event)] + prefix.text();
+}
+
+using Events = std::vector<std::string>;
+
+auto recorder(Events& out, std::string who = {}) {
+  return [&out, who](const IpGenPrefix& p, TrieEvent e) { out.push_back(who + eventText(p, e)); };
+}
+
+TEST(TrieGen, TellsOfRealChangesOnly) {
+  TrieGen trie("PimBsrTrie", AddressFamily::ipv4);
+  EXPECT_EQ(trie.name(), "PimBsrTrie");
+  EXPECT_EQ(trie.af(), AddressFamily::ipv4);
+  Events events;
+  const Subscription s = trie.routeReactor(recorder(events));
+  EXPECT_FALSE(trie.routeDel(pfx("239.0.0.0/8")));
+  EXPECT_FALSE(trie.changedRouteIs(pfx("239.0.0.0/8")));
+  EXPECT_TRUE(trie.routeIs(pfx("239.0.0.0/8")));
+  EXPECT_FALSE(trie.routeIs(pfx("239.0.0.0/8")));
+  EXPECT_FALSE(trie.changedRouteIs(pfx("239.0.0.0/16")));
+  EXPECT_TRUE(trie.changedRouteIs(pfx("239.0.0.0/8")));
+  EXPECT_FALSE(trie.routeIs(pfx("ff0e::/16")));
+  EXPECT_FALSE(trie.changedRouteIs(IpGenPrefix()));
+  EXPECT_TRUE(trie.routeDel(pfx("239.0.0.0/8")));
+  EXPECT_FALSE(trie.routeDel(pfx("239.0.0.0/8")));
+  EXPECT_EQ(events, (Events{"+239.0.0.0/8", "*239.0.0.0/8", "-239.0.0.0/8"}));
+}
+
+TEST(TrieGen, AnswersNoneWithoutMatch) {
+  TrieGen trie("PimBsr6Trie", AddressFamily::ipv6);
+  EXPECT_TRUE(trie.longestMatch(pfx("ff0e::1")).isNone());
+  trie.routeIs(pfx("ff00::/8"));
+  trie.routeIs(pfx("ff05::/16"));
+  EXPECT_EQ(trie.longestMatch(pfx("ff05::1")), pfx("ff05::/16"));
+  EXPECT_EQ(trie.longestMatch(pfx("ff05::/15")), pfx("ff00::/8"));
+  EXPECT_EQ(trie.parent(pfx("ff05::/16")), pfx("ff00::/8"));
+  EXPECT_TRUE(trie.parent(pfx("ff00::/8")).isNone());
+  EXPECT_TRUE(trie.longestMatch(pfx("239.1.1.1")).isNone());
+}
+
+// The trie is up to date when its reactors run, and they run in the order of subscription.
+TEST(TrieGen, ReactorsRunInOrderAfterTheChange) {
+  TrieGen trie("t", AddressFamily::ipv4);
+  Events events;
+  std::vector<Subscription> subscriptions;
+  for (const char* who : {"a", "b", "c"}) {
+    subscriptions.push_back(trie.routeReactor([&, who](const IpGenPrefix& p, TrieEvent e) {
+      events.push_back(who + eventText(p, e));
+      EXPECT_EQ(trie.route(p), e != TrieEvent::deleted);
+    }));
+  }
+  subscriptions.erase(subscriptions.begin());
+  trie.routeIs(pfx("224.0.0.0/4"));
+  trie.routeDel(pfx("224.0.0.0/4"));
+  EXPECT_EQ(events, (Events{"b+224.0.0.0/4", "c+224.0.0.0/4", "b-224.0.0.0/4", "c-224.0.0.0/4"}));
+}
+
+TEST(TrieGen, ReactorsComeAndGoInsideANotification) {
+  TrieGen trie("t", AddressFamily::ipv4);
+  Events events;
+  Subscription once;
+  Subscription late;
+  auto doomed = std::make_unique<Subscription>();
+  once = trie.routeReactor([&](const IpGenPrefix& p, TrieEvent e) {
+    events.push_back("once" + eventText(p, e));
+    once.reset();
+    doomed.reset();
+    late = trie.routeReactor(recorder(events, "late"));
+  });
+  const Subscription steady = trie.routeReactor(recorder(events, "steady"));
+  *doomed = trie.routeReactor(recorder(events, "doomed"));
+  trie.routeIs(pfx("224.0.0.0/4"));
+  EXPECT_EQ(events, (Events{"once+224.0.0.0/4", "steady+224.0.0.0/4"}));
+  events.clear();
+  trie.changedRouteIs(pfx("224.0.0.0/4"));
+  EXPECT_EQ(events, (Events{"steady*224.0.0.0/4", "late*224.0.0.0/4"}));
+}
+
+TEST(TrieGen, MayBeDeletedInsideItsOwnNotification) {
+  for (const TrieEvent last : {TrieEvent::added, TrieEvent::changed, TrieEvent::deleted}) {
+    auto trie = std::make_unique<TrieGen>("t", AddressFamily::ipv6);
+    Events events;
+    const Subscription killer = trie->routeReactor([&](const IpGenPrefix& p, TrieEvent e) {
+      if (e == last) trie.reset();
+      events.push_back(eventText(p, e));
+    });
+    const Subscription unreached = trie->routeReactor(recorder(events, "second"));
+    TrieGen& subject = *trie;
+    subject.routeIs(pfx("ff00::/8"));
+    if (trie) subject.changedRouteIs(pfx("ff00::/8"));
+    if (trie) subject.routeDel(pfx("ff00::/8"));
+    EXPECT_EQ(trie, nullptr);
+    EXPECT_EQ(events.back(), eventText(pfx("ff00::/8"), last));
+    EXPECT_FALSE(killer.active());
+  }
+}
+
+TEST(TrieGen, ReactorMayChangeTheTrie) {
+  TrieGen trie("t", AddressFamily::ipv4);
+  Events events;
+  const Subscription first = trie.routeReactor([&](const IpGenPrefix& p, TrieEvent e) {
+    if (e == TrieEvent::added && p.length() < 32) trie.routeIs({p.address(), p.length() + 14});
+  });
+  const Subscription second = trie.routeReactor(recorder(events));
+  trie.routeIs(pfx("224.0.0.0/4"));
+  EXPECT_EQ(events, (Events{"+224.0.0.0/32", "+224.0.0.0/18", "+224.0.0.0/4"}));
+  EXPECT_EQ(trie.size(), 3U);
+}
+
+// A reactor that keeps a copy of the routes from the events alone always has the trie's content.
+void eventsTellEverything(AddressFamily af) {
+  const auto steps = *rc::gen::container<std::vector<std::pair<int, IpGenPrefix>>>(
+      rc::gen::pair(rc::gen::inRange(0, 4), prefixOf(af)));
+  TrieGen trie("t", af);
+  std::set<IpGenPrefix> mirror;
+  unsigned events = 0;
+  unsigned changes = 0;
+  const Subscription s = trie.routeReactor([&](const IpGenPrefix& p, TrieEvent e) {
+    ++events;
+    const bool expected = e == TrieEvent::changed ? mirror.contains(p)
+                          : e == TrieEvent::added ? mirror.insert(p).second
+                                                  : mirror.erase(p) == 1;
+    RC_ASSERT(expected);
+  });
+  for (const auto& [what, p] : steps) {
+    changes += what == 0 ? trie.routeDel(p) : what == 1 ? trie.changedRouteIs(p) : trie.routeIs(p);
+    RC_ASSERT(trie.size() == mirror.size());
+    RC_ASSERT(trie.route(p) == mirror.contains(p));
+  }
+  RC_ASSERT(events == changes);
+  std::vector<IpGenPrefix> walk;
+  trie.forEachRoute([&](const IpGenPrefix& p) { walk.push_back(p); });
+  RC_ASSERT(walk == std::vector<IpGenPrefix>(mirror.begin(), mirror.end()));
+  // Emptying the trie from within its own walk visits every route once.
+  trie.forEachRouteInside(IpGenPrefix::zero(af), [&](const IpGenPrefix& p) { trie.routeDel(p); });
+  RC_ASSERT(mirror.empty());
+}
+
+RC_GTEST_PROP(TrieGen, EventsTellEverythingIpv4, ()) {
+  eventsTellEverything(AddressFamily::ipv4);
+}
+RC_GTEST_PROP(TrieGen, EventsTellEverythingIpv6, ()) {
+  eventsTellEverything(AddressFamily::ipv6);
+}
+
+}  // namespace
+}  // namespace Routing
