@@ -1,0 +1,61 @@
+#pragma once
+
+#include <functional>
+#include <set>
+#include <string>
+#include <unordered_map>
+
+#include "agent/config/ConfigTree.h"
+
+namespace Routing::Agent {
+
+/// Puts a YAML document into libyang's data, node by node along the schema. What does not fit is
+/// left out and said, each with its line.
+class ConfigTreeBuilder {
+ public:
+  using Origins = std::unordered_map<const lyd_node*, Origin>;
+
+  ConfigTreeBuilder(const Schema& schema, Origins& origins, Findings& findings)
+      : schema_(schema), origins_(origins), findings_(findings) {}
+
+  /// The top of the data, to be freed by the caller; null if there is none.
+  lyd_node* build(const YamlNode& document);
+
+ private:
+  /// A place in the data under which something is to be put.
+  struct Place {
+    lyd_node* data;           // null at the top
+    const lysc_node* schema;  // null at the top
+    std::string path;         // empty at the top
+    unsigned line;
+  };
+  using Given = std::map<std::string, unsigned>;
+
+  void putMap(const Place& place, const YamlNode& map);
+  void putNode(const Place& place, const lysc_node& schema, const YamlNode::Entry& entry);
+  void putContainer(const Place& place, const lysc_node& schema, const YamlNode::Entry& entry);
+  void putList(const Place& place, const lysc_node& schema, const YamlNode::Entry& entry);
+  void putListEntry(const Place& place, const lysc_node& schema, const YamlNode& entry,
+                    const std::string& index, Given& before);
+  void putLeaf(const Place& place, const lysc_node& schema, const YamlNode& value);
+  void putLeafList(const Place& place, const lysc_node& schema, const YamlNode::Entry& entry);
+  lyd_node* newListEntry(const Place& place, const lysc_node& schema,
+                         const std::vector<const YamlNode*>& keys, const std::string& path);
+  lyd_node* newTerm(const Place& place, const lysc_node& schema, const YamlNode& value,
+                    const std::string& path);
+  std::vector<const YamlNode*> keyValues(const lysc_node& schema, const YamlNode& entry,
+                                         const std::string& path);
+
+  void requireMandatory(const Place& place, const YamlNode& map);
+  bool isNewInMap(const Place& place, const YamlNode::Entry& entry, Given& before);
+  std::string allowedNames(const lysc_node* parent) const;
+  void attach(const Place& place, lyd_node* node);
+  void say(unsigned line, const std::string& path, const std::string& text);
+
+  const Schema& schema_;
+  Origins& origins_;
+  Findings& findings_;
+  lyd_node* top_ = nullptr;
+};
+
+}  // namespace Routing::Agent

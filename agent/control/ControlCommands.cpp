@@ -1,0 +1,135 @@
+#include "agent/control/ControlCommands.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "agent/control/Show.h"
+
+namespace Routing::Agent {
+namespace {
+
+struct ShowTopic {
+  std::string_view name;
+  Json (*show)(const ShowInput&);
+};
+
+constexpr ShowTopic showTopics[] = {
+    {"bsr", showBsr},           {"rp-set", showRpSet},        {"rp-hash", showRpHash},
+    {"neighbor", showNeighbor}, {"interface", showInterface}, {"counters", showCounters},
+    {"status", showStatus},
+};
+
+std::shared_ptr<const Entity> bsrStatus(const InstanceView& instance) {
+  return instance.status;
+}
+std::shared_ptr<const Entity> pimStatus(const InstanceView& instance) {
+  return instance.pimStatus;
+}
+
+struct WatchTopic {
+  std::string_view name;
+  std::shared_ptr<const Entity> (*root)(const InstanceView&);
+  std::vector<std::string_view> attributes;
+};
+
+const WatchTopic watchTopics[] = {
+    {"status", bsrStatus, {}},
+    {"bsr", bsrStatus, {"bootstrapRouter", "cbsr"}},
+    {"rp-set", bsrStatus, {"crpStatus"}},
+    {"counters", bsrStatus, {"counters"}},
+    {"neighbor", pimStatus, {}},
+};
+
+template <class Topics>
+const auto& find(const Topics& topics, const std::string& name) {
+  const auto it = std::find_if(std::begin(topics), std::end(topics),
+                               [&name](const auto& topic) { return topic.name == name; });
+  if (it != std::end(topics)) return *it;
+  throw RequestError(RefusalCode::badRequest, "unknown topic '" + name + "'");
+}
+
+InstanceView instanceOf(const AgentView& view, const ControlRequest& request) {
+  for (InstanceView& instance : view.instances()) {
+    if (instance.vrf == request.vrf && instance.af == request.af) return std::move(instance);
+  }
+  throw RequestError(RefusalCode::unknownVrf,
+                     std::string(request.af == AddressFamily::ipv4 ? "IPv4" : "IPv6") +
+                         " PIM does not run in VRF '" + request.vrf.text() + "'");
+}
+
+Json show(const AgentView& view, const ControlRequest& request) {
+  const ShowTopic& topic = find(showTopics, request.topic);
+  const InstanceView instance = instanceOf(view, request);
+  const auto interfaces = view.allIntfStatusDir();
+  return topic.show({.instance = instance,
+                     .interfaces = *interfaces,
+                     .now = view.now(),
+                     .startTime = view.startTime(),
+                     .group = request.group});
+}
+
+Json clear(const AgentView& view, const ControlRequest& request) {
+  if (request.topic != "counters") {
+    throw RequestError(RefusalCode::badRequest, "unknown topic '" + request.topic + "'");
+  }
+  clearMessageCounters(*instanceOf(view, request).pamManager->counters());
+  return {{"cleared", request.topic}};
+}
+
+/// Names come from the system and may hold octets that are no UTF-8.
+std::string lineOf(const Json& json) {
+  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string acceptedLine(const ControlRequest& request, Json data) {
+  data["vrf"] = request.vrf.text();
+  data["address-family"] = enumName(request.af);
+  return lineOf({{"ok", true}, {"data", std::move(data)}});
+}
+
+std::string_view codeName(RefusalCode code) {
+  constexpr std::string_view names[] = {"bad-request", "unknown-vrf", "busy", "too-slow"};
+  return names[static_cast<std::size_t>(code)];
+}
+
+}  // namespace
+
+std::string answerLine(const AgentView& view, const ControlRequest& request) {
+  const bool clears = request.command == ControlRequest::Command::clear;
+  return acceptedLine(request, clears ? clear(view, request) : show(view, request));
+}
+
+std::string refusalLine(RefusalCode code, std::string_view text) {
+  constexpr std::size_t longest = 256;  // it may quote what a peer sent
+  return lineOf({{"ok", false}, {"code", codeName(code)}, {"error", text.substr(0, longest)}});
+}
+
+WatchScope watchScope(const AgentView& view, const ControlRequest& request) {
+  const WatchTopic& topic = find(watchTopics, request.topic);
+  return {topic.root(instanceOf(view, request)), topic.attributes};
+}
+
+bool WatchScope::covers(std::string_view line) const {
+  if (attributes.empty()) return true;
+  constexpr std::size_t pathStart = 3;  // behind the sign, a blank and a slash
+  if (line.size() < pathStart) return false;
+  const auto path = line.substr(pathStart);
+  const auto first = path.substr(0, path.find_first_of("/[ "));
+  return std::find(attributes.begin(), attributes.end(), first) != attributes.end();
+}
+
+std::string watchAcceptedLine(const ControlRequest& request) {
+  return acceptedLine(request, {{"watching", request.topic}});
+}
+
+std::string watchChangeLine(std::string_view change) {
+  std::string line = R"({"change":)";
+  writeJsonString(line, change);
+  return line += '}';
+}
+
+std::string_view watchLiveLine() {
+  return R"({"live":true})";
+}
+
+}  // namespace Routing::Agent

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "agent/AgentView.h"
+#include "agent/control/ControlRequest.h"
+
+/// The commands of the control protocol, without the socket: from a request to lines of JSON. No
+/// line contains a newline; the last one of an answer needs one appended.
+namespace Routing::Agent {
+
+/// Carries out a show or clear. Raises RequestError.
+std::string answerLine(const AgentView& view, const ControlRequest& request);
+/// The answer to a request that is refused.
+std::string refusalLine(RefusalCode code, std::string_view text);
+
+/// What a watch tells of: the changes below `root` whose path begins with one of the attributes;
+/// all changes if none is named.
+struct WatchScope {
+  std::shared_ptr<const Entity> root;
+  std::vector<std::string_view> attributes;
+
+  /// Whether a line of an attribute log is part of it.
+  bool covers(std::string_view line) const;
+};
+
+/// Raises RequestError.
+WatchScope watchScope(const AgentView& view, const ControlRequest& request);
+/// The answer with which a watch begins.
+std::string watchAcceptedLine(const ControlRequest& request);
+/// One line of the attribute log.
+std::string watchChangeLine(std::string_view change);
+/// Ends the description of the present state; what follows are changes.
+std::string_view watchLiveLine();
+
+}  // namespace Routing::Agent

@@ -1,0 +1,74 @@
+#include "agent/control/ControlRequest.h"
+
+#include <nlohmann/json.hpp>
+
+namespace Routing::Agent {
+namespace {
+
+using Json = nlohmann::json;
+
+[[noreturn]] void refuse(const std::string& text) {
+  throw RequestError(RefusalCode::badRequest, text);
+}
+
+const std::string& textOf(const std::string& name, const Json& value) {
+  if (!value.is_string()) refuse("'" + name + "' must be a string");
+  return value.get_ref<const std::string&>();
+}
+
+ControlRequest::Command commandOf(const std::string& text) {
+  if (text == "show") return ControlRequest::Command::show;
+  if (text == "clear") return ControlRequest::Command::clear;
+  if (text == "watch") return ControlRequest::Command::watch;
+  refuse("unknown command '" + text + "'");
+}
+
+AddressFamily familyOf(const std::string& text) {
+  if (text == "ipv4") return AddressFamily::ipv4;
+  if (text == "ipv6") return AddressFamily::ipv6;
+  refuse("'family' must be ipv4 or ipv6");
+}
+
+VrfName vrfOf(const std::string& text) {
+  const auto vrf = VrfName::fromText(text);
+  if (!vrf) refuse("'vrf' is longer than a VRF name can be");
+  return *vrf;
+}
+
+bool truthOf(const std::string& name, const Json& value) {
+  if (!value.is_boolean()) refuse("'" + name + "' must be true or false");
+  return value.get<bool>();
+}
+
+void take(ControlRequest& request, const std::string& name, const Json& value) {
+  if (name == "command") {
+    request.command = commandOf(textOf(name, value));
+  } else if (name == "topic") {
+    request.topic = textOf(name, value);
+  } else if (name == "family") {
+    request.af = familyOf(textOf(name, value));
+  } else if (name == "vrf") {
+    request.vrf = vrfOf(textOf(name, value));
+  } else if (name == "group") {
+    request.group = textOf(name, value);
+  } else if (name == "snapshot") {
+    request.snapshot = truthOf(name, value);
+  } else {
+    refuse("unknown member '" + name + "'");
+  }
+}
+
+}  // namespace
+
+ControlRequest parseControlRequest(std::string_view line) {
+  const Json json = Json::parse(line, nullptr, false);
+  if (!json.is_object()) refuse("not a JSON object");
+  ControlRequest request;
+  for (const auto& [name, value] : json.items()) take(request, name, value);
+  for (const char* name : {"command", "family", "topic"}) {
+    if (!json.contains(name)) refuse(std::string("'") + name + "' is missing");
+  }
+  return request;
+}
+
+}  // namespace Routing::Agent

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "platform/net/AddressFamily.h"
+#include "platform/net/VrfName.h"
+
+namespace Routing::Agent {
+
+/// What an operator asks for: one line of the control protocol (docs/control-protocol.md).
+struct ControlRequest {
+  enum class Command : std::uint8_t { show, clear, watch };
+
+  Command command = Command::show;
+  std::string topic{};
+  AddressFamily af = AddressFamily::ipv4;
+  VrfName vrf{std::string(VrfName::defaultName)};
+  std::string group{};   ///< of the topic "rp-hash"
+  bool snapshot = true;  ///< of a watch: whether the present state comes first
+};
+
+/// Why a request is not carried out, as a word for programs.
+enum class RefusalCode : std::uint8_t { badRequest, unknownVrf, busy, tooSlow };
+
+/// Raised by whoever reads or carries out a request; what() is meant for the operator.
+class RequestError : public std::runtime_error {
+ public:
+  RequestError(RefusalCode code, const std::string& text) : std::runtime_error(text), code_(code) {}
+  RefusalCode code() const { return code_; }
+
+ private:
+  RefusalCode code_;
+};
+
+/// Reads one line, without its newline. Whatever is not exactly a request raises RequestError.
+ControlRequest parseControlRequest(std::string_view line);
+
+}  // namespace Routing::Agent

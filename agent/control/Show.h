@@ -1,0 +1,37 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+#include "agent/AgentView.h"
+
+/// What the daemon tells its operators, by topic. Each function only reads; names follow RFC 9128
+/// where it has one; durations are seconds, null where there is none. docs/control-protocol.md
+/// describes the results.
+namespace Routing::Agent {
+
+using Json = nlohmann::json;
+
+/// One instance and what else an answer may need.
+struct ShowInput {
+  const InstanceView& instance;
+  const Pim::AllIntfStatusDir& interfaces;
+  double now = 0.0;
+  double startTime = 0.0;
+  const std::string& group;  ///< as the operator wrote it; of showRpHash()
+};
+
+/// The BSR of every zone, and this router's part in its election.
+Json showBsr(const ShowInput& in);
+/// The RP sets by zone, and the mappings that PIM uses.
+Json showRpSet(const ShowInput& in);
+/// Which RP serves `in.group`, and why. Raises RequestError if that is no address of the family.
+Json showRpHash(const ShowInput& in);
+Json showNeighbor(const ShowInput& in);
+Json showInterface(const ShowInput& in);
+/// Messages counted by the BSR mechanism and by the packet layer, and the bounds that were met.
+Json showCounters(const ShowInput& in);
+/// All entities, attribute by attribute, as they stand.
+Json showStatus(const ShowInput& in);
+
+}  // namespace Routing::Agent

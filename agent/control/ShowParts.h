@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string_view>
+
+#include "agent/control/Show.h"
+
+/// Pieces that several topics share.
+namespace Routing::Agent {
+
+/// Seconds from one instant to another, not below 0; null for an infinite distance.
+Json secondsBetween(double from, double to);
+/// A priority, null if it is the mark for not set.
+Json priorityJson(std::uint16_t priority);
+/// A hash mask length, null if no address of the family can have it.
+Json hashMaskLenJson(std::uint32_t length, AddressFamily af);
+/// An address or interface as text, null if it is unset.
+Json textOrNull(const IpGenAddr& address);
+Json textOrNull(const IntfId& intf);
+/// Addresses in numeric order.
+Json addressList(const std::set<IpGenAddr>& addresses);
+/// "global" for the whole multicast range, else "admin".
+std::string_view scopeName(const IpGenPrefix& zone);
+
+}  // namespace Routing::Agent

@@ -1,0 +1,106 @@
+#include <nlohmann/json.hpp>
+
+#include "agent/control/ControlRequest.h"
+#include "agent/control/ShowParts.h"
+#include "platform/pim/RpSelection.h"
+
+namespace Routing::Agent {
+namespace {
+
+using Pim::PimMode;
+using Pim::RpChoice;
+using Pim::RpContender;
+using Pim::RpMapping;
+using Pim::RpRule;
+
+std::vector<RpMapping> mappingsOf(const Pim::RpCandidateStatus& set) {
+  std::vector<RpMapping> mappings;
+  for (const auto& [range, candidates] : set.crpSet()) {
+    for (const auto& [address, rp] : candidates->rp()) {
+      mappings.push_back({.groupRange = range,
+                          .rp = address,
+                          .mode = static_cast<std::uint8_t>(rp->mode()),
+                          .priority = rp->priority().value(),
+                          .hashMaskLen = rp->hashMaskLen().value()});
+    }
+  }
+  return mappings;
+}
+
+IpGenAddr groupOf(const ShowInput& in) {
+  const auto group = IpGenAddr::fromText(in.group);
+  if (group && group->af() == in.instance.af) return *group;
+  throw RequestError(RefusalCode::badRequest,
+                     "'" + in.group + "' is not an " +
+                         (in.instance.af == AddressFamily::ipv4 ? "IPv4" : "IPv6") + " address");
+}
+
+Json mappingJson(const RpMapping& mapping) {
+  const bool bidir = mapping.mode == static_cast<std::uint8_t>(PimMode::bidirectional);
+  return {{"group-range", mapping.groupRange.text()},
+          {"rp-address", mapping.rp.text()},
+          {"mode", enumName(bidir ? PimMode::bidirectional : PimMode::sparse)},
+          {"priority", priorityJson(static_cast<std::uint16_t>(mapping.priority))},
+          {"hash-mask-length", hashMaskLenJson(mapping.hashMaskLen, mapping.rp.af())}};
+}
+
+/// What the chosen mapping has over another one.
+std::string advantage(RpRule rule, const RpMapping& chosen) {
+  const std::string rp = chosen.rp.text();
+  switch (rule) {
+    case RpRule::longestPrefix:
+      return "longer group range " + chosen.groupRange.text() + " of " + rp;
+    case RpRule::bidirFirst:
+      return "bidirectional mode of " + rp;
+    case RpRule::lowestPriority:
+      return "lower priority value of " + rp;
+    case RpRule::highestHash:
+      return "higher hash value of " + rp;
+    case RpRule::highestAddress:
+      return "higher address of " + rp;
+    default:
+      return std::string(rpRuleText(rule));
+  }
+}
+
+std::string outcome(const RpContender& contender, const RpChoice& choice) {
+  if (contender.lostBy == RpRule::won) return "selected";
+  const bool ranked = choice.rp && choice.decidedBy != RpRule::embeddedRp;
+  return ranked ? "lost: " + advantage(contender.lostBy, *choice.rp)
+                : "not considered: " + std::string(rpRuleText(contender.lostBy));
+}
+
+Json contenderJson(const RpContender& contender, const RpChoice& choice) {
+  Json json = mappingJson(contender.mapping);
+  const bool won = contender.lostBy == RpRule::won;
+  json["hash"] = contender.hash;
+  json["selected"] = won;
+  json["lost-by"] = won ? Json(nullptr) : Json(rpRuleName(contender.lostBy));
+  json["outcome"] = outcome(contender, choice);
+  return json;
+}
+
+std::string explanation(const IpGenAddr& group, const RpChoice& choice) {
+  std::string text =
+      choice.rp ? "RP " + choice.rp->rp.text() + " serves group " : "No RP for group ";
+  text.append(group.text()).append(": ").append(choice.reason());
+  if (!choice.rp && choice.decidedBy == RpRule::embeddedRp) text += ", but not a usable one";
+  return text += ".";
+}
+
+}  // namespace
+
+Json showRpHash(const ShowInput& in) {
+  const IpGenAddr group = groupOf(in);
+  const std::vector<RpMapping> mappings = mappingsOf(*in.instance.rpCandidate);
+  const RpChoice choice = selectRp(group, mappings);
+  Json contenders = Json::array();
+  for (const RpContender& c : choice.contenders) contenders.push_back(contenderJson(c, choice));
+  return {{"group", group.text()},
+          {"rp", choice.rp ? mappingJson(*choice.rp) : Json(nullptr)},
+          {"rule", rpRuleName(choice.decidedBy)},
+          {"explanation", explanation(group, choice)},
+          {"contenders", std::move(contenders)}};
+}
+
+}  // namespace Routing::Agent

@@ -1,0 +1,371 @@
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "agent/InterfaceTable.h"
+
+namespace Routing::Agent {
+namespace {
+
+IpGenAddr ip(const std::string& text) {
+  return IpGenAddr::fromText(text).value();
+}
+
+Link device(std::uint32_t index, const std::string& name, std::uint32_t master = 0) {
+  return {index, name, 1500, true, master, false};
+}
+
+Link vrfDevice(std::uint32_t index, const std::string& name) {
+  return {index, name, 65575, true, 0, true};
+}
+
+LocalAddress v4(const std::string& text, bool secondary = false) {
+  return {ip(text), 24, secondary, 0};
+}
+
+LocalAddress v6(const std::string& text) {
+  return {ip(text), 64, false, 0};
+}
+
+/// A table with a reader that notes each change as a word and keeps a copy by what it is told.
+class InterfaceTableTest : public testing::Test {
+ protected:
+  InterfaceTableTest() {
+    table.observerIs([this](const IntfId& name, const Interface* before, const Interface* now) {
+      const auto known = copy.find(name);
+      EXPECT_EQ(before != nullptr, known != copy.end()) << name;
+      if (before != nullptr && known != copy.end()) {
+        EXPECT_EQ(*before, known->second) << name;
+      }
+      if (now == nullptr) {
+        copy.erase(name);
+      } else {
+        copy[name] = *now;
+      }
+      seen.push_back((before == nullptr ? "+" : now == nullptr ? "-" : "~") + name.text());
+    });
+  }
+
+  std::vector<std::string> commit() {
+    seen.clear();
+    table.commit();
+    return seen;
+  }
+  std::vector<std::string> addressesOf(const std::string& name) {
+    std::vector<std::string> result;
+    for (const auto& held : copy.at(IntfId(name)).addresses) result.push_back(held.address.text());
+    return result;
+  }
+
+  InterfaceTable table;
+  std::map<IntfId, Interface> copy;
+  std::vector<std::string> seen;
+};
+
+using Words = std::vector<std::string>;
+
+TEST_F(InterfaceTableTest, PublishesWhatChangedAndNothingElse) {
+  table.linkIs(device(2, "eth0"));
+  table.linkIs(device(3, "eth1"));
+  table.addressIs(2, v4("10.0.0.1"));
+  EXPECT_EQ(table.interface(IntfId("eth0")), nullptr);
+  EXPECT_EQ(commit(), (Words{"+eth0", "+eth1"}));
+  EXPECT_EQ(addressesOf("eth0"), Words{"10.0.0.1"});
+
+  table.linkIs(device(2, "eth0"));
+  table.addressIs(2, v4("10.0.0.1"));
+  table.addressDel(2, ip("10.0.0.9"), 24);
+  table.addressDel(2, ip("10.0.0.1"), 25);  // another prefix length is another address
+  EXPECT_EQ(commit(), Words{});
+
+  Link down = device(3, "eth1");
+  down.up = false;
+  table.linkIs(down);
+  EXPECT_EQ(commit(), Words{"~eth1"});
+  EXPECT_FALSE(table.interface(IntfId("eth1"))->link.up);
+}
+
+TEST_F(InterfaceTableTest, ReplacesAPromotedAddressWithoutAGap) {
+  table.linkIs(device(2, "eth0"));
+  table.addressIs(2, v4("10.0.0.1"));
+  table.addressIs(2, v4("10.0.0.2", true));
+  commit();
+  // What the kernel says when the primary address is deleted and the secondary one takes its place.
+  table.addressDel(2, ip("10.0.0.1"), 24);
+  table.addressDel(2, ip("10.0.0.2"), 24);
+  table.addressIs(2, v4("10.0.0.2"));
+  EXPECT_EQ(commit(), Words{"~eth0"});
+  EXPECT_EQ(addressesOf("eth0"), Words{"10.0.0.2"});
+  EXPECT_FALSE(copy.at(IntfId("eth0")).addresses[0].secondary);
+}
+
+TEST_F(InterfaceTableTest, TakesARenameAsGoingAndComing) {
+  table.linkIs(device(2, "eth0"));
+  table.linkIs(device(3, "eth1"));
+  table.addressIs(2, v4("10.0.0.1"));
+  commit();
+  table.linkIs(device(2, "lan"));
+  EXPECT_EQ(commit(), (Words{"-eth0", "+lan"}));
+  EXPECT_EQ(addressesOf("lan"), Words{"10.0.0.1"});
+  EXPECT_EQ(table.nameOf(2), IntfId("lan"));
+
+  // Two devices swap their names, by way of a third one that nobody gets to see.
+  table.linkIs(device(2, "tmp"));
+  table.linkIs(device(3, "lan"));
+  table.linkIs(device(2, "eth1"));
+  EXPECT_EQ(commit(), (Words{"~eth1", "~lan"}));
+  EXPECT_EQ(copy.at(IntfId("lan")).link.index, 3U);
+  EXPECT_EQ(addressesOf("eth1"), Words{"10.0.0.1"});
+}
+
+TEST_F(InterfaceTableTest, TellsADeviceMadeAnewByItsIndex) {
+  table.linkIs(device(2, "eth0"));
+  table.addressIs(2, v4("10.0.0.1"));
+  commit();
+  table.linkDel(2);
+  table.linkIs(device(7, "eth0"));
+  EXPECT_EQ(commit(), Words{"~eth0"});
+  EXPECT_EQ(copy.at(IntfId("eth0")).link.index, 7U);
+  EXPECT_EQ(addressesOf("eth0"), Words{});
+
+  // An index is used again for another device.
+  table.linkDel(7);
+  table.linkIs(device(7, "eth5"));
+  EXPECT_EQ(commit(), (Words{"-eth0", "+eth5"}));
+
+  // The old bearer of a name goes after the new one has come.
+  table.linkIs(device(8, "eth5"));
+  table.linkDel(7);
+  EXPECT_EQ(commit(), Words{"~eth5"});
+  EXPECT_EQ(copy.at(IntfId("eth5")).link.index, 8U);
+
+  table.linkIs(device(9, "gone"));
+  table.linkDel(9);
+  EXPECT_EQ(commit(), Words{});
+}
+
+TEST_F(InterfaceTableTest, FollowsSlavesIntoVrfsAndOut) {
+  const VrfName none{std::string(VrfName::defaultName)};
+  table.linkIs(device(2, "eth0", 9));  // the master is not known yet
+  commit();
+  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, none);
+  table.linkIs(vrfDevice(9, "red"));
+  EXPECT_EQ(commit(), (Words{"~eth0", "+red"}));
+  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, VrfName("red"));
+  EXPECT_EQ(copy.at(IntfId("red")).vrf, VrfName("red"));
+
+  table.linkIs(vrfDevice(9, "blue"));
+  EXPECT_EQ(commit(), (Words{"-red", "+blue", "~eth0"}));
+  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, VrfName("blue"));
+
+  table.linkDel(9);
+  EXPECT_EQ(commit(), (Words{"-blue", "~eth0"}));
+  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, none);
+
+  table.linkIs(device(9, "br0"));  // a bridge is no VRF
+  EXPECT_EQ(commit(), Words{"+br0"});
+  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, none);
+}
+
+TEST_F(InterfaceTableTest, KeepsEverythingUntilAResyncIsComplete) {
+  table.linkIs(device(2, "eth0"));
+  table.linkIs(device(3, "eth1"));
+  table.linkIs(device(4, "eth2"));
+  table.addressIs(2, v4("10.0.0.1"));
+  table.addressIs(2, v4("10.0.0.2", true));
+  commit();
+
+  table.resyncStart();
+  EXPECT_EQ(commit(), Words{});
+  table.linkIs(device(2, "eth0"));
+  table.linkIs(device(8, "eth2"));  // was made anew while notices were lost
+  table.addressIs(2, v4("10.0.0.2"));
+  EXPECT_EQ(commit(), (Words{"~eth0", "~eth2"}));
+  EXPECT_EQ(addressesOf("eth0"), (Words{"10.0.0.1", "10.0.0.2"}));
+  table.resyncEnd();
+  EXPECT_EQ(commit(), (Words{"-eth1", "~eth0"}));
+  EXPECT_EQ(addressesOf("eth0"), Words{"10.0.0.2"});
+  EXPECT_EQ(copy.at(IntfId("eth2")).link.index, 8U);
+}
+
+TEST_F(InterfaceTableTest, RemembersThatIpv6WasTakenAwayInBetween) {
+  table.linkIs(device(2, "eth0"));
+  commit();
+  Link narrow = device(2, "eth0");
+  narrow.mtu = 1279;
+  table.linkIs(narrow);
+  table.linkIs(device(2, "eth0"));
+  EXPECT_EQ(commit(), Words{"~eth0"});
+  Link justEnough = device(2, "eth0");
+  justEnough.mtu = 1280;
+  const auto dips = copy.at(IntfId("eth0")).mtuDips;
+  table.linkIs(justEnough);
+  commit();
+  EXPECT_EQ(copy.at(IntfId("eth0")).mtuDips, dips);
+}
+
+/// The slow and obvious form of the table: what a host with these devices looks like.
+struct Host {
+  std::map<std::uint32_t, Link> devices;
+  std::map<std::uint32_t, std::vector<LocalAddress>> addresses;
+
+  bool nameTaken(const std::string& name) const {
+    return std::any_of(devices.begin(), devices.end(),
+                       [&](const auto& entry) { return entry.second.name == name; });
+  }
+  VrfName vrfOf(const Link& link) const {
+    if (link.vrfDevice) return VrfName(link.name);
+    const auto master = devices.find(link.master);
+    const bool inVrf = master != devices.end() && master->second.vrfDevice;
+    return VrfName(inVrf ? master->second.name : std::string(VrfName::defaultName));
+  }
+  std::map<IntfId, Interface> interfaces() const {
+    std::map<IntfId, Interface> result;
+    for (const auto& [index, link] : devices) {
+      result[IntfId(link.name)] = {link, vrfOf(link), addresses.at(index), 0};
+    }
+    return result;
+  }
+};
+
+/// One random change of the host, as a kernel makes it, and its notice unless that one is lost.
+void change(Host& host, InterfaceTable* told) {
+  const auto index = *rc::gen::inRange<std::uint32_t>(1, 6);
+  const auto number = *rc::gen::inRange(0, 4);
+  const LocalAddress address = v4("10.0.0." + std::to_string(number + 1));
+  const bool exists = host.devices.contains(index);
+  if (*rc::gen::inRange(0, 6) == 0) {
+    host.devices.erase(index);
+    host.addresses.erase(index);
+    if (told != nullptr) told->linkDel(index);
+  } else if (exists && *rc::gen::arbitrary<bool>()) {
+    auto& held = host.addresses[index];
+    const auto known = std::find(held.begin(), held.end(), address);
+    if (known != held.end()) {
+      held.erase(known);
+      if (told != nullptr) told->addressDel(index, address.address, 24);
+    } else {
+      held.push_back(address);
+      if (told != nullptr) told->addressIs(index, address);
+    }
+  } else {
+    const std::string name = "eth" + std::to_string(number);
+    const auto master = *rc::gen::inRange<std::uint32_t>(0, 6);
+    if (host.nameTaken(name)) return;
+    host.devices[index] = {index, name, 1500, true, master, number == 0};
+    host.addresses[index];
+    if (told != nullptr) told->linkIs(host.devices[index]);
+  }
+}
+
+void announceAll(const Host& host, InterfaceTable& table) {
+  for (const auto& [index, link] : host.devices) table.linkIs(link);
+  for (const auto& [index, held] : host.addresses) {
+    for (const LocalAddress& address : held) table.addressIs(index, address);
+  }
+}
+
+/// Addresses in an order that does not depend on when they were learned.
+std::map<IntfId, Interface> sorted(std::map<IntfId, Interface> interfaces) {
+  for (auto& [name, interface] : interfaces) {
+    std::sort(interface.addresses.begin(), interface.addresses.end(),
+              [](const LocalAddress& a, const LocalAddress& b) { return a.address < b.address; });
+  }
+  return interfaces;
+}
+
+TEST(InterfaceTable, AgreesWithTheHostAfterAnyChangesAndLosses) {
+  const bool good = rc::check([] {
+    Host host;
+    InterfaceTable table;
+    std::map<IntfId, Interface> copy;
+    table.observerIs([&](const IntfId& name, const Interface* before, const Interface* now) {
+      RC_ASSERT((before != nullptr) == copy.contains(name));
+      if (before != nullptr) RC_ASSERT(*before == copy.at(name));
+      if (now == nullptr) {
+        copy.erase(name);
+      } else {
+        copy[name] = *now;
+      }
+    });
+    for (int round = *rc::gen::inRange(1, 6); round > 0; --round) {
+      const bool lossy = *rc::gen::arbitrary<bool>();
+      for (int i = *rc::gen::inRange(0, 12); i > 0; --i) {
+        change(host, lossy && *rc::gen::arbitrary<bool>() ? nullptr : &table);
+        if (*rc::gen::arbitrary<bool>()) table.commit();
+      }
+      if (lossy) {
+        table.resyncStart();
+        announceAll(host, table);
+        table.resyncEnd();
+      }
+      table.commit();
+      RC_ASSERT(sorted(copy) == sorted(host.interfaces()));
+      RC_ASSERT(copy == table.interfaces());
+    }
+  });
+  EXPECT_TRUE(good);
+}
+
+struct HelloCase {
+  const char* what;
+  AddressFamily af;
+  std::vector<LocalAddress> addresses;
+  const char* primary;  ///< null for none
+  std::set<std::string> secondary;
+};
+
+TEST(HelloAddresses, AreChosenByFamily) {
+  const LocalAddress hostScope{ip("10.7.7.7"), 32, false, 254};
+  const std::vector<HelloCase> cases{
+      {"none", AddressFamily::ipv4, {}, nullptr, {}},
+      {"other family", AddressFamily::ipv4, {v6("fe80::1")}, nullptr, {}},
+      {"loopback only", AddressFamily::ipv4, {{ip("127.0.0.1"), 8, false, 254}}, nullptr, {}},
+      {"the first one, not the lowest",
+       AddressFamily::ipv4,
+       {v4("10.0.0.9"), v4("10.0.1.1"), v4("10.0.0.8", true), v6("fe80::1")},
+       "10.0.0.9",
+       {"10.0.1.1", "10.0.0.8"}},
+      {"no secondary one while there is a primary one",
+       AddressFamily::ipv4,
+       {v4("10.0.0.8", true), v4("10.0.0.9")},
+       "10.0.0.9",
+       {"10.0.0.8"}},
+      {"the widest scope",
+       AddressFamily::ipv4,
+       {hostScope, v4("10.0.0.9")},
+       "10.0.0.9",
+       {"10.7.7.7"}},
+      {"link-local for IPv6",
+       AddressFamily::ipv6,
+       {v6("2001:db8::1"), v6("fe80::1"), v6("fd00::1"), v4("10.0.0.1")},
+       "fe80::1",
+       {"2001:db8::1", "fd00::1"}},
+      {"IPv6 without link-local",
+       AddressFamily::ipv6,
+       {v6("2001:db8::1")},
+       nullptr,
+       {"2001:db8::1"}},
+      {"the same address twice",
+       AddressFamily::ipv4,
+       {v4("10.0.0.9"), {ip("10.0.0.9"), 32, false, 0}},
+       "10.0.0.9",
+       {}},
+  };
+  for (const HelloCase& c : cases) {
+    Interface interface;
+    interface.addresses = c.addresses;
+    const HelloAddresses chosen = helloAddresses(interface, c.af);
+    std::set<std::string> secondary;
+    for (const IpGenAddr& address : chosen.secondary) secondary.insert(address.text());
+    EXPECT_EQ(chosen.primary, c.primary == nullptr ? IpGenAddr() : ip(c.primary)) << c.what;
+    EXPECT_EQ(secondary, c.secondary) << c.what;
+  }
+}
+
+}  // namespace
+}  // namespace Routing::Agent

@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include "agent/LocalRoutes.h"
+
+namespace Routing::Agent {
+namespace {
+
+IpGenAddr ip(const std::string& text) {
+  return IpGenAddr::fromText(text).value();
+}
+
+Interface with(const std::vector<std::string>& addresses) {
+  Interface interface;
+  for (const std::string& text : addresses) interface.addresses.push_back({ip(text), 24, false, 0});
+  return interface;
+}
+
+bool isLocal(const LocalRoutes& routes, const std::string& address) {
+  const IpGenPrefix host = IpGenPrefix::host(ip(address));
+  const bool local = routes.status()->table().entry(host).kind == Pim::ForwardingKind::local;
+  EXPECT_EQ(routes.status()->trie().route(host), local) << address;
+  return local;
+}
+
+TEST(LocalRoutes, HoldAnAddressAsLongAsAnyInterfaceHasIt) {
+  LocalRoutes routes(AddressFamily::ipv4);
+  const Interface a = with({"10.0.0.1", "10.9.9.9", "fe80::1"});
+  const Interface b = with({"10.0.1.1", "10.9.9.9"});
+  routes.intfChanged(nullptr, &a);
+  routes.intfChanged(nullptr, &b);
+  EXPECT_TRUE(isLocal(routes, "10.0.0.1"));
+  EXPECT_TRUE(isLocal(routes, "10.9.9.9"));
+  EXPECT_FALSE(isLocal(routes, "10.0.0.2"));
+  routes.intfChanged(&a, nullptr);
+  EXPECT_FALSE(isLocal(routes, "10.0.0.1"));
+  EXPECT_TRUE(isLocal(routes, "10.9.9.9"));
+  routes.intfChanged(&b, nullptr);
+  EXPECT_FALSE(isLocal(routes, "10.9.9.9"));
+}
+
+TEST(LocalRoutes, FollowAChangeOfAddresses) {
+  LocalRoutes routes(AddressFamily::ipv6);
+  const Interface before = with({"2001:db8::1", "2001:db8::2", "2001:db8::2"});
+  const Interface after = with({"2001:db8::2", "2001:db8::3"});
+  routes.intfChanged(nullptr, &before);
+  routes.intfChanged(&before, &after);
+  EXPECT_FALSE(isLocal(routes, "2001:db8::1"));
+  EXPECT_TRUE(isLocal(routes, "2001:db8::2"));
+  EXPECT_TRUE(isLocal(routes, "2001:db8::3"));
+}
+
+}  // namespace
+}  // namespace Routing::Agent

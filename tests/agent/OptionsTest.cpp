@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include "agent/Options.h"
+
+namespace Routing::Agent {
+namespace {
+
+std::variant<Options, int> parse(std::vector<const char*> arguments) {
+  arguments.insert(arguments.begin(), "pimbsrd");
+  return parseOptions(static_cast<int>(arguments.size()), arguments.data());
+}
+
+TEST(Options, HaveTheDefaultsOfTheProtocol) {
+  const auto options = std::get<Options>(parse({"--interface", "eth0", "--interface", "eth1"}));
+  EXPECT_EQ(options.interfaces, (std::vector<std::string>{"eth0", "eth1"}));
+  EXPECT_EQ(options.families,
+            (std::vector<AddressFamily>{AddressFamily::ipv4, AddressFamily::ipv6}));
+  EXPECT_EQ(options.instance.bsTimeout, 130U);
+  EXPECT_EQ(options.instance.szTimeout, 1300U);
+  EXPECT_EQ(options.instance.hello.helloPeriod, 30);
+  EXPECT_EQ(options.instance.hello.holdtime, 105);
+  EXPECT_EQ(options.control, "/run/pimbsrd/control.sock");
+  EXPECT_FALSE(options.instance.maxZones);
+}
+
+TEST(Options, AreReadAsGiven) {
+  const auto options = std::get<Options>(parse({"--interface",
+                                                "eth0",
+                                                "--ipv6-only",
+                                                "--bs-timeout",
+                                                "5",
+                                                "--sz-timeout",
+                                                "7",
+                                                "--hello-period",
+                                                "0.5",
+                                                "--dr-priority",
+                                                "4294967295",
+                                                "--max-zones",
+                                                "0",
+                                                "--max-groups",
+                                                "1",
+                                                "--max-rps",
+                                                "2",
+                                                "--max-fragments",
+                                                "3",
+                                                "--trace",
+                                                "Pim::Hello=9",
+                                                "--trace",
+                                                "Routing=-1",
+                                                "--control",
+                                                "/tmp/c",
+                                                "--log-level",
+                                                "error"}));
+  EXPECT_EQ(options.families, std::vector<AddressFamily>{AddressFamily::ipv6});
+  EXPECT_EQ(options.instance.bsTimeout, 5U);
+  EXPECT_EQ(options.instance.szTimeout, 7U);
+  EXPECT_EQ(options.instance.hello.helloPeriod, 0.5);
+  EXPECT_EQ(options.instance.hello.holdtime, 1);
+  EXPECT_EQ(options.instance.hello.drPriority, 4294967295U);
+  EXPECT_EQ(options.instance.maxZones, 0U);
+  EXPECT_EQ(options.instance.maxFragments, 3U);
+  EXPECT_EQ(options.traces,
+            (std::vector<std::pair<std::string, int>>{{"Pim::Hello", 9}, {"Routing", -1}}));
+}
+
+TEST(Options, KeepTheHoldTimeBelowForever) {
+  const auto options = std::get<Options>(parse({"--interface", "eth0", "--hello-period", "18000"}));
+  EXPECT_EQ(options.instance.hello.holdtime, 63000);
+}
+
+TEST(Options, RefuseWhatMakesNoSense) {
+  using Words = std::vector<const char*>;
+  testing::internal::CaptureStderr();
+  for (const Words& words :
+       {Words{}, Words{"--interface"}, Words{"--nonsense"}, Words{"eth0"},
+        Words{"--interface", "a", "--ipv4-only", "--ipv6-only"},
+        Words{"--interface", "a", "--bs-timeout", "0"},
+        Words{"--interface", "a", "--bs-timeout", "-1"},
+        Words{"--interface", "a", "--bs-timeout", "ten"},
+        Words{"--interface", "a", "--hello-period", "nan"},
+        Words{"--interface", "a", "--hello-period", "0"},
+        Words{"--interface", "a", "--dr-priority", "4294967296"},
+        Words{"--interface", "a", "--trace", "Pim"}, Words{"--interface", "a", "--trace", "Pim=10"},
+        Words{"--interface", "a", "--trace", "Pim=x"},
+        Words{"--interface", "a", "--log-level", "loud"}}) {
+    const auto result = parse(words);
+    const int* code = std::get_if<int>(&result);
+    EXPECT_TRUE(code != nullptr && *code == 2) << testing::PrintToString(words);
+  }
+  EXPECT_FALSE(testing::internal::GetCapturedStderr().empty());
+}
+
+TEST(Options, ExplainThemselves) {
+  testing::internal::CaptureStdout();
+  const auto help = parse({"--help"});
+  const auto version = parse({"--version"});
+  const std::string text = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(std::get<int>(help), 0);
+  EXPECT_EQ(std::get<int>(version), 0);
+  EXPECT_NE(text.find("--bs-timeout"), std::string::npos);
+  EXPECT_NE(text.find("pimbsrd "), std::string::npos);
+}
+
+}  // namespace
+}  // namespace Routing::Agent

@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "agent/control/ControlCommands.h"
+#include "tests/agent/control/FakeAgent.h"
+
+namespace Routing::Agent {
+namespace {
+
+using Json = nlohmann::json;
+
+std::string complaint(std::string_view line) {
+  try {
+    parseControlRequest(line);
+  } catch (const RequestError& error) {
+    return error.what();
+  }
+  return "accepted";
+}
+
+TEST(ControlRequest, IsReadFromOneJsonObject) {
+  const auto request = parseControlRequest(
+      R"({"command":"watch","family":"ipv6","topic":"bsr","vrf":"red","snapshot":false})");
+  EXPECT_EQ(ControlRequest::Command::watch, request.command);
+  EXPECT_EQ(AddressFamily::ipv6, request.af);
+  EXPECT_EQ("bsr", request.topic);
+  EXPECT_EQ("red", request.vrf.text());
+  EXPECT_FALSE(request.snapshot);
+  EXPECT_EQ("default",
+            parseControlRequest(R"({"command":"show","family":"ipv4","topic":"bsr"})").vrf.text());
+}
+
+TEST(ControlRequest, NamesWhatIsWrong) {
+  const std::string longVrf(101, 'v');
+  const std::pair<std::string, const char*> cases[] = {
+      {"", "not a JSON object"},
+      {"[1]", "not a JSON object"},
+      {R"({"command":"show")", "not a JSON object"},
+      {R"({"command":"show"} x)", "not a JSON object"},
+      {"{\"command\":\"\xff\"}", "not a JSON object"},
+      {std::string(60000, '['), "not a JSON object"},
+      {"{}", "'command' is missing"},
+      {R"({"command":"show","family":"ipv4"})", "'topic' is missing"},
+      {R"({"command":"show","topic":"bsr"})", "'family' is missing"},
+      {R"({"command":"erase"})", "unknown command 'erase'"},
+      {R"({"command":7})", "'command' must be a string"},
+      {R"({"family":"ipx"})", "'family' must be ipv4 or ipv6"},
+      {R"({"snapshot":"no"})", "'snapshot' must be true or false"},
+      {R"({"vfr":"red"})", "unknown member 'vfr'"},
+      {R"({"vrf":")" + longVrf + R"("})", "'vrf' is longer than a VRF name can be"},
+  };
+  for (const auto& [line, text] : cases) EXPECT_EQ(text, complaint(line)) << line.substr(0, 80);
+}
+
+class ControlCommands : public testing::Test {
+ protected:
+  RefusalCode refusal(const ControlRequest& request) {
+    try {
+      answerLine(agent_, request);
+    } catch (const RequestError& error) {
+      return error.code();
+    }
+    ADD_FAILURE() << "accepted";
+    return {};
+  }
+
+  FakeAgent agent_;
+  FakeInstance& red_ = agent_.add("red", AddressFamily::ipv4);
+};
+
+TEST_F(ControlCommands, AnswerForTheVrfAndFamilyThatWereAsked) {
+  agent_.add("default", AddressFamily::ipv4);
+  red_.addBsr("224.0.0.0/4", "10.0.0.1");
+  const auto red = Json::parse(answerLine(agent_, {.topic = "bsr", .vrf = VrfName("red")}));
+  EXPECT_EQ(true, red.at("ok"));
+  EXPECT_EQ("red", red.at("data").at("vrf"));
+  EXPECT_EQ("10.0.0.1", red.at("data").at("zones")[0].at("bsr").at("address"));
+  const auto byDefault = Json::parse(answerLine(agent_, {.topic = "bsr"}));
+  EXPECT_TRUE(byDefault.at("data").at("zones")[0].at("bsr").is_null());
+}
+
+TEST_F(ControlCommands, RefuseWhatDoesNotExist) {
+  using Command = ControlRequest::Command;
+  const VrfName red("red");
+  EXPECT_EQ(RefusalCode::unknownVrf, refusal({.topic = "bsr"}));
+  EXPECT_EQ(RefusalCode::unknownVrf,
+            refusal({.topic = "bsr", .af = AddressFamily::ipv6, .vrf = red}));
+  EXPECT_EQ(RefusalCode::badRequest, refusal({.topic = "weather", .vrf = red}));
+  EXPECT_EQ(RefusalCode::badRequest,
+            refusal({.command = Command::clear, .topic = "bsr", .vrf = red}));
+  EXPECT_THROW(watchScope(agent_, {.topic = "rp-hash", .vrf = red}), RequestError);
+}
+
+TEST_F(ControlCommands, LimitAWatchToTheAttributesOfItsTopic) {
+  const WatchScope scope = watchScope(agent_, {.topic = "bsr", .vrf = VrfName("red")});
+  EXPECT_EQ(red_.status, scope.root);
+  EXPECT_TRUE(scope.covers("+ /bootstrapRouter[224.0.0.0/4]"));
+  EXPECT_TRUE(scope.covers("= /cbsr[224.0.0.0/4]/state pBsr"));
+  EXPECT_FALSE(scope.covers("= /cbsrOther 1"));
+  EXPECT_FALSE(scope.covers("= /bsTimeout 130"));
+  EXPECT_FALSE(scope.covers("+ "));
+  EXPECT_TRUE(watchScope(agent_, {.topic = "status", .vrf = VrfName("red")}).covers("= /af ipv4"));
+}
+
+}  // namespace
+}  // namespace Routing::Agent

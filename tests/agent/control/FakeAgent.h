@@ -1,0 +1,53 @@
+#pragma once
+
+#include <list>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "agent/AgentView.h"
+
+namespace Routing::Agent {
+
+/// One VRF and family of a daemon that exists only as entities, for tests to fill.
+struct FakeInstance : Pim::PacketPort, Pim::UnicastRouting {
+  FakeInstance(const std::string& vrf, AddressFamily family);
+
+  bool send(const Pim::TransmitPacket&) override { return true; }
+  std::vector<Pim::NextHop> nextHops(const IpGenAddr&) const override { return {}; }
+  InstanceView view() const;
+
+  /// Adds an RP to a zone's RP set and to PIM's mappings.
+  void addRp(std::string_view zone, std::string_view range, std::string_view rp, unsigned priority,
+             double setupTime, double expiryTime);
+  /// Adds an RP to PIM's mappings only.
+  Pim::RpEntry& addMapping(std::string_view range, std::string_view rp, unsigned priority);
+  Pim::Bsr::ElectedBsrStatus& addBsr(std::string_view zone, std::string_view address);
+
+  AddressFamily af;
+  std::shared_ptr<Pim::PimStatus> pimStatus;
+  std::shared_ptr<Pim::PamManager> pamManager;
+  std::shared_ptr<Pim::Bsr::Status> status;
+  std::shared_ptr<Pim::RpCandidateStatus> rpCandidate;
+  std::shared_ptr<Pim::Bsr::PimBsrLimits> limits;
+};
+
+/// A daemon that started at 1000 s and looks at the clock at 5000 s.
+struct FakeAgent : AgentView {
+  FakeInstance& add(const std::string& vrf, AddressFamily af);
+
+  double now() const override { return 5000.0; }
+  double startTime() const override { return 1000.0; }
+  std::vector<InstanceView> instances() const override;
+  std::shared_ptr<const Pim::AllIntfStatusDir> allIntfStatusDir() const override {
+    return interfaces;
+  }
+
+  std::list<FakeInstance> list;
+  std::shared_ptr<Pim::AllIntfStatusDir> interfaces = std::make_shared<Pim::AllIntfStatusDir>();
+};
+
+IpGenAddr addr(std::string_view text);
+IpGenPrefix prefix(std::string_view text);
+
+}  // namespace Routing::Agent
