@@ -1,0 +1,125 @@
+#include "ctl/Options.h"
+
+#include <CLI/CLI.hpp>
+#include <sstream>
+
+namespace Routing::Ctl {
+namespace {
+
+struct Topic {
+  const char* name;
+  const char* help;
+};
+
+constexpr Topic showTopics[] = {
+    {"bsr", "The elected BSR of every zone, and this router's candidacy"},
+    {"rp-set", "The RPs by zone and group range, and the mappings in use"},
+    {"rp-hash", "Which RP serves a group, and why not the others"},
+    {"neighbor", "PIM neighbours"},
+    {"interface", "PIM interfaces"},
+    {"counters", "Messages received, sent and dropped; bounds that were met"},
+    {"status", "Everything the daemon holds, as JSON"},
+};
+
+constexpr Topic clearTopics[] = {
+    {"counters", "The message counters of the packet layer"},
+};
+
+constexpr Topic watchTopics[] = {
+    {"bsr", "Elected and candidate BSRs"},
+    {"rp-set", "The RPs by zone and group range"},
+    {"neighbor", "PIM interfaces and neighbours"},
+    {"counters", "The counters of the BSR mechanism"},
+    {"status", "All of the BSR mechanism's status"},
+};
+
+struct Family {
+  const char* word;
+  const char* name;
+  const char* help;
+};
+constexpr Family families[] = {{"ip", "ipv4", "IPv4"}, {"ipv6", "ipv6", "IPv6"}};
+
+/// Options stand before or behind the words of a command.
+CLI::App* word(CLI::App& parent, const char* name, const char* help) {
+  CLI::App* app = parent.add_subcommand(name, help);
+  app->fallthrough();
+  return app;
+}
+
+template <class Topics>
+void addTopics(CLI::App& pim, const Topics& topics, Options& options, const char* command,
+               const char* family) {
+  pim.require_subcommand(1);
+  for (const Topic& topic : topics) {
+    CLI::App* leaf = word(pim, topic.name, topic.help);
+    leaf->add_option("--vrf", options.vrf, "The VRF")->capture_default_str();
+    leaf->add_flag("--json", options.json, "JSON instead of text");
+    if (std::string_view(topic.name) == "rp-hash") {
+      leaf->add_option("GROUP", options.group, "A group address")->required();
+    }
+    if (std::string_view(command) == "watch") {
+      leaf->add_flag("!--changes-only", options.snapshot, "Leave the present state out");
+    }
+    leaf->final_callback([&options, command, family, name = topic.name] {
+      options.command = command;
+      options.family = family;
+      options.topic = name;
+    });
+  }
+}
+
+template <class Topics>
+void addCommand(CLI::App& app, const char* name, const char* help, const Topics& topics,
+                Options& options) {
+  CLI::App* command = word(app, name, help);
+  command->require_subcommand(1);
+  for (const Family& family : families) {
+    CLI::App* ip = word(*command, family.word, family.help);
+    ip->require_subcommand(1);
+    addTopics(*word(*ip, "pim", "Protocol Independent Multicast"), topics, options, name,
+              family.name);
+  }
+}
+
+void addCheck(CLI::App& app, Options& options) {
+  CLI::App* check = word(app, "check", "Check a configuration file; needs no daemon");
+  check->add_option("FILE", options.file, "The file")->required();
+  check->add_flag("--json", options.json, "JSON instead of text");
+  check->add_flag("--strict", options.strict, "Exit with 1 if there are warnings");
+  check->final_callback([&options] { options.command = "check"; });
+}
+
+void addAll(CLI::App& app, Options& options) {
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "pimbsrctl " PIMBSR_VERSION);
+  app.add_option("--socket", options.socket, "The daemon's control socket")
+      ->envname("PIMBSR_SOCKET")
+      ->capture_default_str();
+  app.add_option("--timeout", options.timeout,
+                 "Seconds to wait for the answer (5), or to watch (for ever)")
+      ->check(CLI::PositiveNumber);
+  addCommand(app, "show", "Show what the daemon knows", showTopics, options);
+  addCommand(app, "clear", "Set counters to zero", clearTopics, options);
+  addCommand(app, "watch", "Follow changes as they happen", watchTopics, options);
+  addCheck(app, options);
+}
+
+}  // namespace
+
+std::variant<Options, EarlyExit> parseOptions(int argc, const char* const* argv) {
+  Options options;
+  CLI::App app{"Shows and follows what pimbsrd knows"};
+  app.name("pimbsrctl");
+  addAll(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    std::ostringstream text;
+    const int code = app.exit(error, text, text);
+    return EarlyExit{code == 0 ? exitGood : exitUsage, text.str()};
+  }
+  return options;
+}
+
+}  // namespace Routing::Ctl

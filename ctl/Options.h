@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace Routing::Ctl {
+
+/// Exit codes of the client.
+enum ExitCode : int {
+  exitGood = 0,
+  exitProblem = 1,      ///< the daemon's answer is that something is not as it should be
+  exitUsage = 2,        ///< the command line makes no sense
+  exitUnreachable = 3,  ///< no daemon answers there
+  exitTimedOut = 4,
+  exitBadConfig = 78,  ///< the configuration file cannot be used; sysexits.h has the number
+};
+
+/// What the command line asks for.
+struct Options {
+  std::string socket = "/run/pimbsrd/control.sock";
+  std::optional<double> timeout;  ///< seconds; none: the command's own
+  bool json = false;
+
+  std::string command;  ///< "show", "clear", "watch" or "check"
+  std::string family;   ///< "ipv4" or "ipv6"
+  std::string topic;
+  std::string vrf = "default";
+  std::string group;     ///< of the topic "rp-hash"
+  bool snapshot = true;  ///< of a watch
+  std::string file;      ///< to check
+  bool strict = false;   ///< of a check: warnings are problems
+};
+
+/// What to say instead of running: help, the version, or what is wrong with the command line.
+struct EarlyExit {
+  int code = exitGood;
+  std::string text;
+};
+
+/// Reads the command line; the environment variable PIMBSR_SOCKET stands for --socket.
+std::variant<Options, EarlyExit> parseOptions(int argc, const char* const* argv);
+
+}  // namespace Routing::Ctl

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+namespace Routing::Ctl {
+
+using Json = nlohmann::json;
+
+/// The daemon's answer to a "show" as text for people. A topic without a text form of its own comes
+/// as JSON. Raises nlohmann::json::exception if the answer is not shaped as documented.
+std::string render(const std::string& topic, const Json& data);
+
+std::string renderBsr(const Json& data);
+std::string renderRpSet(const Json& data);
+std::string renderRpHash(const Json& data);
+std::string renderNeighbor(const Json& data);
+std::string renderInterface(const Json& data);
+std::string renderCounters(const Json& data);
+
+}  // namespace Routing::Ctl

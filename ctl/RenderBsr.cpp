@@ -1,0 +1,43 @@
+#include <nlohmann/json.hpp>
+
+#include "ctl/Format.h"
+#include "ctl/Render.h"
+
+namespace Routing::Ctl {
+namespace {
+
+std::string bsrText(const Json& bsr) {
+  if (bsr.is_null()) return "  No BSR is known\n";
+  const bool local = bsr.at("local");
+  return "  BSR:        " + valueText(bsr.at("address")) + (local ? " (this router)" : "") +
+         "\n  Priority:   " + valueText(bsr.at("priority")) +
+         "\n  Hash mask:  " + valueText(bsr.at("hash-mask-length")) +
+         "\n  Uptime:     " + durationText(bsr.at("up-time")) +
+         (local ? "\n  Next BSM:   " + durationText(bsr.at("next-bootstrap"))
+                : "\n  Expires:    " + durationText(bsr.at("expiration"))) +
+         "\n";
+}
+
+std::string candidateText(const Json& candidate) {
+  if (candidate.is_null()) return {};
+  return "  Candidate:  " + valueText(candidate.at("state")) + ", " +
+         valueText(candidate.at("address")) + " on " + valueText(candidate.at("interface")) +
+         ", priority " + valueText(candidate.at("priority")) + ", hash mask " +
+         valueText(candidate.at("hash-mask-length")) + ", interval " +
+         valueText(candidate.at("interval")) + " s\n";
+}
+
+}  // namespace
+
+std::string renderBsr(const Json& data) {
+  std::string text = titleText("PIM bootstrap routers", data);
+  const char* separator = "";
+  for (const Json& zone : data.at("zones")) {
+    text +=
+        separator + zoneText(zone) + bsrText(zone.at("bsr")) + candidateText(zone.at("candidate"));
+    separator = "\n";
+  }
+  return text;
+}
+
+}  // namespace Routing::Ctl

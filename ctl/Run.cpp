@@ -1,0 +1,118 @@
+#include "ctl/Run.h"
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "ctl/Check.h"
+#include "ctl/Connection.h"
+#include "ctl/Format.h"
+#include "ctl/Render.h"
+
+namespace Routing::Ctl {
+namespace {
+
+constexpr double answerTimeout = 5.0;
+
+Connection::Deadline deadlineOf(const Options& options) {
+  const bool waits = options.command == "watch" && !options.timeout;
+  if (waits) return std::nullopt;
+  constexpr double longest = 1e9;  // seconds that every clock can hold
+  const std::chrono::duration<double> delay(
+      std::fmin(options.timeout.value_or(answerTimeout), longest));
+  return std::chrono::steady_clock::now() +
+         std::chrono::duration_cast<std::chrono::nanoseconds>(delay);
+}
+
+std::string requestLine(const Options& options) {
+  Json request = {{"command", options.command},
+                  {"family", options.family},
+                  {"topic", options.topic},
+                  {"vrf", options.vrf}};
+  if (options.topic == "rp-hash") request["group"] = options.group;
+  if (options.command == "watch") request["snapshot"] = options.snapshot;
+  return request.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json readAnswer(Connection& daemon) {
+  const auto line = daemon.readLine();
+  if (!line) throw ConnectionError(exitUnreachable, "the daemon closed the connection");
+  return Json::parse(*line);
+}
+
+/// What the daemon does not do for lack of room is as good as no daemon.
+int refusedCode(const Json& answer) {
+  const std::string code = answer.value("code", "");
+  if (code == "bad-request") return exitUsage;
+  if (code == "unknown-vrf") return exitProblem;
+  return exitUnreachable;
+}
+
+/// Raises a ConnectionError if the daemon refuses.
+void expectGood(const Json& answer) {
+  if (answer.value("ok", true)) return;
+  throw ConnectionError(refusedCode(answer), valueText(answer.at("error")));
+}
+
+int verdict(const Options& options, const Json& data) {
+  const bool noRp = options.topic == "rp-hash" && data.at("rp").is_null();
+  return noRp ? exitProblem : exitGood;
+}
+
+int ask(const Options& options, Connection& daemon, std::ostream& out) {
+  const Json answer = readAnswer(daemon);
+  expectGood(answer);
+  const Json& data = answer.at("data");
+  if (options.json) {
+    out << data.dump(2) << "\n";
+  } else if (options.command == "show") {
+    out << render(options.topic, data);
+  }
+  return verdict(options, data);
+}
+
+/// The changes until the daemon or the reader ends them.
+void follow(const Options& options, Connection& daemon, std::ostream& out) {
+  while (out.good()) {
+    const Json line = readAnswer(daemon);
+    expectGood(line);
+    if (options.json) {
+      out << line.dump() << std::endl;
+    } else if (line.contains("change")) {
+      out << valueText(line.at("change")) << std::endl;
+    }
+  }
+}
+
+int watch(const Options& options, Connection& daemon, std::ostream& out) {
+  expectGood(readAnswer(daemon));
+  try {
+    follow(options, daemon, out);
+  } catch (const ConnectionError& error) {
+    if (error.exitCode() != exitTimedOut) throw;  // its time was up: all went well
+  }
+  return exitGood;
+}
+
+}  // namespace
+
+int run(const Options& options, std::ostream& out, std::ostream& err) {
+  const auto complain = [&err](int code, const char* text) {
+    err << "pimbsrctl: " << text << "\n";
+    return code;
+  };
+  if (options.command == "check") return check(options, out);
+  try {
+    Connection daemon(options.socket, deadlineOf(options));
+    daemon.send(requestLine(options));
+    const bool watches = options.command == "watch";
+    const int code = watches ? watch(options, daemon, out) : ask(options, daemon, out);
+    return out.flush() ? code : complain(exitProblem, "cannot write the answer");
+  } catch (const ConnectionError& error) {
+    return complain(error.exitCode(), error.what());
+  } catch (const Json::exception& error) {
+    return complain(exitUnreachable, "the daemon's answer makes no sense");
+  }
+}
+
+}  // namespace Routing::Ctl

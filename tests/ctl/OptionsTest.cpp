@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <initializer_list>
+#include <sstream>
+#include <vector>
+
+#include "ctl/Options.h"
+
+namespace Routing::Ctl {
+namespace {
+
+std::variant<Options, EarlyExit> parse(const std::string& line) {
+  std::istringstream in("pimbsrctl " + line);
+  std::vector<std::string> words;
+  for (std::string word; in >> word;) words.push_back(word);
+  std::vector<const char*> argv;
+  for (const std::string& word : words) argv.push_back(word.c_str());
+  return parseOptions(static_cast<int>(argv.size()), argv.data());
+}
+
+Options good(const std::string& line) {
+  const auto parsed = parse(line);
+  if (const auto* early = std::get_if<EarlyExit>(&parsed)) ADD_FAILURE() << early->text;
+  const auto* options = std::get_if<Options>(&parsed);
+  return options == nullptr ? Options{} : *options;
+}
+
+EarlyExit early(const std::string& line) {
+  const auto parsed = parse(line);
+  const auto* exit = std::get_if<EarlyExit>(&parsed);
+  if (exit == nullptr) ADD_FAILURE() << line << " was accepted";
+  return exit == nullptr ? EarlyExit{} : *exit;
+}
+
+TEST(CtlOptions, ReadTheCommandWord) {
+  unsetenv("PIMBSR_SOCKET");
+  const Options plain = good("show ip pim rp-set");
+  EXPECT_EQ("show", plain.command);
+  EXPECT_EQ("ipv4", plain.family);
+  EXPECT_EQ("rp-set", plain.topic);
+  EXPECT_EQ("default", plain.vrf);
+  EXPECT_EQ("/run/pimbsrd/control.sock", plain.socket);
+  EXPECT_FALSE(plain.json);
+  EXPECT_FALSE(plain.timeout);
+
+  const Options hash = good("show ipv6 pim rp-hash ff0e::1 --vrf red --json");
+  EXPECT_EQ("ipv6", hash.family);
+  EXPECT_EQ("ff0e::1", hash.group);
+  EXPECT_EQ("red", hash.vrf);
+  EXPECT_TRUE(hash.json);
+
+  EXPECT_EQ("clear", good("clear ip pim counters").command);
+  EXPECT_TRUE(good("watch ip pim bsr").snapshot);
+  EXPECT_FALSE(good("watch ip pim bsr --changes-only").snapshot);
+}
+
+TEST(CtlOptions, StandBeforeOrBehindTheCommand) {
+  EXPECT_EQ("/tmp/x", good("--socket /tmp/x show ip pim bsr").socket);
+  EXPECT_EQ("/tmp/x", good("show ip pim bsr --socket /tmp/x").socket);
+  EXPECT_EQ(1.5, good("show ip pim bsr --timeout 1.5").timeout);
+}
+
+TEST(CtlOptions, TakeTheSocketFromTheEnvironment) {
+  setenv("PIMBSR_SOCKET", "/tmp/env.sock", 1);
+  EXPECT_EQ("/tmp/env.sock", good("show ip pim bsr").socket);
+  EXPECT_EQ("/tmp/x", good("--socket /tmp/x show ip pim bsr").socket);
+  unsetenv("PIMBSR_SOCKET");
+}
+
+TEST(CtlOptions, RefuseWhatMakesNoSense) {
+  for (const char* line : {"", "show", "show ip", "show ip pim", "show ip pim weather",
+                           "show ip pim rp-hash", "show ip pim bsr extra", "clear ip pim bsr",
+                           "watch ip pim rp-hash", "show ip pim bsr --timeout 0",
+                           "show ip pim bsr --changes-only", "show ip pim bsr --no-such"}) {
+    const EarlyExit exit = early(line);
+    EXPECT_EQ(exitUsage, exit.code) << line;
+    EXPECT_FALSE(exit.text.empty()) << line;
+  }
+}
+
+TEST(CtlOptions, HelpAndVersionAreNoFaults) {
+  EXPECT_EQ(exitGood, early("--help").code);
+  EXPECT_NE(std::string::npos, early("show ip pim --help").text.find("rp-hash"));
+  EXPECT_EQ(0u, early("--version").text.find("pimbsrctl "));
+}
+
+}  // namespace
+}  // namespace Routing::Ctl

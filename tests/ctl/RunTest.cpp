@@ -1,0 +1,203 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <asio.hpp>
+#include <cstdio>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <thread>
+
+#include "agent/control/ControlServer.h"
+#include "ctl/Run.h"
+#include "tests/agent/control/FakeAgent.h"
+
+namespace Routing::Ctl {
+namespace {
+
+using Json = nlohmann::json;
+using Protocol = asio::local::stream_protocol;
+
+/// What a run of the client comes to.
+struct Outcome {
+  int code;
+  std::string out;
+  std::string err;
+};
+
+class RunTest : public testing::Test {
+ protected:
+  void TearDown() override { std::filesystem::remove_all(directory_); }
+  std::string path() const { return directory_ / "control.sock"; }
+  Options options(const std::string& command, const std::string& topic) const {
+    Options options;
+    options.socket = path();
+    options.command = command;
+    options.family = "ipv4";
+    options.topic = topic;
+    return options;
+  }
+  static Outcome run(const Options& options) {
+    std::ostringstream out, err;
+    const int code = Ctl::run(options, out, err);
+    return {code, out.str(), err.str()};
+  }
+
+ private:
+  std::array<char, 32> name_{"/tmp/ctl-run-XXXXXX"};
+  std::filesystem::path directory_ = mkdtemp(name_.data());
+};
+
+/// Runs against the daemon's own control plane, on a thread of its own.
+class RunWithDaemon : public RunTest {
+ protected:
+  void start(const Agent::ControlLimits& limits = {}) {
+    server_.emplace(loop_, agent_, path(), limits);
+    thread_ = std::thread([this] { loop_.run(); });
+  }
+  void TearDown() override {
+    loop_.stop();
+    if (thread_.joinable()) thread_.join();
+    server_.reset();
+    RunTest::TearDown();
+  }
+
+  asio::io_context loop_;
+  Agent::FakeAgent agent_;
+  Agent::FakeInstance& v4_ = agent_.add("default", AddressFamily::ipv4);
+  std::optional<Agent::ControlServer> server_;
+  std::thread thread_;
+};
+
+TEST_F(RunWithDaemon, ShowsTextOrJson) {
+  v4_.addBsr("224.0.0.0/4", "10.0.0.1");
+  start();
+  Options show = options("show", "bsr");
+  const Outcome text = run(show);
+  EXPECT_EQ(exitGood, text.code);
+  EXPECT_NE(std::string::npos, text.out.find("  BSR:        10.0.0.1\n"));
+  EXPECT_EQ("", text.err);
+  show.json = true;
+  const Outcome json = run(show);
+  EXPECT_EQ(exitGood, json.code);
+  EXPECT_EQ(103.0, Json::parse(json.out).at("zones")[0].at("bsr").at("expiration"));
+}
+
+TEST_F(RunWithDaemon, TellsByItsExitCodeWhetherAGroupHasAnRp) {
+  v4_.addMapping("224.0.0.0/4", "10.0.0.1", 0);
+  start();
+  Options hash = options("show", "rp-hash");
+  hash.group = "239.1.1.1";
+  EXPECT_EQ(exitGood, run(hash).code);
+  hash.group = "232.1.1.1";
+  const Outcome none = run(hash);
+  EXPECT_EQ(exitProblem, none.code);
+  EXPECT_NE(std::string::npos, none.out.find("No RP for group 232.1.1.1"));
+  hash.json = true;
+  EXPECT_EQ(exitProblem, run(hash).code);
+  hash.group = "239.1.1";
+  const Outcome wrong = run(hash);
+  EXPECT_EQ(exitUsage, wrong.code);
+  EXPECT_EQ("", wrong.out);
+  EXPECT_EQ("pimbsrctl: '239.1.1' is not an IPv4 address\n", wrong.err);
+}
+
+TEST_F(RunWithDaemon, ClearsInSilence) {
+  v4_.pamManager->counters()->rxHelloIs(5);
+  start();
+  const Outcome cleared = run(options("clear", "counters"));
+  EXPECT_EQ(exitGood, cleared.code);
+  EXPECT_EQ("", cleared.out);
+  EXPECT_EQ(std::string::npos, run(options("show", "counters")).out.find("5\n"));
+}
+
+TEST_F(RunWithDaemon, TellsOfAVrfThatDoesNotExist) {
+  start();
+  Options show = options("show", "bsr");
+  show.vrf = "red";
+  const Outcome outcome = run(show);
+  EXPECT_EQ(exitProblem, outcome.code);
+  EXPECT_EQ("pimbsrctl: IPv4 PIM does not run in VRF 'red'\n", outcome.err);
+}
+
+TEST_F(RunWithDaemon, FollowsChangesUntilItsTimeIsUp) {
+  v4_.addBsr("224.0.0.0/4", "10.0.0.1");
+  start();
+  Options watch = options("watch", "bsr");
+  watch.timeout = 0.2;
+  const Outcome text = run(watch);
+  EXPECT_EQ(exitGood, text.code);
+  EXPECT_EQ("", text.err);
+  EXPECT_EQ(0u, text.out.find("+ /bootstrapRouter[224.0.0.0/4]\n"));
+  watch.json = true;
+  watch.snapshot = false;
+  EXPECT_EQ("{\"live\":true}\n", run(watch).out);
+}
+
+TEST_F(RunWithDaemon, CountsADaemonThatIsTooBusyAsUnreachable) {
+  start({.peers = 0});
+  const Outcome outcome = run(options("show", "bsr"));
+  EXPECT_EQ(exitUnreachable, outcome.code);
+  EXPECT_EQ("pimbsrctl: too many connections\n", outcome.err);
+}
+
+TEST_F(RunTest, SaysThatNoDaemonListens) {
+  const Outcome absent = run(options("show", "bsr"));
+  EXPECT_EQ(exitUnreachable, absent.code);
+  EXPECT_EQ("pimbsrctl: cannot reach the daemon at " + path() + ": No such file or directory\n",
+            absent.err);
+  Options longPath = options("show", "bsr");
+  longPath.socket = std::string(200, 'x');
+  EXPECT_EQ(exitUnreachable, run(longPath).code);
+}
+
+TEST_F(RunTest, GivesUpOnADaemonThatDoesNotAnswer) {
+  asio::io_context loop;
+  Protocol::acceptor listener(loop, Protocol::endpoint(path()));
+  Options show = options("show", "bsr");
+  show.timeout = 0.1;
+  EXPECT_EQ(exitTimedOut, run(show).code);
+
+  listener.close();
+  std::filesystem::remove(path());
+  Protocol::acceptor full(loop, Protocol());
+  full.bind(Protocol::endpoint(path()));
+  full.listen(0);
+  Protocol::socket first(loop);
+  first.connect(Protocol::endpoint(path()));
+  EXPECT_EQ(exitTimedOut, run(show).code);
+}
+
+/// Accepts one connection and says `text`.
+std::thread fakeDaemon(asio::io_context& loop, const std::string& path, std::string text) {
+  auto listener = std::make_shared<Protocol::acceptor>(loop, Protocol::endpoint(path));
+  return std::thread([listener, text = std::move(text)] {
+    Protocol::socket peer = listener->accept();
+    asio::streambuf request;
+    asio::read_until(peer, request, '\n');
+    asio::write(peer, asio::buffer(text));
+  });
+}
+
+TEST_F(RunTest, SurvivesADaemonThatTalksNonsense) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", "pimbsrctl: the daemon closed the connection\n"},
+      {"{\"ok\":true", "pimbsrctl: the daemon closed the connection\n"},
+      {"nonsense\n", "pimbsrctl: the daemon's answer makes no sense\n"},
+      {"[]\n", "pimbsrctl: the daemon's answer makes no sense\n"},
+      {"{\"ok\":true,\"data\":{}}\n", "pimbsrctl: the daemon's answer makes no sense\n"},
+      {"{\"ok\":false}\n", "pimbsrctl: the daemon's answer makes no sense\n"}};
+  for (const auto& [text, complaint] : cases) {
+    asio::io_context loop;
+    std::thread daemon = fakeDaemon(loop, path(), text);
+    const Outcome outcome = run(options("show", "bsr"));
+    daemon.join();
+    std::filesystem::remove(path());
+    EXPECT_EQ(exitUnreachable, outcome.code) << text;
+    EXPECT_EQ(complaint, outcome.err) << text;
+    EXPECT_EQ("", outcome.out) << text;
+  }
+}
+
+}  // namespace
+}  // namespace Routing::Ctl

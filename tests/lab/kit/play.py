@@ -1,0 +1,57 @@
+"""What every play does: builds a line of routers, waits for what must be seen, cleans up."""
+
+import os
+import time
+import unittest
+
+from kit.decoder import Capture
+from kit.line import Line
+from kit.router import FAMILIES
+
+# Two triggered Hellos of up to 5 s (RFC 7761 section 4.3.1) and some air.
+ADJACENCY_SECONDS = 12
+SANITIZED = os.environ.get("PIMBSR_SANITIZED") == "1"
+
+
+class Play(unittest.TestCase):
+    def build_line(self, count, *options, **mtus):
+        line = Line(count, *options, **mtus)
+        self.addCleanup(line.close)
+        return line
+
+    def started_line(self, count, *options, families=FAMILIES, **mtus):
+        """A line whose routers run, know each other and know the host."""
+        line = self.build_line(count, *options, **mtus)
+        line.start()
+        self.await_neighbors(line, families)
+        return line
+
+    def await_neighbors(self, line, families=FAMILIES):
+        for family in families:
+            self.eventually(ADJACENCY_SECONDS, lambda: line.neighbors_known(family),
+                            "neighbours do not know each other")
+            line.greet(family)
+            self.eventually(2, lambda: family.host in line.routers[0].neighbors(family),
+                            "r1 does not know the host")
+
+    def capture(self, node, interface):
+        capture = Capture(node, interface)
+        self.addCleanup(capture.close)
+        return capture
+
+    def eventually(self, seconds, condition, complaint):
+        """Asks until the condition holds; returns how long it took. Fails after `seconds`."""
+        started = time.monotonic()
+        while not condition():
+            if time.monotonic() - started > seconds:
+                self.fail(f"{complaint}, {seconds:.1f} s long")
+            time.sleep(0.02)
+        return time.monotonic() - started
+
+    def await_rps(self, family, routers, rps, seconds):
+        """All these routers show exactly these mappings within so many seconds altogether."""
+        for router in routers:
+            try:
+                seconds -= self.eventually(seconds, lambda: router.rps(family) == rps, "")
+            except AssertionError:
+                self.fail(f"{router.node.name} shows {router.rps(family)}, not {rps}")
