@@ -1,7 +1,5 @@
 #include "agent/config/ConfigTree.h"
 
-#include <optional>
-
 #include "agent/config/ConfigTreeBuilder.h"
 
 namespace Routing::Agent {
@@ -32,7 +30,7 @@ ConfigTree::ConfigTree(const Schema& schema, const YamlNode& document, Findings&
   ly_log_options(LY_LOSTORE);
   ly_err_clean(schema.context(), nullptr);
   top_.reset(ConfigTreeBuilder(schema, origins_, findings).build(document));
-  validate(schema, findings);
+  if (!hasErrors(findings)) validate(schema, findings);
 }
 
 /// libyang stops at its first complaint; without the leaf complained of it goes on to the next.
@@ -51,7 +49,10 @@ void ConfigTree::validate(const Schema& schema, Findings& findings) {
     findings.push_back({Severity::error, found.line, found.path, text});
     if (node == nullptr || lysc_is_key(node->schema) || lyd_child(node) != nullptr) return;
     origins_.erase(node);
-    if (node == top_.get()) (void)top_.release(), top_.reset(node->next);
+    if (node == top_.get()) {
+      (void)top_.release();  // the rest hangs on the next one
+      top_.reset(node->next);
+    }
     lyd_free_tree(node);
   }
 }

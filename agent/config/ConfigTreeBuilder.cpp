@@ -187,7 +187,10 @@ lyd_node* ConfigTreeBuilder::newListEntry(const Place& place, const lysc_node& s
   if (!good) return nullptr;
   lyd_node* node = nullptr;
   const char* second = keys.size() > 1 ? keys[1]->text.c_str() : nullptr;
-  lyd_new_list(place.data, schema_.module(), schema.name, 0, &node, keys[0]->text.c_str(), second);
+  if (lyd_new_list(place.data, schema_.module(), schema.name, 0, &node, keys[0]->text.c_str(),
+                   second) != LY_SUCCESS) {
+    say(keys[0]->line, path, "not valid");
+  }
   return node;
 }
 

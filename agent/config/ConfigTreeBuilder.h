@@ -1,9 +1,9 @@
 #pragma once
 
-#include <functional>
-#include <set>
+#include <map>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "agent/config/ConfigTree.h"
 

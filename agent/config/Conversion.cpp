@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
-#include <cstring>
 
 namespace Routing::Agent {
 namespace {
@@ -21,7 +19,9 @@ const lyd_node* childOf(const lyd_node* parent, std::string_view name) {
   return nodes.empty() ? nullptr : nodes.front();
 }
 
-std::string textOf(const lyd_node* leaf) { return leaf == nullptr ? "" : lyd_get_value(leaf); }
+std::string textOf(const lyd_node* leaf) {
+  return leaf == nullptr ? "" : lyd_get_value(leaf);
+}
 
 /// The number of a leaf, which the schema has found to be in range.
 template <class Number>
@@ -150,7 +150,7 @@ class Converter {
 
   InterfaceSettings interfaceSettings(const lyd_node* node, AddressFamily af) {
     InterfaceSettings settings;
-    settings.helloInterval = std::strtod(textOf(childOf(node, "hello-interval")).c_str(), nullptr);
+    settings.helloInterval = numberOf<double>(childOf(node, "hello-interval"));
     settings.drPriority = numberOf<std::uint32_t>(childOf(node, "dr-priority"));
     settings.propagationDelay = numberOf<std::uint16_t>(childOf(node, "propagation-delay"));
     settings.overrideInterval = numberOf<std::uint16_t>(childOf(node, "override-interval"));
@@ -195,8 +195,8 @@ class Converter {
     settings.priority = numberOf<std::uint8_t>(childOf(node, "priority"));
     settings.interval = numberOf<std::uint32_t>(childOf(node, "interval"));
     const lyd_node* length = childOf(node, "hash-mask-length");
-    settings.hashMaskLen = length != nullptr ? numberOf<std::uint32_t>(length)
-                                             : addressBits(af) - hashedHostBits;
+    settings.hashMaskLen =
+        length != nullptr ? numberOf<std::uint32_t>(length) : addressBits(af) - hashedHostBits;
     return settings;
   }
 

@@ -37,9 +37,9 @@ struct BorderSettings {
 
 /// PIM on an interface.
 struct InterfaceSettings {
-  double helloInterval = 30;            ///< seconds
-  std::uint16_t helloHoldtime = 105;    ///< seconds; 3.5 Hello intervals unless given
-  std::uint32_t drPriority = 1;         ///< higher wins
+  double helloInterval = 30;              ///< seconds
+  std::uint16_t helloHoldtime = 105;      ///< seconds; 3.5 Hello intervals unless given
+  std::uint32_t drPriority = 1;           ///< higher wins
   std::uint16_t propagationDelay = 500;   ///< milliseconds
   std::uint16_t overrideInterval = 2500;  ///< milliseconds
   BorderSettings border;
@@ -50,9 +50,9 @@ struct InterfaceSettings {
 
 /// What a candidate BSR claims in a zone (RFC 5059 section 5).
 struct BsrCandidateSettings {
-  std::uint8_t priority = 64;       ///< higher wins
-  std::uint32_t hashMaskLen = 30;   ///< bits; 126 in IPv6 unless given
-  std::uint32_t interval = 60;      ///< seconds
+  std::uint8_t priority = 64;      ///< higher wins
+  std::uint32_t hashMaskLen = 30;  ///< bits; 126 in IPv6 unless given
+  std::uint32_t interval = 60;     ///< seconds
 
   friend bool operator==(const BsrCandidateSettings&, const BsrCandidateSettings&) = default;
 };
@@ -90,9 +90,9 @@ struct RpCandidate {
 /// One VRF and address family. Maps are by interface name.
 struct FamilySettings {
   std::map<std::string, InterfaceSettings> interfaces;
-  std::uint32_t holdTime = 130;          ///< seconds
+  std::uint32_t holdTime = 130;           ///< seconds
   std::uint32_t scopeZoneTimeout = 1300;  ///< seconds, as given: ten hold times may be more
-  std::set<std::string> rpFilter;        ///< names of access lists
+  std::set<std::string> rpFilter;         ///< names of access lists
   std::map<std::string, BsrCandidate> bsrCandidates;
   std::map<std::string, RpCandidate> rpCandidates;
 

@@ -30,7 +30,8 @@ bool hasErrors(const Findings& findings) {
 std::string printable(std::string_view text) {
   constexpr std::size_t longest = 64;
   std::string result(text.substr(0, longest));
-  std::replace_if(result.begin(), result.end(), [](char c) { return c < 0x20 || c > 0x7e; }, '?');
+  std::replace_if(
+      result.begin(), result.end(), [](char c) { return c < 0x20 || c > 0x7e; }, '?');
   return text.size() > longest ? result + "..." : result;
 }
 

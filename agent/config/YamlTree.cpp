@@ -45,7 +45,10 @@ class TreeBuilder final : public YAML::EventHandler {
 
   void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override {
     if (keyIsNext()) throw badKey(mark);
-    add(newNode(YamlNode::Kind::null, mark), anchor);
+    auto node = newNode(YamlNode::Kind::null, mark);
+    // The parser is at the next line already.
+    if (!stack_.empty() && stack_.back().key) node->line = stack_.back().key->line;
+    add(std::move(node), anchor);
   }
 
   void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
@@ -95,7 +98,7 @@ class TreeBuilder final : public YAML::EventHandler {
   };
 
   static YamlError badKey(const YAML::Mark& mark) {
-    return {lineOf(mark), "a key must be plain text"};
+    return {lineOf(mark), "a key must be plain text (or a bracket is not closed)"};
   }
   static void refuseTag(const YAML::Mark& mark, const std::string& tag) {
     const bool ordinary = tag.empty() || tag == "?" || tag == "!";

@@ -16,11 +16,6 @@ constexpr std::uint32_t maxRpsOfGroup = 255;  // the count fields have 8 bits
 constexpr std::uint32_t mtuUnknownV4 = 1500;
 constexpr std::uint32_t mtuUnknownV6 = 1280;
 
-// RPs that a whole entry makes room for: as announced, or as carried if that is more.
-std::uint32_t rpsToFit(const BootstrapGroupData& group) {
-  return std::max<std::uint32_t>(group.rpCount(), group.rpList().size());
-}
-
 }  // namespace
 
 BsmSender::BsmSender(std::shared_ptr<const Status> bsrStatus,
@@ -41,7 +36,8 @@ void BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSe
                                const IpGenPrefix& groupPrefix, std::uint8_t flags, double now) {
   BootstrapGroupData group(groupPrefix, flags);
   if (rpSet == nullptr) {
-    BSR_TRACE(8, "No zone or CRP set", " for ", groupPrefix);
+    const bool zoneEntry = GroupFlags(flags).zone();
+    BSR_TRACE(8, zoneEntry ? "Adding Zone " : "No zone or CRP set for ", groupPrefix);
     bsm.groupRpDataAppend(std::move(group));
     return;
   }
@@ -88,9 +84,14 @@ void BsmSender::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<Bootst
   Pass pass;
   for (const IntfId& intf : interfaces) {
     if (!eligible(zone, intf)) continue;
+    const std::uint32_t mtu = mtuOf(intf);
     sentOn_(intf);
+    if (length > mtu) {
+      fragmentAndSendBsm(zone, mtu, length, intf, bsm, pass);
+      continue;
+    }
+    write(intf, bsm);
     BSR_TRACE(1, " Forwarding BSM to oif=", intf, " for zone ", zone);
-    sendOn(zone, intf, length, bsm, pass);
   }
 }
 
@@ -105,10 +106,15 @@ void BsmSender::doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const 
   if (isBorder(*bsrStatus_, zone, oif)) return;
   bsm->forwardIs(forward);
   const std::uint32_t length = doComputeBsmLength(*bsm);
+  const std::uint32_t mtu = mtuOf(oif);
   BSR_TRACE(1, "Sending BSM along oif=", oif, " for zone ", zone, " with forward bit set to ",
             forward ? "True" : "False");
   Pass pass;
-  sendOn(zone, oif, length, bsm, pass);
+  if (length > mtu) {
+    fragmentAndSendBsm(zone, mtu, length, oif, bsm, pass);
+  } else {
+    write(oif, bsm);
+  }
 }
 
 std::uint32_t BsmSender::mtuOf(const IntfId& intf) const {
@@ -117,16 +123,6 @@ std::uint32_t BsmSender::mtuOf(const IntfId& intf) const {
   BSR_TRACE(8, "MTU of interface ", intf, " is ", mtu);
   if (mtu != 0) return mtu;
   return bsrStatus_->af() == AddressFamily::ipv6 ? mtuUnknownV6 : mtuUnknownV4;
-}
-
-void BsmSender::sendOn(const IpGenPrefix& zone, const IntfId& oif, std::uint32_t length,
-                       const std::shared_ptr<BootstrapMessage>& bsm, Pass& pass) {
-  const std::uint32_t mtu = mtuOf(oif);
-  if (length > mtu) {
-    fragmentAndSendBsm(zone, mtu, length, oif, bsm, pass);
-  } else {
-    write(oif, bsm);
-  }
 }
 
 void BsmSender::fragmentAndSendBsm(const IpGenPrefix& zone, std::uint32_t mtu,
@@ -142,8 +138,8 @@ void BsmSender::fragmentAndSendBsm(const IpGenPrefix& zone, std::uint32_t mtu,
     return;
   }
   for (const PimBsrTxFragment& fragment : it->second.fragment) {
-    BSR_TRACE(1, " Forwarding BSM fragment to oif=", oif, " for zone ", zone);
     write(oif, fragment.bsm);
+    BSR_TRACE(1, " Forwarding BSM fragment to oif=", oif, " for zone ", zone);
   }
 }
 
@@ -155,11 +151,13 @@ void BsmSender::write(const IntfId& oif, const std::shared_ptr<BootstrapMessage>
 
 // --- fragmenting ------------------------------------------------------------------------------
 
-/// Where group entries are placed.
+/// Where group entries are placed. Fragments are made as they are needed: whole entries get by with
+/// the estimated number, split ones take as many as it needs.
 struct BsmSender::Placement {
   const IpGenPrefix& zone;
   std::uint8_t zoneRpCount;
   std::uint32_t mtu;
+  std::uint32_t numFragments;
   const BootstrapMessage& source;
   PimBsrTxFragments fragments;
 };
@@ -190,9 +188,7 @@ PimBsrTxFragments BsmSender::fragmentBsm(const IpGenPrefix& zone, std::uint32_t 
   if (groups.empty() || mtu < head + minSplitSpace) return {};
   const std::uint32_t numFragments = estimate(zone, mtu, totalBsmLength);
   BSR_TRACE(1, numFragments, " fragments to be generated");
-  Placement at{zone, groups.front().rpCount(), mtu, bsm, {}};
-  for (std::uint32_t i = 0; i < numFragments; ++i)
-    at.fragments.fragment.push_back(newFragment(bsm));
+  Placement at{zone, groups.front().rpCount(), mtu, numFragments, bsm, {}};
 
   std::vector<const BootstrapGroupData*> splitGroupRpData;
   for (const BootstrapGroupData& group : groups) {
@@ -210,10 +206,6 @@ PimBsrTxFragments BsmSender::fragmentBsm(const IpGenPrefix& zone, std::uint32_t 
                         "!doAddGroupData( zone, zoneRpCount, fragments, mtu, "
                         "splitGroupRpData( i ), true, vrfName() )");
   }
-  // The estimate may exceed what was carried; an empty fragment would speak for another zone.
-  std::erase_if(at.fragments.fragment, [](const PimBsrTxFragment& fragment) {
-    return fragment.bsm->groupRpData().empty();
-  });
   return std::move(at.fragments);
 }
 
@@ -221,9 +213,11 @@ int BsmSender::doAddGroupData(Placement& at, const BootstrapGroupData& group, bo
   return split ? placeSplit(at, group) : placeWhole(at, group);
 }
 
+// A fragment whose first range did not name the zone would speak for all groups.
 bool BsmSender::needsZoneEntry(const Placement& at, const PimBsrTxFragment& fragment,
                                const BootstrapGroupData& group) const {
-  return scoped(at.zone) && fragment.length == fixedLength && group.prefix() != at.zone;
+  const bool namesZone = group.prefix() == at.zone && group.zone();
+  return scoped(at.zone) && fragment.length == fixedLength && !namesZone;
 }
 
 void BsmSender::addZoneEntry(const Placement& at, std::size_t index) {
@@ -234,20 +228,28 @@ void BsmSender::addZoneEntry(const Placement& at, std::size_t index) {
   BSR_TRACE(1, "Adding zone ", at.zone, " information to fragment ", index);
 }
 
+// An entry that came in a fragment counts with the RPs that it carries, not with those it
+// announces.
 int BsmSender::placeWhole(Placement& at, const BootstrapGroupData& group) {
-  const std::uint32_t entryLength = groupLength + rpLength * rpsToFit(group);
-  for (std::size_t i = 0; i < at.fragments.fragment.size(); ++i) {
-    PimBsrTxFragment& fragment = at.fragments.fragment[i];
-    const bool zoneEntry = needsZoneEntry(at, fragment, group);
-    const std::uint32_t need = fragment.length + entryLength + (zoneEntry ? groupLength : 0);
-    if (need > at.mtu) continue;
-    if (zoneEntry) addZoneEntry(at, i);
-    fragment.bsm->groupRpDataAppend(group);
-    fragment.length = need;
-    BSR_TRACE(1, "Fragment ", i, " to house prefix ", group.prefix(), " with ",
-              group.rpList().size(), " RPs");
-    BSR_TRACE(1, "Length of fragment ", i, " is ", fragment.length);
-    return 0;
+  const auto carried = static_cast<std::uint32_t>(group.rpList().size());
+  auto& fragments = at.fragments.fragment;
+  for (std::size_t i = 0; i < at.numFragments; ++i) {
+    const bool fresh = i == fragments.size();
+    if (fresh) fragments.push_back(newFragment(at.source));
+    const bool zoneEntry = needsZoneEntry(at, fragments[i], group);
+    const std::uint32_t need =
+        fragments[i].length + (zoneEntry ? groupLength : 0) + groupLength + rpLength * carried;
+    if (need <= at.mtu) {
+      if (zoneEntry) addZoneEntry(at, i);
+      fragments[i].bsm->groupRpDataAppend(group);
+      fragments[i].length = need;
+      BSR_TRACE(1, "Fragment ", i, " to house prefix ", group.prefix(), " with ", carried, " RPs");
+      BSR_TRACE(1, "Length of fragment ", i, " is ", need);
+      return 0;
+    }
+    if (!fresh) continue;
+    fragments.pop_back();  // fits into none
+    break;
   }
   return -1;
 }

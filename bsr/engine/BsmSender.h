@@ -59,8 +59,6 @@ class ROUTING_API BsmSender {
   /// Fragments are made once for each distinct MTU of a pass.
   using Pass = std::map<std::uint32_t, PimBsrTxFragments>;
 
-  void sendOn(const IpGenPrefix& zone, const IntfId& oif, std::uint32_t length,
-              const std::shared_ptr<BootstrapMessage>& bsm, Pass& pass);
   void fragmentAndSendBsm(const IpGenPrefix& zone, std::uint32_t mtu, std::uint32_t totalBsmLength,
                           const IntfId& oif, const std::shared_ptr<BootstrapMessage>& bsm,
                           Pass& pass);

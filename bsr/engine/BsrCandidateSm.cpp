@@ -36,59 +36,36 @@ BsrCandidateSm::BsrCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> 
 }
 
 // --- the table --------------------------------------------------------------------------------
+//
+// One function for each event, one arm for each state. The order inside an arm matters.
 
-void BsrCandidateSm::handleBsm() {
-  if (!initialized_ || !bsm_) return;
-  BSR_TRACE(8, "BSM Priority is ", int{bsm_->bsrPriority()}, " and my priority is ",
-            candidate_->priority());
-  const PimBsrWeight announced(bsm_->bsrPriority(), bsm_->bsrAddress());
-  const bool worse = announced < (state_ == State::cBsr ? weight(storedBsr_) : weight(ownBsr_));
-  worse ? handleNonPreferredBsm() : handlePreferredBsm();
-}
+#define BSR_STATE(next) (stateIs(next), BSR_TRACE(1, ", state=", state_, ", zone=", zone_))
 
 void BsrCandidateSm::handlePreferredBsm() {
-  if (bsm_->bsrAddress() == candidate_->address()) {
-    BSR_TRACE(3, "BSM names ourselves, ", candidate_->address(), ", as BSR for zone ", zone_);
-  }
-  stateIs(State::cBsr);
-  BSR_TRACE(1, ", state=", state_, ", zone=", zone_);
+  BSR_STATE(State::cBsr);
   candidate_->electedIs(false);  // ends our record and RP set before the new BSR's are made
-  const auto& record = bsrStatus_->bootstrapRouter(zone_);
-  if (record && record->ipAddr() != bsm_->bsrAddress()) {
-    clearRpSet(" since we have a new BSR. Old BSR was " + record->ipAddr().text());
-  }
-  storedBsr_ = {bsm_->bsrAddress(), bsm_->bsrPriority(), bsm_->hashMaskLen()};
-  doUpdateElectedBsr();
+  recordIs(*bsm_);
   forwardOrTrace();
   storeRpSet();
-  lastBsm_.messageIs(bsm_, now());
-  saveFragments();
-  if (state_ != State::cBsr) return;  // changed by what forwarding set off
-  bsTimer_.expiryInIs(bsTimeout_);
-  recordExpiryIs(bsTimer_.expiry());
-  BSR_TRACE(5, " Next Expiry Timer expires in about ", bsTimeout_, " secs from now");
+  lastBsmIs();
+  awaitNextBsm();
 }
 
 void BsrCandidateSm::handleNonPreferredBsm() {
   switch (state_) {
     case State::cBsr:
-      stateIs(State::pBsr);
-      BSR_TRACE(1, ", state=", state_, ", zone=", zone_);
+      BSR_STATE(State::pBsr);
       forwardOrTrace();
-      if (bsm_->bsrAddress() == storedBsr_.ipAddr) {
-        storedBsr_.priority = bsm_->bsrPriority();
-        storedBsr_.hashMaskLen = bsm_->hashMaskLen();
-        doUpdateElectedBsr();
-      }
+      lowerStoredBsr();  // the back-off is reckoned from what is left of it
       backOffIs();
       break;
     case State::pBsr:
-      BSR_TRACE(1, ", state=", state_, ", zone=", zone_);
+      BSR_STATE(State::pBsr);
       forwardOrTrace();
       lastBsm_.messageIs(bsm_, now());
       break;
     case State::eBsr:
-      BSR_TRACE(1, ", state=", state_, ", zone=", zone_);
+      BSR_STATE(State::eBsr);
       originate();
       BSR_TRACE(5, "Next Expiry Time is ", bsPeriod_, " seconds");
       break;
@@ -102,14 +79,12 @@ void BsrCandidateSm::handleBsrTimerExpiry() {
   if (!initialized_) return;
   switch (state_) {
     case State::cBsr:
-      stateIs(State::pBsr);
-      BSR_TRACE(1, ", state=", state_, ", zone=", zone_);
+      BSR_STATE(State::pBsr);
       backOffIs();
       break;
     case State::pBsr:
     case State::eBsr:
-      stateIs(State::eBsr);
-      BSR_TRACE(1, ", state=", state_, ", zone=", zone_);
+      BSR_STATE(State::eBsr);
       storedBsr_ = ownBsr_;
       candidate_->electedIs(true);  // records us
       originate();
@@ -132,15 +107,8 @@ void BsrCandidateSm::handleInitialized() {
   computeBsTimeout("BS holdtime is set to ");
   stateIs(State::pBsr);
   BSR_TRACE(1, ", state=", state_, " ,zone=", zone_);
-  storedBsr_ = ownBsr_;
-  const auto& record = bsrStatus_->bootstrapRouter(zone_);
-  if (record && namesBsr(*record)) {
-    const auto priority = static_cast<std::uint8_t>(record->priority());
-    if (weight(ownBsr_) < PimBsrWeight(priority, record->ipAddr())) {
-      storedBsr_ = {record->ipAddr(), priority, record->hashMaskLen()};
-    }
-  }
-  initialized_ = true;
+  storedBsr_ = betterOfRecordAndOwn();
+  initialized_ = true;  // from here on messages are sent
   if (!candidate_->elected()) {
     const std::uint32_t delay = bs_rand_override();
     bsTimer_.expiryInIs(delay);
@@ -154,7 +122,62 @@ void BsrCandidateSm::handleInitialized() {
   originate();
 }
 
+#undef BSR_STATE
+
 // --- what the table's arms do -----------------------------------------------------------------
+
+void BsrCandidateSm::bsmIs(const std::shared_ptr<BootstrapMessage>& bsm) {
+  bsm_ = bsm;
+  handleBsm();
+}
+
+void BsrCandidateSm::handleBsm() {
+  if (!initialized_ || !bsm_) return;
+  BSR_TRACE(8, "BSM Priority is ", int{bsm_->bsrPriority()}, " and my priority is ",
+            candidate_->priority());
+  if (bsm_->bsrAddress() == ownBsr_.ipAddr) {
+    BSR_TRACE(3, "BSM names ourselves, ", ownBsr_.ipAddr, ", as BSR for zone ", zone_);
+    if (state_ == State::eBsr) return;  // an echo of our own message: nobody else has won
+  }
+  const PimBsrWeight announced(bsm_->bsrPriority(), bsm_->bsrAddress());
+  const StoredBsr& believed = state_ == State::cBsr ? storedBsr_ : ownBsr_;
+  announced < weight(believed) ? handleNonPreferredBsm() : handlePreferredBsm();
+}
+
+// The BSR that the record names if it is better than we are, else ourselves.
+BsrCandidateSm::StoredBsr BsrCandidateSm::betterOfRecordAndOwn() const {
+  const auto& record = bsrStatus_->bootstrapRouter(zone_);
+  if (!record || !namesBsr(*record)) return ownBsr_;
+  const StoredBsr recorded{record->ipAddr(), static_cast<std::uint8_t>(record->priority()),
+                           record->hashMaskLen()};
+  return weight(ownBsr_) < weight(recorded) ? recorded : ownBsr_;
+}
+
+// The message's BSR is the one that we follow from now on.
+void BsrCandidateSm::recordIs(const BootstrapMessage& bsm) {
+  const auto record = bsrStatus_->bootstrapRouter(zone_);
+  if (record && record->ipAddr() != bsm.bsrAddress()) {
+    clearRpSet(" since we have a new BSR. Old BSR was " + record->ipAddr().text());
+  }
+  storedBsr_ = {bsm.bsrAddress(), bsm.bsrPriority(), bsm.hashMaskLen()};
+  doUpdateElectedBsr();
+}
+
+// The BSR that we followed may itself say that it is worse now.
+void BsrCandidateSm::lowerStoredBsr() {
+  if (bsm_->bsrAddress() != storedBsr_.ipAddr) return;
+  storedBsr_.priority = bsm_->bsrPriority();
+  storedBsr_.hashMaskLen = bsm_->hashMaskLen();
+  doUpdateElectedBsr();
+}
+
+// Forwarding may come back as another message: no timer is set for a state that has passed.
+void BsrCandidateSm::awaitNextBsm() {
+  if (state_ != State::cBsr) return;
+  bsTimer_.expiryInIs(bsTimeout_);
+  recordExpiryIs(bsTimer_.expiry());
+  BSR_TRACE(5, " Next Expiry Timer expires in about ", bsTimeout_, " secs from now");
+}
 
 // Sends our message and waits for the next period, if sending has not cost us the election.
 void BsrCandidateSm::originate() {
@@ -178,11 +201,6 @@ std::uint32_t BsrCandidateSm::bs_rand_override() const {
   return delay.seconds;
 }
 
-void BsrCandidateSm::bsmIs(const std::shared_ptr<BootstrapMessage>& bsm) {
-  bsm_ = bsm;
-  handleBsm();
-}
-
 void BsrCandidateSm::forwardOrTrace() {
   if (bsm_->forward()) {
     engine_.forwardBsm(zone_, bsm_);
@@ -199,7 +217,8 @@ void BsrCandidateSm::storeRpSet() {
   }
 }
 
-void BsrCandidateSm::saveFragments() {
+void BsrCandidateSm::lastBsmIs() {
+  lastBsm_.messageIs(bsm_, now());
   if (lastBsmFragments_ && lastBsmFragments_->fragTag != bsm_->fragmentTag()) {
     BSR_TRACE(8, "Removing saved fragments related to tag ", lastBsmFragments_->fragTag);
     engine_.bsmRxFragmentsDel(lastBsmFragments_);
@@ -305,12 +324,16 @@ void BsrCandidateSm::handleElected() {
 bool BsrCandidateSm::complete() const {
   return candidate_ && candidate_->priority() < priorityUnknown &&
          candidate_->hashMaskLen() < hashMaskLenUnknown &&
-         candidate_->bsPeriod() != bsPeriodUnknown && !candidate_->address().isUnset();
+         candidate_->bsPeriod() != bsPeriodUnknown && ownFamily(candidate_->address());
+}
+
+bool BsrCandidateSm::ownFamily(const IpGenAddr& address) const {
+  return address.af() == bsrStatus_->af();  // an unset address has no family
 }
 
 // A value that is taken back to "not set" leaves the last one in force.
 void BsrCandidateSm::ownBsrIs() {
-  if (!candidate_->address().isUnset()) ownBsr_.ipAddr = candidate_->address();
+  if (ownFamily(candidate_->address())) ownBsr_.ipAddr = candidate_->address();
   if (candidate_->priority() < priorityUnknown) {
     ownBsr_.priority = static_cast<std::uint8_t>(candidate_->priority());
   }

@@ -94,9 +94,14 @@ class ROUTING_API BsrCandidateSm {
   void stateIs(BsrCandidateState state);
 
   bool complete() const;
+  bool ownFamily(const IpGenAddr& address) const;
   void ownBsrIs();
   void computeBsTimeout(const char* firstPiece);
   std::uint32_t bs_rand_override() const;
+  StoredBsr betterOfRecordAndOwn() const;
+  void recordIs(const BootstrapMessage& bsm);
+  void lowerStoredBsr();
+  void awaitNextBsm();
   void backOffIs();
   void originate();
   void updateElected();
@@ -105,7 +110,7 @@ class ROUTING_API BsrCandidateSm {
   void pullForward();
   void forwardOrTrace();
   void storeRpSet();
-  void saveFragments();
+  void lastBsmIs();
   void clearRpSet(const std::string& reason);
   void doUpdateElectedBsr();
   void doDelElectedBsr();

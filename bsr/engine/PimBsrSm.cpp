@@ -204,9 +204,10 @@ void PimBsrSm::zoneGone(const IpGenPrefix& zone) {
 }
 
 bool PimBsrSm::roomForZone(const IpGenPrefix& zone) {
-  if (nonCandidateSm_.size() <= limits_->maxZones()) return true;  // the global zone is not counted
+  const std::size_t zones = nonCandidateSm_.size() - nonCandidateSm_.count(globalOrNonScopeZone_);
+  if (zones < limits_->maxZones()) return true;
   limits_->refusedZonesInc();
-  BSR_TRACE(1, "No room for zone ", zone, " besides ", nonCandidateSm_.size(), " zones");
+  BSR_TRACE(1, "No room for zone ", zone, " besides ", zones, " zones");
   zoneGone(zone);
   return false;
 }
@@ -214,7 +215,12 @@ bool PimBsrSm::roomForZone(const IpGenPrefix& zone) {
 void PimBsrSm::handleBsm() {
   BSR_TRACE(9, "");
   const std::shared_ptr<BootstrapMessage> bsm = bsmStatus_->rxBsm();
-  if (!initialized_ || !bsm) return;
+  if (!bsm) return;
+  if (!initialized_) {
+    // There is no machine that would forget the zone in time.
+    if (lastBsmStore_ != nullptr) lastBsmStore_->lastBsmDelAll();
+    return;
+  }
   if (bsm->bsrAddress().af() != bsrStatus_->af()) return;
   const IpGenPrefix zone = zoneOf(*bsm, globalOrNonScopeZone_);
   if (zone == globalOrNonScopeZone_) {

@@ -169,7 +169,7 @@ void PimBsrSm::CrpReactor::advertise(const IpGenPrefix& prefix, RpPriority prior
   const CrpOptions options(crp_->address(), priority);
   auto& machine = engine_.rpCandidateSm_[options];
   if (machine) {
-    machine->doUpdateCrpAdvSetPrefix(prefix);
+    machine->prefixIs(prefix);
     return;
   }
   BSR_TRACE(4, "Created RpcandidateSm with options ", options);

@@ -58,25 +58,28 @@ bool RpCandidateSm::advertises(const IpGenPrefix& prefix) const {
   return option && option->priority() == crpOptions_.priority();
 }
 
-void RpCandidateSm::doUpdateCrpAdvSetPrefix(const IpGenPrefix& prefix) {
+bool RpCandidateSm::doUpdateCrpAdvSetPrefix(const IpGenPrefix& prefix) {
   BSR_TRACE(9, " ( ", prefix, " )");
   const IpGenPrefix zone = advertises(prefix) ? bsrTrie_->longestMatch(prefix) : IpGenPrefix{};
   removeFromOthers(prefix, zone);
-  if (zone.isNone()) return;  // sorted in when its zone appears
+  if (zone.isNone()) return false;  // sorted in when its zone appears
   if (!crpAdvSet_.contains(zone)) BSR_TRACE(8, "Created crpAdvSet for zone ", zone);
-  if (!crpAdvSet_[zone].insert(prefix).second) return;
+  if (!crpAdvSet_[zone].insert(prefix).second) return false;
   BSR_TRACE(4, "Added prefix ", prefix, " to crpAdvSet for zone ", zone);
-  if (initialized_ && crpAdvTimer_.expiry() > timerWheel_.now() + maxBackoff) armSoon();
+  return true;
 }
 
-bool RpCandidateSm::removeFromOthers(const IpGenPrefix& prefix, const IpGenPrefix& zone) {
-  bool removed = false;
+// A new prefix does not wait for the next period; a burst that runs already carries it.
+void RpCandidateSm::prefixIs(const IpGenPrefix& prefix) {
+  if (!doUpdateCrpAdvSetPrefix(prefix)) return;
+  if (crpAdvTimer_.expiry() > timerWheel_.now() + maxBackoff) armSoon();
+}
+
+void RpCandidateSm::removeFromOthers(const IpGenPrefix& prefix, const IpGenPrefix& zone) {
   for (auto& [other, prefixes] : crpAdvSet_) {
     if (other == zone || prefixes.erase(prefix) == 0) continue;
-    removed = true;
     BSR_TRACE(4, "Deleted prefix ", prefix, " from crpAdvSet for zone ", other);
   }
-  return removed;
 }
 
 // Sorts the candidate's prefixes inside a zone anew; true if some are the zone's now or were moved.

@@ -42,8 +42,11 @@ class ROUTING_API RpCandidateSm {
   void doSendCrpAdv(bool withdraw);
   /// Sends a withdrawal of this one prefix alone, to the BSR of its zone.
   void doWithdrawPrefix(const IpGenPrefix& prefix);
-  /// Brings one prefix in step with the candidate's options and the zone trie.
-  void doUpdateCrpAdvSetPrefix(const IpGenPrefix& prefix);
+  /// Brings one prefix in step with the candidate's options and the zone trie. True if its zone has
+  /// it newly.
+  bool doUpdateCrpAdvSetPrefix(const IpGenPrefix& prefix);
+  /// The same for a prefix that was given this priority: it is advertised soon.
+  void prefixIs(const IpGenPrefix& prefix);
 
  private:
   void handleInitialized();
@@ -53,7 +56,7 @@ class ROUTING_API RpCandidateSm {
   void handleCrpAdvTimerExpiry();
   bool doUpdateCrpAdvSet(const IpGenPrefix& zone);
   bool advertises(const IpGenPrefix& prefix) const;
-  bool removeFromOthers(const IpGenPrefix& prefix, const IpGenPrefix& zone);
+  void removeFromOthers(const IpGenPrefix& prefix, const IpGenPrefix& zone);
   void sendTo(const ElectedBsrStatus& bsr, const RpCandidatePrefixSet& prefixes, bool withdraw);
   GroupFlags groupFlags(const IpGenPrefix& zone) const;
   unsigned armSoon();

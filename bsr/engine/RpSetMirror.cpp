@@ -171,6 +171,16 @@ RpSetMirror::RpSetMirror(std::shared_ptr<Status> bsrStatus,
   trieSubscription_ =
       bsrTrie_.routeReactor([this](const IpGenPrefix& zone, TrieEvent) { handleTrie(zone); });
   for (const auto& [zone, status] : bsrStatus_->crpStatus()) handleZone(zone);
+  dropOrphans();
+}
+
+// What an earlier run left in PIM's set and no zone accounts for now would never expire.
+void RpSetMirror::dropOrphans() {
+  std::vector<IpGenPrefix> orphans;
+  for (const auto& [prefix, set] : rpCandidateStatus_->crpSet()) {
+    if (!owner_.contains(prefix)) orphans.push_back(prefix);
+  }
+  for (const IpGenPrefix& prefix : orphans) rpCandidateStatus_->crpSetDel(prefix);
 }
 
 RpSetMirror::~RpSetMirror() = default;

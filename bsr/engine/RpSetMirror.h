@@ -17,7 +17,8 @@ namespace Routing::Pim::Bsr {
 /// A range in PIM's set remembers the zone that put it there. A more specific zone that gains or
 /// loses its BSR takes its ranges over or gives them back; a zone whose BSR fell silent keeps its
 /// still valid mappings until they expire. So no RP stays in PIM's view beyond its hold time, and
-/// none serves a group of another zone's scope.
+/// no range of a zone is served by what a wider zone says of it. PIM's set is taken over at
+/// construction: what no zone accounts for goes.
 class ROUTING_API RpSetMirror {
  public:
   /// Keeps `totals` up to date; it, the sets, the wheel and the trie must outlive the mirror.
@@ -34,6 +35,7 @@ class ROUTING_API RpSetMirror {
   class RpReactor;
 
   void handleZone(const IpGenPrefix& zone);
+  void dropOrphans();
   void handleTrie(const IpGenPrefix& zone);
   void settle(const IpGenPrefix& prefix);
   bool owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;

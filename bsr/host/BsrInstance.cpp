@@ -1,13 +1,16 @@
 #include "bsr/host/BsrInstance.h"
 
+#include "bsr/config/ConfigSm.h"
 #include "bsr/engine/PimBsrSm.h"
 #include "bsr/intake/BootstrapMessageSm.h"
 #include "bsr/intake/CrpMessageSm.h"
+#include "bsr/upgrade/PimBsrZeuSm.h"
 
 namespace Routing::Pim::Bsr {
 
 // Intake stands before the engine: an elected candidate that survived a restart sends its message
-// while the engine is built.
+// while the engine is built. The engine stands before configuration, so that it says goodbye for
+// what was deconfigured meanwhile.
 BsrInstance::BsrInstance(const BsrInputs& inputs)
     : inputs_(inputs),
       bsmStatus_(std::make_shared<PimBsmStatus>()),
@@ -20,7 +23,17 @@ BsrInstance::BsrInstance(const BsrInputs& inputs)
                                                 inputs.ucastRouteStatus)),
       engine_(std::make_unique<PimBsrSm>(
           inputs.status, inputs.pimStatus, bsmStatus_, crpMsgStatus_, inputs.rpCandidateStatus,
-          *inputs.timerWheel, inputs.allIntfStatusDir, inputs.limits, bsmIntake_.get())) {}
+          *inputs.timerWheel, inputs.allIntfStatusDir, inputs.limits, bsmIntake_.get())) {
+  if (inputs.config) {
+    configSm_ = std::make_unique<ConfigSm>(inputs.config, inputs.vrfIntfConfig, inputs.clearConfig,
+                                           inputs.status, inputs.pamManager->counters(),
+                                           inputs.sourceIntfSm, inputs.ipAclConfig);
+  }
+  if (inputs.zeuShutdownStatus && inputs.zeuVrfStatus) {
+    zeuSm_ = zeuSmFactory(inputs.config, inputs.status, *inputs.timerWheel,
+                          inputs.zeuShutdownStatus, inputs.zeuVrfStatus);
+  }
+}
 
 BsrInstance::~BsrInstance() = default;
 

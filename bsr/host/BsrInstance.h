@@ -2,23 +2,31 @@
 
 #include <memory>
 
+#include "bsr/types/Config.h"
 #include "bsr/types/Limits.h"
 #include "bsr/types/MessageStatus.h"
 #include "bsr/types/Status.h"
+#include "platform/acl/IpAclConfig.h"
+#include "platform/net/SourceIntfSm.h"
 #include "platform/pim/AllIntfStatusDir.h"
 #include "platform/pim/PamManager.h"
 #include "platform/pim/PimStatus.h"
 #include "platform/pim/PimUcastRouteStatus.h"
 #include "platform/time/TimerWheel.h"
+#include "platform/upgrade/ZeuStatus.h"
 
 namespace Routing::Pim::Bsr {
 
 class BootstrapMessageSm;
+class ConfigSm;
 class CrpMessageSm;
 class PimBsrSm;
+class ZeuSm;
 
-/// What a host gives the mechanism in one VRF and address family. All are required and are shared
-/// with the instance; the timer wheel must outlive it.
+/// What a host gives the mechanism in one VRF and address family, shared with the instance. All up
+/// to the timer wheel, which must outlive it, are required. With `config` come the four inputs
+/// after it, complete, and the status is then written from configuration; without it the host
+/// writes the status itself. The upgrade controller's status, both entities or none, is optional.
 struct BsrInputs {
   std::shared_ptr<Status> status;  ///< with its address family set
   std::shared_ptr<const PimStatus> pimStatus;
@@ -28,6 +36,15 @@ struct BsrInputs {
   std::shared_ptr<RpCandidateStatus> rpCandidateStatus;  ///< PIM's view, written here
   std::shared_ptr<PimBsrLimits> limits;
   TimerWheel* timerWheel = nullptr;
+
+  std::shared_ptr<const Config> config = nullptr;
+  std::shared_ptr<const VrfIntfConfig> vrfIntfConfig = nullptr;
+  std::shared_ptr<const ClearConfig> clearConfig = nullptr;
+  std::shared_ptr<const SourceIntfSm> sourceIntfSm = nullptr;
+  std::shared_ptr<const IpAclConfig> ipAclConfig = nullptr;
+
+  std::shared_ptr<const ZeuShutdownStatus> zeuShutdownStatus = nullptr;
+  std::shared_ptr<ZeuVrfStatus> zeuVrfStatus = nullptr;  ///< of this address family
 };
 
 /// The mechanism in one VRF and address family: its machines, built in the order that their
@@ -45,6 +62,9 @@ class ROUTING_API BsrInstance {
   PimBsrSm& engine() { return *engine_; }
   BootstrapMessageSm& bsmIntake() { return *bsmIntake_; }
   CrpMessageSm& crpIntake() { return *crpIntake_; }
+  /// Null without configuration, or without the upgrade controller's status.
+  ConfigSm* configSm() { return configSm_.get(); }
+  ZeuSm* zeuSm() { return zeuSm_.get(); }
 
  private:
   BsrInputs inputs_;
@@ -53,6 +73,8 @@ class ROUTING_API BsrInstance {
   std::unique_ptr<BootstrapMessageSm> bsmIntake_;
   std::unique_ptr<CrpMessageSm> crpIntake_;
   std::unique_ptr<PimBsrSm> engine_;
+  std::unique_ptr<ConfigSm> configSm_;
+  std::unique_ptr<ZeuSm> zeuSm_;
 };
 
 }  // namespace Routing::Pim::Bsr

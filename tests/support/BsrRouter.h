@@ -27,7 +27,7 @@ using Lines = std::vector<std::string>;
 
 /// An RP of a group range in a Bootstrap message.
 struct Rp {
-  const char* address;
+  std::string address;
   unsigned holdtime = 150;
   unsigned priority = 0;
 };

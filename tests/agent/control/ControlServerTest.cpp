@@ -234,7 +234,7 @@ TEST_F(ControlServerTest, DropsAPeerThatAsksNothing) {
 }
 
 TEST_F(ControlServerTest, GoesOnWhileAPeerDoesNotRead) {
-  startServer({.drain = 200ms});
+  startServer({.drain = 1s});
   addRps(3'000);
   Peer stuck(path_);
   stuck.sendLine(showRpSet);
@@ -319,12 +319,18 @@ TEST_F(ControlServerTest, TellsOnlyChangesOfTheTopicIfAskedTo) {
 
 TEST_F(ControlServerTest, TellsAndDropsAWatcherThatFallsBehind) {
   startServer({.watchBytes = 10'000});
+  addRps(100);  // the present state may be larger
   Peer peer(path_);
   peer.sendLine(watchAll);
-  ASSERT_TRUE(hears(peer, 2));
   std::uint32_t n = 0;
-  while (server_->buffered() < 5'000) v4_.status->bsTimeoutIs(++n);
-  ASSERT_TRUE(until([&] { return server_->buffered() == 0; }));  // one that keeps up is kept
+  for (int burst = 0; burst < 5; ++burst) {  // whoever keeps up is kept
+    ASSERT_TRUE(hears(peer, 100));
+    ASSERT_TRUE(until([&] { return server_->buffered() == 0; }));
+    for (int i = 0; i < 200; ++i) v4_.status->bsTimeoutIs(++n);
+    EXPECT_GT(server_->buffered(), 5'000u);
+  }
+  ASSERT_TRUE(until([&] { return server_->buffered() == 0; }));
+  ASSERT_EQ(1u, server_->peers());
   for (int i = 0; i < 100'000; ++i) v4_.status->bsTimeoutIs(++n);
   EXPECT_LT(server_->buffered(), 1'000u);
   ASSERT_TRUE(isDropped(peer));
@@ -345,12 +351,13 @@ TEST_F(ControlServerTest, DropsAWatcherThatNeverReads) {
 }
 
 TEST_F(ControlServerTest, EndsAWatchWithItsConnectionAndAtItsLimit) {
-  startServer({.watchers = 2, .idle = 50ms});
-  Peer first(path_), second(path_), third(path_);
+  startServer({.watchers = 2, .idle = 200ms, .drain = 200ms});
+  Peer first(path_), second(path_);
   for (Peer* peer : {&first, &second}) {
     peer->sendLine(watchAll);
     ASSERT_TRUE(hears(*peer, 2));
   }
+  Peer third(path_);
   third.sendLine(watchAll);
   ASSERT_TRUE(hears(third, 1));
   EXPECT_EQ("too many watches", third.lines()[0].at("error"));

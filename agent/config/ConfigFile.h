@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "agent/config/DaemonConfig.h"
+#include "agent/config/Finding.h"
+#include "agent/config/Judgement.h"
+
+namespace Routing::Agent {
+
+/// What came of reading a configuration.
+struct LoadedConfig {
+  std::optional<DaemonConfig> config;  ///< none if there are errors
+  Findings findings;                   ///< errors first, each kind by line
+};
+
+/// Reads YAML text, checks it against the schema, and judges what it says. Takes bounded time and
+/// memory whatever the text is. Raises std::runtime_error if libyang cannot be used.
+LoadedConfig readConfig(std::string_view text,
+                        const std::optional<AddressedInterfaces>& addressed = std::nullopt);
+
+/// The same for a file; one that cannot be read is an error without line and path.
+LoadedConfig loadConfig(const std::string& file,
+                        const std::optional<AddressedInterfaces>& addressed = std::nullopt);
+
+}  // namespace Routing::Agent

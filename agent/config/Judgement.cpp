@@ -1,0 +1,90 @@
+#include "agent/config/Judgement.h"
+
+#include "agent/config/Judge.h"
+
+namespace Routing::Agent {
+namespace {
+
+/// An interface is in one VRF at a time.
+void judgeInterfaces(const DaemonConfig& config, Findings& findings) {
+  std::map<std::string, VrfName> owner;
+  const auto claim = [&](const std::string& name, const VrfName& vrf, const std::string& path) {
+    const auto [found, isNew] = owner.emplace(name, vrf);
+    if (isNew || found->second == vrf) return;
+    findings.push_back({Severity::error, 0, path,
+                        "the interface is in vrf[" + found->second.text() + "] already"});
+  };
+  PermittedLists lists(config);
+  for (const auto& [vrf, families] : config.vrfs) {
+    for (const auto& [af, settings] : families) {
+      const FamilyJudge judge{settings, af, familyPath(vrf, af), lists, findings};
+      for (const auto& [name, value] : settings.interfaces) {
+        claim(name, vrf, judge.interfacePath(name));
+      }
+      for (const auto& [name, value] : settings.bsrCandidates) {
+        claim(name, vrf, judge.bsrCandidatePath(name));
+      }
+      for (const auto& [name, value] : settings.rpCandidates) {
+        claim(name, vrf, judge.rpCandidatePath(name));
+      }
+    }
+  }
+}
+
+std::set<std::string> listsOf(const FamilySettings& settings) {
+  std::set<std::string> names = settings.rpFilter;
+  const auto addKeys = [&names](const auto& map) {
+    for (const auto& [name, value] : map) names.insert(name);
+  };
+  for (const auto& [name, interface] : settings.interfaces) {
+    names.insert(interface.border.accessLists.begin(), interface.border.accessLists.end());
+  }
+  for (const auto& [name, candidate] : settings.bsrCandidates) addKeys(candidate.accessLists);
+  for (const auto& [name, candidate] : settings.rpCandidates) addKeys(candidate.accessLists);
+  return names;
+}
+
+void judgeUnusedLists(const DaemonConfig& config, Findings& findings) {
+  std::set<std::pair<AddressFamily, std::string>> used;
+  for (const auto& [vrf, families] : config.vrfs) {
+    for (const auto& [af, settings] : families) {
+      for (const std::string& name : listsOf(settings)) used.emplace(af, name);
+    }
+  }
+  for (const auto& [key, list] : config.accessLists) {
+    if (used.contains(key)) continue;
+    findings.push_back({Severity::information, 0, accessListPath(key), "nothing uses the list"});
+  }
+}
+
+void judgePresence(const DaemonConfig& config, Findings& findings) {
+  for (const auto& [vrf, families] : config.vrfs) {
+    for (const auto& [af, settings] : families) {
+      if (!settings.interfaces.empty()) return;
+    }
+  }
+  findings.push_back({Severity::warning, 0, "vrf", "PIM runs on no interface"});
+}
+
+}  // namespace
+
+Findings judge(const DaemonConfig& config, const std::optional<AddressedInterfaces>& addressed) {
+  Findings findings;
+  PermittedLists lists(config);
+  judgePresence(config, findings);
+  judgeAccessLists(config, findings);
+  judgeUnusedLists(config, findings);
+  judgeInterfaces(config, findings);
+  for (const auto& [vrf, families] : config.vrfs) {
+    for (const auto& [af, settings] : families) {
+      FamilyJudge judge{settings, af, familyPath(vrf, af), lists, findings};
+      judgeReferences(judge);
+      judgeZones(judge);
+      judgeTimers(judge);
+      judgeCandidates(judge, addressed);
+    }
+  }
+  return findings;
+}
+
+}  // namespace Routing::Agent

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "agent/config/DaemonConfig.h"
+#include "agent/config/Finding.h"
+
+namespace Routing::Agent {
+
+/// The interfaces that have an address of a family.
+using AddressedInterfaces = std::set<std::pair<std::string, AddressFamily>>;
+
+/// Whether the parts of a configuration fit together, which no schema can say. Findings have paths
+/// and no lines. A configuration with errors must not reach the library: some of them fail
+/// assertions there, such as a zone that two interfaces claim.
+///
+/// Only who knows the interfaces of the router can say which of them have addresses.
+Findings judge(const DaemonConfig& config,
+               const std::optional<AddressedInterfaces>& addressed = std::nullopt);
+
+/// The longest time in seconds from the last message of an elected BSR to the first of its
+/// successor, if this router's zone with the lowest priority is the one to take over: the hold time
+/// and the largest back-off that RFC 5059 section 5 allows for. None without a candidate BSR.
+std::optional<double> worstFailover(const FamilySettings& settings, AddressFamily af);
+
+}  // namespace Routing::Agent

@@ -1,0 +1,100 @@
+#include "bsr/config/BsrConfigAclSm.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "bsr/config/ConfigTrace.h"
+#include "platform/entity/Assertion.h"
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+using Prefixes = std::set<IpGenPrefix>;
+
+Prefixes only(const Prefixes& in, const Prefixes& notIn) {
+  Prefixes result;
+  std::set_difference(in.begin(), in.end(), notIn.begin(), notIn.end(),
+                      std::inserter(result, result.end()));
+  return result;
+}
+
+/// Takes a copy of the interfaces: what a user does may change who uses the list.
+template <class Find>
+void forward(std::set<IntfId> intfs, const std::string& acl, const IpGenPrefix& prefix, bool added,
+             Find find) {
+  for (const IntfId& intf : intfs) {
+    AclPrefixUser* intfSm = find(intf);
+    ROUTING_ASSERT(intfSm != nullptr);
+    added ? intfSm->doAclPrefixActivate(acl, prefix) : intfSm->doAclPrefixDeactivate(acl, prefix);
+  }
+}
+
+}  // namespace
+
+BsrConfigAclSm::BsrConfigAclSm(const VrfName& vrf, AddressFamily af,
+                               std::shared_ptr<BsrConfigAcl> acl,
+                               std::shared_ptr<const AclConfig> aclConfig, AclUsers& users)
+    : vrf_(vrf), af_(af), acl_(std::move(acl)), aclConfig_(std::move(aclConfig)), users_(users) {
+  reactors_.push_back(
+      acl_->grpPrefixReactor([this](const IpGenPrefix& prefix) { handlePrefix(prefix); }));
+  reactors_.push_back(
+      acl_->prefixReactor([this](const IpGenPrefix& prefix) { handleUniPrefix(prefix); }));
+  reactors_.push_back(aclConfig_->ruleReactor([this](std::uint32_t) { handleRule(); }));
+  reactors_.push_back(aclConfig_->typeReactor([this] { handleCfg(); }));
+  reactors_.push_back(aclConfig_->editingReactor([this] { handleCfg(); }));
+  handleInitialize();
+}
+
+void BsrConfigAclSm::handleInitialize() {
+  CONFIG_TRACE(9, "");
+  prefixesAre(AclToPrefix::of(af_, *aclConfig_));
+}
+
+void BsrConfigAclSm::handleRule() {
+  CONFIG_TRACE(9, "");
+  if (!aclConfig_->editing()) prefixesAre(AclToPrefix::of(af_, *aclConfig_));
+}
+
+void BsrConfigAclSm::handleCfg() {
+  CONFIG_TRACE(9, "");
+  if (!aclConfig_->editing()) prefixesAre(AclToPrefix::of(af_, *aclConfig_));
+}
+
+// What comes is written before what goes, so that nobody is left without prefixes between the two.
+void BsrConfigAclSm::prefixesAre(const AclPrefixes& now) {
+  const Prefixes newGroups = only(now.group, acl_->grpPrefix());
+  for (const IntfId& intf : acl_->cbsrIntf()) users_.cbsrZonesCheck(intf, newGroups);
+  for (const IpGenPrefix& prefix : newGroups) acl_->grpPrefixIs(prefix, true);
+  for (const IpGenPrefix& prefix : only(now.unicast, acl_->prefix())) acl_->prefixIs(prefix, true);
+  for (const IpGenPrefix& prefix : only(acl_->grpPrefix(), now.group)) acl_->grpPrefixDel(prefix);
+  for (const IpGenPrefix& prefix : only(acl_->prefix(), now.unicast)) acl_->prefixDel(prefix);
+}
+
+void BsrConfigAclSm::handlePrefix(const IpGenPrefix& prefix) {
+  const bool added = acl_->grpPrefix(prefix);
+  CONFIG_TRACE(
+      8, added ? "Group added to BsrConfigAcl Map " : "Group deleted from the BsrConfigAcl Map ",
+      prefix);
+  const std::string& name = acl_->aclName();
+  forward(acl_->borderIntf(), name, prefix, added,
+          [this](const IntfId& intf) { return users_.borderUser(intf); });
+  forward(acl_->cbsrIntf(), name, prefix, added,
+          [this](const IntfId& intf) { return users_.cbsrUser(intf); });
+  forward(acl_->crpIntf(), name, prefix, added,
+          [this](const IntfId& intf) { return users_.crpUser(intf); });
+}
+
+void BsrConfigAclSm::handleUniPrefix(const IpGenPrefix& prefix) {
+  const bool added = acl_->prefix(prefix);
+  CONFIG_TRACE(8,
+               added ? "Unicast prefix added to BsrConfigAcl Map "
+                     : "Unicast prefix deleted from the BsrConfigAcl Map ",
+               prefix);
+  if (!acl_->usedByCrpAdvAclFilter()) return;
+  AclPrefixUser& filter = users_.filterUser();
+  added ? filter.doAclPrefixActivate(acl_->aclName(), prefix)
+        : filter.doAclPrefixDeactivate(acl_->aclName(), prefix);
+}
+
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,247 @@
+#include "bsr/config/ConfigSm.h"
+
+#include <utility>
+
+#include "bsr/config/BorderConfigSm.h"
+#include "bsr/config/BsrCandidateConfigSm.h"
+#include "bsr/config/BsrConfigAcls.h"
+#include "bsr/config/ConfigReconciliation.h"
+#include "bsr/config/ConfigTrace.h"
+#include "bsr/config/CrpFilterConfig.h"
+#include "bsr/config/RpCandidateConfigSm.h"
+#include "platform/entity/Assertion.h"
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+/// The keys of two maps: of what is there and of what is to be there.
+template <class A, class B>
+std::set<typename A::key_type> keysOf(const A& a, const B& b) {
+  std::set<typename A::key_type> keys;
+  for (const auto& entry : a) keys.insert(entry.first);
+  for (const auto& entry : b) keys.insert(entry.first);
+  return keys;
+}
+
+/// Gives the reactor under a key its configuration, makes it first if there is none, and ends it
+/// where there is no configuration.
+template <class Sms, class ConfigEntity, class Make>
+void reactorIs(Sms& sms, const typename Sms::key_type& key,
+               const std::shared_ptr<ConfigEntity>& config, Make make) {
+  const auto it = sms.find(key);
+  if (config) {
+    auto& sm = sms[key];
+    if (!sm) sm = make();
+    sm->configIs(config);
+  } else if (it != sms.end()) {
+    it->second->handleDel();
+    sms.erase(it);
+  }
+}
+
+template <class Sms>
+AclPrefixUser* find(const Sms& sms, const typename Sms::key_type& key) {
+  const auto it = sms.find(key);
+  return it == sms.end() ? nullptr : it->second.get();
+}
+
+}  // namespace
+
+ConfigSm::ConfigSm(std::shared_ptr<const Config> config,
+                   std::shared_ptr<const VrfIntfConfig> vrfIntfConfig,
+                   std::shared_ptr<const ClearConfig> clearConfig, std::shared_ptr<Status> status,
+                   std::shared_ptr<PimMessageCounters> pimCounters,
+                   std::shared_ptr<const SourceIntfSm> sourceIntfSm,
+                   std::shared_ptr<const IpAclConfig> ipAclConfig)
+    : config_(std::move(config)),
+      vrfIntfConfig_(std::move(vrfIntfConfig)),
+      clearConfig_(std::move(clearConfig)),
+      pimCounters_(std::move(pimCounters)),
+      ipAclConfig_(std::move(ipAclConfig)),
+      context_{std::move(status), std::move(sourceIntfSm), std::make_shared<ConfigState>()},
+      rpCandidates_(context_.status) {
+  handleInitialized();
+}
+
+ConfigSm::~ConfigSm() = default;
+
+void ConfigSm::checkInputs() {
+  ROUTING_ASSERT(config());
+  ROUTING_ASSERT(vrfIntfConfig());
+  ROUTING_ASSERT(clearConfig());
+  ROUTING_ASSERT(status());
+  ROUTING_ASSERT(sourceIntfSm());
+  ROUTING_ASSERT(ipAclConfig());
+  const AddressFamily af = status()->af();
+  ROUTING_ASSERT_TEXT(af == AddressFamily::ipv4 || af == AddressFamily::ipv6,
+                      "0 && \"Unknown Address Family not supported\"");
+}
+
+void ConfigSm::handleInitialized() {
+  if (initialized_) return;
+  checkInputs();
+  CONFIG_TRACE(9, "");
+  zeroPfx_ = IpGenPrefix::zero(status()->af());
+  globalOrNonScopedZone_ = IpGenPrefix::multicast(status()->af());
+  acls_ = std::make_unique<BsrConfigAcls>(context_, ipAclConfig_, static_cast<AclUsers&>(*this));
+  context_.acls = acls_.get();
+  filter_ = std::make_unique<CrpFilterConfig>(context_);
+  handleBsrHoldTime();
+  handleSzTimeout();
+  if (ConfigReconciliation::isRestart(*status())) {
+    ConfigReconciliation reconciliation(context_, *config_, *vrfIntfConfig_);
+    reconciliation.doBuildBsrConfigAcl();
+    reconciliation.doRemoveExtraStatusEntries();
+  }
+  filter_->configIs(config_);
+  initialized_ = true;
+  const auto names = keysOf(vrfIntfConfig_->intfConfig(), borderConfigSm_);
+  for (const std::string& name : names) handleIntfConfig(name);
+  applyCandidates();
+  acls_->releaseUnused();
+  watchConfig();
+  watchOthers();
+}
+
+void ConfigSm::watchConfig() {
+  configReactors_.clear();
+  configReactors_.push_back(config_->holdTimeReactor([this] { handleBsrHoldTime(); }));
+  configReactors_.push_back(config_->szTimeoutReactor([this] { handleSzTimeout(); }));
+  configReactors_.push_back(config_->bsrCandidateConfigReactor(
+      [this](const IntfId& intf) { handleBsrCandidateConfig(intf); }));
+  configReactors_.push_back(config_->rpCandidateConfigReactor(
+      [this](const IntfId& intf) { handleRpCandidateConfig(intf); }));
+}
+
+void ConfigSm::watchOthers() {
+  clearReactor_ = clearConfig_->countersCountReactor([this] { handleClearCounters(); });
+  otherReactors_.push_back(vrfIntfConfig_->intfConfigReactor(
+      [this](const std::string& name) { handleIntfConfig(name); }));
+  otherReactors_.push_back(
+      sourceIntfSm()->addressReactor([this](const IntfId& intf) { handleIpAddress(intf); }));
+  otherReactors_.push_back(
+      sourceIntfSm()->initialDumpDoneReactor([this] { handleInitialDumpDone(); }));
+}
+
+void ConfigSm::configIs(std::shared_ptr<const Config> config) {
+  if (config == config_) return;
+  config_ = std::move(config);
+  handleBsrHoldTime();
+  handleSzTimeout();
+  filter_->configIs(config_);
+  applyCandidates();
+  watchConfig();
+}
+
+void ConfigSm::clearConfigIs(std::shared_ptr<const ClearConfig> clearConfig) {
+  if (clearConfig == clearConfig_) return;
+  clearConfig_ = std::move(clearConfig);
+  clearReactor_ = clearConfig_->countersCountReactor([this] { handleClearCounters(); });
+  handleClearCounters();
+}
+
+// Interfaces that are no candidates any more give way first.
+void ConfigSm::applyCandidates() {
+  rpCandidates_.hold();
+  const auto bsrIntfs = keysOf(bsrCandidateConfigSm_, config_->bsrCandidateConfig());
+  for (const bool present : {false, true}) {
+    for (const IntfId& intf : bsrIntfs) {
+      if ((config_->bsrCandidateConfig(intf) != nullptr) == present) handleBsrCandidateConfig(intf);
+    }
+  }
+  const auto rpIntfs = keysOf(rpCandidateConfigSm_, config_->rpCandidateConfig());
+  for (const IntfId& intf : rpIntfs) handleRpCandidateConfig(intf);
+  rpCandidates_.release();
+}
+
+void ConfigSm::handleBsrHoldTime() {
+  CONFIG_TRACE(9, "");
+  status()->bsTimeoutIs(config_->holdTime());
+  CONFIG_TRACE(4, "BSR Hold Time is ", config_->holdTime());
+}
+
+// A zone must outlast ten lifetimes of its BSR (RFC 5059 section 5). The product wraps at 32 bits.
+void ConfigSm::handleSzTimeout() {
+  CONFIG_TRACE(9, "");
+  const std::uint32_t least = 10 * config_->holdTime();
+  const std::uint32_t wanted = config_->szTimeout();
+  if (least <= wanted) {
+    status()->szTimeoutIs(wanted);
+    CONFIG_TRACE(4, "Scoped Zone timeout is ", wanted, " secs");
+  } else {
+    status()->szTimeoutIs(least);
+    CONFIG_TRACE(4, "Scoped Zone timeout ", wanted, " secs too low. Setting it to ", least,
+                 " secs in status");
+  }
+}
+
+void ConfigSm::handleClearCounters() {
+  CONFIG_TRACE(9, "");
+  if (pimCounters_) clearMessageCounters(*pimCounters_);
+}
+
+void ConfigSm::handleBsrCandidateConfig(const IntfId& intf) {
+  CONFIG_TRACE(9, "");
+  const std::shared_ptr<const BsrCandidateConfig> config = config_->bsrCandidateConfig(intf);
+  reactorIs(bsrCandidateConfigSm_, intf, config,
+            [&] { return std::make_unique<BsrCandidateConfigSm>(context_, intf); });
+}
+
+void ConfigSm::handleRpCandidateConfig(const IntfId& intf) {
+  CONFIG_TRACE(9, "");
+  const std::shared_ptr<const RpCandidateConfig> config = config_->rpCandidateConfig(intf);
+  reactorIs(rpCandidateConfigSm_, intf, config,
+            [&] { return std::make_unique<RpCandidateConfigSm>(context_, rpCandidates_, intf); });
+}
+
+void ConfigSm::handleIntfConfig(const std::string& name) {
+  CONFIG_TRACE(9, "");
+  const std::shared_ptr<const IntfConfig> config = vrfIntfConfig_->intfConfig(name);
+  reactorIs(borderConfigSm_, name, config,
+            [&] { return std::make_unique<BorderConfigSm>(context_, IntfId(name)); });
+}
+
+void ConfigSm::handleIpAddress(const IntfId& intf) {
+  CONFIG_TRACE(9, "");
+  const auto bsr = bsrCandidateConfigSm_.find(intf);
+  if (bsr != bsrCandidateConfigSm_.end()) bsr->second->handleIpAddress();
+  const auto rp = rpCandidateConfigSm_.find(intf);
+  if (rp != rpCandidateConfigSm_.end()) rp->second->handleIpAddress();
+}
+
+// Whatever was kept for an address that might still have come goes now.
+void ConfigSm::handleInitialDumpDone() {
+  CONFIG_TRACE(9, "");
+  if (!sourceIntfSm()->initialDumpDone()) return;
+  std::vector<IpGenPrefix> strays;
+  for (const auto& [zone, candidate] : status()->cbsr()) {
+    const auto it = bsrCandidateConfigSm_.find(candidate->intfId());
+    if (it == bsrCandidateConfigSm_.end() || !it->second->initialized()) strays.push_back(zone);
+  }
+  for (const IpGenPrefix& zone : strays) status()->cbsrDel(zone);
+  rpCandidates_.deleteStrays();
+}
+
+AclPrefixUser* ConfigSm::borderUser(const IntfId& intf) {
+  return find(borderConfigSm_, intf.text());
+}
+
+AclPrefixUser* ConfigSm::cbsrUser(const IntfId& intf) {
+  return find(bsrCandidateConfigSm_, intf);
+}
+
+AclPrefixUser* ConfigSm::crpUser(const IntfId& intf) {
+  return find(rpCandidateConfigSm_, intf);
+}
+
+AclPrefixUser& ConfigSm::filterUser() {
+  return *filter_;
+}
+
+void ConfigSm::cbsrZonesCheck(const IntfId& intf, const std::set<IpGenPrefix>& zones) {
+  const auto it = bsrCandidateConfigSm_.find(intf);
+  if (it == bsrCandidateConfigSm_.end()) return;
+  for (const IpGenPrefix& zone : zones) it->second->zoneCheck(zone);
+}
+
+}  // namespace Routing::Pim::Bsr

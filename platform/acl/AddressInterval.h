@@ -1,0 +1,36 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/Export.h"
+#include "platform/net/IpGenPrefix.h"
+
+namespace Routing {
+
+/// An address as a number: right-aligned, up to 128 bits.
+__extension__ typedef unsigned __int128 AddressNumber;
+
+ROUTING_API AddressNumber addressNumber(const IpGenAddr& address);
+ROUTING_API IpGenAddr addressOfNumber(AddressFamily af, AddressNumber number);
+
+/// Addresses from `low` to `high`, both included: the last address of all has no successor.
+struct AddressInterval {
+  AddressNumber low;
+  AddressNumber high;
+  friend bool operator==(const AddressInterval&, const AddressInterval&) = default;
+};
+
+/// Every address of a prefix.
+ROUTING_API AddressInterval intervalOf(const IpGenPrefix& prefix);
+
+/// Ascending intervals, no two of which overlap or touch.
+using AddressIntervals = std::vector<AddressInterval>;
+
+/// Sorts, and merges what overlaps or touches.
+ROUTING_API AddressIntervals normalized(AddressIntervals intervals);
+/// Linear in the number of intervals, as the next two.
+ROUTING_API AddressIntervals united(const AddressIntervals& a, const AddressIntervals& b);
+ROUTING_API AddressIntervals without(const AddressIntervals& a, const AddressIntervals& b);
+ROUTING_API AddressIntervals common(const AddressIntervals& a, const AddressIntervals& b);
+
+}  // namespace Routing

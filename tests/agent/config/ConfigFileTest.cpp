@@ -1,0 +1,286 @@
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "agent/config/ConfigFile.h"
+#include "bsr/types/Config.h"
+#include "bsr/types/Limits.h"
+#include "platform/pim/HelloConfig.h"
+
+namespace Routing::Agent {
+namespace {
+
+std::string fileText(const std::string& name) {
+  std::ifstream stream(PIMBSR_SOURCE_DIR "/" + name, std::ios::binary);
+  std::ostringstream text;
+  text << stream.rdbuf();
+  return text.str();
+}
+
+DaemonConfig load(std::string_view text) {
+  const LoadedConfig loaded = readConfig(text);
+  for (const Finding& finding : loaded.findings) {
+    EXPECT_NE(finding.severity, Severity::error) << findingText(finding);
+  }
+  return loaded.config.value_or(DaemonConfig());
+}
+
+const FamilySettings& family(const DaemonConfig& config, const char* vrf, AddressFamily af) {
+  return config.vrfs.at(VrfName(vrf)).at(af);
+}
+
+IpGenPrefix prefix(const char* text) {
+  return IpGenPrefix::fromText(text).value();
+}
+
+std::string bsrText(const std::string& af, const std::string& bsr) {
+  return "vrf: [{name: default, address-family: [{address-family: " + af +
+         ", interface: [{name: eth0}], bsr: " + bsr + "}]}]";
+}
+
+TEST(Config, OfNoTextIsAllDefaults) {
+  EXPECT_EQ(load(""), DaemonConfig());
+  EXPECT_EQ(load("# nothing\n---\n"), DaemonConfig());
+}
+
+TEST(Config, HasTheDefaultsOfTheLibrary) {
+  const DaemonConfig config = load(bsrText("ipv4", R"({
+      bsr-candidate: {interface: [{name: eth0, zone: [{group: 224.0.0.0/4}]}]},
+      rp-candidate: {interface: [{name: eth0, range: [{group: 224.0.0.0/4}]}]}})"));
+  const FamilySettings& settings = family(config, "default", AddressFamily::ipv4);
+  EXPECT_EQ(settings.holdTime, Pim::Bsr::Config::holdTimeDefault);
+  EXPECT_EQ(settings.scopeZoneTimeout, Pim::Bsr::Config::szTimeoutDefault);
+
+  using Zone = Pim::Bsr::BsrCandidateGroup;
+  const BsrCandidateSettings zone =
+      settings.bsrCandidates.at("eth0").zones.at(prefix("224.0.0.0/4"));
+  EXPECT_EQ(zone.priority, Zone::priorityDefault);
+  EXPECT_EQ(zone.hashMaskLen, Zone::hashMaskLenDefault);
+  EXPECT_EQ(zone.interval, Zone::intervalDefault);
+
+  const RpCandidate& rp = settings.rpCandidates.at("eth0");
+  EXPECT_EQ(rp.interval, Pim::Bsr::CrpAdvInterval().value());
+  EXPECT_EQ(rp.mode, Pim::PimMode::sparse);
+  EXPECT_EQ(rp.ranges.at(prefix("224.0.0.0/4")).value, 192);
+
+  const Pim::HelloConfig hello = settings.interfaces.at("eth0").hello();
+  EXPECT_EQ(hello.helloPeriod, Pim::HelloConfig().helloPeriod);
+  EXPECT_EQ(hello.holdtime, Pim::HelloConfig().holdtime);
+  EXPECT_EQ(hello.drPriority, Pim::HelloConfig().drPriority);
+  EXPECT_EQ(hello.propagationDelay, Pim::HelloConfig().propagationDelay);
+  EXPECT_EQ(hello.overrideInterval, Pim::HelloConfig().overrideInterval);
+
+  const Pim::Bsr::PimBsrLimits limits;
+  EXPECT_EQ(config.limits.zones, limits.maxZones());
+  EXPECT_EQ(config.limits.groups, limits.maxGroups());
+  EXPECT_EQ(config.limits.rps, limits.maxRps());
+  EXPECT_EQ(config.limits.fragments, limits.maxFragments());
+}
+
+TEST(Config, HashesMoreBitsInIpv6) {
+  const DaemonConfig config = load(bsrText(
+      "ipv6", R"({bsr-candidate: {interface: [{name: eth0, zone: [{group: "ff00::/8"}]}]}})"));
+  const auto& candidate = family(config, "default", AddressFamily::ipv6).bsrCandidates.at("eth0");
+  EXPECT_EQ(candidate.zones.at(prefix("ff00::/8")).hashMaskLen, 126U);
+}
+
+TEST(Config, IsReadAsWritten) {
+  const DaemonConfig config = load(fileText("tests/data/config/good/everything.yaml"));
+  EXPECT_EQ(config.controlSocket, "/tmp/r1.sock");
+  EXPECT_EQ(config.logLevel, "debug");
+  EXPECT_EQ(config.traces, (std::map<std::string, int>{{"Agent", -1}, {"Pim::Bsr", 9}}));
+  EXPECT_EQ(config.limits, (LimitSettings{0, 4294967295, 2, 3}));
+
+  const FamilySettings& ipv4 = family(config, "default", AddressFamily::ipv4);
+  EXPECT_EQ(ipv4.interfaces.at("eth0").helloInterval, 10.5);
+  EXPECT_EQ(ipv4.interfaces.at("eth0").helloHoldtime, 65535);
+  EXPECT_EQ(ipv4.interfaces.at("eth0").border, BorderSettings());
+  EXPECT_EQ(ipv4.interfaces.at("eth1").border, (BorderSettings{{prefix("224.0.0.0/4")}, {}}));
+  EXPECT_EQ(ipv4.rpFilter, std::set<std::string>{"RPS"});
+  const BsrCandidate& bsr = ipv4.bsrCandidates.at("lo");
+  EXPECT_EQ(bsr.zones.at(prefix("224.0.0.0/4")), (BsrCandidateSettings{64, 30, 10}));
+  EXPECT_EQ(bsr.accessLists.at("SITES"), (BsrCandidateSettings{64, 0, 10}));
+  const RpCandidate& rp = ipv4.rpCandidates.at("lo");
+  EXPECT_EQ(rp.mode, Pim::PimMode::bidirectional);
+  EXPECT_EQ(rp.interval, 21845);
+  EXPECT_EQ(rp.ranges.at(prefix("224.0.0.0/4")).value, 0);
+  EXPECT_EQ(rp.accessLists.at("RPS").value, 255);
+
+  const FamilySettings& ipv6 = family(config, "red", AddressFamily::ipv6);
+  EXPECT_EQ(ipv6.holdTime, 1073741823U);
+  EXPECT_EQ(ipv6.scopeZoneTimeout, 4294967295U);
+  const InterfaceSettings& interface = ipv6.interfaces.at("eth2.100");
+  EXPECT_EQ(interface.border, (BorderSettings{{prefix("ff3e::/32")}, {"SITES"}}));
+  EXPECT_EQ(interface.helloHoldtime, 63000);
+  EXPECT_EQ(interface.drPriority, 0U);
+}
+
+TEST(Config, HoldsAccessListsByFamilyAndSequence) {
+  const DaemonConfig config = load(fileText("tests/data/config/good/everything.yaml"));
+  const AccessList& sites = config.accessLists.at({AddressFamily::ipv4, "SITES"});
+  ASSERT_EQ(sites.rules.size(), 3U);
+  EXPECT_EQ(sites.type, AclType::standard);
+  EXPECT_EQ(sites.rules.begin()->second.action, AclAction::deny);
+  EXPECT_EQ(sites.rules.begin()->second.source.text(), "239.1.1.1/32");
+  EXPECT_EQ(sites.rules.at(4294967295).source.text(), "239.200.0.0 0.0.255.255");
+  const AccessList& rps = config.accessLists.at({AddressFamily::ipv4, "RPS"});
+  EXPECT_EQ(rps.type, AclType::extended);
+  EXPECT_EQ(rps.rules.at(1).destination.text(), "239.128.0.0/10");
+  EXPECT_EQ(rps.rules.at(2).destination.text(), "any");
+  EXPECT_TRUE(config.accessLists.contains({AddressFamily::ipv6, "SITES"}));
+}
+
+TEST(Config, DoesNotDependOnOrderOrNotation) {
+  const std::string yaml = R"(
+access-list:
+  - address-family: ipv4
+    rule:
+      - {sequence: 2, action: deny, source: any}
+      - {source: 10.0.0.0/8, sequence: 1, action: permit}
+    name: A
+  - {address-family: ipv4, name: B}
+vrf:
+  - name: default
+    address-family:
+      - bsr:
+          hold-time: 130  # the default
+          rp-filter: [B, A]
+        interface: [{dr-priority: 1, name: eth1}, {name: eth0}]
+        address-family: ipv4
+)";
+  const std::string json = R"({
+    "vrf": [{"address-family": [{"address-family": "ipv4",
+                                 "interface": [{"name": "eth0"}, {"name": "eth1"}],
+                                 "bsr": {"rp-filter": ["A", "B"]}}],
+             "name": "default"}],
+    "access-list": [
+      {"name": "B", "address-family": "ipv4"},
+      {"name": "A", "address-family": "ipv4", "rule": [
+        {"sequence": "1", "action": "permit", "source": "10.0.0.0/8"},
+        {"sequence": 2, "action": "deny", "source": "any"}]}]})";
+  EXPECT_EQ(load(yaml), load(json));
+  EXPECT_NE(load(yaml), load(yaml + "log-level: debug\n"));
+}
+
+TEST(Config, TakesADefaultPriorityThatIsWrittenForTheSame) {
+  const auto text = [](const std::string& priority) {
+    return bsrText("ipv4", "{rp-candidate: {interface: [{name: eth0, range: [{group: 239.0.0.0/8" +
+                               priority + "}]}]}}");
+  };
+  EXPECT_EQ(load(text("")), load(text(", priority: 192")));
+  EXPECT_NE(load(text("")), load(text(", priority: 191")));
+}
+
+TEST(Config, TakesTextForTextWhateverItLooksLike) {
+  const DaemonConfig config = load(R"(vrf:
+  - name: default
+    address-family:
+      - address-family: ipv4
+        interface: [{name: 100}, {name: true}, {name: 1e3}, {name: "null"}, {name: 'no'}])");
+  std::set<std::string> names;
+  for (const auto& [name, value] : family(config, "default", AddressFamily::ipv4).interfaces) {
+    names.insert(name);
+  }
+  EXPECT_EQ(names, (std::set<std::string>{"100", "1e3", "no", "null", "true"}));
+}
+
+TEST(Findings, ComeWithTheLineOfTheNearestThingThatIsWritten) {
+  const LoadedConfig loaded = readConfig(R"(vrf:
+  - name: default
+    address-family:
+      - address-family: ipv4
+        interface:
+          - name: eth0
+        bsr:
+          hold-time: 131
+)");
+  ASSERT_EQ(loaded.findings.size(), 1U);  // the time-out is the default, written nowhere
+  EXPECT_EQ(findingText(loaded.findings[0]),
+            "7: vrf[default]/address-family[ipv4]/bsr/scope-zone-timeout: 1300 is less than ten "
+            "hold times; taken as 1310");
+}
+
+TEST(Findings, QuoteNoTextThatATerminalWouldObey) {
+  const LoadedConfig loaded = readConfig("log-level: \"\xc2\x9b[2J\"\n\"\\u009b2J\": 1\n");
+  ASSERT_EQ(loaded.findings.size(), 2U);
+  for (const Finding& finding : loaded.findings) {
+    for (const char c : findingText(finding)) EXPECT_TRUE(c >= 0x20 && c <= 0x7e);
+  }
+}
+
+/// A number below `bound`, in small tests as well: ranges grow with the size of the test otherwise.
+std::size_t below(std::size_t bound) {
+  return *rc::gen::resize(rc::kNominalSize, rc::gen::inRange<std::size_t>(0, bound));
+}
+
+/// Another digit in place of the first one from `at` on.
+void changeDigit(std::string& text, std::size_t at) {
+  const auto digit = text.find_first_of("0123456789", at);
+  if (digit != std::string::npos) text[digit] = *rc::gen::elementOf(std::string("0123456789"));
+}
+
+/// One or more random edits, mostly few: digits and octets changed, pieces moved or taken out.
+std::string mutated(std::string text) {
+  const auto edits = *rc::gen::elementOf(std::vector<int>{1, 1, 2, 2, 6});
+  for (int i = 0; i < edits && !text.empty(); ++i) {
+    const std::size_t at = below(text.size());
+    const std::size_t length = below(40);
+    const std::string piece = text.substr(below(text.size()), length);
+    switch (below(8)) {
+      case 0:
+        text[at] = *rc::gen::arbitrary<char>();
+        break;
+      case 1:
+        text[at] = *rc::gen::elementOf(std::string(" \n:-[]{}\"'&*!#,?|>%@0129a"));
+        break;
+      case 2:
+        text.insert(at, piece);
+        break;
+      case 3:
+        text.erase(at, length);
+        break;
+      case 4:
+        text.replace(at, std::min(length, text.size() - at), piece);
+        break;
+      default:
+        changeDigit(text, at);
+    }
+  }
+  return text;
+}
+
+void expectSound(const LoadedConfig& loaded, const std::string& text) {
+  RC_CLASSIFY(loaded.config.has_value(), "taken");
+  RC_ASSERT(loaded.config.has_value() != hasErrors(loaded.findings));
+  const auto lines = static_cast<unsigned>(std::count(text.begin(), text.end(), '\n')) + 1;
+  for (const Finding& finding : loaded.findings) {
+    RC_ASSERT(finding.line <= lines);
+    RC_ASSERT(!finding.text.empty());
+  }
+}
+
+TEST(RandomMutations, OfAGoodFileAreTakenOrRefused) {
+  const std::string good = fileText("tests/data/config/good/everything.yaml");
+  ASSERT_FALSE(good.empty());
+  EXPECT_TRUE(rc::check([&good] {
+    const std::string text = mutated(good);
+    expectSound(readConfig(text), text);
+  }));
+}
+
+TEST(RandomMutations, OfJsonAreTakenOrRefused) {
+  const std::string good = fileText("tests/data/config/good/json.yaml");
+  ASSERT_FALSE(good.empty());
+  EXPECT_TRUE(rc::check([&good] {
+    const std::string text = mutated(good);
+    expectSound(readConfig(text), text);
+  }));
+}
+
+}  // namespace
+}  // namespace Routing::Agent

@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+
+#include "bsr/config/ConfigSm.h"
+#include "tests/support/BsrRouter.h"
+#include "tests/support/ConfigBed.h"
+#include "tests/support/TraceRecorder.h"
+
+namespace Routing::TestKit {
+namespace {
+
+struct BorderConfiguration : ::testing::Test {
+  ConfigBed bed;
+  TraceRecorder traces;
+  void groupIs(const char* intf, const char* group, bool on = true) {
+    bed.border(intf)->bsrBorderGrpIs(prefix(group), on);
+  }
+};
+
+TEST_F(BorderConfiguration, InterfacesShareAnEntry) {
+  bed.start();
+  groupIs("eth0", "239.1.0.0/16");
+  groupIs("eth1", "239.1.0.0/16");
+  EXPECT_EQ(bed.borders(), Lines{"239.1.0.0/16 eth0 eth1"});
+  EXPECT_TRUE(traces.ends("Sm", 4, "Created group 239.1.0.0/16 BSR Border set"));
+  EXPECT_TRUE(traces.ends("Sm", 4, "Added interface eth1 into 239.1.0.0/16 BSR border set."));
+  groupIs("eth0", "239.1.0.0/16", false);
+  EXPECT_EQ(bed.borders(), Lines{"239.1.0.0/16 eth1"});
+  EXPECT_TRUE(traces.ends("Sm", 4, "Deleted interface eth0 from 239.1.0.0/16 BSR border set."));
+  bed.vrfIntfConfig->intfConfigDel("eth1");
+  EXPECT_EQ(bed.borders(), Lines{});
+  EXPECT_TRUE(traces.ends("Sm", 4, "Deleted group 239.1.0.0/16 BSR Border set"));
+  EXPECT_TRUE(bed.sm->state().borderPfxRefCount().empty());
+}
+
+TEST_F(BorderConfiguration, AGroupAndAListCountTwice) {
+  bed.aclIs("inside", {"permit 239.1.0.0/16"});
+  groupIs("eth0", "239.1.0.0/16");
+  bed.start();
+  bed.border("eth0")->bsrBorderAclIs("inside", true);
+  EXPECT_TRUE(traces.ends("Sm", 8, "PrefixCounter for prefix 239.1.0.0/16 is 2"));
+  bed.changes();
+  groupIs("eth0", "239.1.0.0/16", false);
+  EXPECT_EQ(bed.changes(), Lines{});
+  groupIs("eth0", "239.1.0.0/16");
+  bed.border("eth0")->bsrBorderAclIs("inside", false);
+  EXPECT_EQ(bed.borders(), Lines{"239.1.0.0/16 eth0"});
+  EXPECT_TRUE(
+      traces.ends("Sm", 8, "Deleted interface eth0from BsrConfigAcl object for acl inside"));
+  EXPECT_TRUE(bed.sm->state().bsrConfigAcl().empty());
+}
+
+TEST_F(BorderConfiguration, ListsAreFollowed) {
+  bed.border("eth0")->bsrBorderAclIs("inside", true);
+  bed.border("eth1")->bsrBorderAclIs("inside", true);
+  bed.start();
+  EXPECT_EQ(bed.borders(), Lines{});
+  bed.aclIs("inside", {"permit 239.1.0.0/16"});
+  EXPECT_EQ(bed.borders(), Lines{"239.1.0.0/16 eth0 eth1"});
+  for (const char* text :
+       {"Writing to Status for 239.1.0.0/16 and interface  eth0", "Acl name found in ACL config",
+        "Group added to BsrConfigAcl Map 239.1.0.0/16"}) {
+    EXPECT_TRUE(traces.ends("Sm", 8, text)) << text;
+  }
+  EXPECT_TRUE(traces.ends("Sm", 4, "Created group 239.1.0.0/16 Bsr Border set"));
+  EXPECT_TRUE(traces.ends("Sm", 4, "Added interface eth0 into 239.1.0.0/16 BSR border."));
+  bed.aclIs("inside", {"permit any"});
+  EXPECT_EQ(bed.borders(), Lines{"224.0.0.0/4 eth0 eth1"});
+  EXPECT_TRUE(traces.ends("Sm", 4, "Deleted interfaceeth0 from 239.1.0.0/16 BSR border set."));
+  EXPECT_TRUE(traces.ends("Sm", 8, "Removing interface eth0 for prefix 239.1.0.0/16"));
+  bed.aclDel("inside");
+  EXPECT_EQ(bed.borders(), Lines{});
+}
+
+TEST_F(BorderConfiguration, AnotherEntityOfAnInterfaceIsADifference) {
+  groupIs("eth0", "239.1.0.0/16");
+  groupIs("eth0", "239.2.0.0/16");
+  bed.start();
+  bed.changes();
+  const auto other = std::make_shared<Bsr::IntfConfig>("eth0");
+  other->bsrBorderGrpIs(prefix("239.2.0.0/16"), true);
+  other->bsrBorderGrpIs(prefix("239.3.0.0/16"), true);
+  bed.vrfIntfConfig->intfConfigIs("eth0", other);
+  EXPECT_EQ(bed.changes(),
+            (Lines{"+ /bsBorder[239.3.0.0/16]", "+ /bsBorder[239.3.0.0/16]/intfId['eth0']",
+                   "- /bsBorder[239.1.0.0/16]/intfId['eth0']", "- /bsBorder[239.1.0.0/16]"}));
+}
+
+TEST_F(BorderConfiguration, OneListMayHaveFourUsers) {
+  bed.addressIs("eth0", "10.1.1.1");
+  bed.aclIs("all", {"permit 239.1.0.0/16", "permit 10.0.0.0/8"});
+  bed.border("eth0")->bsrBorderAclIs("all", true);
+  bed.groupAclIs("eth0", "all");
+  bed.rp("eth0")->aclIs("all", true);
+  bed.config->crpFilterAclIs("all", true);
+  bed.start();
+  bed.aclIs("all", {"permit 239.2.0.0/16", "permit 11.0.0.0/8"});
+  EXPECT_EQ(bed.borders(), Lines{"239.2.0.0/16 eth0"});
+  EXPECT_EQ(bed.cbsr(), Lines{"239.2.0.0/16 eth0 10.1.1.1 64/30/60"});
+  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 239.2.0.0/16"});
+  EXPECT_EQ(bed.permit(), Lines{"11.0.0.0/8"});
+  const auto& lists = bed.sm->state().bsrConfigAcl();
+  bed.config->crpFilterAclIs("all", false);
+  bed.config->bsrCandidateConfigDel(IntfId("eth0"));
+  bed.config->rpCandidateConfigDel(IntfId("eth0"));
+  EXPECT_EQ(lists.size(), 1U);
+  bed.aclIs("all", {"permit 239.3.0.0/16", "permit 11.0.0.0/8"});
+  EXPECT_EQ(bed.borders(), Lines{"239.3.0.0/16 eth0"});
+  bed.vrfIntfConfig->intfConfigDel("eth0");
+  EXPECT_TRUE(lists.empty());
+  bed.aclIs("all", {"permit any"});
+  EXPECT_EQ(bed.borders(), Lines{});
+  EXPECT_EQ(bed.violations, Lines{});
+}
+
+}  // namespace
+}  // namespace Routing::TestKit

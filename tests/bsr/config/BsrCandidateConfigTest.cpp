@@ -1,0 +1,272 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "bsr/config/ConfigSm.h"
+#include "tests/support/BsrRouter.h"
+#include "tests/support/ConfigBed.h"
+#include "tests/support/TraceRecorder.h"
+
+namespace Routing::TestKit {
+namespace {
+
+struct BsrCandidateConfiguration : ::testing::Test {
+  ConfigBed bed;
+  TraceRecorder traces;
+  void TearDown() override { EXPECT_EQ(bed.violations, Lines{}); }
+  unsigned count(const char* intf, const char* zone) const {
+    const auto& counts = bed.sm->state().cbsrPfxRefCount(IntfId(intf));
+    const auto* counter = counts ? counts->counter(prefix(zone)) : nullptr;
+    return counter == nullptr ? 0 : *counter;
+  }
+};
+
+TEST_F(BsrCandidateConfiguration, AZoneNeedsAnAddressAndItsSettings) {
+  bed.start();
+  const auto group = bed.bsr("eth0")->newGroup(prefix("239.0.0.0/8"));
+  EXPECT_TRUE(traces.ends("Sm", 4, "New BSR candidate configured for interface eth0"));
+  EXPECT_TRUE(traces.ends("Sm", 8,
+                          "Deferred initialization since IP address for interface eth0 is not "
+                          "set"));
+  group->hashMaskLenIs(30);
+  bed.addressIs("eth0", "10.1.1.1");
+  EXPECT_EQ(bed.cbsr(), Lines{});
+  EXPECT_TRUE(traces.ends(
+      "Sm", 8, "Skipping initialization since priority or hashmask lengths are not set"));
+  EXPECT_THROW(group->priorityIs(300), RangeError);
+  group->hashMaskLenIs(31);
+  EXPECT_EQ(bed.cbsr(), Lines{}) << "a refused value must not be used";
+  group->priorityIs(7);
+  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth0 10.1.1.1 7/31/60"});
+  EXPECT_TRUE(traces.ends("Sm", 4,
+                          "Created candidate BSR for zone 239.0.0.0/8 with IP 10.1.1.1, "
+                          "Priority=7, HashMaskLen=31, Interval=60"));
+  EXPECT_TRUE(traces.ends("Sm", 8, "239.0.0.0/8 forms zone with interface eth0"));
+  EXPECT_EQ(*bed.status->zoneGroup(prefix("239.0.0.0/8")), IntfId("eth0"));
+}
+
+TEST_F(BsrCandidateConfiguration, SettingsAreWrittenInPlace) {
+  bed.addressIs("eth0", "10.1.1.1");
+  const auto group = bed.groupIs("eth0", "239.0.0.0/8");
+  bed.start();
+  bed.changes();
+  group->priorityIs(9);
+  group->hashMaskLenIs(24);
+  group->intervalIs(10);
+  EXPECT_EQ(bed.changes(),
+            (Lines{"= /cbsr[239.0.0.0/8]/priority 9", "= /cbsr[239.0.0.0/8]/hashMaskLen 24",
+                   "= /cbsr[239.0.0.0/8]/bsPeriod 10"}));
+  EXPECT_TRUE(traces.ends("Sm", 4,
+                          "Priority for Candidate BSR in Zone 239.0.0.0/8 with IP 10.1.1.1 "
+                          "changed to 9"));
+  EXPECT_THROW(group->intervalIs(9), RangeError);
+  EXPECT_THROW(group->priorityIs(300), RangeError);
+  bed.addressIs("eth0", "10.1.1.2");
+  EXPECT_EQ(bed.changes(), Lines{"= /cbsr[239.0.0.0/8]/address 10.1.1.2"})
+      << "what was refused is not picked up later";
+  group->priorityIs(256);
+  EXPECT_EQ(bed.changes(), Lines{"= /cbsr[239.0.0.0/8]/priority 256"})
+      << "back to not set is shown, for the engine to ignore";
+}
+
+TEST_F(BsrCandidateConfiguration, AnAddressMayGoAndReturn) {
+  bed.addressIs("eth0", "10.1.1.1");
+  bed.aclIs("zones", {"permit 239.1.0.0/16", "permit 239.3.0.0/16"});
+  bed.groupIs("eth0", "239.0.0.0/8");
+  bed.groupAclIs("eth0", "zones", 9);
+  bed.start();
+  const auto before = bed.statusText();
+  bed.addressIs("eth0", "");
+  EXPECT_EQ(bed.cbsr(), Lines{});
+  EXPECT_TRUE(traces.ends("Sm", 8, "Interface eth0 IP unset"));
+  EXPECT_EQ(count("eth0", "239.0.0.0/8"), 1U);
+  EXPECT_TRUE(bed.status->zoneGroup(prefix("239.0.0.0/8")));
+  EXPECT_TRUE(bed.status->zoneAcl("zones"));
+  // Meanwhile the configuration changes.
+  bed.config->bsrCandidateConfig(IntfId("eth0"))->acl("zones")->priorityIs(10);
+  bed.aclIs("zones", {"permit 239.1.0.0/16", "permit 239.5.0.0/16"});
+  EXPECT_EQ(bed.cbsr(), Lines{});
+  bed.addressIs("eth0", "0.0.0.0");
+  EXPECT_EQ(bed.cbsr(), Lines{});
+  bed.addressIs("eth0", "2001:db8::1");
+  EXPECT_EQ(bed.cbsr(), Lines{}) << "an address of another family is none";
+  bed.addressIs("eth0", "10.1.1.1");
+  EXPECT_EQ(bed.cbsr(),
+            (Lines{"239.0.0.0/8 eth0 10.1.1.1 64/30/60", "239.1.0.0/16 eth0 10.1.1.1 10/30/60",
+                   "239.5.0.0/16 eth0 10.1.1.1 10/30/60"}));
+  bed.config->bsrCandidateConfig(IntfId("eth0"))->acl("zones")->priorityIs(9);
+  bed.aclIs("zones", {"permit 239.1.0.0/16", "permit 239.3.0.0/16"});
+  EXPECT_EQ(bed.statusText(), before);
+}
+
+TEST_F(BsrCandidateConfiguration, AGroupAndAListMayGiveOneZone) {
+  bed.addressIs("eth0", "10.1.1.1");
+  bed.aclIs("a", {"permit 239.0.0.0/8"});
+  bed.aclIs("b", {"permit 239.0.0.0/8"});
+  const auto group = bed.groupIs("eth0", "239.0.0.0/8", 1);
+  bed.start();
+  bed.changes();
+  const auto b = bed.groupAclIs("eth0", "b", 3);
+  const auto a = bed.groupAclIs("eth0", "a", 2);
+  EXPECT_EQ(count("eth0", "239.0.0.0/8"), 3U);
+  EXPECT_TRUE(traces.ends("Sm", 8, "PrefixCounter for prefix 239.0.0.0/8 is 3"));
+  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth0 10.1.1.1 3/30/60"});
+  group->priorityIs(11);
+  a->priorityIs(12);
+  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth0 10.1.1.1 3/30/60"});
+  b->priorityIs(13);
+  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth0 10.1.1.1 13/30/60"});
+  bed.changes();
+  bed.bsr("eth0")->aclDel("b");
+  EXPECT_EQ(bed.changes(), (Lines{"= /cbsr[239.0.0.0/8]/priority 12", "- /zoneAcl['b']"}));
+  bed.aclIs("a", {"deny any"});
+  EXPECT_EQ(bed.changes(), Lines{"= /cbsr[239.0.0.0/8]/priority 11"});
+  bed.bsr("eth0")->groupDel(prefix("239.0.0.0/8"));
+  EXPECT_EQ(bed.changes(), (Lines{"- /cbsr[239.0.0.0/8]", "- /zoneGroup[239.0.0.0/8]"}));
+  EXPECT_EQ(count("eth0", "239.0.0.0/8"), 0U);
+}
+
+TEST_F(BsrCandidateConfiguration, RuleEditsChangeTheZonesTheyTouch) {
+  bed.addressIs("eth0", "10.1.1.1");
+  bed.groupAclIs("eth0", "zones");
+  bed.start();
+  EXPECT_EQ(bed.status->zoneAcl().size(), 1U) << "a list claims its name before it has rules";
+  bed.aclIs("zones", {"permit 239.1.0.0/16", "permit 239.3.0.0/16"});
+  EXPECT_EQ(bed.cbsr().size(), 2U);
+  bed.changes();
+  const auto acl = bed.acls->acl("zones");
+  acl->ruleIs(30, aclRule("permit 239.5.0.0/16"));
+  EXPECT_EQ(bed.changes().front(), "+ /cbsr[239.5.0.0/16]");
+  acl->ruleIs(5, aclRule("deny 239.1.0.0/16"));
+  EXPECT_EQ(bed.changes(), Lines{"- /cbsr[239.1.0.0/16]"});
+  acl->remarkIs(1, "no more of the first");
+  acl->ruleIs(40, aclRule("deny 239.1.0.0/16"));
+  acl->ruleDel(40);
+  acl->ruleIs(15, aclRule("permit 10.0.0.0/8"));
+  EXPECT_EQ(bed.changes(), Lines{});
+  // Within an edit nothing is seen to go that is there again at its end.
+  bed.aclIs("zones", {"permit 239.5.0.0/16", "permit 239.3.0.0/16"});
+  EXPECT_EQ(bed.changes(), Lines{});
+  acl->typeIs(AclType::extended);
+  EXPECT_EQ(bed.cbsr(), Lines{"224.0.0.0/4 eth0 10.1.1.1 64/30/60"});
+}
+
+TEST_F(BsrCandidateConfiguration, DeletionTakesEverythingAndOnlyOnce) {
+  bed.addressIs("eth0", "10.1.1.1");
+  bed.aclIs("zones", {"permit 239.1.0.0/16"});
+  bed.groupIs("eth0", "239.0.0.0/8");
+  bed.groupAclIs("eth0", "zones");
+  bed.groupIs("eth1", "239.9.0.0/16");  // never gets an address
+  bed.bsr("eth0")->newGroup(prefix("239.7.0.0/16"));
+  bed.start();
+  bed.config->bsrCandidateConfigDel(IntfId("eth0"));
+  bed.config->bsrCandidateConfigDel(IntfId("eth1"));
+  EXPECT_EQ(bed.cbsr(), Lines{});
+  EXPECT_TRUE(bed.status->zoneGroup().empty());
+  EXPECT_TRUE(bed.status->zoneAcl().empty());
+  EXPECT_TRUE(bed.sm->state().cbsrPfxRefCount().empty());
+  EXPECT_TRUE(bed.sm->state().bsrConfigAcl().empty());
+  EXPECT_TRUE(traces.ends("Sm", 8, "Deleted interface eth0from BsrConfigAcl object for acl zones"));
+  bed.groupIs("eth1", "239.0.0.0/8");
+  bed.addressIs("eth1", "10.2.2.2");
+  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth1 10.2.2.2 64/30/60"});
+}
+
+TEST_F(BsrCandidateConfiguration, Ipv6HashMaskOf128IsNotSet) {
+  ConfigBed six(AddressFamily::ipv6);
+  six.addressIs("eth0", "2001:db8::1");
+  six.groupIs("eth0", "ff05::/16", 64, 128);
+  six.groupIs("eth0", "ff00::/8", 64, 126);
+  six.start();
+  EXPECT_EQ(six.cbsr(), Lines{"ff00::/8 eth0 2001:db8::1 64/126/60"});
+}
+
+// --- one zone, one interface ------------------------------------------------------------------
+
+struct ZoneConflicts : BsrCandidateConfiguration {
+  static constexpr const char* text = "intfId == kelBsrCandidateConfig()->intfId()";
+
+  void SetUp() override {
+    bed.addressIs("eth0", "10.1.1.1");
+    bed.addressIs("eth1", "10.2.2.2");
+    bed.aclIs("zones", {"permit 239.1.0.0/16"});
+    bed.aclIs("others", {"permit 239.1.0.0/16"});
+  }
+  void expectFatal(const std::function<void()>& edit) {
+    const auto before = bed.cbsr();
+    const ThrowingAssertions throwing;
+    try {
+      edit();
+      ADD_FAILURE() << "no assertion";
+    } catch (const AssertionError& error) {
+      EXPECT_STREQ(error.what(), text);
+    }
+    EXPECT_TRUE(traces.ends("Sm", 3, "Interface eth0 already BSR for zone. Asserting..."));
+    EXPECT_EQ(bed.cbsr(), before);
+  }
+};
+
+TEST_F(ZoneConflicts, GroupAgainstGroup) {
+  bed.groupIs("eth0", "239.1.0.0/16");
+  bed.start();
+  EXPECT_TRUE(bed.sm->wouldConflict(IntfId("eth1"), {prefix("239.1.0.0/16")}));
+  EXPECT_FALSE(bed.sm->wouldConflict(IntfId("eth0"), {prefix("239.1.0.0/16")}));
+  expectFatal([&] { bed.groupIs("eth1", "239.1.0.0/16"); });
+}
+
+TEST_F(ZoneConflicts, ListAgainstList) {
+  bed.groupAclIs("eth0", "zones");
+  bed.start();
+  expectFatal([&] { bed.groupAclIs("eth1", "zones"); });
+}
+
+TEST_F(ZoneConflicts, ListsThatPermitOneZone) {
+  bed.groupAclIs("eth0", "zones");
+  bed.start();
+  expectFatal([&] { bed.groupAclIs("eth1", "others"); });
+  EXPECT_FALSE(bed.status->zoneAcl("others"));
+}
+
+TEST_F(ZoneConflicts, GroupAgainstList) {
+  bed.groupAclIs("eth0", "zones");
+  bed.start();
+  const auto conflict = bed.sm->wouldConflict(IntfId("eth1"), {prefix("239.1.0.0/16")});
+  ASSERT_TRUE(conflict);
+  EXPECT_EQ(conflict->first, IntfId("eth0"));
+  expectFatal([&] { bed.groupIs("eth1", "239.1.0.0/16"); });
+  EXPECT_TRUE(bed.status->zoneGroup().empty());
+}
+
+TEST_F(ZoneConflicts, RuleEdit) {
+  bed.groupIs("eth0", "239.1.0.0/16");
+  bed.groupAclIs("eth1", "edited");
+  bed.aclIs("edited", {"permit 239.5.0.0/16"});
+  bed.start();
+  EXPECT_TRUE(Bsr::zoneConflicts(*bed.config, *bed.acls).empty());
+  // Not even the first of the new zones is taken.
+  expectFatal([&] { bed.aclIs("edited", {"permit 238.0.0.0/8", "permit 239.1.0.0/16"}); });
+  const auto conflicts = Bsr::zoneConflicts(*bed.config, *bed.acls);
+  ASSERT_EQ(conflicts.size(), 1U);
+  EXPECT_EQ(conflicts[0],
+            (Bsr::ZoneConflict{prefix("239.1.0.0/16"), "", IntfId("eth0"), IntfId("eth1")}));
+}
+
+TEST_F(ZoneConflicts, ADeferredClaimBitesWithTheAddress) {
+  bed.addressIs("eth1", "");
+  bed.groupIs("eth0", "239.1.0.0/16");
+  bed.groupIs("eth1", "239.1.0.0/16");
+  bed.start();
+  EXPECT_EQ(Bsr::zoneConflicts(*bed.config, *bed.acls).size(), 1U);
+  expectFatal([&] { bed.addressIs("eth1", "10.2.2.2"); });
+}
+
+TEST_F(ZoneConflicts, AZoneMayMoveWhenItIsGivenUpFirst) {
+  bed.groupIs("eth0", "239.1.0.0/16");
+  bed.start();
+  bed.bsr("eth0")->groupDel(prefix("239.1.0.0/16"));
+  bed.groupAclIs("eth1", "zones");
+  EXPECT_EQ(bed.cbsr(), Lines{"239.1.0.0/16 eth1 10.2.2.2 64/30/60"});
+}
+
+}  // namespace
+}  // namespace Routing::TestKit

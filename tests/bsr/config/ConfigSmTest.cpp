@@ -1,0 +1,220 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "bsr/config/ConfigSm.h"
+#include "tests/support/BsrRouter.h"
+#include "tests/support/ConfigBed.h"
+#include "tests/support/TraceRecorder.h"
+
+namespace Routing::TestKit {
+namespace {
+
+/// The text of the assertion that a call fails with; empty if it fails with none.
+std::string assertion(const std::function<void()>& call) {
+  const ThrowingAssertions throwing;
+  try {
+    call();
+  } catch (const AssertionError& error) {
+    return error.what();
+  }
+  return {};
+}
+
+TEST(ConfigSm, NamesTheInputThatIsMissing) {
+  ConfigBed bed;
+  const auto start = [&](ConfigBed& b) { return assertion([&] { b.start(); }); };
+  bed.status->afIs(AddressFamily::unset);
+  EXPECT_EQ(start(bed), "0 && \"Unknown Address Family not supported\"");
+  bed.acls.reset();
+  EXPECT_EQ(start(bed), "ipAclConfig()");
+  bed.sourceIntfSm.reset();
+  EXPECT_EQ(start(bed), "sourceIntfSm()");
+  const auto status = bed.status;
+  bed.status.reset();
+  EXPECT_EQ(start(bed), "status()");
+  bed.clearConfig.reset();
+  EXPECT_EQ(start(bed), "clearConfig()");
+  bed.vrfIntfConfig.reset();
+  EXPECT_EQ(start(bed), "vrfIntfConfig()");
+  bed.config.reset();
+  EXPECT_EQ(start(bed), "config()");
+}
+
+TEST(ConfigSm, CopiesTheHoldTimeAtOnce) {
+  ConfigBed bed;
+  TraceRecorder traces;
+  bed.start();
+  EXPECT_EQ(bed.status->bsTimeout(), 130U);
+  bed.config->holdTimeIs(12);
+  EXPECT_EQ(bed.status->bsTimeout(), 12U);
+  EXPECT_TRUE(traces.ends("Sm", 4, "BSR Hold Time is 12"));
+  EXPECT_THROW(bed.config->holdTimeIs(11), RangeError);
+  EXPECT_EQ(bed.status->bsTimeout(), 12U);
+}
+
+TEST(ConfigSm, RaisesAScopeZoneTimeoutThatIsTooLow) {
+  struct Row {
+    unsigned hold, configured, status;
+    const char* trace;
+  };
+  const Row rows[] = {
+      {130, 1300, 1300, "Scoped Zone timeout is 1300 secs"},
+      {200, 1301, 2000, "Scoped Zone timeout 1301 secs too low. Setting it to 2000 secs in status"},
+      // Ten times the hold time wraps at 32 bits.
+      {429496730, 1301, 1301, "Scoped Zone timeout is 1301 secs"},
+      {1073741823, 1301, 2147483638,
+       "Scoped Zone timeout 1301 secs too low. Setting it to 2147483638 secs in status"},
+  };
+  for (const Row& row : rows) {
+    ConfigBed bed;
+    TraceRecorder traces;
+    bed.start();
+    bed.config->holdTimeIs(row.hold);
+    EXPECT_EQ(bed.status->szTimeout(), 1300U) << "a hold time alone changes nothing";
+    if (row.configured != 1300) bed.config->szTimeoutIs(row.configured);
+    EXPECT_EQ(bed.status->szTimeout(), row.status);
+    EXPECT_TRUE(traces.ends("Sm", 4, row.trace)) << traces.text(4);
+  }
+}
+
+TEST(ConfigSm, ClearsTheCountersOfPimOnRequest) {
+  ConfigBed bed;
+  bed.status->countersIs("counters")->rxIs(7);
+  bed.pimCounters->rxHelloIs(3);
+  bed.start();
+  EXPECT_EQ(bed.pimCounters->rxHello(), 3U);
+  bed.changes();
+  bed.clearConfig->countersCountInc();
+  EXPECT_EQ(bed.pimCounters->rxHello(), 0U);
+  EXPECT_EQ(bed.changes(), std::vector<std::string>{});
+  bed.pimCounters->rxHelloIs(3);
+  bed.sm->clearConfigIs(std::make_shared<Bsr::ClearConfig>(VrfName("default")));
+  EXPECT_EQ(bed.pimCounters->rxHello(), 0U);
+
+  bed.pimCounters.reset();
+  bed.restart();
+  bed.clearConfig->countersCountInc();
+}
+
+TEST(ConfigSm, AnotherConfigEntityIsAppliedAsADifference) {
+  ConfigBed bed;
+  bed.addressIs("eth0", "10.1.1.1");
+  bed.aclIs("rps", {"permit 10.0.0.0/8"});
+  bed.config->crpFilterAclIs("rps", true);
+  bed.groupIs("eth0", "239.1.0.0/16");
+  bed.groupIs("eth0", "239.2.0.0/16");
+  bed.rp("eth0")->groupRangeIs(prefix("224.0.0.0/4"), true);
+  bed.rp("eth1")->groupRangeIs(prefix("224.0.0.0/4"), true);
+  bed.start();
+  bed.changes();
+
+  const auto before = bed.config;
+  bed.config = std::make_shared<Bsr::Config>(VrfName("default"));
+  bed.config->holdTimeIs(150);
+  bed.groupIs("eth0", "239.2.0.0/16", 70);
+  bed.rp("eth0")->groupRangeIs(prefix("225.0.0.0/8"), true);
+  bed.sm->configIs(bed.config);
+  EXPECT_EQ(bed.changes(), (std::vector<std::string>{
+                               "= /bsTimeout 150", "= /szTimeout 1500", "+ /crpPermit[0.0.0.0/0]",
+                               "- /crpPermit[10.0.0.0/8]", "= /cbsr[239.2.0.0/16]/priority 70",
+                               "- /cbsr[239.1.0.0/16]", "- /zoneGroup[239.1.0.0/16]",
+                               "+ /crp[10.1.1.1]/prefixSet[225.0.0.0/8]",
+                               "- /crp[10.1.1.1]/prefixSet[224.0.0.0/4]"}));
+  before->holdTimeIs(99);
+  before->newBsrCandidateConfig(IntfId("eth0"))->newGroup(prefix("239.7.0.0/16"))->priorityIs(1);
+  before->crpFilterAclIs("rps", false);
+  EXPECT_EQ(bed.changes(), std::vector<std::string>{});
+  EXPECT_EQ(bed.violations, std::vector<std::string>{});
+}
+
+TEST(ConfigSm, ItsEndChangesNothing) {
+  ConfigBed bed;
+  bed.addressIs("eth0", "10.1.1.1");
+  bed.groupIs("eth0", "224.0.0.0/4");
+  bed.rp("eth0")->groupRangeIs(prefix("224.0.0.0/4"), true);
+  bed.border("eth1")->bsrBorderGrpIs(prefix("224.0.0.0/4"), true);
+  bed.start();
+  bed.changes();
+  bed.stop();
+  bed.addressIs("eth0", "");
+  bed.config->holdTimeIs(99);
+  EXPECT_EQ(bed.changes(), std::vector<std::string>{});
+}
+
+// --- the filter of candidate RPs --------------------------------------------------------------
+
+using Lines = std::vector<std::string>;
+
+struct Filter : ::testing::Test {
+  ConfigBed bed;
+  void TearDown() override { EXPECT_EQ(bed.violations, Lines{}); }
+};
+
+TEST_F(Filter, PermitsEveryoneUnlessSomeListPermitsSomeone) {
+  bed.aclIs("ten", {"permit 10.0.0.0/8"});
+  bed.aclIs("none", {"deny 10.0.0.0/8"});
+  bed.aclIs("groups", {"permit 239.0.0.0/8"});
+  bed.start();
+  EXPECT_EQ(bed.permit(), Lines{"0.0.0.0/0"});
+  bed.config->crpFilterAclIs("ten", true);
+  EXPECT_EQ(bed.permit(), Lines{"10.0.0.0/8"});
+  for (const char* name : {"none", "groups", "unknown"}) bed.config->crpFilterAclIs(name, true);
+  EXPECT_EQ(bed.permit(), Lines{"10.0.0.0/8"});
+  bed.config->crpFilterAclIs("ten", false);
+  EXPECT_EQ(bed.permit(), Lines{"0.0.0.0/0"});
+  bed.config->crpFilterAclDelAll();
+  EXPECT_EQ(bed.permit(), Lines{"0.0.0.0/0"});
+  EXPECT_TRUE(bed.sm->state().bsrConfigAcl().empty());
+}
+
+TEST_F(Filter, CountsPrefixesOfSeveralLists) {
+  TraceRecorder traces;
+  bed.aclIs("a", {"permit 10.0.0.0/8"});
+  bed.aclIs("b", {"permit 10.0.0.0/8", "permit 192.0.2.0/24"});
+  bed.aclIs("any", {"permit any"});
+  bed.config->crpFilterAclIs("a", true);
+  bed.start();
+  bed.config->crpFilterAclIs("b", true);
+  EXPECT_TRUE(traces.ends("Sm", 8, "Filter ACL PrefixCounter for prefix 10.0.0.0/8 is 2"));
+  EXPECT_EQ(bed.permit(), (Lines{"10.0.0.0/8", "192.0.2.0/24"}));
+  bed.config->crpFilterAclIs("any", true);
+  EXPECT_EQ(bed.permit(), (Lines{"0.0.0.0/0", "10.0.0.0/8", "192.0.2.0/24"}));
+  bed.config->crpFilterAclIs("any", false);
+  bed.config->crpFilterAclIs("b", false);
+  EXPECT_EQ(bed.permit(), Lines{"10.0.0.0/8"});
+  EXPECT_TRUE(traces.ends("Sm", 8, "Filter ACL PrefixCounter for prefix 10.0.0.0/8 is 1"));
+  EXPECT_TRUE(traces.ends("Sm", 8, "Deleted refcount for prefix 192.0.2.0/24"));
+  EXPECT_TRUE(traces.ends("Sm", 8, "Deleted prefix 192.0.2.0/24 from status"));
+  EXPECT_TRUE(traces.ends("Sm", 8, "Deleted BsrConfigAcl object for acl b"));
+}
+
+TEST_F(Filter, FollowsEditsOfItsLists) {
+  bed.config->crpFilterAclIs("x", true);
+  bed.border("eth0")->bsrBorderAclIs("x", true);
+  bed.start();
+  bed.aclIs("x", {"permit 10.0.0.0/8"});
+  EXPECT_EQ(bed.permit(), Lines{"10.0.0.0/8"});
+  bed.changes();
+  bed.aclIs("x", {"permit 172.16.0.0/12"});
+  EXPECT_EQ(bed.changes(), (Lines{"+ /crpPermit[172.16.0.0/12]", "- /crpPermit[10.0.0.0/8]"}));
+  bed.acls->acl("x")->ruleDel(10);
+  EXPECT_EQ(bed.permit(), Lines{"0.0.0.0/0"});
+  bed.aclIs("x", {"permit any", "permit 10.0.0.0/8"});
+  bed.changes();
+  bed.aclDel("x");
+  for (const auto& line : bed.changes()) {
+    EXPECT_FALSE(line.find("crpPermit") != std::string::npos)
+        << "another reason for all, but no change: " << line;
+  }
+  // A list that is no filter, only a border's, is none of the filter's business.
+  bed.aclIs("x", {"permit 10.0.0.0/8"});
+  bed.config->crpFilterAclIs("x", false);
+  bed.config->crpFilterAclIs("x", false);
+  EXPECT_EQ(bed.permit(), Lines{"0.0.0.0/0"});
+  EXPECT_TRUE(bed.sm->state().bsrConfigAcl("x"));
+  EXPECT_TRUE(bed.sm->state().crpFilterAclPfxRefCount().empty());
+}
+
+}  // namespace
+}  // namespace Routing::TestKit

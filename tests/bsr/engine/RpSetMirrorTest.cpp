@@ -1,0 +1,327 @@
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+#include <ostream>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bsr/engine/RpSetMirror.h"
+#include "tests/support/BsrInvariants.h"
+#include "tests/support/BsrRouter.h"
+
+// What PIM sees of the RP sets of nested zones: 224.0.0.0/4 > 239.0.0.0/8 > 239.1.0.0/16 >
+// 239.1.2.0/24. BS time-out 130 s; a silent BSR's RPs are refreshed once more when it times out.
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+using TestKit::addr;
+using TestKit::Bsm;
+using TestKit::bsrFault;
+using TestKit::BsrRouter;
+using TestKit::justBefore;
+using TestKit::Lines;
+using TestKit::prefix;
+using TestKit::Rps;
+using TestKit::TraceRecorder;
+using TestKit::VirtualWorld;
+
+struct RpSetMirrorTest : ::testing::Test {
+  RpSetMirrorTest() {
+    router.linkIs("eth0", "10.0.0.1");
+    router.neighborIs("eth0", "10.0.0.2");
+    for (const char* bsr : {"10.9.9.1", "10.9.9.9"}) router.routeIs(bsr, "eth0", "10.0.0.2");
+  }
+  static Bsm bsm(const char* zone, const char* bsr = "10.9.9.9") {
+    Bsm message(bsr);
+    return std::string(zone) == "224.0.0.0/4" ? message : message.zone(zone);
+  }
+  void hear(const BootstrapMessage& message) {
+    router.hear("eth0", "10.0.0.2", message);
+    EXPECT_EQ(bsrFault(router), "");
+  }
+  void goTo(double instant) {
+    world.runUntil(instant);
+    EXPECT_EQ(bsrFault(router), "");
+  }
+  Lines pim() const { return router.pimRps(); }
+
+  VirtualWorld world;
+  BsrRouter router{AddressFamily::ipv4, world.wheel};
+};
+
+TEST_F(RpSetMirrorTest, AZoneThatAppearsTakesItsGroupsOver) {
+  hear(bsm("224.0.0.0/4")
+           .group("224.0.0.0/4", {{"10.1.1.1"}})
+           .group("239.0.0.0/8", {{"10.1.1.2"}})
+           .group("239.1.0.0/16", {{"10.1.1.3"}})
+           .group("239.1.1.0/24", {{"10.1.1.4"}})
+           .group("239.2.0.0/16", {{"10.1.1.5"}}));
+  EXPECT_EQ(pim(), router.rpSetOf("224.0.0.0/4"));
+  hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.2"}, {"10.2.2.3"}}));
+  EXPECT_EQ(pim(), (Lines{"224.0.0.0/4 10.1.1.1 150 0", "239.0.0.0/8 10.1.1.2 150 0",
+                          "239.1.1.0/24 10.2.2.2 150 0", "239.1.1.0/24 10.2.2.3 150 0",
+                          "239.2.0.0/16 10.1.1.5 150 0"}))
+      << "also 239.1.0.0/16, of which the zone says nothing";
+}
+
+TEST_F(RpSetMirrorTest, AWiderZoneCannotTakeWhatAMoreSpecificOneHas) {
+  TraceRecorder traces;
+  hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.2"}}));
+  hear(bsm("224.0.0.0/4")
+           .group("239.1.1.0/24", {{"10.1.1.1"}})
+           .group("239.1.9.0/24", {{"10.1.1.1"}}));
+  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.2 150 0"}));
+  EXPECT_TRUE(traces.ends("Sm", 8,
+                          "Not updating RpCandidateStatus since our zone 224.0.0.0/4 does not "
+                          "match the longest prefix match 239.1.0.0/16 for prefix 239.1.1.0/24"))
+      << traces.text(8);
+}
+
+TEST_F(RpSetMirrorTest, AZoneSpeaksForItsOwnGroupsOnly) {
+  hear(bsm("239.1.0.0/16")
+           .group("239.1.0.0/16", {{"10.2.2.1"}})
+           .group("239.2.0.0/16", {{"10.2.2.2"}})
+           .group("239.0.0.0/8", {{"10.2.2.3"}})
+           .group("224.0.0.0/4", {{"10.2.2.4"}}));
+  EXPECT_EQ(pim(), Lines{}) << "not even its own, which it did not announce as a range";
+  hear(bsm("239.1.0.0/16").group("239.1.0.0/17", {{"10.2.2.1"}}));
+  EXPECT_EQ(pim(), (Lines{"239.1.0.0/17 10.2.2.1 150 0"}));
+  hear(Bsm("10.9.9.9").zone("239.1.0.0/16", {{"10.2.2.5"}}));
+  EXPECT_EQ(pim(), (Lines{"239.1.0.0/16 10.2.2.5 150 0", "239.1.0.0/17 10.2.2.1 150 0"}));
+}
+
+TEST_F(RpSetMirrorTest, ASilentZoneKeepsWhatNobodyElseServesUntilItExpires) {
+  hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.2"}, {"10.2.2.3", 200}}));
+  goTo(130);  // the BSR is gone; its RPs are good for another hold time
+  ASSERT_EQ(router.bsrOf("239.1.0.0/16"), "none");
+  goTo(justBefore(280));
+  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.2 150 0", "239.1.1.0/24 10.2.2.3 200 0"}));
+  goTo(280);
+  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.3 200 0"}));
+  goTo(330);
+  EXPECT_EQ(pim(), Lines{});
+}
+
+TEST_F(RpSetMirrorTest, ASilentZoneGivesBackWhatAWiderOneServes) {
+  hear(bsm("239.1.0.0/16")
+           .group("239.1.1.0/24", {{"10.2.2.2"}})
+           .group("239.1.2.0/24", {{"10.2.2.3"}}));
+  goTo(20);
+  hear(bsm("224.0.0.0/4").group("239.1.1.0/24", {{"10.1.1.1"}}));
+  goTo(justBefore(130));
+  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.2 150 0", "239.1.2.0/24 10.2.2.3 150 0"}));
+  goTo(130);
+  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.1.1.1 150 0", "239.1.2.0/24 10.2.2.3 150 0"}));
+  goTo(140);
+  hear(bsm("224.0.0.0/4").group("239.1.2.0/24", {{"10.1.1.2"}}));
+  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.1.1.1 150 0", "239.1.2.0/24 10.1.1.2 150 0"}))
+      << "also what a wider one comes to serve later";
+  goTo(141);
+  hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.4"}}));
+  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.4 150 0"})) << "and it comes back";
+}
+
+TEST_F(RpSetMirrorTest, ASilentZoneYieldsToAMoreSpecificOne) {
+  hear(bsm("239.0.0.0/8")
+           .group("239.1.1.0/24", {{"10.2.2.2"}})
+           .group("239.9.0.0/16", {{"10.2.2.3"}}));
+  goTo(130);
+  EXPECT_EQ(pim().size(), 2U);
+  hear(bsm("239.1.0.0/16"));
+  EXPECT_EQ(pim(), (Lines{"239.9.0.0/16 10.2.2.3 150 0"}));
+}
+
+TEST_F(RpSetMirrorTest, ThreeNestedZonesHandARangeDownAndUp) {
+  const auto range = [&](const char* rp) {
+    return Lines{std::string("239.1.2.0/28 ") + rp + " 600 0"};
+  };
+  const auto announce = [&](const char* zone, const char* rp) {
+    hear(bsm(zone).group("239.1.2.0/28", {{rp, 600}}));
+  };
+  announce("239.0.0.0/8", "10.1.1.1");
+  EXPECT_EQ(pim(), range("10.1.1.1"));
+  announce("239.1.2.0/24", "10.3.3.3");
+  EXPECT_EQ(pim(), range("10.3.3.3"));
+  goTo(10);
+  announce("239.1.0.0/16", "10.2.2.2");
+  EXPECT_EQ(pim(), range("10.3.3.3"));
+  goTo(100);
+  announce("239.0.0.0/8", "10.1.1.1");
+  announce("239.1.0.0/16", "10.2.2.2");
+  goTo(130);  // 239.1.2.0/24 falls silent
+  EXPECT_EQ(pim(), range("10.2.2.2"));
+  goTo(150);
+  announce("239.0.0.0/8", "10.1.1.1");
+  goTo(230);  // and 239.1.0.0/16
+  EXPECT_EQ(pim(), range("10.1.1.1"));
+}
+
+TEST_F(RpSetMirrorTest, ANewBsrsRpsReplaceTheOldOnes) {
+  hear(bsm("224.0.0.0/4", "10.9.9.1").group("225.0.0.0/8", {{"10.1.1.1"}, {"10.1.1.2"}}));
+  hear(bsm("224.0.0.0/4", "10.9.9.9").group("225.0.0.0/8", {{"10.1.1.2", 90, 5}}));
+  EXPECT_EQ(pim(), (Lines{"225.0.0.0/8 10.1.1.2 90 5"}));
+}
+
+TEST_F(RpSetMirrorTest, EveryAttributeFollows) {
+  hear(bsm("224.0.0.0/4").group("225.0.0.0/8", {{"10.1.1.1"}}));
+  goTo(10);
+  hear(bsm("224.0.0.0/4").hashMask(3).bidirGroup("225.0.0.0/8", {{"10.1.1.1", 77, 8}}));
+  const auto copy = router.pimRpStatus->crpSet(prefix("225.0.0.0/8"))->rp(addr("10.1.1.1"));
+  EXPECT_EQ(copy->mode(), PimMode::bidirectional);
+  EXPECT_EQ(copy->priority(), RpPriority(8));
+  EXPECT_EQ(copy->holdTime(), CrpHoldTime(77));
+  EXPECT_EQ(copy->hashMaskLen(), RpHashMaskLen(3));
+  EXPECT_EQ(copy->setupTime(), 0);
+  EXPECT_EQ(copy->expiryTime(), 87);
+}
+
+TEST_F(RpSetMirrorTest, SetsThatAreDeletedWholeLeaveNothing) {
+  hear(
+      bsm("224.0.0.0/4").group("225.0.0.0/8", {{"10.1.1.1"}}).group("226.0.0.0/8", {{"10.1.1.1"}}));
+  TraceRecorder traces;
+  router.status->crpStatus(prefix("224.0.0.0/4"))->status()->crpSetDelAll();
+  EXPECT_EQ(pim(), Lines{});
+  EXPECT_EQ(router.status->crpStatus(prefix("224.0.0.0/4")), nullptr) << "the zone goes with them";
+  EXPECT_TRUE(
+      traces.ends("Sm", 5, "Deleted crpSet with prefix 226.0.0.0/8 from rpCandidateStatus"));
+  hear(bsm("224.0.0.0/4").group("225.0.0.0/8", {{"10.1.1.1"}}));
+  router.status->crpStatusDel(prefix("224.0.0.0/4"));
+  EXPECT_EQ(pim(), Lines{});
+  goTo(1);
+  EXPECT_EQ(world.wheel.armed(), 1U) << "the BS timer alone";
+}
+
+TEST_F(RpSetMirrorTest, OthersThatCleanPimsViewUpDoNoHarm) {
+  hear(bsm("224.0.0.0/4")
+           .group("225.0.0.0/8", {{"10.1.1.1", 20}})
+           .group("226.0.0.0/8", {{"10.1.1.1"}}));
+  TraceRecorder traces;
+  router.pimRpStatus->crpSetDelAll();
+  world.runUntil(20);
+  EXPECT_TRUE(traces.ends("Sm", 8,
+                          "Nothing to do since the CrpSet has already been deleted from "
+                          "rpCandidateStatus"));
+  EXPECT_TRUE(traces.ends("Sm", 8, "225.0.0.0/8 already deleted from rpCandidateStatus"));
+  hear(bsm("224.0.0.0/4").group("226.0.0.0/8", {{"10.1.1.1"}}));
+  EXPECT_EQ(pim(), (Lines{"226.0.0.0/8 10.1.1.1 150 0"}));
+  EXPECT_TRUE(traces.ends("Sm", 5,
+                          "Forced creation of crpSet with prefix 226.0.0.0/8 in "
+                          "rpCandidateStatus"));
+  EXPECT_TRUE(traces.ends("Sm", 5,
+                          "Forced creation of RP 10.1.1.1 in Rp Set for prefix 226.0.0.0/8 in zone "
+                          "224.0.0.0/4"));
+}
+
+TEST_F(RpSetMirrorTest, ARestartTakesPimsViewOver) {
+  hear(bsm("224.0.0.0/4").group("225.0.0.0/8", {{"10.1.1.1"}, {"10.1.1.2", 40}}));
+  const auto stale = [&](const char* range) {
+    router.pimRpStatus->newCrpSet(prefix(range))->newRp(addr("10.7.7.7"))->expiryTimeIs(1e9);
+  };
+  router.stop();
+  stale("225.0.0.0/8");
+  stale("230.0.0.0/8");
+  world.runUntil(50);
+  router.start();
+  EXPECT_EQ(pim(), (Lines{"225.0.0.0/8 10.1.1.1 150 0", "225.0.0.0/8 10.1.1.2 40 0"}));
+  goTo(51);
+  EXPECT_EQ(pim(), (Lines{"225.0.0.0/8 10.1.1.1 150 0"})) << "what had passed goes at once";
+  goTo(150);
+  EXPECT_EQ(pim(), Lines{});
+}
+
+// --- any order of events ----------------------------------------------------------------------
+
+const char* const zones[] = {"224.0.0.0/4", "239.0.0.0/8", "239.1.0.0/16", "239.1.2.0/24"};
+const char* const ranges[] = {"224.0.0.0/4",  "225.0.0.0/8",   "239.0.0.0/8", "239.1.0.0/16",
+                              "239.1.2.0/24", "239.1.2.64/26", "239.1.3.0/24"};
+
+/// One message, some time after the one before.
+struct Step {
+  unsigned pause;
+  unsigned zone;
+  bool better;  // which of the two BSRs
+  bool forward;
+  std::vector<std::pair<unsigned, Rps>> ranges;
+};
+
+std::ostream& operator<<(std::ostream& out, const Step& step) {
+  out << '+' << step.pause << ' ' << zones[step.zone] << (step.better ? " better" : "")
+      << (step.forward ? "" : " no-forward");
+  for (const auto& [range, rps] : step.ranges) {
+    out << ' ' << ranges[range] << '(';
+    for (const auto& rp : rps) out << rp.address << ' ' << rp.holdtime << ' ';
+    out << ')';
+  }
+  return out;
+}
+
+rc::Gen<Step> genStep() {
+  return rc::gen::exec([] {
+    Step step;
+    step.pause = *rc::gen::weightedElement<unsigned>(
+        {{3, 0}, {3, 1}, {3, 7}, {2, 15}, {1, 20}, {1, 33}, {1, 60}});
+    step.zone = *rc::gen::inRange(0U, 4U);
+    step.better = *rc::gen::arbitrary<bool>();
+    step.forward = *rc::gen::weightedElement<bool>({{4, true}, {1, false}});
+    const unsigned count = *rc::gen::inRange(0U, 4U);
+    for (unsigned i = 0; i < count; ++i) {
+      Rps rps;
+      for (unsigned rp = 1; rp <= 3; ++rp) {
+        if (*rc::gen::arbitrary<bool>()) continue;
+        const unsigned hold = *rc::gen::element(0U, 5U, 18U, 30U, 60U);
+        rps.push_back({"10.5.5." + std::to_string(rp), hold, *rc::gen::inRange(0U, 3U)});
+      }
+      step.ranges.emplace_back(*rc::gen::inRange(0U, 7U), rps);
+    }
+    return step;
+  });
+}
+
+/// Runs to an instant and looks after every turn of the wheel.
+std::string faultUntil(VirtualWorld& world, BsrRouter& router, double instant) {
+  while (world.wheel.nextExpiry() <= instant) {
+    world.clock.nowIs(world.wheel.nextExpiry());
+    while (world.wheel.nextExpiry() <= world.clock.now()) world.wheel.fireDue();
+    const std::string fault = bsrFault(router);
+    if (!fault.empty()) return fault + " at " + std::to_string(world.clock.now());
+  }
+  world.clock.nowIs(instant);
+  return {};
+}
+
+TEST(RpSetMirror, AgreesWithTheZonesAfterEveryEvent) {
+  ASSERT_TRUE(rc::check("any messages in any zones at any time", [] {
+    VirtualWorld world;
+    BsrRouter router(AddressFamily::ipv4, world.wheel);
+    router.status->bsTimeoutIs(20);
+    router.status->szTimeoutIs(50);
+    router.limits->maxRpsIs(20);
+    router.limits->maxGroupsIs(12);
+    router.linkIs("eth0", "10.0.0.1");
+    router.neighborIs("eth0", "10.0.0.2");
+    for (const char* bsr : {"10.9.9.1", "10.9.9.9"}) router.routeIs(bsr, "eth0", "10.0.0.2");
+    const auto steps = *rc::gen::container<std::vector<Step>>(30, genStep());
+    for (const Step& step : steps) {
+      RC_ASSERT(faultUntil(world, router, world.clock.now() + step.pause) == "");
+      Bsm bsm(step.better ? "10.9.9.9" : "10.9.9.1");
+      if (step.zone != 0) bsm.zone(zones[step.zone]);
+      if (!step.forward) bsm.noForward();
+      std::set<unsigned> seen;
+      for (const auto& [range, rps] : step.ranges) {
+        const bool zoneEntry = step.zone != 0 && ranges[range] == std::string(zones[step.zone]);
+        if (!zoneEntry && seen.insert(range).second) bsm.group(ranges[range], rps);
+      }
+      router.hear("eth0", "10.0.0.2", bsm);
+      RC_ASSERT(bsrFault(router) == "");
+    }
+    RC_ASSERT(faultUntil(world, router, world.clock.now() + 1000) == "");
+    RC_ASSERT(router.pimRps().empty());
+    RC_ASSERT(world.wheel.armed() == 0U);
+  }));
+}
+
+}  // namespace
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,152 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "bsr/trie/PimBsrCrpPermitTrieBuilder.h"
+#include "bsr/trie/PimBsrTrieBuilder.h"
+#include "tests/support/BsrRouter.h"
+
+namespace Routing::Pim::Bsr {
+namespace {
+
+using TestKit::addr;
+using TestKit::Lines;
+using TestKit::prefix;
+
+/// A status, a trie, and what the trie's users were told.
+struct TrieTest : ::testing::Test {
+  TrieTest() {
+    reactor = trie->routeReactor([this](const IpGenPrefix& route, TrieEvent event) {
+      const char* names[] = {"added ", "deleted ", "changed "};
+      events.push_back(names[static_cast<unsigned>(event)] + route.text());
+    });
+  }
+  Lines routes() const {
+    Lines all;
+    trie->forEachRoute([&all](const IpGenPrefix& route) { all.push_back(route.text()); });
+    return all;
+  }
+  Lines told() { return std::exchange(events, {}); }
+
+  TestKit::TraceRecorder traces;
+  std::shared_ptr<Status> status = std::make_shared<Status>(VrfName("default"));
+  std::shared_ptr<TrieGen> trie = std::make_shared<TrieGen>("T", AddressFamily::ipv4);
+  Lines events;
+  Subscription reactor;
+};
+
+using ZoneTrie = TrieTest;
+using PermitTrie = TrieTest;
+
+TEST_F(ZoneTrie, HoldsTheZonesThatHaveARecord) {
+  PimBsrTrieBuilderSm builder(status, trie);
+  EXPECT_EQ(routes(), Lines{});
+  status->newBootstrapRouter(prefix("224.0.0.0/4"));
+  status->newBootstrapRouter(prefix("239.1.0.0/16"));
+  EXPECT_EQ(routes(), (Lines{"224.0.0.0/4", "239.1.0.0/16"}));
+  EXPECT_EQ(builder.trieUpdates(), 2U);
+  EXPECT_TRUE(traces.ends("Sm", 8, "Added prefix 239.1.0.0/16 into trie"));
+  status->bootstrapRouterDel(prefix("239.1.0.0/16"));
+  EXPECT_EQ(routes(), (Lines{"224.0.0.0/4"}));
+  EXPECT_EQ(builder.trieUpdates(), 3U);
+  EXPECT_TRUE(traces.ends("Sm", 8, "Deleted prefix 239.1.0.0/16 from trie"));
+  EXPECT_TRUE(traces.ends("Sm", 9, " ( 239.1.0.0/16 )"));
+  EXPECT_EQ(told(), (Lines{"added 224.0.0.0/4", "added 239.1.0.0/16", "deleted 239.1.0.0/16"}));
+}
+
+TEST_F(ZoneTrie, AChangedAddressIsOneChangeEvent) {
+  PimBsrTrieBuilderSm builder(status, trie);
+  const auto record = status->newBootstrapRouter(prefix("239.1.0.0/16"));
+  record->ipAddrIs(addr("10.0.0.1"));
+  EXPECT_EQ(told(), (Lines{"added 239.1.0.0/16"})) << "the first address is no change";
+  EXPECT_EQ(builder.trieUpdates(), 1U);
+  record->ipAddrIs(addr("10.0.0.2"));
+  record->priorityIs(7);
+  EXPECT_EQ(told(), (Lines{"changed 239.1.0.0/16"}));
+  EXPECT_EQ(builder.trieUpdates(), 2U);
+  EXPECT_TRUE(traces.ends("Sm", 8,
+                          " BSR changed for zone 239.1.0.0/16 to 10.0.0.2. Generating changeroute "
+                          "event"))
+      << traces.text();
+}
+
+TEST_F(ZoneTrie, ARecordThatWasThereBeforeReportsItsFirstChange) {
+  status->newBootstrapRouter(prefix("224.0.0.0/4"))->ipAddrIs(addr("10.0.0.1"));
+  PimBsrTrieBuilderSm builder(status, trie);
+  EXPECT_EQ(told(), (Lines{"added 224.0.0.0/4"}));
+  status->bootstrapRouter(prefix("224.0.0.0/4"))->ipAddrIs(addr("10.0.0.2"));
+  EXPECT_EQ(told(), (Lines{"changed 224.0.0.0/4"}));
+}
+
+TEST_F(ZoneTrie, ARecordMadeAnewStartsAnew) {
+  PimBsrTrieBuilderSm builder(status, trie);
+  const auto old = status->newBootstrapRouter(prefix("224.0.0.0/4"));
+  old->ipAddrIs(addr("10.0.0.1"));
+  status->bootstrapRouterDel(prefix("224.0.0.0/4"));
+  const auto now = status->newBootstrapRouter(prefix("224.0.0.0/4"));
+  static_cast<void>(told());
+  old->ipAddrIs(addr("10.0.0.2"));
+  now->ipAddrIs(addr("10.0.0.3"));
+  EXPECT_EQ(told(), Lines{}) << "the old record is nobody's, the new one has its first address";
+}
+
+TEST_F(ZoneTrie, TheFullWalkBringsBothSidesInStepAndRepeatsNothing) {
+  trie->routeIs(prefix("239.9.0.0/16"));  // stale
+  status->newBootstrapRouter(prefix("239.1.0.0/16"));
+  static_cast<void>(told());
+  PimBsrTrieBuilderSm builder(status, trie);
+  EXPECT_EQ(told(), (Lines{"added 239.1.0.0/16", "deleted 239.9.0.0/16"}));
+  EXPECT_EQ(builder.trieUpdates(), 2U);
+  builder.handleBsr();
+  builder.handleBsr(prefix("239.1.0.0/16"));
+  builder.handleBsr(prefix("239.9.0.0/16"));
+  EXPECT_EQ(told(), Lines{});
+  EXPECT_EQ(builder.trieUpdates(), 2U);
+}
+
+TEST_F(ZoneTrie, IsLeftAloneByABuilderThatIsGone) {
+  { PimBsrTrieBuilderSm builder(status, trie); }
+  status->newBootstrapRouter(prefix("224.0.0.0/4"))->ipAddrIs(addr("10.0.0.1"));
+  EXPECT_EQ(told(), Lines{});
+}
+
+TEST_F(PermitTrie, HoldsThePermittedPrefixes) {
+  status->crpPermitIs(prefix("0.0.0.0/0"), true);
+  PimBsrCrpPermitTrieBuilderSm builder(status, trie);
+  EXPECT_EQ(routes(), (Lines{"0.0.0.0/0"}));
+  status->crpPermitIs(prefix("10.0.0.0/8"), true);
+  status->crpPermitIs(prefix("10.0.0.0/8"), true);
+  status->crpPermitDel(prefix("0.0.0.0/0"));
+  EXPECT_EQ(routes(), (Lines{"10.0.0.0/8"}));
+  EXPECT_EQ(builder.trieUpdates(), 3U);
+  EXPECT_EQ(traces.count("CrpPermitTrieBuilderSm", 9, " ( 10.0.0.0/8 )"), 1U);
+  EXPECT_TRUE(traces.ends("CrpPermitTrieBuilderSm", 8, "Added prefix 10.0.0.0/8 into trie"));
+  EXPECT_TRUE(traces.ends("CrpPermitTrieBuilderSm", 8, "Deleted prefix 0.0.0.0/0 from trie"));
+  EXPECT_EQ(told(), (Lines{"added 0.0.0.0/0", "added 10.0.0.0/8", "deleted 0.0.0.0/0"}));
+}
+
+TEST_F(PermitTrie, TheFullWalkBringsBothSidesInStepAndRepeatsNothing) {
+  trie->routeIs(prefix("11.0.0.0/8"));
+  status->crpPermitIs(prefix("10.0.0.0/8"), true);
+  PimBsrCrpPermitTrieBuilderSm builder(status, trie);
+  EXPECT_EQ(routes(), (Lines{"10.0.0.0/8"}));
+  EXPECT_EQ(builder.trieUpdates(), 2U);
+  builder.handleCrpPermit();
+  EXPECT_EQ(builder.trieUpdates(), 2U);
+}
+
+TEST(Tries, AreNamedAfterTheirFamily) {
+  TestKit::VirtualWorld world;
+  for (const auto& [af, name, global] :
+       {std::tuple{AddressFamily::ipv4, "PimBsrTrie", "224.0.0.0/4"},
+        std::tuple{AddressFamily::ipv6, "PimBsr6Trie", "ff00::/8"}}) {
+    TestKit::BsrRouter router(af, world.wheel);
+    EXPECT_EQ(router.engine().bsrTrie()->name(), name);
+    EXPECT_EQ(router.engine().bsrTrie()->af(), af);
+    EXPECT_EQ(router.engine().globalOrNonScopeZone(), prefix(global));
+  }
+}
+
+}  // namespace
+}  // namespace Routing::Pim::Bsr

@@ -1,0 +1,256 @@
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "platform/acl/AclToPrefix.h"
+#include "tests/support/ConfigBed.h"
+#include "tests/support/TraceRecorder.h"
+
+namespace Routing::TestKit {
+namespace {
+
+std::string text(const std::set<IpGenPrefix>& prefixes) {
+  std::string out;
+  for (const IpGenPrefix& prefix : prefixes) out += (out.empty() ? "" : " ") + prefix.text();
+  return out;
+}
+
+AclPrefixes convert(AddressFamily af, AclType type, const std::vector<AclRule>& rules) {
+  AclToPrefix conversion(af, type);
+  for (const AclRule& rule : rules) conversion.handleRule(rule);
+  return conversion.prefixes();
+}
+
+struct Row {
+  std::vector<const char*> rules;
+  const char* group;
+  const char* unicast;
+};
+
+void expectRow(AddressFamily af, AclType type, const Row& row) {
+  std::vector<AclRule> rules;
+  std::string name;
+  for (const char* rule : row.rules) {
+    rules.push_back(aclRule(rule));
+    name += std::string(rule) + "; ";
+  }
+  const AclPrefixes result = convert(af, type, rules);
+  EXPECT_EQ(text(result.group), row.group) << name;
+  EXPECT_EQ(text(result.unicast), row.unicast) << name;
+}
+
+constexpr const char* without1 =
+    "239.0.0.0/16 239.2.0.0/15 239.4.0.0/14 239.8.0.0/13 239.16.0.0/12 239.32.0.0/11 239.64.0.0/10 "
+    "239.128.0.0/9";
+
+TEST(AclToPrefix, StandardListsOfIpv4) {
+  const std::string with1 = "239.0.0.0/16 239.1.2.0/24" + std::string(without1).substr(12);
+  const Row rows[] = {
+      {{}, "", ""},
+      {{"permit 239.0.0.0/8"}, "239.0.0.0/8", ""},
+      {{"permit any"}, "224.0.0.0/4", "0.0.0.0/0"},
+      {{"deny any", "permit any"}, "", ""},
+      {{"deny 239.1.0.0/16", "permit 239.0.0.0/8"}, without1, ""},
+      {{"permit 239.0.0.0/8", "deny 239.1.0.0/16"}, "239.0.0.0/8", ""},
+      {{"permit 239.1.2.0/24", "deny 239.1.0.0/16", "permit 239.0.0.0/8"}, with1.c_str(), ""},
+      {{"permit 239.0.0.0/9", "permit 239.128.0.0/9"}, "239.0.0.0/8", ""},
+      {{"permit 239.0.0.0/16", "permit 239.1.0.0/16", "permit 239.2.0.0/16"},
+       "239.0.0.0/15 239.2.0.0/16",
+       ""},
+      {{"permit 239.1.0.0 0.0.255.255"}, "239.1.0.0/16", ""},
+      {{"permit 239.1.0.7 0.0.2.255"}, "239.1.0.0/24 239.1.2.0/24", ""},
+      {{"permit 0.0.0.0 255.255.255.255"}, "224.0.0.0/4", "0.0.0.0/0"},
+      {{"deny 10.0.0.0/8", "permit any"},
+       "224.0.0.0/4",
+       "0.0.0.0/5 8.0.0.0/7 11.0.0.0/8 12.0.0.0/6 16.0.0.0/4 32.0.0.0/3 64.0.0.0/2 128.0.0.0/1"},
+      {{"deny host 192.0.2.1", "permit 192.0.2.0/24"},
+       "",
+       "192.0.2.0/32 192.0.2.2/31 192.0.2.4/30 192.0.2.8/29 192.0.2.16/28 192.0.2.32/27 "
+       "192.0.2.64/26 192.0.2.128/25"},
+      {{"permit 10.1.0.0/16", "permit 239.5.0.0/16"}, "239.5.0.0/16", "10.1.0.0/16"},
+      {{"permit 192.0.0.0/2"}, "224.0.0.0/4", "192.0.0.0/2"},
+      {{"deny 224.0.0.0/4", "permit any"}, "", "0.0.0.0/1 128.0.0.0/2 192.0.0.0/3 240.0.0.0/4"},
+      {{"permit host 255.255.255.255", "permit host 0.0.0.0"}, "", "0.0.0.0/32 255.255.255.255/32"},
+      {{"deny host 255.255.255.255", "permit 255.255.255.254/31"}, "", "255.255.255.254/32"},
+      {{"deny 10.0.0.0/8"}, "", ""},
+      {{"permit ff00::/8", "permit 239.1.0.0/16"}, "239.1.0.0/16", ""},
+  };
+  for (const Row& row : rows) expectRow(AddressFamily::ipv4, AclType::standard, row);
+}
+
+TEST(AclToPrefix, StandardListsOfIpv6) {
+  const Row rows[] = {
+      {{"permit any"}, "ff00::/8", "::/0"},
+      {{"deny ff08::/16", "permit ff00::/12"}, "ff00::/13 ff09::/16 ff0a::/15 ff0c::/14", ""},
+      {{"deny host 2001:db8::1", "permit 2001:db8::/126"}, "", "2001:db8::/128 2001:db8::2/127"},
+      {{"permit ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff"},
+       "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff/128",
+       ""},
+      {{"permit ff05:: 0:1::ffff"}, "ff05::/112 ff05:1::/112", ""},
+      {{"permit :: ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff"}, "ff00::/8", "::/0"},
+      {{"permit 10.0.0.0/8", "permit 2001:db8::/64"}, "", "2001:db8::/64"},
+  };
+  for (const Row& row : rows) expectRow(AddressFamily::ipv6, AclType::standard, row);
+}
+
+TEST(AclToPrefix, ExtendedListsTakeGroupsFromTheDestination) {
+  const Row rows[] = {
+      {{"permit 10.1.0.0/16 -> 239.5.0.0/16"}, "239.5.0.0/16", "10.1.0.0/16"},
+      {{"permit any -> 239.5.0.0/16", "deny 10.0.0.0/8 -> any"}, "239.5.0.0/16", "0.0.0.0/0"},
+      {{"permit 239.0.0.0/8 -> 10.0.0.0/8"}, "", ""},
+      {{"permit 10.0.0.0/8 -> ff00::/8"}, "", ""},
+  };
+  for (const Row& row : rows) expectRow(AddressFamily::ipv4, AclType::extended, row);
+}
+
+TEST(AclToPrefix, PassesOverNarrowedRules) {
+  AclRule narrowed = aclRule("deny 239.1.0.0/16");
+  narrowed.narrowed = true;
+  const auto result =
+      convert(AddressFamily::ipv4, AclType::standard, {narrowed, aclRule("permit 239.0.0.0/8")});
+  EXPECT_EQ(text(result.group), "239.0.0.0/8");
+}
+
+TEST(AclToPrefix, FailsClosedOnWildcardsThatAreTooScattered) {
+  TraceRecorder traces("Acl");
+  // 12 scattered bits are 4096 intervals, 13 are too many.
+  const auto most =
+      convert(AddressFamily::ipv4, AclType::standard, {aclRule("permit 239.0.0.0 0.170.170.170")});
+  EXPECT_EQ(most.group.size(), 4096U);
+  EXPECT_EQ(traces.lines().size(), 0U);
+  const auto permit =
+      convert(AddressFamily::ipv4, AclType::standard, {aclRule("permit 238.0.0.0 1.170.170.170")});
+  EXPECT_EQ(text(permit.group), "");
+  EXPECT_TRUE(traces.contains("", 3, "permit skipped"));
+  const auto deny =
+      convert(AddressFamily::ipv4, AclType::standard,
+              {aclRule("deny 238.0.0.0 1.170.170.170"), aclRule("permit 236.0.0.0/6")});
+  EXPECT_EQ(text(deny.group), "236.0.0.0/7");
+  EXPECT_TRUE(traces.contains("", 3, "deny widened"));
+}
+
+TEST(AclAddresses, ReadsAndWritesItsText) {
+  for (const char* good : {"any", "10.0.0.0/8", "10.0.0.1/32", "10.0.0.0 0.0.255.0", "ff05::/16"}) {
+    const auto parsed = AclAddresses::fromText(good);
+    ASSERT_TRUE(parsed) << good;
+    EXPECT_EQ(parsed->text(), good);
+  }
+  EXPECT_EQ(AclAddresses::fromText("host 10.0.0.1")->text(), "10.0.0.1/32");
+  for (const char* bad : {"", "none", "host", "host any", "host 10.0.0.0/8", "10.0.0.0/33",
+                          "10.0.0.0 ::", "unset unset", "10.0.0.0 0.0.0.255 x"}) {
+    EXPECT_FALSE(AclAddresses::fromText(bad)) << bad;
+  }
+}
+
+// --- against address by address ---------------------------------------------------------------
+
+/// A toy universe: ten bits below a base address, taken from random places of the address.
+struct Universe {
+  AddressFamily af;
+  IpGenAddr base;
+  std::vector<unsigned> bits;  ///< positions of the toy bits, the most significant first
+
+  AddressNumber number(unsigned toy) const {
+    AddressNumber result = addressNumber(base);
+    for (std::size_t i = 0; i < bits.size(); ++i) {
+      if ((toy >> (bits.size() - 1 - i) & 1) != 0) result |= AddressNumber{1} << bits[i];
+    }
+    return result;
+  }
+  IpGenAddr address(unsigned toy) const { return addressOfNumber(af, number(toy)); }
+};
+
+constexpr unsigned toyBits = 10;
+
+bool speaksOf(const AclAddresses& addresses, const IpGenAddr& address) {
+  if (addresses.kind() == AclAddresses::Kind::any) return true;
+  if (addresses.af() != address.af()) return false;
+  if (addresses.kind() == AclAddresses::Kind::prefix) return addresses.prefix().contains(address);
+  const AddressNumber difference = addressNumber(address) ^ addressNumber(addresses.address());
+  return (difference & ~addressNumber(addresses.wildcard())) == 0;
+}
+
+bool permitted(const std::vector<AclRule>& rules, const IpGenAddr& address) {
+  for (const AclRule& rule : rules) {
+    if (speaksOf(rule.source, address)) return rule.action == AclAction::permit;
+  }
+  return false;
+}
+
+/// A number below a limit, evenly spread whatever the test's size.
+unsigned below(unsigned limit) {
+  return *rc::gen::resize(rc::kNominalSize, rc::gen::inRange(0U, limit));
+}
+
+AclRule anyRule(const Universe& universe) {
+  AclRule rule;
+  rule.action = below(3) == 0 ? AclAction::deny : AclAction::permit;
+  const auto toy = [] { return below(1U << toyBits); };
+  switch (below(9)) {
+    case 0:
+      break;
+    case 1:
+      rule.source = AclAddresses::host(universe.address(toy()));
+      break;
+    case 2:
+    case 3: {
+      const AddressNumber mask = universe.number(toy()) & ~addressNumber(universe.base);
+      rule.source =
+          AclAddresses::wildcard(universe.address(toy()), addressOfNumber(universe.af, mask));
+      break;
+    }
+    default: {
+      const unsigned bits = addressBits(universe.af);
+      const unsigned length = bits - universe.bits[below(toyBits)] - below(2);
+      rule.source = AclAddresses::prefix({universe.address(toy()), length});
+    }
+  }
+  return rule;
+}
+
+void expectMinimal(const std::set<IpGenPrefix>& prefixes) {
+  for (const IpGenPrefix& prefix : prefixes) {
+    for (unsigned length = 0; length < prefix.length(); ++length) {
+      RC_ASSERT(!prefixes.contains(IpGenPrefix(prefix.address(), length)));
+    }
+    if (prefix.length() == 0) continue;
+    const unsigned last = addressBits(prefix.af()) - prefix.length();
+    const AddressNumber sibling = addressNumber(prefix.address()) ^ AddressNumber { 1 } << last;
+    RC_ASSERT(!prefixes.contains({addressOfNumber(prefix.af(), sibling), prefix.length()}));
+  }
+}
+
+bool covered(const std::set<IpGenPrefix>& prefixes, const IpGenAddr& address) {
+  return std::any_of(prefixes.begin(), prefixes.end(),
+                     [&](const IpGenPrefix& prefix) { return prefix.contains(address); });
+}
+
+TEST(AclToPrefix, AgreesWithFirstMatchAddressByAddress) {
+  const Universe universes[] = {
+      {AddressFamily::ipv4, addr("239.0.0.0"), {9, 8, 7, 6, 5, 4, 3, 2, 1, 0}},
+      {AddressFamily::ipv4, addr("10.0.0.0"), {23, 22, 17, 16, 9, 8, 7, 2, 1, 0}},
+      {AddressFamily::ipv4, addr("0.0.0.0"), {31, 30, 29, 28, 27, 26, 3, 2, 1, 0}},
+      {AddressFamily::ipv6, addr("ff00::"), {119, 118, 117, 66, 65, 64, 63, 62, 1, 0}},
+      {AddressFamily::ipv6, addr("::"), {127, 126, 121, 120, 119, 65, 64, 63, 1, 0}},
+  };
+  EXPECT_TRUE(rc::check([&] {
+    const Universe& universe = universes[below(5)];
+    std::vector<AclRule> rules;
+    const unsigned count = below(9);
+    for (unsigned i = 0; i < count; ++i) rules.push_back(anyRule(universe));
+    const AclPrefixes result = convert(universe.af, AclType::standard, rules);
+    expectMinimal(result.group);
+    expectMinimal(result.unicast);
+    for (unsigned toy = 0; toy < 1U << toyBits; ++toy) {
+      const IpGenAddr address = universe.address(toy);
+      const bool multicast = IpGenPrefix::multicast(universe.af).contains(address);
+      RC_ASSERT(covered(result.group, address) == (multicast && permitted(rules, address)));
+      if (!multicast) RC_ASSERT(covered(result.unicast, address) == permitted(rules, address));
+    }
+  }));
+}
+
+}  // namespace
+}  // namespace Routing::TestKit
