@@ -12,9 +12,16 @@
 
 namespace Routing::Agent {
 
+/// The first Hello goes out at once, so that neighbours prime a newcomer within six seconds.
+inline Pim::HelloConfig promptHellos() {
+  Pim::HelloConfig config;
+  config.firstDelay = 0.5;
+  return config;
+}
+
 /// What the mechanism is given in every VRF and family.
 struct InstanceOptions {
-  Pim::HelloConfig hello;
+  Pim::HelloConfig hello = promptHellos();
   std::uint32_t bsTimeout = 130;   ///< seconds (RFC 5059 section 5)
   std::uint32_t szTimeout = 1300;  ///< seconds (RFC 5059 section 5)
   std::optional<std::uint32_t> maxZones;

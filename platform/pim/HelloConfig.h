@@ -15,7 +15,8 @@ struct NeighborLimits {
 struct HelloConfig {
   double helloPeriod = 30.0;              ///< seconds between Hellos, above 0
   std::uint16_t holdtime = 105;           ///< seconds, above 0; 65535 never expires
-  double triggeredDelay = 5.0;            ///< seconds; bound of the random delays
+  double firstDelay = 5.0;                ///< seconds; bound of the first Hello's random delay
+  double triggeredDelay = 5.0;            ///< seconds; bound of a triggered Hello's random delay
   std::uint32_t drPriority = 1;           ///< higher wins
   std::uint16_t propagationDelay = 500;   ///< milliseconds, 0 to 32767
   std::uint16_t overrideInterval = 2500;  ///< milliseconds

@@ -84,7 +84,7 @@ bool HelloSm::secondariesAre(const std::set<IpGenAddr>& secondaries) {
 void HelloSm::start() {
   neighbors_.neighborDel(intf_->address());  // its address is now ours
   intf_->generationIdIs(newGenerationId(random_, intf_->generationId()));
-  helloTimer_.expiryInIs(randomDelay());
+  helloTimer_.expiryInIs(random_() * config_.firstDelay);
 }
 
 void HelloSm::drPriorityIs(std::uint32_t priority) {
@@ -111,7 +111,8 @@ void HelloSm::refuse(const HelloMessage& hello, std::string_view reason) {
 }
 
 void HelloSm::triggeredHelloIsDue() {
-  if (sending() && !triggeredTimer_.armed()) triggeredTimer_.expiryInIs(randomDelay());
+  if (!sending() || triggeredTimer_.armed()) return;
+  triggeredTimer_.expiryInIs(random_() * config_.triggeredDelay);
 }
 
 bool HelloSm::goodbye() {

@@ -15,7 +15,7 @@ namespace Routing::Pim {
 /// the neighbours and elects the designated router. It writes its PimInterface and nothing else.
 ///
 /// The interface runs while it is up and has an address. What happens, and what follows:
-/// - It starts: a new generation ID; the first Hello after a random part of triggeredDelay, then
+/// - It starts: a new generation ID; the first Hello after a random part of firstDelay, then
 ///   one every helloPeriod.
 /// - A neighbour appears or restarts: one more Hello after a random part of triggeredDelay, at most
 ///   one pending; after it has left, `triggeredHelloSent` rises by one.
@@ -52,7 +52,6 @@ class ROUTING_API HelloSm {
  private:
   bool running() const { return intf_->up() && !intf_->address().isUnset(); }
   bool sending() const { return helloTimer_.armed(); }
-  double randomDelay() const { return random_() * config_.triggeredDelay; }
   bool secondariesAre(const std::set<IpGenAddr>& secondaries);
   void start();
   void helloAtOnce();

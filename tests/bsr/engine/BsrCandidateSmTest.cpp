@@ -69,16 +69,19 @@ TEST_F(BsrCandidateSmTest, WaitsUntilAllItsAttributesAreSet) {
   expectWaiting("priority");
   own->hashMaskLenIs(0);
   expectWaiting("hash mask length");
+  own->bsPeriodIs(60);
+  expectWaiting("period");
   own->addressIs(addr("2001:db8::1"));
   expectWaiting("address of another family");
-  own->addressIs(addr("10.0.0.1"));
-  expectWaiting("address");
   hear(better());
   machine().handleBsrTimerExpiry();
   wait(1000);
   EXPECT_EQ(sent(), Lines{});
   EXPECT_EQ(router.bsrOf(g4), "none") << "an incomplete candidate takes no message";
-  own->bsPeriodIs(60);
+  own->electedIs(true);
+  EXPECT_EQ(router.bsrOf(g4), "none") << "it does not know yet whom to record";
+  own->electedIs(false);
+  own->addressIs(addr("10.0.0.1"));
   EXPECT_EQ(state(), "pBsr");
   EXPECT_TRUE(traced(1, ", state=pBsr ,zone=224.0.0.0/4"));
   EXPECT_TRUE(traced(5, " Next Expiry Time in 5 seconds"));
@@ -279,6 +282,8 @@ TEST_F(BsrCandidateSmTest, ItsOwnMessageComesBackAfterARestart) {
   EXPECT_FALSE(router.status->cbsr(prefix(g4))->elected());
   EXPECT_TRUE(traced(3, "BSM names ourselves, 10.0.0.1, as BSR for zone 224.0.0.0/4"));
   expectTimerAndRecord(now() + timeout);
+  router.status->cbsr(prefix(g4))->priorityIs(Bsr::priorityUnknown);
+  EXPECT_EQ(state(), "cBsr") << "nobody contests its own equal";
   wait(timeout);
   EXPECT_EQ(state(), "pBsr");
   expectTimer(now() + 5);
@@ -586,13 +591,16 @@ TEST_F(BsrCandidateSmTest, AShorterTimeoutCutsTheWaitAndALongerOneDoesNotExtendI
 }
 
 TEST_F(BsrCandidateSmTest, TheTimeoutLeavesAPendingOrElectedCandidateAlone) {
+  hear(better());
+  router.candidateBsrIs(g4, "10.0.0.1", 64, 30, 10);
   const double start = now();
-  stand();
-  router.status->bsTimeoutIs(2);
-  expectTimer(start + 5);
-  goTo(start + 5);
+  router.status->bsTimeoutIs(11);
+  EXPECT_EQ(machine().bsTimeout(), 11u);
+  expectTimer(start + backOffFrom192);
+  goTo(start + backOffFrom192);
+  ASSERT_EQ(state(), "eBsr");
   router.status->bsTimeoutIs(1);
-  expectTimerAndRecord(now() + period);
+  expectTimerAndRecord(now() + 10);
 }
 
 // --- configuration changes --------------------------------------------------------------------

@@ -80,6 +80,9 @@ TEST_F(CandidateRpSetTest, ANewRpDoesNotDelayAMessageThatIsNear) {
   goTo(next + 50);  // ten seconds left: as near as it may be
   advertise(range, rpB);
   EXPECT_DOUBLE_EQ(machine().bsExpiry(), next + 60);
+  wait(0.5);
+  advertise("226.0.0.0/8", rpB);
+  EXPECT_DOUBLE_EQ(machine().bsExpiry(), next + 60);
 }
 
 TEST_F(CandidateRpSetTest, AKnownRpIsRefreshedWithoutHaste) {

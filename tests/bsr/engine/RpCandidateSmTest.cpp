@@ -407,6 +407,7 @@ TEST_F(RpCandidateAtBsrTest, AChangedPriorityWithdrawsNothing) {
   wait(2);
   EXPECT_EQ(router.pimRps(), (Lines{"225.0.0.0/8 10.0.0.1 180 20", "226.0.0.0/8 10.0.0.1 180 20"}))
       << "soon, not after a period";
+  EXPECT_TRUE(guard.unharmed());
   option("226.0.0.0/8").priorityIs(Pim::RpPriority(0));
   drop("226.0.0.0/8");
   serve({"226.0.0.0/8"}, 20);
