@@ -324,16 +324,16 @@ void BsrCandidateSm::handleElected() {
 bool BsrCandidateSm::complete() const {
   return candidate_ && candidate_->priority() < priorityUnknown &&
          candidate_->hashMaskLen() < hashMaskLenUnknown &&
-         candidate_->bsPeriod() != bsPeriodUnknown && ownFamily(candidate_->address());
+         candidate_->bsPeriod() != bsPeriodUnknown && usable(candidate_->address());
 }
 
-bool BsrCandidateSm::ownFamily(const IpGenAddr& address) const {
-  return address.af() == bsrStatus_->af();  // an unset address has no family
+bool BsrCandidateSm::usable(const IpGenAddr& address) const {
+  return !address.isUnset() && address.af() == bsrStatus_->af();
 }
 
 // A value that is taken back to "not set" leaves the last one in force.
 void BsrCandidateSm::ownBsrIs() {
-  if (ownFamily(candidate_->address())) ownBsr_.ipAddr = candidate_->address();
+  if (usable(candidate_->address())) ownBsr_.ipAddr = candidate_->address();
   if (candidate_->priority() < priorityUnknown) {
     ownBsr_.priority = static_cast<std::uint8_t>(candidate_->priority());
   }

@@ -32,9 +32,9 @@ class PimBsrSm;
 ///   BS timer       | assertion          | -> pBsr, back-off | -> eBsr: win, own  | eBsr: own BSM,
 ///                  |                    |                   |    BSM, bsPeriod   |    bsPeriod
 ///
-/// follow: record the BSR, forward, install its RP set, BS timer = BS time-out. lose: clear the RP
-/// set and the record. win: record oneself. A message is weighed against the BSR that is followed
-/// in cBsr, against this router itself in pBsr and eBsr.
+/// follow: clear what another BSR said, record the BSR, forward, install its RP set, BS timer = BS
+/// time-out. lose: clear the RP set and the record. win: record oneself. A message is weighed
+/// against the BSR that is followed in cBsr, against this router itself in pBsr and eBsr.
 class ROUTING_API BsrCandidateSm {
  public:
   /// Shortest time, in seconds, in which a changed RP set is announced (RFC 5059 section 5).
@@ -94,7 +94,7 @@ class ROUTING_API BsrCandidateSm {
   void stateIs(BsrCandidateState state);
 
   bool complete() const;
-  bool ownFamily(const IpGenAddr& address) const;
+  bool usable(const IpGenAddr& address) const;
   void ownBsrIs();
   void computeBsTimeout(const char* firstPiece);
   std::uint32_t bs_rand_override() const;

@@ -8,13 +8,14 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 // The pieces of one range name the same RP count and hold no more RPs together; otherwise the newer
-// piece stands for the range.
+// piece stands for the range. What names the zone goes on doing so.
 void join(BootstrapGroupData& held, const BootstrapGroupData& piece) {
-  const bool whole = piece.fragRpCount() == piece.rpCount();
   BootstrapRpList rps = held.rpList();
   for (const auto& [address, data] : piece.rpList()) rps.rpIs(address, data);
-  if (whole || held.rpCount() != piece.rpCount() || rps.size() > piece.rpCount()) {
+  if (held.rpCount() != piece.rpCount() || rps.size() > piece.rpCount()) {
+    const std::uint8_t zoneBit = held.groupFlags() & GroupFlags::zoneFlag;
     held = piece;
+    held.groupFlagsIs(piece.groupFlags() | zoneBit);
     return;
   }
   held.fragRpCountIs(static_cast<std::uint8_t>(rps.size()));
@@ -29,7 +30,7 @@ void gather(BootstrapMessage& held, const BootstrapMessage& fragment) {
     const auto [it, added] = index.emplace(piece.prefix(), groups.size());
     if (added) {
       held.groupRpDataAppend(piece);
-    } else if (piece.fragRpCount() > 0 || piece.rpCount() == 0) {
+    } else if (!piece.rpList().empty()) {
       join(groups[it->second], piece);
     }  // else the zone's entry, repeated at the head of every fragment
   }

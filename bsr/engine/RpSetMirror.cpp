@@ -235,13 +235,12 @@ bool RpSetMirror::owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const
 
 void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp) {
   const IpGenPrefix match = bsrTrie_.longestMatch(prefix);
-  const bool owned = owns(zone, prefix);
-  if (match != zone && !(owned && !bsrTrie_.route(zone))) {
+  if (match != zone) {
     BSR_TRACE(8, "Not updating RpCandidateStatus since our zone ", zone,
               " does not match the longest prefix match ", match, " for prefix ", prefix);
     return;
   }
-  if (!owned) {
+  if (!owns(zone, prefix)) {
     if (const auto set = rpSets_.find(zone, prefix)) mirrorSet(zone, *set);
     return;
   }

@@ -1,7 +1,6 @@
-#include "sim/scenario/ScenarioParser.h"
-
 #include <gtest/gtest.h>
 
+#include "sim/scenario/ScenarioParser.h"
 #include "sim/scenario/YamlReader.h"
 
 namespace Routing::Sim {
@@ -80,12 +79,14 @@ TEST(ScenarioParser, NamesFileAndLineOfWhatItDoesNotUnderstand) {
       {"script:\n- {at: 1, down: r1-r3}\n", "f.yaml:6: there is no link or LAN r1-r3"},
       {"script:\n- {at: 1, expect: {rp: r1}}\n", "f.yaml:6: an rp is that of a group"},
       {"script:\n- {at: 1, expect: {state: eBsr}}\n", "f.yaml:6: a state needs routers"},
-      {"script:\n- {at: 1, impair: {on: r1-r2, loss: 200%}}\n", "f.yaml:6: \"200%\" is not a share"},
+      {"script:\n- {at: 1, impair: {on: r1-r2, loss: 200%}}\n",
+       "f.yaml:6: \"200%\" is not a share"},
       {"finally:\n- {}\n", "f.yaml:6: nothing is expected here"},
       {"finally:\n- {routers: r1, counters: {rxFoo: 1}}\n", "f.yaml:6: there is no counter rxFoo"},
       {"configuration:\n- candidate-bsr: {router: r1, zone: 10.0.0.0/8}\n",
        "f.yaml:6: 10.0.0.0/8 is no range of multicast groups"},
-      {"configuration:\n- candidate-bsr: {router: r1, priority: 256}\n", "f.yaml:6: 256 is not from"},
+      {"configuration:\n- candidate-bsr: {router: r1, priority: 256}\n",
+       "f.yaml:6: 256 is not from"},
       {"configuration:\n- candidate-rp: {router: r1, ranges: [\"ff05::/16\"]}\n",
        "f.yaml:6: this address family is not among the families"},
       {"configuration:\n- border: {router: r3, on: r1-r2}\n", "f.yaml:6: r3 is not on r1-r2"},

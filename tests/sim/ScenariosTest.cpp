@@ -80,8 +80,7 @@ struct Outcome {
 };
 
 Outcome outcome(std::uint64_t seed) {
-  const Scenario scenario =
-      readScenario(std::string(PIMBSR_SCENARIOS) + "/cold-start-twenty.yaml");
+  const Scenario scenario = readScenario(std::string(PIMBSR_SCENARIOS) + "/cold-start-twenty.yaml");
   ScenarioRun run(scenario, {seed, true, std::nullopt});
   const PacketLog log(run.world());
   run.run();

@@ -150,6 +150,7 @@ TEST_F(BsmSenderTest, InterfacesOfOneMtuShareTheFragments) {
 TEST_F(BsmSenderTest, AMessageAsLongAsTheMtuGoesWhole) {
   linkIs("eth0", 168);
   EXPECT_EQ(forward(bsm().group("225.0.0.0/8", rps(10))), (Lines{"eth0 168 225.0.0.0/8:10/10"}));
+  EXPECT_FALSE(traces.contains("Sm", 1, " fragments to be generated"));
   router.mtuIs("eth0", 167);
   EXPECT_EQ(forward(bsm().group("225.0.0.0/8", rps(10))),
             (Lines{"eth0 156 225.0.0.0/8:9/10", "eth0 60 225.0.0.0/8:1/10"}));
@@ -182,6 +183,28 @@ TEST_F(BsmSenderTest, WholeRangesGoFirstAndIntoTheFirstFragmentWithRoom) {
   EXPECT_TRUE(traces.ends("Sm", 1, "Fragment 0 to house prefix 228.0.0.0/8 with 1 RPs"));
   EXPECT_TRUE(traces.ends("Sm", 1, "Length of fragment 0 is 120"));
   EXPECT_TRUE(traces.ends("Sm", 1, " Group-Rp data needs to be split across fragments"));
+}
+
+TEST_F(BsmSenderTest, ReckonsWithAHeadForEveryFragment) {
+  struct {
+    unsigned mtu;
+    bool scoped;
+    unsigned rps;
+    unsigned estimate;
+  } const cases[] = {{1500, false, 200, 2}, {576, false, 200, 5}, {100, false, 20, 4},
+                     {100, true, 20, 4},    {100, true, 24, 6},   {287, false, 20, 2}};
+  linkIs("eth0", 1500);
+  for (const auto& each : cases) {
+    router.mtuIs("eth0", each.mtu);
+    Bsm message = bsm();
+    if (each.scoped) message.zone("239.1.0.0/16");
+    traces.clear();
+    router.engine().forwardBsm(prefix(each.scoped ? "239.1.0.0/16" : global),
+                               message.group("239.1.1.0/24", rps(each.rps)).make());
+    EXPECT_TRUE(
+        traces.ends("Sm", 1, ")" + std::to_string(each.estimate) + " fragments to be generated"))
+        << each.mtu << " " << each.rps << traces.text(1);
+  }
 }
 
 TEST_F(BsmSenderTest, EveryFragmentOfAScopedZoneBeginsWithTheZone) {

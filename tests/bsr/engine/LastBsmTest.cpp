@@ -45,11 +45,13 @@ TEST(LastBsm, KeepsTheEntryOfTheZoneOnce) {
                        bsm().zone("239.1.0.0/16").group("239.1.2.0/24", {{"10.1.1.1"}})}),
             "10.9.9.9 64 30 tag * 239.1.0.0/16 1 0/0() 239.1.1.0/24 0 1/1(10.1.1.1 150 0) "
             "239.1.2.0/24 0 1/1(10.1.1.1 150 0)");
-  // With RPs of its own, the later fragments' entries announce but do not carry them.
-  auto later = bsm().piece("239.1.0.0/16", 1, {}).group("239.1.2.0/24", {{"10.1.1.1"}});
-  EXPECT_EQ(heldAfter({bsm().zone("239.1.0.0/16", {{"10.5.5.5"}}), later}),
-            "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/1(10.5.5.5 150 0) 239.1.2.0/24 0 1/1(10.1.1.1 "
-            "150 0)");
+  // With RPs of its own it is repeated without them, with or without their number.
+  for (const unsigned announced : {0U, 1U}) {
+    Bsm later = bsm().piece("239.1.0.0/16", announced, {}).group("239.1.2.0/24", {{"10.1.1.1"}});
+    EXPECT_EQ(heldAfter({bsm().zone("239.1.0.0/16", {{"10.5.5.5"}}), later}),
+              "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/1(10.5.5.5 150 0) 239.1.2.0/24 0 "
+              "1/1(10.1.1.1 150 0)");
+  }
 }
 
 TEST(LastBsm, TheNewerPieceStandsForARangeThatDoesNotAgree) {
@@ -66,6 +68,12 @@ TEST(LastBsm, TheNewerPieceStandsForARangeThatDoesNotAgree) {
                        bsm().group("225.0.0.0/8", {{"10.2.2.2"}})}),
             range + "1/1(10.2.2.2 150 0)")
       << "a whole range again";
+}
+
+TEST(LastBsm, NamesItsZoneWhateverComesLater) {
+  EXPECT_EQ(heldAfter({bsm().zone("239.1.0.0/16", {{"10.1.1.1"}}),
+                       bsm().zone("239.1.0.0/16").piece("239.1.0.0/16", 3, {{"10.2.2.2"}})}),
+            "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/3(10.2.2.2 150 0)");
 }
 
 TEST(LastBsm, AnotherMessageReplacesWhatIsHeld) {

@@ -1,0 +1,110 @@
+#include "sim/cli/Options.h"
+
+#include <CLI/CLI.hpp>
+
+namespace Routing::Sim {
+namespace {
+
+constexpr int usageError = 2;
+
+std::uint64_t seedOf(const std::string& text) {
+  std::size_t used = 0;
+  std::uint64_t seed = 0;
+  try {
+    seed = std::stoull(text, &used);
+  } catch (const std::exception&) {
+    used = 0;
+  }
+  if (used == 0 || used != text.size() || text.front() == '-') {
+    throw CLI::ValidationError("seed", "\"" + text + "\" is not a number");
+  }
+  return seed;
+}
+
+void seedsOf(const std::string& text, Options& options) {
+  const auto dots = text.find("..");
+  options.firstSeed = seedOf(text.substr(0, dots));
+  options.lastSeed = dots == std::string::npos ? options.firstSeed : seedOf(text.substr(dots + 2));
+  if (options.lastSeed < options.firstSeed) {
+    throw CLI::ValidationError("seeds", "the last seed is before the first");
+  }
+}
+
+void traceOf(const std::string& text, Options& options) {
+  const auto equal = text.find('=');
+  const std::string level = equal == std::string::npos ? "9" : text.substr(equal + 1);
+  if (level.size() != 1 || level[0] < '0' || level[0] > '9') {
+    throw CLI::ValidationError("--trace", "a level is 0 to 9, as in Pim::Bsr=4");
+  }
+  options.traces.emplace_back(text.substr(0, equal), level[0] - '0');
+}
+
+void addCommon(CLI::App& command, Options& options) {
+  command.add_option_function<std::string>(
+      "--seed", [&](const std::string& text) { seedsOf(text, options); },
+      "where all chance of the run comes from");
+  command.add_option_function<std::string>(
+      "--seeds", [&](const std::string& text) { seedsOf(text, options); },
+      "many runs, one for each seed from A to B, as A..B");
+  command.add_option("--jobs", options.jobs, "runs at the same time, each in its own process")
+      ->check(CLI::Range(1, 64));
+}
+
+void addRun(CLI::App& app, Options& options) {
+  CLI::App& run = *app.add_subcommand("run", "Runs scenarios and judges them");
+  run.add_option("FILE", options.files, "scenario files")->required();
+  addCommon(run, options);
+  run.add_flag("--faults", options.faults, "plagues the network with random faults");
+  run.add_option("--until", options.until, "ends the run at this second");
+  run.add_option("--pcap", options.pcap, "writes every packet to this file");
+  run.add_option("--html", options.html, "writes a page that shows the run to this file");
+  run.add_flag("--json", options.json, "prints JSON");
+  run.add_flag("--quiet", options.quiet, "prints no timeline and no tables");
+  run.add_option_function<std::vector<std::string>>(
+      "--trace",
+      [&](const std::vector<std::string>& texts) {
+        for (const std::string& text : texts) traceOf(text, options);
+      },
+      "prints the library's traces: FACILITY=LEVEL");
+  run.callback([&] { options.command = Options::Command::run; });
+}
+
+void addFailover(CLI::App& app, Options& options) {
+  CLI::App& failover = *app.add_subcommand(
+      "failover", "Measures how long it takes from the death of the BSR until all agree again");
+  failover.add_option("FILE", options.files, "a scenario in which the elected BSR dies")
+      ->required()
+      ->expected(1);
+  addCommon(failover, options);
+  failover.callback([&] { options.command = Options::Command::failover; });
+}
+
+void addScale(CLI::App& app, Options& options) {
+  CLI::App& scale =
+      *app.add_subcommand("scale", "Measures a large torus: speed, memory, agreement");
+  scale.add_option("--columns", options.columns)->check(CLI::Range(3, 200));
+  scale.add_option("--rows", options.rows)->check(CLI::Range(3, 200));
+  scale.add_option("--rps", options.rps, "candidate RPs")->check(CLI::Range(0, 250));
+  scale.add_option("--seconds", options.seconds, "simulated")->check(CLI::Range(1.0, 1e6));
+  scale.add_flag("!--no-invariants", options.invariants, "does not check the standing invariants");
+  addCommon(scale, options);
+  scale.callback([&] { options.command = Options::Command::scale; });
+}
+
+}  // namespace
+
+std::optional<int> readOptions(int argc, char** argv, Options& options) {
+  CLI::App app("Runs bootstrap routers in a simulated network");
+  app.require_subcommand(1);
+  addRun(app, options);
+  addFailover(app, options);
+  addScale(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : usageError;
+  }
+  return std::nullopt;
+}
+
+}  // namespace Routing::Sim

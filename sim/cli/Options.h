@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Routing::Sim {
+
+/// What the command line asks for.
+struct Options {
+  enum class Command : std::uint8_t { run, failover, scale };
+  Command command = Command::run;
+  std::vector<std::string> files;
+  std::uint64_t firstSeed = 1;
+  std::uint64_t lastSeed = 1;
+  bool faults = false;
+  std::optional<double> until;
+  std::string pcap;
+  std::string html;
+  bool json = false;
+  bool quiet = false;  ///< one line for each run
+  unsigned jobs = 1;
+  std::vector<std::pair<std::string, int>> traces;
+  // For scale.
+  unsigned columns = 100;
+  unsigned rows = 100;
+  unsigned rps = 100;
+  double seconds = 300.0;
+  bool invariants = true;
+
+  bool manyRuns() const { return files.size() > 1 || firstSeed != lastSeed; }
+};
+
+/// Reads the command line. Help and errors are printed here; then the exit code is returned.
+std::optional<int> readOptions(int argc, char** argv, Options& options);
+
+}  // namespace Routing::Sim

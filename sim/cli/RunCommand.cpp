@@ -1,0 +1,140 @@
+#include "sim/cli/RunCommand.h"
+
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include "platform/trace/Trace.h"
+#include "sim/cli/Jobs.h"
+#include "sim/report/HtmlReport.h"
+#include "sim/report/JsonReport.h"
+#include "sim/report/PcapWriter.h"
+#include "sim/report/Recorder.h"
+#include "sim/report/TextReport.h"
+#include "sim/report/Timeline.h"
+#include "sim/scenario/ScenarioParser.h"
+#include "sim/scenario/ScenarioRun.h"
+
+namespace Routing::Sim {
+namespace {
+
+/// Prints the library's traces with the time of the run.
+class TracePrinter final : public TraceSink {
+ public:
+  TracePrinter(const World& world, const Options& options) : world_(world) {
+    for (const auto& [facility, level] : options.traces) traceThresholdIs(facility, level);
+    if (!options.traces.empty()) traceSinkIs(*this);
+  }
+  ~TracePrinter() override { traceSinkDel(*this); }
+  TracePrinter(const TracePrinter&) = delete;
+  TracePrinter& operator=(const TracePrinter&) = delete;
+  void trace(std::string_view facility, int level, std::string_view text) override {
+    std::cout << std::fixed << std::setprecision(3) << std::setw(10) << world_.now() << "    ["
+              << facility << " " << level << "] " << text << "\n";
+  }
+
+ private:
+  const World& world_;
+};
+
+std::string replay(const Options& options, const std::string& file, std::uint64_t seed) {
+  std::ostringstream text;
+  text << "pimbsr-sim run " << file << " --seed " << seed << (options.faults ? " --faults" : "");
+  return text.str();
+}
+
+std::string verdict(const ScenarioRun& run) {
+  std::ostringstream text;
+  text << (run.passed() ? "passed" : "FAILED") << "  " << run.judged() << " expectations";
+  if (run.skipped() > 0) text << " (" << run.skipped() << " not quiet)";
+  text << ", " << run.invariants().invariants().size() << " invariants after "
+       << run.world().events() << " events, " << run.world().packets() << " packets, digest "
+       << std::hex << std::setw(16) << std::setfill('0') << run.digest();
+  return text.str();
+}
+
+/// What may be written beside the text of a single run.
+struct Extras {
+  std::unique_ptr<PcapWriter> pcap;
+  std::unique_ptr<Recorder> recorder;
+
+  Extras(const Options& options, ScenarioRun& run) {
+    if (!options.pcap.empty()) pcap = std::make_unique<PcapWriter>(run.world(), options.pcap);
+    if (!options.html.empty()) recorder = std::make_unique<Recorder>(run.world(), run.beliefs());
+  }
+  bool write(const Options& options, const ScenarioRun& run, const Timeline& timeline) const {
+    if (pcap && !pcap->good()) {
+      std::cerr << "pimbsr-sim: cannot write " << options.pcap << "\n";
+      return false;
+    }
+    if (!recorder) return true;
+    std::ofstream out(options.html);
+    out << htmlReport(run, timeline, *recorder);
+    if (!out.flush()) std::cerr << "pimbsr-sim: cannot write " << options.html << "\n";
+    return static_cast<bool>(out);
+  }
+};
+
+int runOne(const Options& options, const Scenario& scenario, const std::string& file,
+           std::uint64_t seed) {
+  if (!options.json) {
+    std::cout << "seed " << seed << "  " << scenario.name << (options.faults ? ", with faults" : "")
+              << "\n";
+  }
+  ScenarioRun run(scenario, {seed, options.faults, options.until});
+  Timeline timeline(run.world(), run.beliefs());
+  const Extras extras(options, run);
+  const TracePrinter printer(run.world(), options);
+  run.run();
+  if (options.json) {
+    std::cout << jsonReport(run, timeline) << "\n";
+  } else {
+    if (!options.quiet) {
+      writeTimeline(std::cout, timeline);
+      writeTables(std::cout, run);
+      std::cout << "\n";
+    }
+    writeFailures(std::cout, run);
+    std::cout << verdict(run) << "\n";
+    if (!run.passed()) std::cout << "again with: " << replay(options, file, seed) << "\n";
+  }
+  return extras.write(options, run, timeline) && run.passed() ? 0 : 1;
+}
+
+/// One of many runs: a line, and more only where it failed.
+bool runBriefly(const Options& options, const Scenario& scenario, const std::string& file,
+                std::uint64_t seed, std::ostream& out) {
+  ScenarioRun run(scenario, {seed, options.faults, options.until});
+  run.run();
+  if (run.passed()) return true;
+  out << "seed " << seed << "  " << scenario.name << "  FAILED\n";
+  writeFailures(out, run);
+  out << "again with: " << replay(options, file, seed) << "\n";
+  return false;
+}
+
+int runMany(const Options& options, const std::vector<Scenario>& scenarios) {
+  int failures = 0;
+  for (std::size_t i = 0; i < scenarios.size(); ++i) {
+    const auto failed = eachSeed(options, [&](std::uint64_t seed, std::ostream& out) {
+      return runBriefly(options, scenarios[i], options.files[i], seed, out);
+    });
+    std::cout << scenarios[i].name << ": seeds " << options.firstSeed << ".." << options.lastSeed
+              << (options.faults ? " with faults" : "") << ", " << failed << " failed" << std::endl;
+    failures += failed > 0;
+  }
+  return failures == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+int runCommand(const Options& options) {
+  std::vector<Scenario> scenarios;
+  for (const std::string& file : options.files) scenarios.push_back(readScenario(file));
+  if (options.manyRuns()) return runMany(options, scenarios);
+  return runOne(options, scenarios.front(), options.files.front(), options.firstSeed);
+}
+
+}  // namespace Routing::Sim

@@ -1,0 +1,77 @@
+#include "sim/cli/ScaleCommand.h"
+
+#include <sys/resource.h>
+
+#include <chrono>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+
+#include "sim/report/TextReport.h"
+#include "sim/scenario/Expectations.h"
+#include "sim/scenario/ScenarioRun.h"
+
+namespace Routing::Sim {
+namespace {
+
+using Wall = std::chrono::steady_clock;
+
+double secondsSince(Wall::time_point start) {
+  return std::chrono::duration<double>(Wall::now() - start).count();
+}
+
+double peakMemory() {
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  return static_cast<double>(usage.ru_maxrss) * 1024.0;
+}
+
+Scenario torus(const Options& options) {
+  Scenario scenario;
+  scenario.name = "torus";
+  scenario.topology.addTorus(options.columns, options.rows);
+  scenario.duration = options.seconds;
+  const auto routers = static_cast<RouterId>(scenario.topology.routers().size());
+  const auto af = AddressFamily::ipv4;
+  const IpGenPrefix all = IpGenPrefix::multicast(af);
+  scenario.config(0, af).candidateBsrs.push_back({all, {}, 200, 30, 60});
+  scenario.config(routers / 2, af).candidateBsrs.push_back({all, {}, 100, 30, 60});
+  std::vector<IpGenAddr> rps;
+  for (unsigned i = 0; i < options.rps; ++i) {
+    const auto router = static_cast<RouterId>(std::uint64_t{i} * routers / options.rps);
+    scenario.config(router, af).candidateRps.push_back({{}, {{all, 192}}, 60, false});
+    rps.push_back(Topology::loopback(router, af));
+  }
+  scenario.finally.push_back(expectBsr(0, {}, all, Topology::loopback(0, af)));
+  scenario.finally.push_back(expectRpSet(0, {}, all, rps));
+  return scenario;
+}
+
+}  // namespace
+
+int scaleCommand(const Options& options) {
+  const Scenario scenario = torus(options);
+  const double before = peakMemory();
+  const auto start = Wall::now();
+  auto run =
+      std::make_unique<ScenarioRun>(scenario, RunOptions{options.firstSeed, false, std::nullopt});
+  const std::size_t routers = scenario.topology.routers().size();
+  std::cout << std::fixed << std::setprecision(1) << "seed " << options.firstSeed << "  " << routers
+            << " routers, " << options.rps << " candidate RPs, " << options.seconds
+            << " s simulated\nbuilt in " << secondsSince(start) << " s, "
+            << (peakMemory() - before) / static_cast<double>(routers) / 1024 << " KiB a router\n";
+  const auto began = Wall::now();
+  run->run();
+  const double took = secondsSince(began);
+  const World& world = run->world();
+  writeFailures(std::cout, *run);
+  std::cout << (run->passed() ? "all agree" : "NO AGREEMENT") << " at " << world.now() << " s\n"
+            << world.events() << " events and " << world.packets() << " packets in " << took
+            << " s: " << static_cast<double>(world.events()) / took << " events/s\n"
+            << (peakMemory() - before) / static_cast<double>(routers) / 1024
+            << " KiB a router at the peak, " << took * 3600 / world.now()
+            << " s of real time for a simulated hour\ndigest " << std::hex << run->digest() << "\n";
+  return run->passed() ? 0 : 1;
+}
+
+}  // namespace Routing::Sim

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "platform/net/IpGenAddr.h"
+#include "sim/core/Topology.h"
+
+namespace Routing::Sim {
+
+/// A PIM datagram on its way over one network.
+struct Packet {
+  std::uint64_t number = 0;  ///< counts transmissions
+  double sentAt = 0.0;
+  AddressFamily af = AddressFamily::unset;
+  RouterId sender = 0;  ///< who put it on this network
+  NetworkId network = 0;
+  std::optional<RouterId> nextHop;  ///< whom unicast goes to; none for all others on the network
+  IpGenAddr source;
+  IpGenAddr destination;
+  std::uint8_t ttl = 1;
+  std::shared_ptr<const std::vector<std::uint8_t>> payload;
+
+  /// The PIM message type, from the first octet.
+  std::uint8_t type() const {
+    return payload->empty() ? 0xff : static_cast<std::uint8_t>(payload->front() & 0x0f);
+  }
+};
+
+}  // namespace Routing::Sim

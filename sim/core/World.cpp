@@ -1,0 +1,312 @@
+#include "sim/core/World.h"
+
+#include <exception>
+#include <stdexcept>
+#include <utility>
+
+namespace Routing::Sim {
+
+/// One router: its families, and what they share.
+struct World::Node {
+  std::shared_ptr<Pim::AllIntfStatusDir> dir = std::make_shared<Pim::AllIntfStatusDir>();
+  std::vector<std::unique_ptr<Speaker>> speakers;
+};
+
+namespace {
+
+constexpr std::string_view chance = "loss";
+constexpr std::uint8_t unicastTtl = 64;
+constexpr unsigned mostEventsAtOnce = 1'000'000;
+
+double drawOrigin(Random& random) {
+  return 1000.0 + static_cast<double>(random.below(1'000'000));
+}
+
+}  // namespace
+
+World::World(Topology topology, const WorldOptions& options)
+    : topology_(std::move(topology)),
+      options_(options),
+      random_(options.seed),
+      origin_(drawOrigin(random_)),
+      clock_(origin_),
+      wheel_(clock_),
+      routes_(topology_),
+      isTouched_(topology_.routers().size()) {
+  liveness_.router.assign(topology_.routers().size(), false);
+  liveness_.network.assign(topology_.networks().size(), true);
+  for (RouterId id = 0; id < topology_.routers().size(); ++id) {
+    auto& node = nodes_.emplace_back(std::make_unique<Node>());
+    for (const NetworkId network : topology_.router(id).networks) {
+      const auto intf = node->dir->newIntfStatus(IntfId(topology_.network(network).name));
+      intf->mtuIs(topology_.network(network).mtu);
+      intf->upIs(true);
+    }
+    for (const AddressFamily af : options_.families) {
+      node->speakers.push_back(std::make_unique<Speaker>(*this, id, af));
+    }
+  }
+  routes_.livenessIs(liveness_);
+}
+
+World::~World() = default;
+
+Speaker& World::speaker(RouterId router, AddressFamily af) {
+  return const_cast<Speaker&>(std::as_const(*this).speaker(router, af));
+}
+
+const Speaker& World::speaker(RouterId router, AddressFamily af) const {
+  for (const auto& speaker : nodes_[router]->speakers) {
+    if (speaker->af() == af) return *speaker;
+  }
+  throw std::out_of_range("the router does not speak this address family");
+}
+
+std::vector<std::uint32_t> World::parts(
+    const std::function<bool(RouterId, NetworkId)>& usable) const {
+  constexpr std::uint32_t none = UINT32_MAX;
+  std::vector<std::uint32_t> part(topology_.routers().size(), none);
+  std::vector<RouterId> reached;
+  for (RouterId start = 0; start < part.size(); ++start) {
+    if (part[start] != none) continue;
+    part[start] = start;
+    if (!liveness_.router[start]) continue;
+    reached.assign(1, start);
+    for (std::size_t i = 0; i < reached.size(); ++i) {
+      for (const NetworkId network : topology_.router(reached[i]).networks) {
+        if (!liveness_.network[network] || !usable(reached[i], network)) continue;
+        for (const RouterId next : topology_.network(network).members) {
+          if (part[next] != none || !liveness_.router[next] || !usable(next, network)) continue;
+          part[next] = start;
+          reached.push_back(next);
+        }
+      }
+    }
+  }
+  return part;
+}
+
+// --- time -------------------------------------------------------------------------------------
+
+void World::at(double time, std::function<void()> action) {
+  actions_.emplace(origin_ + time, std::move(action));
+}
+
+double World::nextInstant() const {
+  const double action = actions_.empty() ? never : actions_.begin()->first;
+  return std::min({action, queue_.nextInstant(), wheel_.nextExpiry()});
+}
+
+void World::runUntil(double time) {
+  const double end = origin_ + time;
+  unsigned atOnce = 0;
+  while (!stopped_ && nextInstant() <= end) {
+    const double instant = nextInstant();
+    atOnce = instant > clock_.now() ? 0 : atOnce + 1;
+    if (atOnce > mostEventsAtOnce) {
+      for (WorldObserver* observer : observers_) observer->broken("time stands still");
+      return stop();
+    }
+    clock_.nowIs(instant);
+    guarded([this, instant] { runEvent(instant); });
+    settle();
+  }
+  if (!stopped_) clock_.nowIs(end);
+}
+
+void World::runEvent(double instant) {
+  ++events_;
+  if (!actions_.empty() && actions_.begin()->first <= instant) {
+    auto action = actions_.extract(actions_.begin());
+    action.mapped()();
+  } else if (queue_.nextInstant() <= instant) {
+    arrive(queue_.take());
+  } else {
+    wheel_.fireDue();
+  }
+}
+
+// Nothing that the library meets may end in an error; where it does, the run is over.
+void World::guarded(const std::function<void()>& event) {
+  try {
+    event();
+  } catch (const std::exception& error) {
+    for (WorldObserver* observer : observers_) observer->broken(error.what());
+    stop();
+  }
+}
+
+void World::touch(RouterId router) {
+  if (isTouched_[router]) return;
+  isTouched_[router] = true;
+  touched_.push_back(router);
+}
+
+void World::settle() {
+  for (WorldObserver* observer : observers_) observer->settled(touched_);
+  for (const RouterId router : touched_) isTouched_[router] = false;
+  touched_.clear();
+}
+
+void World::disturbed(const std::string& what) {
+  lastDisturbance_ = now();
+  for (WorldObserver* observer : observers_) observer->disturbed(what);
+}
+
+// --- packets ----------------------------------------------------------------------------------
+
+bool World::send(RouterId router, AddressFamily af, const Pim::TransmitPacket& sent) {
+  Packet packet;
+  packet.af = af;
+  packet.sender = router;
+  packet.source = sent.source;
+  packet.destination = sent.destination;
+  packet.payload =
+      std::make_shared<const std::vector<std::uint8_t>>(sent.payload.begin(), sent.payload.end());
+  if (sent.intf.isUnset()) {
+    packet.ttl = unicastTtl;
+    return sendUnicast(router, std::move(packet));
+  }
+  for (const NetworkId network : topology_.router(router).networks) {
+    if (topology_.network(network).name != sent.intf.text()) continue;
+    if (!liveness_.attached(router, network)) return false;
+    packet.network = network;
+    transmit(std::move(packet));
+    return true;
+  }
+  return false;
+}
+
+bool World::sendUnicast(RouterId router, Packet packet) {
+  const auto hops = routes_.hops(router, packet.destination);
+  if (hops.empty() || !liveness_.attached(router, hops.front().network)) return false;
+  packet.sender = router;
+  packet.network = hops.front().network;
+  packet.nextHop = hops.front().router;
+  transmit(std::move(packet));
+  return true;
+}
+
+void World::transmit(Packet packet) {
+  packet.number = ++packets_;
+  packet.sentAt = now();
+  const auto shared = std::make_shared<const Packet>(std::move(packet));
+  for (WorldObserver* observer : observers_) observer->transmitted(*shared);
+  for (const RouterId to : topology_.network(shared->network).members) {
+    if (to == shared->sender || (shared->nextHop && *shared->nextHop != to)) continue;
+    launch(shared, to);
+  }
+}
+
+void World::launch(const std::shared_ptr<const Packet>& packet, RouterId to) {
+  const Impairment& way = topology_.network(packet->network).impairment;
+  const unsigned copies = 1 + random_.chance(way.duplicate);
+  for (unsigned copy = 0; copy < copies; ++copy) {
+    if (random_.chance(way.loss)) {
+      lose(*packet, to, chance);
+      continue;
+    }
+    double delay = way.delay;
+    if (way.jitter > 0) delay += way.jitter * random_.uniform();
+    if (random_.chance(way.reorder)) delay += way.reorderDelay * random_.uniform();
+    queue_.add(clock_.now() + delay, to, packet);
+  }
+}
+
+void World::lose(const Packet& packet, RouterId to, std::string_view why) {
+  // Other losses follow from a change that has been noted already.
+  if (why == chance) lastDisturbance_ = now();
+  for (WorldObserver* observer : observers_) observer->lost(packet, to, why);
+}
+
+void World::arrive(const Arrival& arrival) {
+  const Packet& packet = *arrival.packet;
+  const RouterId to = arrival.to;
+  if (!liveness_.attached(to, packet.network)) return lose(packet, to, "down");
+  for (WorldObserver* observer : observers_) observer->delivering(packet, to);
+  Speaker& receiver = speaker(to, packet.af);
+  if (!packet.nextHop || receiver.owns(packet.destination)) return receiver.receive(packet);
+  if (packet.ttl <= 1) return lose(packet, to, "ttl");
+  Packet onward = packet;
+  --onward.ttl;
+  if (!sendUnicast(to, std::move(onward))) lose(packet, to, "no-route");
+}
+
+// --- what can be done to a network ------------------------------------------------------------
+
+void World::livenessChanged() {
+  if (options_.convergence <= 0) return routes_.livenessIs(liveness_);
+  at(now() + options_.convergence, [this] { routes_.livenessIs(liveness_); });
+}
+
+void World::start(RouterId router, Memory memory) {
+  if (up(router)) return;
+  disturbed(topology_.router(router).name + " starts" +
+            (now() > 0 && memory == Memory::kept ? ", its status kept" : ""));
+  liveness_.router[router] = true;
+  livenessChanged();
+  touch(router);
+  for (const auto& speaker : nodes_[router]->speakers) {
+    if (memory == Memory::lost) speaker->forget();
+    speaker->start(nodes_[router]->dir);
+  }
+}
+
+void World::crash(RouterId router) {
+  if (!up(router)) return;
+  disturbed(topology_.router(router).name + " dies");
+  for (const auto& speaker : nodes_[router]->speakers) speaker->halt();
+  liveness_.router[router] = false;
+  livenessChanged();
+  touch(router);
+}
+
+void World::shutdown(RouterId router) {
+  if (!up(router)) return;
+  disturbed(topology_.router(router).name + " shuts down");
+  for (const auto& speaker : nodes_[router]->speakers) {
+    const RouterConfig kept = speaker->config();
+    speaker->configIs({});  // whoever is elected says so once more, with priority 0
+    speaker->pim()->shutdown();
+    speaker->halt();
+    speaker->configIs(kept);
+  }
+  liveness_.router[router] = false;
+  livenessChanged();
+  touch(router);
+}
+
+void World::networkIs(NetworkId network, bool up) {
+  if (liveness_.network[network] == up) return;
+  const NetworkPlan& plan = topology_.network(network);
+  disturbed(plan.name + (up ? " comes up" : " goes down"));
+  liveness_.network[network] = up;
+  livenessChanged();
+  for (const RouterId member : plan.members) {
+    touch(member);
+    nodes_[member]->dir->newIntfStatus(IntfId(plan.name))->upIs(up);
+    for (const auto& speaker : nodes_[member]->speakers) speaker->networkIs(network, up);
+  }
+}
+
+void World::impairmentIs(NetworkId network, const Impairment& impairment) {
+  NetworkPlan& plan = topology_.network(network);
+  if (plan.impairment == impairment) return;
+  plan.impairment = impairment;
+  disturbed(plan.name + " loses " + std::to_string(static_cast<int>(impairment.loss * 100)) +
+            "% of the packets");
+}
+
+void World::configIs(RouterId router, AddressFamily af, const RouterConfig& config) {
+  touch(router);
+  disturbed(topology_.router(router).name + " is configured anew");
+  speaker(router, af).configIs(config);
+}
+
+void World::loopbackIs(RouterId router, AddressFamily af, const IpGenAddr& address) {
+  touch(router);
+  disturbed(topology_.router(router).name + " changes its address to " + address.text());
+  speaker(router, af).loopbackIs(address);
+}
+
+}  // namespace Routing::Sim

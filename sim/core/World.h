@@ -1,0 +1,131 @@
+#pragma once
+
+#include <array>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/time/Clock.h"
+#include "platform/time/TimerWheel.h"
+#include "sim/core/PacketQueue.h"
+#include "sim/core/Random.h"
+#include "sim/core/Speaker.h"
+#include "sim/core/Topology.h"
+#include "sim/core/UnicastRoutes.h"
+#include "sim/core/WorldObserver.h"
+
+namespace Routing::Sim {
+
+struct WorldOptions {
+  std::uint64_t seed = 1;
+  std::vector<AddressFamily> families{AddressFamily::ipv4};
+  double convergence = 0.2;  ///< seconds that unicast routing lags behind a failure
+};
+
+/// A network of routers in virtual time. All chance comes from one seed: the same seed gives the
+/// same run to the octet. Times are seconds since the start of the run, unless they are called
+/// instants, which are those of the clock (it starts at an origin that the seed decides).
+///
+/// One event is one packet that arrives, one action, or one turn of the timer wheel; at the same
+/// instant they come in this order: actions, packets, timers. A packet never arrives inside the
+/// call that sent it.
+class World {
+ public:
+  World(Topology topology, const WorldOptions& options);
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+  ~World();
+
+  const Topology& topology() const { return topology_; }
+  const std::vector<AddressFamily>& families() const { return options_.families; }
+  std::uint64_t seed() const { return options_.seed; }
+  TimerWheel& wheel() { return wheel_; }
+  Random& random() { return random_; }
+  UnicastRoutes& routes() { return routes_; }
+  const Liveness& liveness() const { return liveness_; }
+  /// Which routers can reach each other over the interfaces that are usable; the same number in one
+  /// connected part.
+  std::vector<std::uint32_t> parts(const std::function<bool(RouterId, NetworkId)>& usable) const;
+
+  Speaker& speaker(RouterId router, AddressFamily af);
+  const Speaker& speaker(RouterId router, AddressFamily af) const;
+  bool up(RouterId router) const { return liveness_.router[router]; }
+
+  double instant() const { return clock_.now(); }
+  double now() const { return clock_.now() - origin_; }
+  double origin() const { return origin_; }
+  std::uint64_t events() const { return events_; }
+  std::uint64_t packets() const { return packets_; }
+  /// Bootstrap and advertisement messages on their way.
+  std::size_t messagesInFlight() const { return queue_.messages(); }
+  std::size_t inFlight() const { return queue_.size(); }
+  /// Time of the last change or failure, or of a packet lost by chance.
+  double lastDisturbance() const { return lastDisturbance_; }
+
+  /// Observers are called in the order in which they came and must outlive the world's runs.
+  void observerIs(WorldObserver& observer) { observers_.push_back(&observer); }
+  /// Runs something at a time.
+  void at(double time, std::function<void()> action);
+  /// Runs all events up to and including a time and leaves the clock there.
+  void runUntil(double time);
+  /// Ends runUntil() after the present event.
+  void stop() { stopped_ = true; }
+  bool stopped() const { return stopped_; }
+
+  // What can be done to a network. Each counts as a disturbance.
+  enum class Memory { kept, lost };
+  /// Starts a router; `lost` with an empty status.
+  void start(RouterId router, Memory memory);
+  /// Ends a router without a word.
+  void crash(RouterId router);
+  /// Ends a router that says goodbye to its neighbours first.
+  void shutdown(RouterId router);
+  /// The carrier of a network comes or goes.
+  void networkIs(NetworkId network, bool up);
+  void impairmentIs(NetworkId network, const Impairment& impairment);
+  void configIs(RouterId router, AddressFamily af, const RouterConfig& config);
+  void loopbackIs(RouterId router, AddressFamily af, const IpGenAddr& address);
+
+  /// For speakers: sends a packet of a router; false if it cannot leave.
+  bool send(RouterId router, AddressFamily af, const Pim::TransmitPacket& packet);
+  /// For speakers: the state of the router changes in the present event.
+  void touch(RouterId router);
+
+ private:
+  struct Node;
+
+  void disturbed(const std::string& what);
+  void settle();
+  void runEvent(double instant);
+  void guarded(const std::function<void()>& event);
+  void livenessChanged();
+  void arrive(const Arrival& arrival);
+  bool sendUnicast(RouterId router, Packet packet);
+  void transmit(Packet packet);
+  void launch(const std::shared_ptr<const Packet>& packet, RouterId to);
+  void lose(const Packet& packet, RouterId to, std::string_view why);
+  double nextInstant() const;
+
+  Topology topology_;
+  const WorldOptions options_;
+  Random random_;
+  const double origin_;
+  VirtualClock clock_;
+  TimerWheel wheel_;
+  Liveness liveness_;
+  UnicastRoutes routes_;
+  std::multimap<double, std::function<void()>> actions_;  // by instant
+  PacketQueue queue_;
+  std::vector<WorldObserver*> observers_;
+  std::vector<RouterId> touched_;
+  std::vector<bool> isTouched_;
+  std::uint64_t events_ = 0;
+  std::uint64_t packets_ = 0;
+  double lastDisturbance_ = 0.0;
+  bool stopped_ = false;
+  std::vector<std::unique_ptr<Node>> nodes_;  // dies first: what is in it uses all of the above
+};
+
+}  // namespace Routing::Sim

@@ -1,0 +1,52 @@
+#include "sim/invariants/CandidatesServe.h"
+
+#include <algorithm>
+
+namespace Routing::Sim {
+
+void CandidatesServe::judge() {
+  for (RouterId id = 0; id < world().topology().routers().size(); ++id) {
+    if (!world().up(id)) continue;
+    for (const AddressFamily af : world().families()) {
+      const Speaker& speaker = world().speaker(id, af);
+      for (const CandidateRp& candidate : speaker.config().candidateRps) {
+        for (const auto& [range, priority] : candidate.ranges) {
+          judgeRange(id, speaker, candidate, range);
+        }
+      }
+    }
+  }
+}
+
+void CandidatesServe::judgeRange(RouterId router, const Speaker& speaker,
+                                 const CandidateRp& candidate, const IpGenPrefix& range) {
+  const ZoneBelief* zone = nullptr;  // the most specific one that the router knows a BSR of
+  for (const ZoneBelief& known : beliefs().of(router, speaker.af()).zones) {
+    if (known.zone.contains(range) && !known.bsr.isUnset()) zone = &known;
+  }
+  const IpGenAddr& address = candidate.address.isUnset() ? speaker.loopback() : candidate.address;
+  if (zone == nullptr || !permitted(zone->bsr, address)) return;
+  const auto& set = speaker.view()->crpSet(range);
+  const auto rp = set ? set->rp(address) : nullptr;
+  const std::string about =
+      nameOf(router) + ", candidate RP " + address.text() + " for " + range.text() + ", ";
+  if (!rp) return violated(about + "is not in its own RP set");
+  const bool bidirectional = rp->mode() == Pim::PimMode::bidirectional;
+  if (rp->priority().value() != candidate.ranges.at(range) ||
+      bidirectional != candidate.bidirectional) {
+    violated(about + "is in its RP set with another priority or mode");
+  }
+}
+
+bool CandidatesServe::permitted(const IpGenAddr& bsr, const IpGenAddr& rp) const {
+  for (RouterId id = 0; id < world().topology().routers().size(); ++id) {
+    const Speaker& speaker = world().speaker(id, bsr.af());
+    if (!world().up(id) || !speaker.owns(bsr)) continue;
+    const auto& permit = speaker.config().crpPermit;
+    return permit.empty() || std::any_of(permit.begin(), permit.end(),
+                                         [&](const auto& prefix) { return prefix.contains(rp); });
+  }
+  return false;
+}
+
+}  // namespace Routing::Sim

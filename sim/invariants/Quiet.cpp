@@ -1,0 +1,37 @@
+#include "sim/invariants/Quiet.h"
+
+#include <algorithm>
+
+namespace Routing::Sim {
+namespace {
+
+// Neighbours find each other again with the next Hello and its answer.
+constexpr double helloRoundTrip = 40.0;
+constexpr std::uint32_t defaultPeriod = 60;
+
+}  // namespace
+
+// A dead BSR is missed after the BS time-out, a few rounds of back-off follow, and the winner's
+// message may wait for its period. A candidate RP that died is first aged out by the BSR, then,
+// with the hold time that the BSR's last message gave it, by all others.
+SettlingTimes settlingTimes(const World& world) {
+  std::uint32_t timeout = 0;
+  std::uint32_t period = defaultPeriod;
+  std::uint32_t interval = 0;
+  for (RouterId id = 0; id < world.topology().routers().size(); ++id) {
+    for (const AddressFamily af : world.families()) {
+      const RouterConfig& config = world.speaker(id, af).config();
+      timeout = std::max(timeout, config.bsTimeout);
+      for (const auto& bsr : config.candidateBsrs) period = std::max(period, bsr.period);
+      for (const auto& rp : config.candidateRps) {
+        interval = std::max(interval, std::uint32_t{rp.interval});
+      }
+    }
+  }
+  timeout = std::max(timeout, 2 * period + 10);
+  const double bsr = timeout + 3 * longestBackOff + period + helloRoundTrip;
+  const double hold = 3.0 * std::max(period, interval);
+  return {bsr, bsr + 2 * hold + period};
+}
+
+}  // namespace Routing::Sim

@@ -1,0 +1,81 @@
+#include "sim/invariants/SameRp.h"
+
+#include <map>
+
+#include "platform/pim/RpSelection.h"
+#include "sim/invariants/ZoneParts.h"
+
+namespace Routing::Sim {
+namespace {
+
+constexpr RouterId mostRouters = 64;  // looked at, of all that there are
+constexpr unsigned mostGroups = 8;
+
+IpGenAddr within(const IpGenPrefix& range, Random& random) {
+  const IpGenAddr& base = range.address();
+  if (range.af() == AddressFamily::ipv4) {
+    const auto host = static_cast<std::uint32_t>(random.next());
+    const std::uint32_t mask = range.length() == 32 ? 0 : UINT32_MAX >> range.length();
+    return IpGenAddr::v4(base.v4Value() | (host & mask));
+  }
+  return range.length() <= 64 ? IpGenAddr::v6(base.upper(), random.next()) : base;
+}
+
+}  // namespace
+
+IpGenAddr rpOf(const Speaker& speaker, const IpGenAddr& group) {
+  std::vector<Pim::RpMapping> mappings;
+  for (const auto& [range, set] : speaker.view()->crpSet()) {
+    if (!range.contains(group)) continue;
+    for (const auto& [address, rp] : set->rp()) {
+      mappings.push_back({range, address, static_cast<std::uint8_t>(rp->mode()),
+                          rp->priority().value(), rp->hashMaskLen().value()});
+    }
+  }
+  const Pim::RpChoice choice = Pim::selectRp(group, mappings);
+  return choice.rp ? choice.rp->rp : IpGenAddr{};
+}
+
+void SameRp::judge() {
+  for (const AddressFamily af : world().families()) judgeFamily(af);
+}
+
+std::vector<IpGenAddr> SameRp::sampleGroups(AddressFamily af) {
+  std::vector<IpGenAddr> groups;
+  const auto routers = world().topology().routers().size();
+  while (groups.size() < mostGroups) {
+    const auto id = static_cast<RouterId>(random_.below(routers));
+    const auto& ranges = world().speaker(id, af).view()->crpSet();
+    if (ranges.empty()) {
+      groups.push_back(within(IpGenPrefix::multicast(af), random_));
+      continue;
+    }
+    auto it = ranges.begin();
+    std::advance(it, random_.below(ranges.size()));
+    groups.push_back(within(it->first, random_));
+  }
+  return groups;
+}
+
+void SameRp::judgeFamily(AddressFamily af) {
+  std::vector<std::vector<std::uint32_t>> partsOfZones;
+  for (const IpGenPrefix& zone : beliefs().zones(af))
+    partsOfZones.push_back(partsOf(world(), zone));
+  const auto routers = static_cast<RouterId>(world().topology().routers().size());
+  const RouterId step = 1 + routers / mostRouters;
+  for (const IpGenAddr& group : sampleGroups(af)) {
+    std::map<std::vector<std::uint32_t>, std::pair<RouterId, IpGenAddr>> answers;
+    for (RouterId id = 0; id < routers; id += step) {
+      if (!world().up(id)) continue;
+      std::vector<std::uint32_t> place;
+      for (const auto& parts : partsOfZones) place.push_back(parts[id]);
+      const IpGenAddr rp = rpOf(world().speaker(id, af), group);
+      const auto& [other, theirs] = answers.try_emplace(place, id, rp).first->second;
+      if (theirs == rp) continue;
+      return violated(nameOf(id) + " maps " + group.text() + " to " + rp.text() + ", " +
+                      nameOf(other) + " to " + theirs.text());
+    }
+  }
+}
+
+}  // namespace Routing::Sim

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "sim/core/Beliefs.h"
+#include "sim/invariants/Invariant.h"
+
+namespace Routing::Sim {
+
+/// All rules that every network must obey, checked after every event from now on. The first
+/// violation ends the run.
+class StandingInvariants {
+ public:
+  StandingInvariants(World& world, const Beliefs& beliefs);
+
+  const std::vector<Violation>& violations() const { return violations_; }
+  const std::vector<std::unique_ptr<Invariant>>& invariants() const { return invariants_; }
+  /// How often the rules for a quiet network were judged.
+  std::uint64_t judgedQuiet() const;
+
+ private:
+  std::vector<Violation> violations_;
+  std::vector<std::unique_ptr<Invariant>> invariants_;
+};
+
+}  // namespace Routing::Sim

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "sim/report/Timeline.h"
+#include "sim/scenario/ScenarioRun.h"
+
+namespace Routing::Sim {
+
+using Json = nlohmann::ordered_json;
+
+/// Name, seed and outcome of a run.
+Json runJson(const ScenarioRun& run);
+/// What happened: at, kind, text, routers, last.
+Json timelineJson(const Timeline& timeline);
+std::string kindText(Happening::Kind kind);
+
+}  // namespace Routing::Sim

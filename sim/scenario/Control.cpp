@@ -1,0 +1,64 @@
+#include "sim/scenario/Control.h"
+
+namespace Routing::Sim {
+
+Control::Control(World& world)
+    : world_(world),
+      routers_(world.topology().routers().size()),
+      networks_(world.topology().networks().size()) {
+  for (NetworkId id = 0; id < networks_.size(); ++id) {
+    networks_[id].base = world.topology().network(id).impairment;
+  }
+}
+
+void Control::start(RouterId router, World::Memory memory) {
+  routers_[router].wanted = true;
+  if (!routers_[router].faulty) world_.start(router, memory);
+}
+
+void Control::crash(RouterId router) {
+  routers_[router].wanted = false;
+  world_.crash(router);
+}
+
+void Control::shutdown(RouterId router) {
+  routers_[router].wanted = false;
+  world_.shutdown(router);
+}
+
+void Control::networkIs(NetworkId network, bool up) {
+  networks_[network].wanted = up;
+  apply(network);
+}
+
+void Control::impairmentIs(NetworkId network, const Impairment& impairment) {
+  networks_[network].base = impairment;
+  apply(network);
+}
+
+void Control::faultRouterIs(RouterId router, bool down, World::Memory memory) {
+  routers_[router].faulty = down;
+  if (down) {
+    world_.crash(router);
+  } else if (routers_[router].wanted) {
+    world_.start(router, memory);
+  }
+}
+
+void Control::faultNetworkIs(NetworkId network, bool down) {
+  networks_[network].faulty = down;
+  apply(network);
+}
+
+void Control::faultImpairmentIs(NetworkId network, const std::optional<Impairment>& impairment) {
+  networks_[network].fault = impairment;
+  apply(network);
+}
+
+void Control::apply(NetworkId network) {
+  const NetworkState& state = networks_[network];
+  world_.networkIs(network, state.wanted && !state.faulty);
+  world_.impairmentIs(network, state.fault.value_or(state.base));
+}
+
+}  // namespace Routing::Sim

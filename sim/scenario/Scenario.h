@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "sim/core/Beliefs.h"
+#include "sim/core/World.h"
+#include "sim/scenario/Control.h"
+
+namespace Routing::Sim {
+
+/// Something that the script does.
+struct Action {
+  double at = 0.0;
+  std::function<void(Control&)> run;
+  double spread = 0.0;  ///< seconds by which it happens later, at random
+};
+
+/// Something that must be true. `check` returns what is wrong, if anything.
+struct Expectation {
+  double at = 0.0;
+  std::string text;
+  std::function<std::optional<std::string>(const World&, const Beliefs&)> check;
+};
+
+/// A play: a network, what is configured, what happens, what must come of it.
+struct Scenario {
+  std::string name;
+  std::string text;
+  Topology topology;
+  std::vector<AddressFamily> families{AddressFamily::ipv4};
+  double convergence = 0.2;
+  double bootSpread = 1.0;  ///< routers start at random within these seconds
+  double duration = 600.0;
+  std::map<std::pair<RouterId, AddressFamily>, RouterConfig> configs;
+  std::vector<RouterId> late;             ///< started by an action only
+  std::vector<Action> actions;            ///< in any order
+  std::vector<Expectation> expectations;  ///< judged at their times
+  std::vector<Expectation> finally;       ///< judged at the end
+
+  RouterConfig& config(RouterId router, AddressFamily af) { return configs[{router, af}]; }
+};
+
+}  // namespace Routing::Sim

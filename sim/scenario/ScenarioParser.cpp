@@ -1,0 +1,77 @@
+#include "sim/scenario/ScenarioParser.h"
+
+#include <fstream>
+#include <sstream>
+
+#include "sim/scenario/ParseConfig.h"
+#include "sim/scenario/ParseScript.h"
+#include "sim/scenario/ParseTopology.h"
+
+namespace Routing::Sim {
+namespace {
+
+AddressFamily familyOf(const YamlValue& value) {
+  if (value.text() == "ipv4") return AddressFamily::ipv4;
+  if (value.text() == "ipv6") return AddressFamily::ipv6;
+  value.fail("\"" + value.text() + "\" is neither ipv4 nor ipv6");
+}
+
+void parseTimers(const YamlValue& value, Scenario& scenario) {
+  YamlMap timers(value);
+  if (const auto boot = timers.get("boot")) scenario.bootSpread = boot->number(0, 1e6);
+  if (const auto lag = timers.get("convergence")) scenario.convergence = lag->number(0, 1e6);
+  const auto bsTimeout = timers.get("bs-timeout");
+  const auto szTimeout = timers.get("sz-timeout");
+  timers.done();
+  for (RouterId id = 0; id < scenario.topology.routers().size(); ++id) {
+    for (const AddressFamily af : scenario.families) {
+      RouterConfig& config = scenario.config(id, af);
+      if (bsTimeout) config.bsTimeout = bsTimeout->whole(12, 1073741823);
+      if (szTimeout) config.szTimeout = szTimeout->whole(1, 1073741823);
+    }
+  }
+}
+
+Scenario parse(const YamlValue& root) {
+  YamlMap map(root);
+  Scenario scenario;
+  scenario.name = map.need("name").text();
+  scenario.text = map.need("text").text();
+  if (const auto families = map.get("families")) {
+    scenario.families.clear();
+    for (const YamlValue& family : families->list()) scenario.families.push_back(familyOf(family));
+  }
+  parseTopology(map.need("topology"), scenario.topology);
+  if (const auto timers = map.get("timers")) parseTimers(*timers, scenario);
+  if (const auto configured = map.get("configuration")) parseConfiguration(*configured, scenario);
+  scenario.duration = map.need("run").number(1, 1e7);
+  if (const auto late = map.get("late")) {
+    for (const YamlValue& name : late->list()) {
+      scenario.late.push_back(routerNamed(name, scenario.topology));
+    }
+  }
+  if (const auto script = map.get("script")) parseScript(*script, scenario);
+  if (const auto finally = map.get("finally")) parseFinally(*finally, scenario);
+  map.done();
+  return scenario;
+}
+
+}  // namespace
+
+Scenario parseScenario(const std::string& text, const std::string& name) {
+  try {
+    return parse(YamlValue(YAML::Load(text), name));
+  } catch (const YAML::Exception& error) {
+    throw ScenarioError(name + ":" + std::to_string(error.mark.line + 1) + ": " + error.msg);
+  }
+}
+
+Scenario readScenario(const std::string& file) {
+  std::ifstream in(file);
+  if (!in) throw ScenarioError(file + ": cannot be read");
+  std::ostringstream text;
+  text << in.rdbuf();
+  return parseScenario(text.str(), file);
+}
+
+}  // namespace Routing::Sim

@@ -1,0 +1,387 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/bsr/engine/BsrCandidateFixture.h"
+
+// What becomes of a candidate BSR when its configuration changes or ends, and what it sends where.
+
+namespace Routing::TestKit {
+namespace {
+
+using BsrCandidateChangesTest = BsrCandidateFixture;
+
+// --- the BS time-out --------------------------------------------------------------------------
+
+TEST_F(BsrCandidateChangesTest, ATimeoutNotAboveThePeriodIsOverridden) {
+  const std::string overridden =
+      "130 secs, which is less than this C-BSR BSM interval of 130 secs. Overriding this with "
+      "value "
+      "( 2 * BS_Period ) + 10 as recommended by RFC 5059.";
+  router.candidateBsrIs(g4, "10.0.0.1", 64, 30, 130);
+  EXPECT_EQ(machine().bsTimeout(), 270u) << "equality included";
+  EXPECT_TRUE(traced(8, "BS holdtime is set to " + overridden));
+  const auto own = router.status->cbsr(prefix(g4));
+  own->bsPeriodIs(129);
+  EXPECT_EQ(machine().bsTimeout(), 130u);
+  EXPECT_FALSE(traced(8, "BS holdtime is " + overridden));
+  own->bsPeriodIs(130);
+  EXPECT_TRUE(traced(8, "BS holdtime is " + overridden));
+  hear(better());
+  expectTimerAndRecord(now() + 270);
+  traces.clear();
+  router.status->bsTimeoutIs(20);
+  EXPECT_EQ(machine().bsTimeout(), 270u);
+  EXPECT_TRUE(traces.contains("CandidateSm", 8, "BS holdtime is set to 20 secs"));
+}
+
+TEST_F(BsrCandidateChangesTest, AShorterTimeoutCutsTheWaitAndALongerOneDoesNotExtendIt) {
+  standAndFollow();
+  const double heard = now();
+  wait(30);
+  router.status->bsTimeoutIs(101);
+  expectTimerAndRecord(heard + 130);
+  traces.clear();
+  router.status->bsTimeoutIs(100);  // exactly what is left
+  expectTimerAndRecord(now() + 100);
+  EXPECT_TRUE(traced(5,
+                     "BS timer expiry was in 100 seconds from now. Resetting BS timer expiry to "
+                     "100 seconds from now."));
+  router.status->bsTimeoutIs(70);
+  expectTimerAndRecord(now() + 70);
+  router.status->bsTimeoutIs(1000);
+  expectTimerAndRecord(now() + 70);
+  hear(better());
+  expectTimerAndRecord(now() + 1000);
+}
+
+TEST_F(BsrCandidateChangesTest, TheTimeoutLeavesAPendingOrElectedCandidateAlone) {
+  hear(better());
+  router.candidateBsrIs(g4, "10.0.0.1", 64, 30, 10);
+  const double start = now();
+  router.status->bsTimeoutIs(11);
+  EXPECT_EQ(machine().bsTimeout(), 11u);
+  expectTimer(start + backOffFrom192);
+  goTo(start + backOffFrom192);
+  ASSERT_EQ(state(), "eBsr");
+  router.status->bsTimeoutIs(1);
+  expectTimerAndRecord(now() + 10);
+}
+
+// --- configuration changes --------------------------------------------------------------------
+
+TEST_F(BsrCandidateChangesTest, ElectedItTakesNewValuesIntoItsRecordAndItsNextMessage) {
+  standAndWin();
+  advertise("228.0.0.0/8", "10.6.6.6");
+  const double next = machine().bsExpiry();
+  const auto own = router.status->cbsr(prefix(g4));
+  traces.clear();
+  own->priorityIs(99);
+  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 99 30");
+  EXPECT_TRUE(traced(4, "Changing priority to 99 for zone 224.0.0.0/4"));
+  EXPECT_TRUE(traced(4, "Changing priority of Elected BSR to 99"));
+  own->hashMaskLenIs(17);
+  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 99 17");
+  EXPECT_TRUE(traced(4, "Changing hashmask lenth of Elected BSR to 17"));
+  EXPECT_EQ(rp("228.0.0.0/8", "10.6.6.6").hashMaskLen().value(), 17u);
+  EXPECT_EQ(rpIn(*router.pimRpStatus, "228.0.0.0/8", "10.6.6.6").hashMaskLen().value(), 17u);
+  const double setup = record().setupTime();
+  EXPECT_LT(setup, now() + 1);
+  wait(1);
+  own->priorityIs(100);
+  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 100 17") << "no change undoes another";
+  EXPECT_EQ(record().setupTime(), setup);
+  own->addressIs(addr("10.0.1.1"));
+  EXPECT_EQ(router.bsrOf(g4), "10.0.1.1 100 17");
+  EXPECT_EQ(record().setupTime(), now()) << "others see another BSR";
+  EXPECT_TRUE(traced(4, "Changing IP address to 10.0.1.1 for zone 224.0.0.0/4"));
+  EXPECT_EQ(stored(), "10.0.1.1 100 17");
+  EXPECT_EQ(sent(), Lines{}) << "announced with the next message";
+  EXPECT_DOUBLE_EQ(machine().bsExpiry(), next);
+  goTo(next);
+  EXPECT_EQ(sent(), onBoth(next, "10.0.1.1 100 17 tag * 228.0.0.0/8 0 1/1(10.6.6.6 200 0)"));
+}
+
+TEST_F(BsrCandidateChangesTest, ARaisedPriorityIsContestedAndALoweredOneIsNot) {
+  standAndFollow();
+  const auto own = router.status->cbsr(prefix(g4));
+  wait(10);
+  own->priorityIs(192);
+  EXPECT_EQ(state(), "cBsr") << "the BSR's address is higher";
+  own->priorityIs(20);
+  EXPECT_EQ(state(), "cBsr");
+  own->priorityIs(193);
+  EXPECT_EQ(state(), "pBsr");
+  EXPECT_TRUE(traced(1, ", state=pBsr, zone=224.0.0.0/4"));
+  expectTimer(now() + 6);  // no priority term, a large address term
+  wait(2);
+  hear(better());
+  EXPECT_EQ(state(), "pBsr") << "the BSR is the worse one now";
+  wait(4);
+  EXPECT_EQ(state(), "eBsr");
+  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 193 30");
+}
+
+TEST_F(BsrCandidateChangesTest, ARaisedAddressIsContested) {
+  stand();
+  hear(Bsm("10.0.0.3", 64));
+  ASSERT_EQ(state(), "cBsr");
+  const auto own = router.status->cbsr(prefix(g4));
+  own->addressIs(addr("10.0.0.2"));
+  EXPECT_EQ(state(), "cBsr");
+  own->addressIs(addr("10.0.0.4"));
+  EXPECT_EQ(state(), "pBsr");
+  expectTimer(now() + 5);
+}
+
+TEST_F(BsrCandidateChangesTest, ARunningBackOffIsShortenedAndNeverLengthened) {
+  standAndFollow();
+  wait(timeout);
+  const double silence = now();
+  const auto own = router.status->cbsr(prefix(g4));
+  expectTimer(silence + 20);
+  const double expiryOfRecord = record().expiryTime();
+  wait(1);
+  own->priorityIs(10);
+  expectTimer(silence + 20);
+  own->priorityIs(190);
+  expectTimer(now() + 10);  // 5 + 2 log2(3) + 1.92
+  own->priorityIs(200);
+  expectTimer(now() + 6);
+  EXPECT_EQ(record().expiryTime(), expiryOfRecord) << "the dead BSR's";
+  own->hashMaskLenIs(8);
+  own->bsPeriodIs(1);
+  expectTimer(now() + 6);
+  wait(6);
+  EXPECT_EQ(sent(), onBoth(now(), "10.0.0.1 200 8 tag * 225.0.0.0/8 0 1/1(10.9.9.9 150 0)"));
+  expectTimerAndRecord(now() + 1);
+}
+
+TEST_F(BsrCandidateChangesTest, AShorterPeriodCountsAtOnceAndALongerOneFromTheNextMessageOn) {
+  standAndWin();
+  const double elected = now();
+  const auto own = router.status->cbsr(prefix(g4));
+  wait(10);
+  traces.clear();
+  own->bsPeriodIs(90);
+  expectTimerAndRecord(elected + 60);
+  own->bsPeriodIs(30);
+  expectTimerAndRecord(now() + 30);
+  EXPECT_TRUE(traced(5,
+                     "BS timer expiry was in 50 seconds from now. Resetting BS timer expiry to "
+                     "30 seconds from now."));
+  own->bsPeriodIs(40);
+  expectTimerAndRecord(elected + 40);
+  goTo(elected + 40);
+  EXPECT_EQ(sent(), onBoth(elected + 40, ownText));
+  expectTimerAndRecord(elected + 80);
+}
+
+TEST_F(BsrCandidateChangesTest, AShorterPeriodDoesNotCutTheWaitForALiveBsr) {
+  standAndFollow();
+  router.status->cbsr(prefix(g4))->bsPeriodIs(10);
+  expectTimerAndRecord(now() + timeout);
+  wait(100);
+  EXPECT_EQ(state(), "cBsr");
+}
+
+TEST_F(BsrCandidateChangesTest, ValuesThatAreTakenBackStayInForce) {
+  standAndWin();
+  const auto own = router.status->cbsr(prefix(g4));
+  own->priorityIs(Bsr::priorityUnknown);
+  own->hashMaskLenIs(Bsr::hashMaskLenUnknown);
+  own->bsPeriodIs(Bsr::bsPeriodUnknown);
+  own->addressIs(IpGenAddr{});
+  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 64 30");
+  const double before = now();
+  wait(2 * period);
+  Lines expected = onBoth(before + period, ownText);
+  for (const auto& line : onBoth(before + 2 * period, ownText)) expected.push_back(line);
+  EXPECT_EQ(sent(), expected);
+  own->priorityIs(7);
+  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 7 30");
+}
+
+// The record's hash mask length concerns the RPs that this router itself announces, and no others.
+TEST_F(BsrCandidateChangesTest, OnlyTheElectedOneGivesItsRpsANewHashMaskLength) {
+  const auto rootTraced = [&](std::string_view text) { return traces.ends("Sm", 4, text); };
+  hear(better().hashMask(20));
+  EXPECT_TRUE(rootTraced("No local CBSR configured for zone 224.0.0.0/4. Nothing to do"));
+  stand();
+  hear(better().hashMask(21));
+  EXPECT_TRUE(
+      rootTraced("Local CBSR configured for zone 224.0.0.0/4 is not elected BSR. Nothing to do"));
+  router.status->cbsr(prefix(g4))->priorityIs(255);
+  router.status->crpStatusDelAll();
+  wait(10);
+  ASSERT_EQ(state(), "eBsr");
+  EXPECT_TRUE(rootTraced("No CRP have been populated for zone 224.0.0.0/4"));
+  advertise("228.0.0.0/8", "10.6.6.6");
+  router.status->cbsr(prefix(g4))->hashMaskLenIs(9);
+  EXPECT_TRUE(traces.ends("Sm", 8,
+                          "Setting hash mask Len to 9 for RP 10.6.6.6 in rp candidate set "
+                          "for zone 224.0.0.0/4"));
+}
+
+// --- leaving the stage ------------------------------------------------------------------------
+
+TEST_F(BsrCandidateChangesTest, DeconfiguredWhileElectedItSaysSoWithItsRpSet) {
+  standAndWin();
+  advertise("228.0.0.0/8", "10.6.6.6");
+  wait(3);
+  Minutes minutes(router);
+  const auto own = router.status->cbsr(prefix(g4));
+  router.status->cbsrDel(prefix(g4));
+  EXPECT_EQ(minutes.read(),
+            (Lines{"sent on eth0", "sent on eth1", "228.0.0.0/8 deleted", "record deleted"}));
+  EXPECT_EQ(sent(), onBoth(now(), "10.0.0.1 0 30 tag * 228.0.0.0/8 0 1/1(10.6.6.6 200 0)"));
+  EXPECT_FALSE(own->elected());
+  EXPECT_EQ(router.candidate(g4), nullptr);
+  EXPECT_EQ(router.follower(g4), nullptr) << "nobody to follow yet";
+  EXPECT_EQ(router.bsrOf(g4), "none");
+  EXPECT_TRUE(router.status->crpStatus().empty());
+  EXPECT_EQ(router.pimRps(), Lines{});
+  EXPECT_EQ(world.wheel.armed(), 0u) << "no timer is left behind";
+  hear(better());
+  EXPECT_EQ(router.bsrOf(g4), "192.0.2.9 192 30");
+}
+
+TEST_F(BsrCandidateChangesTest, DeconfiguredWhileFollowingItGoesOnAsAFollower) {
+  standAndFollow();
+  wait(60);
+  Minutes minutes(router);
+  router.status->cbsrDel(prefix(g4));
+  EXPECT_EQ(minutes.read(), Lines{"record's expiryTime"});
+  EXPECT_EQ(sent(), Lines{});
+  ASSERT_NE(router.follower(g4), nullptr);
+  EXPECT_EQ(router.bsrOf(g4), "192.0.2.9 192 30");
+  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.9 150 0"});
+  EXPECT_DOUBLE_EQ(record().expiryTime(), now() + timeout);
+  wait(timeout);
+  EXPECT_EQ(router.bsrOf(g4), "none") << "somebody ages the record";
+}
+
+TEST_F(BsrCandidateChangesTest, DeconfiguredWhilePendingItLeavesTheDeadBsrToAFollower) {
+  standAndFollow();
+  wait(timeout + 1);
+  ASSERT_EQ(state(), "pBsr");
+  router.status->cbsrDel(prefix(g4));
+  ASSERT_NE(router.follower(g4), nullptr);
+  wait(timeout);
+  EXPECT_EQ(router.bsrOf(g4), "none");
+}
+
+TEST_F(BsrCandidateChangesTest, DeconfiguredBeforeItKnewAnybodyItLeavesNothing) {
+  stand();
+  hear(worse());
+  router.sentBsms();
+  router.status->cbsrDel(prefix(g4));
+  EXPECT_EQ(router.follower(g4), nullptr);
+  EXPECT_EQ(world.wheel.armed(), 0u);
+  wait(100);
+  EXPECT_EQ(sent(), Lines{});
+}
+
+// It was elected before a restart, and its configuration has not come back in full.
+TEST_F(BsrCandidateChangesTest, DeconfiguredBeforeItCouldResumeItTakesItsRecordAlong) {
+  standAndWin();
+  router.stop();
+  router.status->cbsr(prefix(g4))->priorityIs(Bsr::priorityUnknown);
+  router.start();
+  EXPECT_EQ(state(), "noInfoBsr");
+  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 64 30");
+  router.status->cbsrDel(prefix(g4));
+  EXPECT_EQ(router.bsrOf(g4), "none");
+  EXPECT_EQ(sent(), Lines{}) << "it cannot speak";
+  EXPECT_EQ(world.wheel.armed(), 0u);
+}
+
+TEST_F(BsrCandidateChangesTest, WithoutItsAddressFamilyItRestsAndThenResumes) {
+  standAndWin();
+  advertise("228.0.0.0/8", "10.6.6.6");
+  router.status->afIs(AddressFamily::unset);
+  EXPECT_EQ(sent(), Lines{}) << "a teardown is no shutdown";
+  EXPECT_EQ(router.bsrOf(g4), "none");
+  EXPECT_EQ(router.pimRps(), Lines{});
+  EXPECT_EQ(world.wheel.armed(), 0u);
+  wait(7);
+  router.status->afIs(AddressFamily::ipv4);
+  EXPECT_EQ(state(), "eBsr");
+  EXPECT_EQ(sent(), onBoth(now(), ownText));
+}
+
+// --- what it sends, and where -----------------------------------------------------------------
+
+TEST_F(BsrCandidateChangesTest, AScopedZonesMessageBeginsWithTheZone) {
+  stand(site);
+  wait(5);
+  EXPECT_EQ(sent(), onBoth(now(), "10.0.0.1 64 30 tag * 239.1.0.0/16 1 0/0()"));
+  advertise("239.1.2.0/24", "10.6.6.6", 200, 3, 0x80);
+  wait(10);
+  EXPECT_EQ(sent(), onBoth(now(),
+                           "10.0.0.1 64 30 tag * 239.1.0.0/16 1 0/0() "
+                           "239.1.2.0/24 128 1/1(10.6.6.6 200 3)"));
+  advertise(site, "10.5.5.5");
+  wait(10);
+  EXPECT_EQ(sent(), onBoth(now(),
+                           "10.0.0.1 64 30 tag * 239.1.0.0/16 1 1/1(10.5.5.5 200 0) "
+                           "239.1.2.0/24 128 1/1(10.6.6.6 200 3)"))
+      << "the zone's own range once, with its RPs";
+}
+
+TEST_F(BsrCandidateChangesTest, EachZoneHasAnElectionOfItsOwn) {
+  stand();
+  stand(site);
+  hear(better());
+  EXPECT_EQ(state(), "cBsr");
+  EXPECT_EQ(state(site), "pBsr");
+  router.sentBsms();
+  wait(5);
+  EXPECT_EQ(state(site), "eBsr");
+  EXPECT_EQ(router.bsrOf(g4), "192.0.2.9 192 30");
+  EXPECT_EQ(router.bsrOf(site), "10.0.0.1 64 30");
+  hear(Bsm("192.0.2.9", 192).zone(site));
+  EXPECT_EQ(state(site), "cBsr");
+  EXPECT_EQ(router.bsrOf(site), "192.0.2.9 192 30");
+}
+
+TEST_F(BsrCandidateChangesTest, ItsMessagesRespectBordersAndSilentLinks) {
+  router.linkIs("eth2", "10.0.2.1");  // nobody there
+  router.borderIs(site, "eth1");
+  stand();
+  stand(site);
+  wait(5);
+  Lines where;
+  for (const auto& each : router.sentBsms()) {
+    where.push_back(each.intf + " " + zoneOf(*each.bsm, prefix(g4)).text());
+  }
+  EXPECT_EQ(where, (Lines{"eth0 224.0.0.0/4", "eth1 224.0.0.0/4", "eth0 239.1.0.0/16"}));
+}
+
+// The message that new neighbours are primed with is the last one of the table's column.
+TEST_F(BsrCandidateChangesTest, ItPrimesANewNeighbourWithTheLastMessage) {
+  stand();
+  router.link("eth1").isDrIs(true);
+  router.triggeredHello("eth1");
+  EXPECT_EQ(sent(), Lines{}) << "no message yet";
+  hear(better());
+  router.sentBsms();
+  router.triggeredHello("eth1");
+  const std::string noForward =
+      "192.0.2.9 192 30 tag * no-forward 225.0.0.0/8 0 "
+      "1/1(10.9.9.9 150 0)";
+  EXPECT_EQ(sent().at(0), "1000 eth1 " + noForward);
+  router.status->cbsr(prefix(g4))->priorityIs(255);
+  wait(7);
+  ASSERT_EQ(state(), "eBsr");
+  router.sentBsms();
+  router.triggeredHello("eth1");
+  EXPECT_EQ(sent().at(0),
+            "1007 eth1 10.0.0.1 255 30 tag * no-forward 225.0.0.0/8 0 "
+            "1/1(10.9.9.9 150 0)");
+  wait(60);
+  EXPECT_EQ(sent().size(), 2u) << "its regular messages are to be forwarded again";
+}
+
+}  // namespace
+}  // namespace Routing::TestKit
