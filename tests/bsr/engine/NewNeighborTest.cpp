@@ -187,7 +187,7 @@ TEST_F(NewNeighborTest, ABsrThatIsGoneIsNotSpokenOf) {
 // --- with real Hellos -------------------------------------------------------------------------
 
 // old (10.0.0.1) knows the BSR; young (10.0.0.2) starts later on the link between them and becomes
-// its designated router. It says Hello at once, and old answers after a delay of 2.5 s.
+// its designated router. Both wait 2.5 s before they say Hello.
 TEST(NewNeighbor, ARouterThatStartsLearnsTheRpSetWhenItsNeighbourSaysHello) {
   VirtualWorld world;
   PimLan lan(world.wheel);
@@ -206,9 +206,9 @@ TEST(NewNeighbor, ARouterThatStartsLearnsTheRpSetWhenItsNeighbourSaysHello) {
   young.stop();
   young.start();
   young.intfIs("eth0", "10.0.0.2");
-  world.runUntil(justBefore(1012.5));
+  world.runUntil(justBefore(1015));
   EXPECT_EQ(young.bsrOf("224.0.0.0/4"), "none");
-  world.runUntil(1012.5);
+  world.runUntil(1015);
   EXPECT_EQ(young.bsrOf("224.0.0.0/4"), "10.9.9.9 64 30");
   EXPECT_EQ(young.rpSetOf("224.0.0.0/4"), (Lines{"225.0.0.0/8 10.1.1.1 150 0"}));
   EXPECT_EQ(young.pimRps(), old.pimRps());
