@@ -85,7 +85,7 @@ TEST_F(HelloSmTest, SendsWhatIsConfigured) {
   HelloConfig config;
   config.helloPeriod = 10;
   config.holdtime = 35;
-  config.triggeredDelay = 1;
+  config.firstDelay = 1;
   config.drPriority = 4294967295u;
   config.propagationDelay = 32767;
   config.overrideInterval = 65535;
