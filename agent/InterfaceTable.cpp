@@ -12,6 +12,15 @@ void InterfaceTable::touch(const Device& device) {
   touched_.insert(IntfId(device.link.value.name));
 }
 
+void InterfaceTable::forgetName(const std::string& name, std::uint32_t index) {
+  const IntfId intf(name);
+  touched_.insert(intf);
+  // Another device may bear the name by now.
+  if (const auto it = indexOf_.find(intf); it != indexOf_.end() && it->second == index) {
+    indexOf_.erase(it);
+  }
+}
+
 void InterfaceTable::touchSlaves(std::uint32_t master) {
   for (const auto& [index, device] : devices_) {
     if (device.link.value.master == master) touch(device);
@@ -23,14 +32,12 @@ void InterfaceTable::linkIs(const Link& link) {
   Device& device = it->second;
   const Link before = std::exchange(device.link.value, link);
   device.link.fresh = true;
-  if (!added && before == link) return;
+  // Even a device that has not changed may have lost its name for a while to one that has gone.
+  const auto [named, unnamed] = indexOf_.try_emplace(IntfId(link.name), link.index);
+  const bool regained = unnamed || std::exchange(named->second, link.index) != link.index;
+  if (!added && !regained && before == link) return;
   if (before.mtu >= smallestIpv6Mtu && link.mtu < smallestIpv6Mtu) ++device.mtuDips;
-  const IntfId oldName(before.name);
-  touched_.insert(oldName);
-  if (const auto old = indexOf_.find(oldName); old != indexOf_.end() && old->second == link.index) {
-    indexOf_.erase(old);
-  }
-  indexOf_[IntfId(link.name)] = link.index;
+  if (before.name != link.name) forgetName(before.name, link.index);
   touch(device);
   if (link.vrfDevice || before.vrfDevice) touchSlaves(link.index);
 }
@@ -40,13 +47,8 @@ void InterfaceTable::linkDel(std::uint32_t index) {
 }
 
 InterfaceTable::Devices::iterator InterfaceTable::remove(Devices::iterator device) {
-  touch(device->second);
-  const IntfId name(device->second.link.value.name);
   const std::uint32_t index = device->first;
-  // Another device may bear the name by now.
-  if (const auto it = indexOf_.find(name); it != indexOf_.end() && it->second == index) {
-    indexOf_.erase(it);
-  }
+  forgetName(device->second.link.value.name, index);
   const auto next = devices_.erase(device);
   touchSlaves(index);
   return next;

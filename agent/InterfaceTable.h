@@ -93,6 +93,7 @@ class InterfaceTable {
   using Devices = std::map<std::uint32_t, Device>;
 
   void touch(const Device& device);
+  void forgetName(const std::string& name, std::uint32_t index);
   void touchSlaves(std::uint32_t master);
   Devices::iterator remove(Devices::iterator device);
   VrfName vrfOf(const Link& link) const;

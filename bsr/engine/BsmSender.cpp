@@ -228,6 +228,16 @@ void BsmSender::addZoneEntry(const Placement& at, std::size_t index) {
   BSR_TRACE(1, "Adding zone ", at.zone, " information to fragment ", index);
 }
 
+// A later range may come with a stray Z bit. As the first of a fragment it would make that one the
+// message of another zone (RFC 5059 section 3.4).
+void BsmSender::append(const Placement& at, PimBsrTxFragment& fragment,
+                       BootstrapGroupData group) const {
+  if (fragment.bsm->groupRpData().empty() && !scoped(at.zone)) {
+    group.groupFlagsIs(group.groupFlags() & ~GroupFlags::zoneFlag);
+  }
+  fragment.bsm->groupRpDataAppend(std::move(group));
+}
+
 // An entry that came in a fragment counts with the RPs that it carries, not with those it
 // announces.
 int BsmSender::placeWhole(Placement& at, const BootstrapGroupData& group) {
@@ -241,7 +251,7 @@ int BsmSender::placeWhole(Placement& at, const BootstrapGroupData& group) {
         fragments[i].length + (zoneEntry ? groupLength : 0) + groupLength + rpLength * carried;
     if (need <= at.mtu) {
       if (zoneEntry) addZoneEntry(at, i);
-      fragments[i].bsm->groupRpDataAppend(group);
+      append(at, fragments[i], group);
       fragments[i].length = need;
       BSR_TRACE(1, "Fragment ", i, " to house prefix ", group.prefix(), " with ", carried, " RPs");
       BSR_TRACE(1, "Length of fragment ", i, " is ", need);
@@ -278,7 +288,7 @@ int BsmSender::placeSplit(Placement& at, const BootstrapGroupData& group) {
     piece.fragRpCountIs(static_cast<std::uint8_t>(count));
     for (std::uint32_t k = 0; k < count; ++k, ++next)
       piece.rpList().rpIs(next->address, next->data);
-    fragment.bsm->groupRpDataAppend(std::move(piece));
+    append(at, fragment, std::move(piece));
     fragment.length = used + groupLength + rpLength * count;
     BSR_TRACE(1, "    into fragment ", i, " ", count, " Rps ( max ", room, " RPs )");
     placed += count;

@@ -8,14 +8,14 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 // The pieces of one range name the same RP count and hold no more RPs together; otherwise the newer
-// piece stands for the range. What names the zone goes on doing so.
+// piece stands for the range. What names the zone goes on doing so, and nothing else begins to.
 void join(BootstrapGroupData& held, const BootstrapGroupData& piece) {
   BootstrapRpList rps = held.rpList();
   for (const auto& [address, data] : piece.rpList()) rps.rpIs(address, data);
   if (held.rpCount() != piece.rpCount() || rps.size() > piece.rpCount()) {
     const std::uint8_t zoneBit = held.groupFlags() & GroupFlags::zoneFlag;
     held = piece;
-    held.groupFlagsIs(piece.groupFlags() | zoneBit);
+    held.groupFlagsIs((piece.groupFlags() & ~GroupFlags::zoneFlag) | zoneBit);
     return;
   }
   held.fragRpCountIs(static_cast<std::uint8_t>(rps.size()));
@@ -34,6 +34,13 @@ void gather(BootstrapMessage& held, const BootstrapMessage& fragment) {
       join(groups[it->second], piece);
     }  // else the zone's entry, repeated at the head of every fragment
   }
+}
+
+std::shared_ptr<BootstrapMessage> withRangesOnce(const BootstrapMessage& bsm) {
+  auto copy = std::make_shared<BootstrapMessage>(bsm);
+  copy->groupRpDataIs({});
+  gather(*copy, bsm);
+  return copy;
 }
 
 std::size_t rpsOf(const BootstrapMessage& bsm) {
@@ -60,8 +67,7 @@ void LastBsm::messageIs(const std::shared_ptr<BootstrapMessage>& bsm, double now
     gathered_ = false;
     return;
   }
-  if (!gathered_) message_ = std::make_shared<BootstrapMessage>(*message_);
-  gathered_ = true;
+  if (!std::exchange(gathered_, true)) message_ = withRangesOnce(*message_);
   gather(*message_, *bsm);
 }
 

@@ -192,6 +192,20 @@ TEST_F(InterfaceTableTest, KeepsEverythingUntilAResyncIsComplete) {
   EXPECT_EQ(copy.at(IntfId("eth2")).link.index, 8U);
 }
 
+TEST_F(InterfaceTableTest, GivesANameBackThatADeviceLostWhileNoticesWereLost) {
+  table.linkIs(device(4, "eth0"));
+  commit();
+  // Lost: 4 goes. Then 2 comes under its name and goes. Lost: 4 comes, the same as before.
+  table.linkIs(device(2, "eth0"));
+  table.linkDel(2);
+  EXPECT_EQ(commit(), Words{"-eth0"});
+  table.resyncStart();
+  table.linkIs(device(4, "eth0"));
+  table.resyncEnd();
+  EXPECT_EQ(commit(), Words{"+eth0"});
+  EXPECT_EQ(copy.at(IntfId("eth0")).link.index, 4U);
+}
+
 TEST_F(InterfaceTableTest, RemembersThatIpv6WasTakenAwayInBetween) {
   table.linkIs(device(2, "eth0"));
   commit();

@@ -191,11 +191,8 @@ TEST_F(BsmSenderTest, ReckonsWithAHeadForEveryFragment) {
     bool scoped;
     unsigned rps;
     unsigned estimate;
-  } const cases[] = {{1500, false, 200, 2},
-                     {576, false, 200, 5},
-                     {100, false, 20, 4},
-                     {100, true, 20, 4},
-                     {287, false, 20, 2}};
+  } const cases[] = {{1500, false, 200, 2}, {576, false, 200, 5}, {100, false, 20, 4},
+                     {100, true, 20, 4},    {100, true, 24, 5},   {287, false, 20, 2}};
   linkIs("eth0", 1500);
   for (const auto& each : cases) {
     router.mtuIs("eth0", each.mtu);
@@ -252,6 +249,18 @@ TEST_F(BsmSenderTest, AZoneThatIsNamedAgainWithoutItsBitDoesNotSpeakForAllGroups
   for (const auto& each : sent) {
     EXPECT_EQ(zoneOf(*each.bsm, prefix(global)), prefix("239.1.0.0/16")) << bsmText(*each.bsm);
   }
+}
+
+TEST_F(BsmSenderTest, AStrayZoneBitDoesNotMakeAFragmentAnotherZonesMessage) {
+  linkIs("eth0", 120);
+  auto message = bsm().group("225.0.0.0/8", rps(6)).group("239.1.0.0/16", rps(6)).make();
+  message->groupRpData().back().groupFlagsIs(GroupFlags::zoneFlag | GroupFlags::bidirFlag);
+  router.engine().forwardBsm(prefix(global), message);
+  const auto sent = router.sentBsms();
+  ASSERT_EQ(sent.size(), 2U);
+  EXPECT_EQ(sent[0].bsm->groupRpData().front().prefix(), prefix("225.0.0.0/8"));
+  EXPECT_EQ(sent[1].bsm->groupRpData().front().prefix(), prefix("239.1.0.0/16"));
+  EXPECT_EQ(sent[1].bsm->groupRpData().front().groupFlags(), GroupFlags::bidirFlag);
 }
 
 TEST_F(BsmSenderTest, TheGlobalZoneIsNeverNamed) {

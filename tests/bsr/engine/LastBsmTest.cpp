@@ -74,6 +74,16 @@ TEST(LastBsm, NamesItsZoneWhateverComesLater) {
   EXPECT_EQ(heldAfter({bsm().zone("239.1.0.0/16", {{"10.1.1.1"}}),
                        bsm().zone("239.1.0.0/16").piece("239.1.0.0/16", 3, {{"10.2.2.2"}})}),
             "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/3(10.2.2.2 150 0)");
+  EXPECT_EQ(heldAfter({bsm().group("225.0.0.0/8", {{"10.1.1.1"}}),
+                       bsm().zone("225.0.0.0/8", {{"10.2.2.2"}, {"10.3.3.3"}})}),
+            "10.9.9.9 64 30 tag * 225.0.0.0/8 0 2/2(10.2.2.2 150 0, 10.3.3.3 150 0)")
+      << "what did not name a zone does not begin to";
+}
+
+TEST(LastBsm, KeepsARangeOnceThatOneMessageRepeats) {
+  EXPECT_EQ(heldAfter({bsm().zone("239.1.0.0/16").group("239.1.1.0/24", {}).group("239.1.0.0/16", {}),
+                       bsm().group("239.1.0.0/16", {{"10.1.1.1"}})}),
+            "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/1(10.1.1.1 150 0) 239.1.1.0/24 0 0/0()");
 }
 
 TEST(LastBsm, AnotherMessageReplacesWhatIsHeld) {

@@ -188,6 +188,34 @@ TEST_F(NewNeighborTest, ABsrThatIsGoneIsNotSpokenOf) {
 
 // old (10.0.0.1) knows the BSR; young (10.0.0.2) starts later on the link between them and becomes
 // its designated router. Both wait 2.5 s before they say Hello.
+TEST(NewNeighbor, ARouterThatStartsLearnsTheRpSetWhenItsNeighbourSaysHello) {
+  VirtualWorld world;
+  PimLan lan(world.wheel);
+  BsrRouter old(AddressFamily::ipv4, world.wheel), young(AddressFamily::ipv4, world.wheel);
+  old.linkIs("up", "10.7.7.1");
+  old.neighborIs("up", "10.7.7.2");
+  old.routeIs("10.9.9.9", "up", "10.7.7.2");
+  old.connect("eth0", lan);
+  old.mtuIs("eth0", 1500);
+  old.intfIs("eth0", "10.0.0.1");
+  world.runUntil(1000);
+  old.hear("up", "10.7.7.2", Bsm("10.9.9.9").group("225.0.0.0/8", {{"10.1.1.1"}}));
+  young.connect("eth0", lan);
+  young.mtuIs("eth0", 1500);
+  world.runUntil(1010);
+  young.stop();
+  young.start();
+  young.intfIs("eth0", "10.0.0.2");
+  world.runUntil(justBefore(1015));
+  EXPECT_EQ(young.bsrOf("224.0.0.0/4"), "none");
+  world.runUntil(1015);
+  EXPECT_EQ(young.bsrOf("224.0.0.0/4"), "10.9.9.9 64 30");
+  EXPECT_EQ(young.rpSetOf("224.0.0.0/4"), (Lines{"225.0.0.0/8 10.1.1.1 150 0"}));
+  EXPECT_EQ(young.pimRps(), old.pimRps());
+  EXPECT_EQ(young.counters().rxBsm(), 1U);
+  EXPECT_EQ(old.counters().rxBsm(), 1U) << "nobody sends it on";
+  EXPECT_EQ(TestKit::bsrFault(old) + TestKit::bsrFault(young), "");
+}
 
 }  // namespace
 }  // namespace Routing::Pim::Bsr

@@ -257,6 +257,12 @@ TEST(Hostile, NoSequenceOfPacketsBreaksTheRouter) {
       // All that it sends can be read by others.
       static_cast<void>(victim.router.sentBsms());
       static_cast<void>(victim.router.sentAdvs());
+      for (const auto& each : victim.router.sent) {
+        const auto fault = decode(each.payload, each.source, each.destination);
+        RC_LOG() << each.source << " > " << each.destination << " on " << each.intf.text() << ": "
+                 << static_cast<int>(std::get<DropReason>(fault)) << " ";
+        for (const unsigned octet : each.payload) RC_LOG() << octet << " ";
+      }
       RC_ASSERT(victim.router.sent.empty());
     }
     RC_CLASSIFY(victim.router.counters().rxBsmSuccess() > 10, "ten messages accepted");
