@@ -78,7 +78,7 @@ void ControlPeer::handleRequest(std::string_view line) {
   }
 }
 
-void ControlPeer::answer(std::string line) {
+void ControlPeer::answer(std::string_view line) {
   state_ = State::answering;
   if (!queue(line)) return refuse(RefusalCode::busy, tooMuchWaits);
   flush();

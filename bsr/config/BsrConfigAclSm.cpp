@@ -19,11 +19,12 @@ Prefixes only(const Prefixes& in, const Prefixes& notIn) {
   return result;
 }
 
-/// Takes a copy of the interfaces: what a user does may change who uses the list.
 template <class Find>
-void forward(std::set<IntfId> intfs, const std::string& acl, const IpGenPrefix& prefix, bool added,
-             Find find) {
-  for (const IntfId& intf : intfs) {
+void forward(const std::set<IntfId>& intfs, const std::string& acl, const IpGenPrefix& prefix,
+             bool added, Find find) {
+  // What a user does may change who uses the list.
+  const std::vector<IntfId> users(intfs.begin(), intfs.end());
+  for (const IntfId& intf : users) {
     AclPrefixUser* intfSm = find(intf);
     ROUTING_ASSERT(intfSm != nullptr);
     added ? intfSm->doAclPrefixActivate(acl, prefix) : intfSm->doAclPrefixDeactivate(acl, prefix);

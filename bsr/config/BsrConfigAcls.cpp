@@ -19,7 +19,7 @@ BsrConfigAcls::BsrConfigAcls(const ConfigContext& context,
 std::shared_ptr<BsrConfigAcl> BsrConfigAcls::expanded(const std::string& name,
                                                       std::string_view createdText) {
   if (const auto& known = state_->bsrConfigAcl(name)) return known;
-  const auto acl = state_->newBsrConfigAcl(name);
+  auto acl = state_->newBsrConfigAcl(name);
   CONFIG_TRACE(8, createdText, name);
   handleAclConfig(name);
   return acl;

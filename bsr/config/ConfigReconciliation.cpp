@@ -12,6 +12,7 @@ namespace {
 template <class Map>
 std::vector<typename Map::key_type> keysOf(const Map& map) {
   std::vector<typename Map::key_type> keys;
+  keys.reserve(map.size());
   for (const auto& entry : map) keys.push_back(entry.first);
   return keys;
 }

@@ -76,7 +76,7 @@ std::shared_ptr<RpCandidateSet> CandidateRpSet::findOrCreate(const IpGenPrefix& 
 
 // A withdrawn RP is announced once more, with hold time 0, and then goes.
 bool CandidateRpSet::withdraw(const RpCandidateSet& set, const IpGenAddr& rpAddress) {
-  const auto rp = set.rp(rpAddress);
+  const auto& rp = set.rp(rpAddress);
   if (!rp) {
     BSR_TRACE(4, "Holdtime value of C-RP Advertisement is 0. Ignoring message");
     return false;

@@ -62,6 +62,8 @@ void PimBsrSm::PimIntfReactor::doSendNoFwdBsm() {
 
 template <class Machine>
 void PimBsrSm::PimIntfReactor::sendLastBsm(const Machine& machine) {
+  // Sending may come back and replace it.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   if (const auto bsm = machine.lastBsm()) {
     engine_.doSendTriggeredBsm(machine.zone(), false, intf_->intfId(), bsm);
   } else {

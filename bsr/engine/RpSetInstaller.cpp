@@ -88,7 +88,7 @@ std::shared_ptr<RpEntry> RpSetInstaller::rpEntry(const Range& range, const IpGen
   if (!set) set = newCrpSet(range);
   if (!set) return nullptr;
   const double now = timerWheel_.now();
-  const auto rp = set->newRp(address);
+  auto rp = set->newRp(address);
   rp->setupTimeIs(now);
   BSR_TRACE(4, "Adding RP ", address, " to prefix ", prefix, " in zone ", range.zone,
             " with setup time of ", now);

@@ -8,6 +8,7 @@
 namespace Routing {
 
 /// An address as a number: right-aligned, up to 128 bits.
+// NOLINTNEXTLINE(modernize-use-using): __extension__ has no such form
 __extension__ typedef unsigned __int128 AddressNumber;
 
 ROUTING_API AddressNumber addressNumber(const IpGenAddr& address);

@@ -72,14 +72,14 @@ void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<Crp
 }
 
 void PamManager::publish(MessageInfo& info, const ReceivedPacket& packet,
-                         std::shared_ptr<PimMessage> message) {
+                         const std::shared_ptr<PimMessage>& message) {
   info.intfIdIs(packet.intf);
   info.neighborAddrIs(packet.source);
-  info.messageIs(std::move(message));
+  info.messageIs(message);
   info.countInc(1);
 }
 
-bool PamManager::sendHello(const IntfId& intf, HelloMessage hello) {
+bool PamManager::sendHello(const IntfId& intf, const HelloMessage& hello) {
   const bool sent = sendOnLink(intf, hello);
   sent ? counters_->txHelloInc() : counters_->txErrorInc();
   return sent;

@@ -68,7 +68,7 @@ class ROUTING_API PamManager {
   /// Takes one datagram in; never raises for what the octets say.
   void receive(const ReceivedPacket& packet);
   /// Sends a Hello from the interface's address to ALL-PIM-ROUTERS. False if it could not be sent.
-  bool sendHello(const IntfId& intf, HelloMessage hello);
+  bool sendHello(const IntfId& intf, const HelloMessage& hello);
 
  private:
   void drop(const ReceivedPacket& packet, std::string_view reason);
@@ -76,7 +76,7 @@ class ROUTING_API PamManager {
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<BootstrapMessage>& bsm);
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<CrpAdvMessage>& adv);
   void publish(MessageInfo& info, const ReceivedPacket& packet,
-               std::shared_ptr<PimMessage> message);
+               const std::shared_ptr<PimMessage>& message);
   bool sendBsm(const MessageInfo& info);
   bool sendCrpAdv(const MessageInfo& info);
   bool sendOnLink(const IntfId& intf, const PimMessage& message);

@@ -47,7 +47,7 @@ TEST(Trace, IsWrittenUpToTheThresholdAndCostsNothingBeyond) {
   ASSERT_EQ(recorder.lines.size(), 1U);
   const std::string& line = recorder.lines[0];
   EXPECT_TRUE(line.starts_with("Test::Unit 5 <Vrf:red>")) << line;
-  EXPECT_NE(line.find("Tracer::work(int&) const"), std::string::npos) << line;
+  EXPECT_NE(line.find("Tracer::work(int"), std::string::npos) << line;
   EXPECT_TRUE(line.ends_with(", cost=1, yes=true")) << line;
 }
 
