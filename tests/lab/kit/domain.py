@@ -1,0 +1,71 @@
+"""Routers in a line, each with a loopback address that all others have a route to:
+
+    r1 --- r2 --- r3 ...
+
+The loopback addresses of rK are 10.255.K.1 and fd00:255:K::1; whatever else is in 10.255.K.0/24 and
+fd00:255:K::/48 finds its way too. Links are those of Network.link.
+"""
+
+from kit.network import Network
+from kit.router import FAMILIES, IPV4, IPV6, Router
+
+
+def loopback(family, number, host=1):
+    """An address of rK: its first one, or another of its block."""
+    return f"10.255.{number}.{host}" if family is IPV4 else f"fd00:255:{number}::{host}"
+
+
+def block(family, number):
+    return f"10.255.{number}.0/24" if family is IPV4 else f"fd00:255:{number}::/48"
+
+
+class Domain:
+    """The network with its routers, none of them started."""
+
+    def __init__(self, count):
+        self.network = Network()
+        names = [f"r{number}" for number in range(1, count + 1)]
+        for left, right in zip(names, names[1:]):
+            self.network.link(left, right)
+        self.routers = [Router(self.network.nodes[name]) for name in names]
+        for number in range(1, count + 1):
+            self._furnish(number)
+
+    def router(self, number):
+        return self.routers[number - 1]
+
+    def address(self, number, family, host=1):
+        """Gives the loopback of a router an address."""
+        self.router(number).node.address("lo", f"{loopback(family, number, host)}/"
+                                               f"{32 if family is IPV4 else 128}")
+
+    def routes(self, number):
+        """Gives a router its routes, again after a link was down."""
+        node = self.router(number).node
+        for other in range(1, len(self.routers) + 1):
+            if other == number:
+                continue
+            # Link N, from 0, has its near end at r(N+1).
+            right = other > number
+            via = (lambda family: family.far_end(number - 1)) if right else \
+                  (lambda family: family.near_end(number - 2))
+            for family in FAMILIES:
+                node.ip("route", "replace", block(family, other), "via", via(family),
+                        "dev", f"to-r{number + (1 if right else -1)}")
+
+    def start(self):
+        for router in self.routers:
+            router.start()
+
+    def close(self):
+        for router in self.routers:
+            router.kill()
+        self.network.close()
+
+    def _furnish(self, number):
+        node = self.router(number).node
+        node.run("sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward; "
+                             "echo 1 > /proc/sys/net/ipv6/conf/all/forwarding")
+        for family in (IPV4, IPV6):
+            self.address(number, family)
+        self.routes(number)
