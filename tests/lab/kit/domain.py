@@ -7,7 +7,7 @@ fd00:255:K::/48 finds its way too. Links are those of Network.link.
 """
 
 from kit.network import Network
-from kit.router import FAMILIES, IPV4, IPV6, Router
+from kit.router import FAMILIES, IPV4, Router
 
 
 def loopback(family, number, host=1):
@@ -27,7 +27,7 @@ class Domain:
         names = [f"r{number}" for number in range(1, count + 1)]
         for left, right in zip(names, names[1:]):
             self.network.link(left, right)
-        self.routers = [Router(self.network.nodes[name]) for name in names]
+        self.routers = [Router(self.network.node(name)) for name in names]
         for number in range(1, count + 1):
             self._furnish(number)
 
@@ -45,13 +45,13 @@ class Domain:
         for other in range(1, len(self.routers) + 1):
             if other == number:
                 continue
-            # Link N, from 0, has its near end at r(N+1).
-            right = other > number
-            via = (lambda family: family.far_end(number - 1)) if right else \
-                  (lambda family: family.near_end(number - 2))
+            rightwards = other > number
+            neighbor = number + 1 if rightwards else number - 1
             for family in FAMILIES:
-                node.ip("route", "replace", block(family, other), "via", via(family),
-                        "dev", f"to-r{number + (1 if right else -1)}")
+                # Link N, counted from 0, joins r(N+1) at its near end and r(N+2) at its far end.
+                via = family.far_end(number - 1) if rightwards else family.near_end(number - 2)
+                node.ip("route", "replace", block(family, other), "via", via,
+                        "dev", f"to-r{neighbor}")
 
     def start(self):
         for router in self.routers:
@@ -66,6 +66,6 @@ class Domain:
         node = self.router(number).node
         node.run("sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward; "
                              "echo 1 > /proc/sys/net/ipv6/conf/all/forwarding")
-        for family in (IPV4, IPV6):
+        for family in FAMILIES:
             self.address(number, family)
         self.routes(number)
