@@ -30,6 +30,8 @@ class Domain:
         self.routers = [Router(self.network.node(name)) for name in names]
         for number in range(1, count + 1):
             self._furnish(number)
+        for link in range(count - 1):
+            self._join(link)
 
     def router(self, number):
         return self.routers[number - 1]
@@ -39,19 +41,14 @@ class Domain:
         self.router(number).node.address("lo", f"{loopback(family, number, host)}/"
                                                f"{32 if family is IPV4 else 128}")
 
-    def routes(self, number):
-        """Gives a router its routes, again after a link was down."""
-        node = self.router(number).node
-        for other in range(1, len(self.routers) + 1):
-            if other == number:
-                continue
-            rightwards = other > number
-            neighbor = number + 1 if rightwards else number - 1
-            for family in FAMILIES:
-                # Link N, counted from 0, joins r(N+1) at its near end and r(N+2) at its far end.
-                via = family.far_end(number - 1) if rightwards else family.near_end(number - 2)
-                node.ip("route", "replace", block(family, other), "via", via,
-                        "dev", f"to-r{neighbor}")
+    def link_down(self, link):
+        """Takes a link, counted from 0, down at its near end."""
+        self.router(link + 1).node.ip("link", "set", f"to-r{link + 2}", "down")
+
+    def link_up(self, link):
+        """Brings it up again, with all that the kernel took away meanwhile."""
+        self.router(link + 1).node.furnish(f"to-r{link + 2}", link, 2)
+        self._join(link)
 
     def start(self):
         for router in self.routers:
@@ -63,9 +60,18 @@ class Domain:
         self.network.close()
 
     def _furnish(self, number):
-        node = self.router(number).node
-        node.run("sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward; "
-                             "echo 1 > /proc/sys/net/ipv6/conf/all/forwarding")
+        self.router(number).node.run(
+            "sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward; "
+                        "echo 1 > /proc/sys/net/ipv6/conf/all/forwarding")
         for family in FAMILIES:
             self.address(number, family)
-        self.routes(number)
+
+    def _join(self, link):
+        """Gives the routers at both ends of a link their routes through it."""
+        for other in range(1, len(self.routers) + 1):
+            near, far = link + 1, link + 2
+            here, there = (near, far) if other >= far else (far, near)
+            for family in FAMILIES:
+                via = family.far_end(link) if there == far else family.near_end(link)
+                self.router(here).node.ip("route", "replace", block(family, other), "via", via,
+                                          "dev", f"to-r{there}")
