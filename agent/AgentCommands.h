@@ -8,7 +8,7 @@ namespace Routing::Agent {
 
 /// What came of reading the configuration again.
 struct ReloadOutcome {
-  std::string file;      ///< empty if the daemon has none
+  std::string file;      ///< or who speaks, if there is none
   bool good = false;     ///< otherwise nothing has changed
   bool changed = false;  ///< the configuration is another one than before
   Findings findings;

@@ -47,7 +47,11 @@ void Daemon::shutdown() {
 }
 
 ReloadOutcome Daemon::reload() {
-  LoadedConfig loaded = source_.load(router_.addressedInterfaces());
+  if (source_.file().empty()) {
+    spdlog::info("there is no configuration file to read again");
+    return {"pimbsrd", false, false, {{Severity::error, 0, "", "started without a file"}}};
+  }
+  const LoadedConfig loaded = source_.load(router_.addressedInterfaces());
   ReloadOutcome outcome{source_.file(), loaded.config.has_value(), false, loaded.findings};
   if (loaded.config) {
     outcome.changed = *loaded.config != router_.config();

@@ -14,8 +14,9 @@ VIRTUAL_DEMO = "virtual_demo"  # the program of the virtual network, beside the 
 def enter(name):
     """Goes into a sandbox, with the programs of the folder that the command line names. Where no
     sandbox is permitted, goes on as the program that needs no rights."""
-    if len(sys.argv) > 1:
-        os.environ["PIMBSR_BIN"] = str(Path(sys.argv[1]).resolve())
+    folders = [word for word in sys.argv[1:] if not word.startswith("-")]
+    if folders:
+        os.environ["PIMBSR_BIN"] = str(Path(folders[0]).resolve())
     if not (programs() / "pimbsrd").exists():
         sys.exit(f"{name}: there is no pimbsrd in {programs()}; ./run builds it")
     try:
