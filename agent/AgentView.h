@@ -11,6 +11,7 @@
 #include "platform/pim/PamManager.h"
 #include "platform/pim/PimStatus.h"
 #include "platform/pim/RpCandidateStatus.h"
+#include "platform/upgrade/ZeuStatus.h"
 
 namespace Routing::Agent {
 
@@ -23,6 +24,7 @@ struct InstanceView {
   std::shared_ptr<const Pim::Bsr::Status> status;             ///< of the BSR mechanism
   std::shared_ptr<const Pim::RpCandidateStatus> rpCandidate;  ///< PIM's own RP set
   std::shared_ptr<const Pim::Bsr::PimBsrLimits> limits;
+  std::shared_ptr<const ZeuVrfStatus> upgrade;  ///< VRFs of the family that are ready for one
 };
 
 /// The running daemon as whoever answers its operators sees it. For reading, on the event-loop

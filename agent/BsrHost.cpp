@@ -2,55 +2,118 @@
 
 #include <utility>
 
+#include "agent/apply/Unwanted.h"
+
 namespace Routing::Agent {
 namespace {
 
-std::shared_ptr<Pim::Bsr::Status> newStatus(const VrfName& vrf, AddressFamily af,
-                                            const InstanceOptions& options) {
+std::shared_ptr<Pim::Bsr::Status> newStatus(const VrfName& vrf, AddressFamily af) {
   auto status = std::make_shared<Pim::Bsr::Status>(vrf);
   status->afIs(af);
   status->countersIs("counters");
-  status->bsTimeoutIs(options.bsTimeout);
-  status->szTimeoutIs(options.szTimeout);
-  status->crpPermitIs(IpGenPrefix::zero(af), true);
   return status;
-}
-
-std::shared_ptr<Pim::Bsr::PimBsrLimits> newLimits(const InstanceOptions& options) {
-  auto limits = std::make_shared<Pim::Bsr::PimBsrLimits>();
-  limits->maxZonesIs(options.maxZones.value_or(limits->maxZones()));
-  limits->maxGroupsIs(options.maxGroups.value_or(limits->maxGroups()));
-  limits->maxRpsIs(options.maxRps.value_or(limits->maxRps()));
-  limits->maxFragmentsIs(options.maxFragments.value_or(limits->maxFragments()));
-  return limits;
 }
 
 }  // namespace
 
-BsrHost::BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af,
-                 const InstanceOptions& options)
+BsrHost::BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af)
     : vrf_(vrf),
       af_(af),
+      interfaces_(base.interfaces),
+      config_(base.entities.config()),
+      timeouts_(base.timeouts),
       routing_(base.routeSource, base.interfaces, base.loop.clock(), vrf),
       localRoutes_(af),
       sockets_(base.loop, base.interfaces, vrf, af),
-      pim_(vrf, af, routing_, sockets_, base.loop.timerWheel(), base.random, options.hello),
-      status_(newStatus(vrf, af, options)),
+      pim_(vrf, af, routing_, sockets_, base.loop.timerWheel(), base.random),
+      sourceIntfSm_(std::make_shared<SourceIntfSm>(vrf)),
+      status_(newStatus(vrf, af)),
       rpCandidate_(std::make_shared<Pim::RpCandidateStatus>(vrf)),
-      limits_(newLimits(options)),
-      bsr_({status_, pim_.pimStatus(), pim_.pamManager(), localRoutes_.status(),
-            base.allIntfStatusDir, rpCandidate_, limits_, &base.loop.timerWheel()}) {
+      limits_(std::make_shared<Pim::Bsr::PimBsrLimits>()),
+      upgrade_(base.upgrade.vrfStatus(af)),
+      bsr_(inputs(base, base.entities.families().at({vrf, af}))) {
   sockets_.receiverIs([this](const Pim::ReceivedPacket& packet) { pim_.receive(packet); });
+  handleConfig();
+  takeUpInterfaces();
 }
 
 BsrHost::~BsrHost() {
   sockets_.receiverIs({});
 }
 
-void BsrHost::intfChanged(const IntfId& intf, const Interface* before, const Interface* now,
-                          bool pim) {
+Pim::Bsr::BsrInputs BsrHost::inputs(const HostBase& base, const FamilyEntities& entities) {
+  return {status_,
+          pim_.pimStatus(),
+          pim_.pamManager(),
+          localRoutes_.status(),
+          base.allIntfStatusDir,
+          rpCandidate_,
+          limits_,
+          &base.loop.timerWheel(),
+          entities.config,
+          entities.vrfIntfConfig,
+          entities.clearConfig,
+          sourceIntfSm_,
+          base.entities.accessLists(af_),
+          base.upgrade.shutdownStatus(),
+          base.upgrade.vrfStatus(af_)};
+}
+
+const FamilySettings& BsrHost::settings() const {
+  return config_.vrfs.at(vrf_).at(af_);
+}
+
+void BsrHost::handleConfig() {
+  limitsAre(config_.limits);
+  pimIntfsAre(settings().interfaces);
+  overrideTimeouts();
+}
+
+void BsrHost::takeUpInterfaces() {
+  for (const auto& [intf, interface] : interfaces_.interfaces()) {
+    if (interface.vrf == vrf_) handleIntf(intf, nullptr, &interface);
+  }
+  sourceIntfSm_->initialDumpDoneIs(true);
+}
+
+void BsrHost::limitsAre(const LimitSettings& settings) {
+  limits_->maxZonesIs(settings.zones);
+  limits_->maxGroupsIs(settings.groups);
+  limits_->maxRpsIs(settings.rps);
+  limits_->maxFragmentsIs(settings.fragments);
+}
+
+void BsrHost::overrideTimeouts() {
+  if (timeouts_.bsTimeout) status_->bsTimeoutIs(*timeouts_.bsTimeout);
+  if (timeouts_.szTimeout) status_->szTimeoutIs(*timeouts_.szTimeout);
+}
+
+void BsrHost::pimIntfsAre(const std::map<std::string, InterfaceSettings>& interfaces) {
+  const auto isWanted = [&](const IntfId& intf) { return interfaces.contains(intf.text()); };
+  for (const IntfId& intf : unwanted(pimIntfs_, isWanted)) {
+    pimIntfDel(intf);
+    pimIntfs_.erase(intf);
+  }
+  for (const auto& [name, settings] : interfaces) {
+    const IntfId intf(name);
+    pim_.helloConfigIs(intf, settings.hello());
+    if (!pimIntfs_.insert(intf).second) continue;
+    const Interface* interface = interfaces_.interface(intf);
+    if (interface != nullptr && interface->vrf == vrf_) pimIntfIs(intf, *interface, false);
+  }
+}
+
+// Candidates lose their address first and get it last: what they have to say about it leaves while
+// the interfaces of PIM are there.
+void BsrHost::handleIntf(const IntfId& intf, const Interface* before, const Interface* now) {
   localRoutes_.intfChanged(before, now);
-  if (!pim) return;
+  const IpGenAddr address = now == nullptr ? IpGenAddr() : sourceAddress(*now, af_);
+  if (address.isUnset()) sourceIntfSm_->addressDel(intf);
+  if (pimIntfs_.contains(intf)) updatePim(intf, before, now);
+  if (!address.isUnset()) sourceIntfSm_->addressIs(intf, address);
+}
+
+void BsrHost::updatePim(const IntfId& intf, const Interface* before, const Interface* now) {
   if (now == nullptr || (before != nullptr && before->link.index != now->link.index)) {
     pimIntfDel(intf);
   }
@@ -73,7 +136,7 @@ void BsrHost::pimIntfDel(const IntfId& intf) {
 }
 
 InstanceView BsrHost::view() const {
-  return {vrf_, af_, pim_.pimStatus(), pim_.pamManager(), status_, rpCandidate_, limits_};
+  return {vrf_, af_, pim_.pimStatus(), pim_.pamManager(), status_, rpCandidate_, limits_, upgrade_};
 }
 
 }  // namespace Routing::Agent

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 
 #include "agent/AgentView.h"
 #include "agent/EventLoop.h"
@@ -9,7 +10,10 @@
 #include "agent/LocalRoutes.h"
 #include "agent/Options.h"
 #include "agent/PimSocketSet.h"
+#include "agent/UpgradeController.h"
+#include "agent/apply/ConfigEntities.h"
 #include "bsr/host/BsrInstance.h"
+#include "platform/net/SourceIntfSm.h"
 #include "platform/pim/PimInstance.h"
 
 namespace Routing::Agent {
@@ -19,24 +23,29 @@ struct HostBase {
   EventLoop& loop;
   const InterfaceTable& interfaces;
   RouteSource& routeSource;
+  const ConfigEntities& entities;
+  UpgradeController& upgrade;
   std::shared_ptr<const Pim::AllIntfStatusDir> allIntfStatusDir;
   RandomSource random;
+  TimeoutOverrides timeouts;
 };
 
 /// PIM and the bootstrap mechanism of one VRF and family on real sockets and routes. The parts are
 /// built in the order of their members and destroyed in reverse.
 class BsrHost {
  public:
-  /// Raises std::system_error if there are no sockets to be had.
-  BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af,
-          const InstanceOptions& options);
+  /// The VRF and family must be configured. Takes up the VRF's interfaces. Raises std::system_error
+  /// if there are no sockets to be had.
+  BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af);
   BsrHost(const BsrHost&) = delete;
   BsrHost& operator=(const BsrHost&) = delete;
   ~BsrHost();
 
-  /// What an interface was and is in this VRF (null where it was or is not there), and whether PIM
-  /// is to run on it.
-  void intfChanged(const IntfId& intf, const Interface* before, const Interface* now, bool pim);
+  /// Follows the configuration in what no entity says: on which interfaces PIM runs and how, and
+  /// the limits.
+  void handleConfig();
+  /// What an interface was and is in this VRF; null where it was or is not there.
+  void handleIntf(const IntfId& intf, const Interface* before, const Interface* now);
   /// Call when routes, rules or interfaces have changed.
   void flushRoutes() { routing_.flush(); }
   /// Says goodbye to all neighbours.
@@ -45,18 +54,31 @@ class BsrHost {
   InstanceView view() const;
 
  private:
+  Pim::Bsr::BsrInputs inputs(const HostBase& base, const FamilyEntities& entities);
+  const FamilySettings& settings() const;
+  void takeUpInterfaces();
+  void overrideTimeouts();
+  void limitsAre(const LimitSettings& settings);
+  void pimIntfsAre(const std::map<std::string, InterfaceSettings>& interfaces);
+  void updatePim(const IntfId& intf, const Interface* before, const Interface* now);
   void pimIntfIs(const IntfId& intf, const Interface& now, bool groupsLost);
   void pimIntfDel(const IntfId& intf);
 
   const VrfName vrf_;
   const AddressFamily af_;
+  const InterfaceTable& interfaces_;
+  const DaemonConfig& config_;
+  const TimeoutOverrides timeouts_;
   KernelRouting routing_;
   LocalRoutes localRoutes_;
   PimSocketSet sockets_;
   Pim::PimInstance pim_;
+  std::set<IntfId> pimIntfs_;  // on which PIM is to run
+  std::shared_ptr<SourceIntfSm> sourceIntfSm_;
   std::shared_ptr<Pim::Bsr::Status> status_;
   std::shared_ptr<Pim::RpCandidateStatus> rpCandidate_;
   std::shared_ptr<Pim::Bsr::PimBsrLimits> limits_;
+  std::shared_ptr<const ZeuVrfStatus> upgrade_;
   Pim::Bsr::BsrInstance bsr_;
 };
 

@@ -175,4 +175,14 @@ HelloAddresses helloAddresses(const Interface& interface, AddressFamily af) {
   return result;
 }
 
+IpGenAddr sourceAddress(const Interface& interface, AddressFamily af) {
+  const LocalAddress* best = nullptr;
+  for (const LocalAddress& held : interface.addresses) {
+    const IpGenAddr& address = held.address;
+    if (address.af() != af || address.isLoopback() || address.isLinkLocal()) continue;
+    if (best == nullptr || better(held, *best)) best = &held;
+  }
+  return interface.link.up && best != nullptr ? best->address : IpGenAddr();
+}
+
 }  // namespace Routing::Agent

@@ -119,4 +119,8 @@ struct HelloAddresses {
 /// (RFC 7761 section 4.3.1). Loopback addresses are left out.
 HelloAddresses helloAddresses(const Interface& interface, AddressFamily af);
 
+/// The address that an interface gives to a candidate: the first one of the widest scope that
+/// others can reach, so none of a link alone. Unset while the interface is down or has none.
+IpGenAddr sourceAddress(const Interface& interface, AddressFamily af);
+
 }  // namespace Routing::Agent

@@ -47,15 +47,23 @@ void LogSink::log(const SysLogMessage& message, std::string_view text) {
   if (admitted(message.id())) logger_->log(severities[severity], "{}: {}", message.id(), text);
 }
 
-std::shared_ptr<spdlog::logger> startLogging(const std::string& level) {
+std::shared_ptr<spdlog::logger> startLogging() {
   const auto sink = std::make_shared<spdlog::sinks::stderr_sink_st>();
   const auto own = std::make_shared<spdlog::logger>("pimbsrd", sink);
-  own->set_level(spdlog::level::from_str(level));
   spdlog::set_default_logger(own);
   auto all = std::make_shared<spdlog::logger>("trace", sink);
   all->set_level(spdlog::level::trace);
   for (const auto& logger : {own, all}) logger->set_pattern("%Y-%m-%dT%H:%M:%S.%f %l %v");
   return all;
+}
+
+void logLevelIs(const std::string& level) {
+  spdlog::default_logger()->set_level(spdlog::level::from_str(level));
+}
+
+void tracesAre(const std::map<std::string, int>& levels) {
+  traceThresholdIs("", 0);
+  for (const auto& [facility, level] : levels) traceThresholdIs(facility, level);
 }
 
 }  // namespace Routing::Agent

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <map>
 #include <memory>
+#include <string>
 
 #include "agent/RateLimiter.h"
 #include "platform/trace/SysLogMessage.h"
@@ -34,8 +36,12 @@ class LogSink final : public TraceSink, public SysLogSink {
   std::shared_ptr<spdlog::logger> logger_;
 };
 
-/// Sends the daemon's own messages from `level` on (such as "info") to standard error, and gives
-/// the logger for a LogSink, which writes all that it is given.
-std::shared_ptr<spdlog::logger> startLogging(const std::string& level);
+/// Sends the daemon's own messages to standard error, and gives the logger for a LogSink, which
+/// writes all that it is given.
+std::shared_ptr<spdlog::logger> startLogging();
+/// From which level on (such as "info") the daemon's own messages are written.
+void logLevelIs(const std::string& level);
+/// Up to which levels facilities trace, by prefix; all others trace level 0 only.
+void tracesAre(const std::map<std::string, int>& levels);
 
 }  // namespace Routing::Agent

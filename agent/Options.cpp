@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 
 #include "platform/trace/Trace.h"
 
@@ -10,6 +11,15 @@ namespace {
 
 constexpr int usageError = 2;
 constexpr double holdtimePeriods = 3.5;  // Hellos that may be lost (RFC 7761 section 4.11)
+
+/// What the built-in configuration is made of.
+struct BuiltIn {
+  std::vector<std::string> interfaces;
+  bool ipv4Only = false;
+  bool ipv6Only = false;
+  InterfaceSettings interface;
+  LimitSettings limits;
+};
 
 std::pair<std::string, int> traceOf(const std::string& text) {
   const auto equals = text.find('=');
@@ -29,21 +39,39 @@ std::string checkHelloPeriod(const std::string& text) {
   return good ? "" : "needs a number of seconds from 0.1 to 18000";
 }
 
-void addInstanceOptions(CLI::App& app, InstanceOptions& options) {
-  app.add_option("--bs-timeout", options.bsTimeout,
-                 "Seconds after which a silent BSR is forgotten (130)")
+/// The options that take the place of a file.
+void addBuiltIn(CLI::App& app, BuiltIn& builtIn, CLI::Option& file) {
+  std::vector<CLI::Option*> options{
+      app.add_option("--interface", builtIn.interfaces,
+                     "Without a file: interface to run PIM on; may be repeated")
+          ->allow_extra_args(false),
+      app.add_flag("--ipv4-only", builtIn.ipv4Only, "Leave IPv6 alone"),
+      app.add_flag("--ipv6-only", builtIn.ipv6Only, "Leave IPv4 alone"),
+      app.add_option("--hello-period", builtIn.interface.helloInterval,
+                     "Seconds between Hellos (30)")
+          ->check(checkHelloPeriod),
+      app.add_option("--dr-priority", builtIn.interface.drPriority, "Priority in DR elections (1)"),
+      app.add_option("--max-zones", builtIn.limits.zones, "Scoped zones to learn at most"),
+      app.add_option("--max-groups", builtIn.limits.groups, "Group ranges to hold at most"),
+      app.add_option("--max-rps", builtIn.limits.rps, "RPs to hold at most"),
+      app.add_option("--max-fragments", builtIn.limits.fragments,
+                     "Incomplete group ranges to hold at most")};
+  options[1]->excludes(options[2]);
+  for (CLI::Option* option : options) option->excludes(&file);
+}
+
+void addOverrides(CLI::App& app, Options& options, std::vector<std::string>& traces) {
+  app.add_option("--bs-timeout", options.timeouts.bsTimeout,
+                 "Seconds after which a silent BSR is forgotten, whatever is configured")
       ->check(CLI::Range(1U, 65535U));
-  app.add_option("--sz-timeout", options.szTimeout,
-                 "Seconds after which a silent scoped zone is forgotten (1300)")
+  app.add_option("--sz-timeout", options.timeouts.szTimeout,
+                 "Seconds after which a silent scoped zone is forgotten, whatever is configured")
       ->check(CLI::Range(1U, 655350U));
-  app.add_option("--hello-period", options.hello.helloPeriod, "Seconds between Hellos (30)")
-      ->check(checkHelloPeriod);
-  app.add_option("--dr-priority", options.hello.drPriority, "Priority in DR elections (1)");
-  app.add_option("--max-zones", options.maxZones, "Scoped zones to learn at most");
-  app.add_option("--max-groups", options.maxGroups, "Group ranges to hold at most");
-  app.add_option("--max-rps", options.maxRps, "RPs to hold at most");
-  app.add_option("--max-fragments", options.maxFragments,
-                 "Incomplete group ranges to hold at most");
+  app.add_option("--control", options.control, "Control socket (/run/pimbsrd/control.sock)");
+  app.add_option("--log-level", options.logLevel, "What is logged at least (info)")
+      ->check(CLI::IsMember({"debug", "info", "warning", "error", "critical", "off"}));
+  app.add_option("--trace", traces, "FACILITY=LEVEL: trace facilities of this prefix up to a level")
+      ->allow_extra_args(false);
 }
 
 std::uint16_t holdtimeOf(double helloPeriod) {
@@ -51,35 +79,43 @@ std::uint16_t holdtimeOf(double helloPeriod) {
   return static_cast<std::uint16_t>(std::clamp(helloPeriod * holdtimePeriods, 1.0, longest));
 }
 
+DaemonConfig configOf(BuiltIn& builtIn) {
+  builtIn.interface.helloHoldtime = holdtimeOf(builtIn.interface.helloInterval);
+  FamilySettings family;
+  for (const std::string& name : builtIn.interfaces) family.interfaces[name] = builtIn.interface;
+  DaemonConfig config;
+  config.limits = builtIn.limits;
+  VrfSettings& vrf = config.vrfs[VrfName(std::string(VrfName::defaultName))];
+  if (!builtIn.ipv6Only) vrf[AddressFamily::ipv4] = family;
+  if (!builtIn.ipv4Only) vrf[AddressFamily::ipv6] = family;
+  return config;
+}
+
 }  // namespace
 
 std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
   Options options;
+  BuiltIn builtIn;
   std::vector<std::string> traces;
-  bool ipv4Only = false;
-  bool ipv6Only = false;
   CLI::App app("Bootstrap router for PIM (RFC 5059)", "pimbsrd");
   app.set_version_flag("--version", "pimbsrd " PIMBSR_VERSION);
-  app.add_option("--interface", options.interfaces, "Interface to run PIM on; may be repeated")
-      ->required()
-      ->allow_extra_args(false);
-  auto* ipv4 = app.add_flag("--ipv4-only", ipv4Only, "Leave IPv6 alone");
-  app.add_flag("--ipv6-only", ipv6Only, "Leave IPv4 alone")->excludes(ipv4);
-  addInstanceOptions(app, options.instance);
-  app.add_option("--control", options.control, "Control socket (" + options.control + ")");
-  app.add_option("--log-level", options.logLevel, "What is logged at least (info)")
-      ->check(CLI::IsMember({"debug", "info", "warning", "error", "critical", "off"}));
-  app.add_option("--trace", traces, "FACILITY=LEVEL: trace facilities of this prefix up to a level")
-      ->allow_extra_args(false);
+  CLI::Option* file = app.add_option("--config", options.configFile, "Configuration file (YAML)");
+  addBuiltIn(app, builtIn, *file);
+  addOverrides(app, options, traces);
   try {
     app.parse(argc, argv);
     for (const std::string& text : traces) options.traces.push_back(traceOf(text));
+    if (options.configFile.empty() && builtIn.interfaces.empty()) {
+      throw CLI::RequiredError("--config or --interface");
+    }
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : usageError;
   }
-  options.instance.hello.holdtime = holdtimeOf(options.instance.hello.helloPeriod);
-  if (!ipv6Only) options.families.push_back(AddressFamily::ipv4);
-  if (!ipv4Only) options.families.push_back(AddressFamily::ipv6);
+  if (!options.configFile.empty()) {
+    options.configFile = std::filesystem::absolute(options.configFile).string();
+  } else {
+    options.builtIn = configOf(builtIn);
+  }
   return options;
 }
 

@@ -7,36 +7,26 @@
 #include <variant>
 #include <vector>
 
-#include "platform/net/AddressFamily.h"
-#include "platform/pim/HelloConfig.h"
+#include "agent/config/DaemonConfig.h"
 
 namespace Routing::Agent {
 
-/// The first Hello goes out at once, so that neighbours prime a newcomer within six seconds.
-inline Pim::HelloConfig promptHellos() {
-  Pim::HelloConfig config;
-  config.firstDelay = 0.5;
-  return config;
-}
-
-/// What the mechanism is given in every VRF and family.
-struct InstanceOptions {
-  Pim::HelloConfig hello = promptHellos();
-  std::uint32_t bsTimeout = 130;   ///< seconds (RFC 5059 section 5)
-  std::uint32_t szTimeout = 1300;  ///< seconds (RFC 5059 section 5)
-  std::optional<std::uint32_t> maxZones;
-  std::optional<std::uint32_t> maxGroups;
-  std::optional<std::uint32_t> maxRps;
-  std::optional<std::uint32_t> maxFragments;
+/// Time-outs in place of configured ones, in seconds (RFC 5059 section 5). They may be shorter than
+/// a configuration permits, which is for tests.
+struct TimeoutOverrides {
+  std::optional<std::uint32_t> bsTimeout;
+  std::optional<std::uint32_t> szTimeout;
 };
 
 /// The command line of the daemon.
 struct Options {
-  std::vector<std::string> interfaces;
-  std::vector<AddressFamily> families;
-  InstanceOptions instance;
-  std::string control = "/run/pimbsrd/control.sock";
-  std::string logLevel = "info";
+  std::string configFile;  ///< absolute; empty if `builtIn` is the configuration
+  DaemonConfig builtIn;    ///< PIM on the interfaces of the command line
+  TimeoutOverrides timeouts;
+
+  // In place of what the configuration says:
+  std::optional<std::string> control;
+  std::optional<std::string> logLevel;
   std::vector<std::pair<std::string, int>> traces;  ///< facility prefix and level
 };
 

@@ -21,17 +21,6 @@ std::size_t countOf(const Findings& findings, Severity severity) {
                     [severity](const Finding& finding) { return finding.severity == severity; }));
 }
 
-/// "FILE:LINE: PATH: TEXT"; what is no error says so in front of the path.
-std::string lineText(const std::string& file, const Finding& finding) {
-  std::string text = file + ':';
-  if (finding.line != 0) text += std::to_string(finding.line) + ':';
-  if (finding.severity != Severity::error) {
-    text += ' ' + std::string(severityText(finding.severity)) + ':';
-  }
-  if (!finding.path.empty()) text += ' ' + finding.path + ':';
-  return text + ' ' + finding.text;
-}
-
 std::string summary(const LoadedConfig& loaded) {
   const auto count = [&loaded](Severity severity, const std::string& word) {
     const std::size_t n = countOf(loaded.findings, severity);
@@ -60,7 +49,7 @@ int check(const Options& options, std::ostream& out) {
     const Json json = jsonOf(options.file, loaded);
     out << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
   } else {
-    for (const Finding& finding : loaded.findings) out << lineText(options.file, finding) << "\n";
+    for (const Finding& finding : loaded.findings) out << fileText(options.file, finding) << "\n";
     out << options.file << ": " << summary(loaded) << "\n";
   }
   if (!loaded.config) return exitBadConfig;

@@ -90,6 +90,20 @@ void addCheck(CLI::App& app, Options& options) {
   check->final_callback([&options] { options.command = "check"; });
 }
 
+void addReload(CLI::App& app, Options& options) {
+  CLI::App* reload = word(app, "reload", "Have the daemon read its configuration file again");
+  reload->add_flag("--json", options.json, "JSON instead of text");
+  reload->final_callback([&options] { options.command = "reload"; });
+}
+
+void addUpgrade(CLI::App& app, Options& options) {
+  CLI::App* upgrade = word(app, "upgrade", "Replace the daemon without a gap");
+  upgrade->require_subcommand(1);
+  CLI::App* prepare = word(*upgrade, "prepare", "Wait until the daemon can be replaced");
+  prepare->add_flag("--json", options.json, "JSON instead of text");
+  prepare->final_callback([&options] { options.command = "upgrade"; });
+}
+
 void addAll(CLI::App& app, Options& options) {
   app.require_subcommand(1);
   app.set_version_flag("--version", "pimbsrctl " PIMBSR_VERSION);
@@ -97,19 +111,21 @@ void addAll(CLI::App& app, Options& options) {
       ->envname("PIMBSR_SOCKET")
       ->capture_default_str();
   app.add_option("--timeout", options.timeout,
-                 "Seconds to wait for the answer (5), or to watch (for ever)")
+                 "Seconds to wait for the answer (5), to get ready (30), or to watch (for ever)")
       ->check(CLI::PositiveNumber);
   addCommand(app, "show", "Show what the daemon knows", showTopics, options);
   addCommand(app, "clear", "Set counters to zero", clearTopics, options);
   addCommand(app, "watch", "Follow changes as they happen", watchTopics, options);
   addCheck(app, options);
+  addReload(app, options);
+  addUpgrade(app, options);
 }
 
 }  // namespace
 
 std::variant<Options, EarlyExit> parseOptions(int argc, const char* const* argv) {
   Options options;
-  CLI::App app{"Shows and follows what pimbsrd knows"};
+  CLI::App app{"Shows and follows what pimbsrd knows, and has it follow its configuration"};
   app.name("pimbsrctl");
   addAll(app, options);
   try {

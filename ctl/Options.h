@@ -22,7 +22,7 @@ struct Options {
   std::optional<double> timeout;  ///< seconds; none: the command's own
   bool json = false;
 
-  std::string command;  ///< "show", "clear", "watch" or "check"
+  std::string command;  ///< "show", "clear", "watch", "check", "reload" or "upgrade"
   std::string family;   ///< "ipv4" or "ipv6"
   std::string topic;
   std::string vrf = "default";

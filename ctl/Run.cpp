@@ -6,8 +6,11 @@
 
 #include "ctl/Check.h"
 #include "ctl/Connection.h"
+#include "ctl/Dialogue.h"
 #include "ctl/Format.h"
+#include "ctl/Reload.h"
 #include "ctl/Render.h"
+#include "ctl/Upgrade.h"
 
 namespace Routing::Ctl {
 namespace {
@@ -18,40 +21,22 @@ Connection::Deadline deadlineOf(const Options& options) {
   const bool waits = options.command == "watch" && !options.timeout;
   if (waits) return std::nullopt;
   constexpr double longest = 1e9;  // seconds that every clock can hold
+  // Getting ready has a time-out of its own, within this one.
+  const double more = options.command == "upgrade" ? upgradeTimeout : 0;
   const std::chrono::duration<double> delay(
-      std::fmin(options.timeout.value_or(answerTimeout), longest));
+      std::fmin(options.timeout.value_or(answerTimeout) + more, longest));
   return std::chrono::steady_clock::now() +
          std::chrono::duration_cast<std::chrono::nanoseconds>(delay);
 }
 
-std::string requestLine(const Options& options) {
+Json requestOf(const Options& options) {
   Json request = {{"command", options.command},
                   {"family", options.family},
                   {"topic", options.topic},
                   {"vrf", options.vrf}};
   if (options.topic == "rp-hash") request["group"] = options.group;
   if (options.command == "watch") request["snapshot"] = options.snapshot;
-  return request.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-Json readAnswer(Connection& daemon) {
-  const auto line = daemon.readLine();
-  if (!line) throw ConnectionError(exitUnreachable, "the daemon closed the connection");
-  return Json::parse(*line);
-}
-
-/// What the daemon does not do for lack of room is as good as no daemon.
-int refusedCode(const Json& answer) {
-  const std::string code = answer.value("code", "");
-  if (code == "bad-request") return exitUsage;
-  if (code == "unknown-vrf") return exitProblem;
-  return exitUnreachable;
-}
-
-/// Raises a ConnectionError if the daemon refuses.
-void expectGood(const Json& answer) {
-  if (answer.value("ok", true)) return;
-  throw ConnectionError(refusedCode(answer), valueText(answer.at("error")));
+  return request;
 }
 
 int verdict(const Options& options, const Json& data) {
@@ -60,9 +45,7 @@ int verdict(const Options& options, const Json& data) {
 }
 
 int ask(const Options& options, Connection& daemon, std::ostream& out) {
-  const Json answer = readAnswer(daemon);
-  expectGood(answer);
-  const Json& data = answer.at("data");
+  const Json data = answerTo(daemon, requestOf(options));
   if (options.json) {
     out << data.dump(2) << "\n";
   } else if (options.command == "show") {
@@ -85,13 +68,20 @@ void follow(const Options& options, Connection& daemon, std::ostream& out) {
 }
 
 int watch(const Options& options, Connection& daemon, std::ostream& out) {
-  expectGood(readAnswer(daemon));
+  answerTo(daemon, requestOf(options));
   try {
     follow(options, daemon, out);
   } catch (const ConnectionError& error) {
     if (error.exitCode() != exitTimedOut) throw;  // its time was up: all went well
   }
   return exitGood;
+}
+
+int carryOut(const Options& options, Connection& daemon, std::ostream& out, std::ostream& err) {
+  if (options.command == "watch") return watch(options, daemon, out);
+  if (options.command == "reload") return reload(options, daemon, out, err);
+  if (options.command == "upgrade") return prepareUpgrade(options, daemon, out);
+  return ask(options, daemon, out);
 }
 
 }  // namespace
@@ -104,9 +94,7 @@ int run(const Options& options, std::ostream& out, std::ostream& err) {
   if (options.command == "check") return check(options, out);
   try {
     Connection daemon(options.socket, deadlineOf(options));
-    daemon.send(requestLine(options));
-    const bool watches = options.command == "watch";
-    const int code = watches ? watch(options, daemon, out) : ask(options, daemon, out);
+    const int code = carryOut(options, daemon, out, err);
     return out.flush() ? code : complain(exitProblem, "cannot write the answer");
   } catch (const ConnectionError& error) {
     return complain(error.exitCode(), error.what());

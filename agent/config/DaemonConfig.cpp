@@ -4,6 +4,7 @@ namespace Routing::Agent {
 
 Pim::HelloConfig InterfaceSettings::hello() const {
   Pim::HelloConfig config;
+  config.firstDelay = 0.5;  // at once, so that neighbours prime a newcomer within six seconds
   config.helloPeriod = helloInterval;
   config.holdtime = helloHoldtime;
   config.drPriority = drPriority;

@@ -22,6 +22,16 @@ std::string findingText(const Finding& finding) {
   return text + finding.text;
 }
 
+std::string fileText(const std::string& file, const Finding& finding) {
+  std::string text = file + ':';
+  if (finding.line != 0) text += std::to_string(finding.line) + ':';
+  if (finding.severity != Severity::error) {
+    text += ' ' + std::string(severityText(finding.severity)) + ':';
+  }
+  if (!finding.path.empty()) text += ' ' + finding.path + ':';
+  return text + ' ' + finding.text;
+}
+
 bool hasErrors(const Findings& findings) {
   return std::any_of(findings.begin(), findings.end(),
                      [](const Finding& finding) { return finding.severity == Severity::error; });

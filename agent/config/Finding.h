@@ -29,6 +29,8 @@ using Findings = std::vector<Finding>;
 std::string_view severityText(Severity severity);
 /// "LINE: PATH: TEXT", without what is not there.
 std::string findingText(const Finding& finding);
+/// "FILE:LINE: PATH: TEXT"; what is no error says so in front of the path.
+std::string fileText(const std::string& file, const Finding& finding);
 bool hasErrors(const Findings& findings);
 
 /// Text from a file as it may appear in a message: in quotes, of bounded length, and of printable

@@ -8,7 +8,7 @@ using Addressed = std::optional<AddressedInterfaces>;
 void judgePlace(FamilyJudge& judge, const Addressed& addressed, const std::string& path,
                 const std::string& interface) {
   if (!judge.settings.interfaces.contains(interface)) {
-    judge.warn(path, "PIM does not run on this interface; only its address is used");
+    judge.inform(path, "PIM does not run on this interface; only its address is used");
   }
   if (addressed && !addressed->contains({interface, judge.af})) {
     judge.warn(path, std::string("the interface has no address of ") + familyName(judge.af) +

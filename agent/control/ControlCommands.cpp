@@ -76,6 +76,36 @@ Json clear(const AgentView& view, const ControlRequest& request) {
   return {{"cleared", request.topic}};
 }
 
+Json reload(AgentCommands& commands) {
+  const ReloadOutcome outcome = commands.reload();
+  Json findings = Json::array();
+  for (const Finding& finding : outcome.findings) {
+    findings.push_back({{"severity", severityText(finding.severity)},
+                        {"line", finding.line == 0 ? Json() : Json(finding.line)},
+                        {"path", finding.path},
+                        {"text", finding.text}});
+  }
+  return {{"file", outcome.file},
+          {"good", outcome.good},
+          {"changed", outcome.changed},
+          {"findings", std::move(findings)}};
+}
+
+Json upgrade(const ControlTarget& target, const ControlRequest& request) {
+  if (request.topic == "prepare") {
+    target.commands.prepareUpgrade();
+  } else if (request.topic != "status") {
+    throw RequestError(RefusalCode::badRequest, "unknown topic '" + request.topic + "'");
+  }
+  Json instances = Json::array();
+  for (const InstanceView& instance : target.view.instances()) {
+    instances.push_back({{"vrf", instance.vrf.text()},
+                         {"address-family", enumName(instance.af)},
+                         {"ready", instance.upgrade->completedVrf(instance.vrf) != nullptr}});
+  }
+  return {{"instances", std::move(instances)}};
+}
+
 /// Names come from the system and may hold octets that are no UTF-8.
 std::string lineOf(const Json& json) {
   return json.dump(-1, ' ', false, Json::error_handler_t::replace);
@@ -94,9 +124,17 @@ std::string_view codeName(RefusalCode code) {
 
 }  // namespace
 
-std::string answerLine(const AgentView& view, const ControlRequest& request) {
-  const bool clears = request.command == ControlRequest::Command::clear;
-  return acceptedLine(request, clears ? clear(view, request) : show(view, request));
+std::string answerLine(const ControlTarget& target, const ControlRequest& request) {
+  switch (request.command) {
+    case ControlRequest::Command::reload:
+      return lineOf({{"ok", true}, {"data", reload(target.commands)}});
+    case ControlRequest::Command::upgrade:
+      return lineOf({{"ok", true}, {"data", upgrade(target, request)}});
+    case ControlRequest::Command::clear:
+      return acceptedLine(request, clear(target.view, request));
+    default:
+      return acceptedLine(request, show(target.view, request));
+  }
 }
 
 std::string refusalLine(RefusalCode code, std::string_view text) {

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "agent/AgentCommands.h"
 #include "agent/AgentView.h"
 #include "agent/control/ControlRequest.h"
 
@@ -12,8 +13,14 @@
 /// line contains a newline; the last one of an answer needs one appended.
 namespace Routing::Agent {
 
-/// Carries out a show or clear. Raises RequestError.
-std::string answerLine(const AgentView& view, const ControlRequest& request);
+/// The daemon as its operators reach it.
+struct ControlTarget {
+  const AgentView& view;
+  AgentCommands& commands;
+};
+
+/// Carries out everything but a watch. Raises RequestError.
+std::string answerLine(const ControlTarget& target, const ControlRequest& request);
 /// The answer to a request that is refused.
 std::string refusalLine(RefusalCode code, std::string_view text);
 

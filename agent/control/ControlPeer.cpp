@@ -72,7 +72,7 @@ void ControlPeer::handleRequest(std::string_view line) {
   try {
     const ControlRequest request = parseControlRequest(line);
     if (request.command == ControlRequest::Command::watch) return watch(request);
-    answer(answerLine(hub_->view, request));
+    answer(answerLine(hub_->target, request));
   } catch (const RequestError& error) {
     refuse(error.code(), error.what());
   }
@@ -101,7 +101,7 @@ void ControlPeer::watch(const ControlRequest& request) {
   if (hub_->watchers >= hub_->limits.watchers) {
     return refuse(RefusalCode::busy, "too many watches");
   }
-  scope_ = watchScope(hub_->view, request);
+  scope_ = watchScope(hub_->target.view, request);
   if (!queue(watchAcceptedLine(request))) return refuse(RefusalCode::busy, tooMuchWaits);
   state_ = State::watching;
   log_.emplace(scope_.root, [this, told = request.snapshot](std::string_view change) {

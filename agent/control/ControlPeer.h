@@ -19,7 +19,7 @@ class ControlPeer;
 
 /// What the peers of one control socket share.
 struct ControlHub {
-  const AgentView& view;
+  ControlTarget target;
   ControlLimits limits;
   std::set<std::shared_ptr<ControlPeer>> peers{};
   std::size_t watchers = 0;

@@ -1,6 +1,7 @@
 #include "agent/control/ControlRequest.h"
 
 #include <nlohmann/json.hpp>
+#include <vector>
 
 namespace Routing::Agent {
 namespace {
@@ -20,6 +21,8 @@ ControlRequest::Command commandOf(const std::string& text) {
   if (text == "show") return ControlRequest::Command::show;
   if (text == "clear") return ControlRequest::Command::clear;
   if (text == "watch") return ControlRequest::Command::watch;
+  if (text == "reload") return ControlRequest::Command::reload;
+  if (text == "upgrade") return ControlRequest::Command::upgrade;
   refuse("unknown command '" + text + "'");
 }
 
@@ -58,6 +61,13 @@ void take(ControlRequest& request, const std::string& name, const Json& value) {
   }
 }
 
+/// The members without which a command cannot be carried out.
+std::vector<const char*> requiredMembers(ControlRequest::Command command) {
+  if (command == ControlRequest::Command::reload) return {};
+  if (command == ControlRequest::Command::upgrade) return {"topic"};
+  return {"family", "topic"};
+}
+
 }  // namespace
 
 ControlRequest parseControlRequest(std::string_view line) {
@@ -65,7 +75,8 @@ ControlRequest parseControlRequest(std::string_view line) {
   if (!json.is_object()) refuse("not a JSON object");
   ControlRequest request;
   for (const auto& [name, value] : json.items()) take(request, name, value);
-  for (const char* name : {"command", "family", "topic"}) {
+  if (!json.contains("command")) refuse("'command' is missing");
+  for (const char* name : requiredMembers(request.command)) {
     if (!json.contains(name)) refuse(std::string("'") + name + "' is missing");
   }
   return request;

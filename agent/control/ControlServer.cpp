@@ -10,9 +10,9 @@ namespace Routing::Agent {
 /// Accepts connections until it is stopped; outlives the server while handlers are under way.
 class ControlServer::Listener : public std::enable_shared_from_this<Listener> {
  public:
-  Listener(asio::io_context& loop, const AgentView& view, const std::string& path,
+  Listener(asio::io_context& loop, const ControlTarget& target, const std::string& path,
            const ControlLimits& limits)
-      : hub_(std::make_shared<ControlHub>(ControlHub{.view = view, .limits = limits})),
+      : hub_(std::make_shared<ControlHub>(ControlHub{.target = target, .limits = limits})),
         retry_(loop),
         socket_(std::in_place, loop, path) {}
 
@@ -64,9 +64,9 @@ class ControlServer::Listener : public std::enable_shared_from_this<Listener> {
   std::optional<ControlSocket> socket_;
 };
 
-ControlServer::ControlServer(asio::io_context& loop, const AgentView& view, const std::string& path,
-                             const ControlLimits& limits)
-    : listener_(std::make_shared<Listener>(loop, view, path, limits)) {
+ControlServer::ControlServer(asio::io_context& loop, const AgentView& view, AgentCommands& commands,
+                             const std::string& path, const ControlLimits& limits)
+    : listener_(std::make_shared<Listener>(loop, ControlTarget{view, commands}, path, limits)) {
   listener_->accept();
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "agent/AgentCommands.h"
 #include "agent/AgentView.h"
 
 namespace asio {
@@ -31,9 +32,9 @@ class ControlServer {
  public:
   /// Listens at once, with mode 0660; a missing directory is created, a socket on which nobody
   /// listens replaced. Raises std::system_error if the path cannot be used, because another daemon
-  /// listens there or it is no socket, for example. `loop` and `view` must outlive the server.
-  ControlServer(asio::io_context& loop, const AgentView& view, const std::string& path,
-                const ControlLimits& limits = {});
+  /// listens there or it is no socket, for example. All must outlive the server.
+  ControlServer(asio::io_context& loop, const AgentView& view, AgentCommands& commands,
+                const std::string& path, const ControlLimits& limits = {});
   ControlServer(const ControlServer&) = delete;
   ControlServer& operator=(const ControlServer&) = delete;
   /// Disconnects all peers and removes the socket.

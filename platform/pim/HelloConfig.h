@@ -9,6 +9,8 @@ namespace Routing::Pim {
 struct NeighborLimits {
   std::size_t neighbors = 512;          ///< on one interface
   std::size_t secondaryAddresses = 64;  ///< of one neighbour
+
+  friend bool operator==(const NeighborLimits&, const NeighborLimits&) = default;
 };
 
 /// How Hellos are sent and read on an interface; the defaults are those of RFC 7761 section 4.11.
@@ -21,6 +23,8 @@ struct HelloConfig {
   std::uint16_t propagationDelay = 500;   ///< milliseconds, 0 to 32767
   std::uint16_t overrideInterval = 2500;  ///< milliseconds
   NeighborLimits limits;
+
+  friend bool operator==(const HelloConfig&, const HelloConfig&) = default;
 };
 
 }  // namespace Routing::Pim

@@ -87,11 +87,12 @@ void HelloSm::start() {
   helloTimer_.expiryInIs(random_() * config_.firstDelay);
 }
 
-void HelloSm::drPriorityIs(std::uint32_t priority) {
-  if (intf_->drPriority() == priority) return;
-  intf_->drPriorityIs(priority);
+void HelloSm::configIs(const HelloConfig& config) {
+  if (config == config_) return;
+  config_ = config;
+  intf_->drPriorityIs(config.drPriority);
   elect();
-  helloAtOnce();
+  if (sending()) handleHelloTimer();
 }
 
 void HelloSm::receive(const HelloMessage& hello) {

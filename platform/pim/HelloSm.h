@@ -19,7 +19,7 @@ namespace Routing::Pim {
 ///   one every helloPeriod.
 /// - A neighbour appears or restarts: one more Hello after a random part of triggeredDelay, at most
 ///   one pending; after it has left, `triggeredHelloSent` rises by one.
-/// - The secondary addresses or the DR priority change: a Hello at once.
+/// - The secondary addresses or the configuration change: a Hello at once.
 /// - The primary address changes: a goodbye from the old one; it starts anew, neighbours stay.
 /// - It stops: a goodbye; the neighbours are removed.
 ///
@@ -42,7 +42,9 @@ class ROUTING_API HelloSm {
   /// unset if there is none; secondary addresses that are of another family, not unicast or equal
   /// to it are left out.
   void intfIs(const IpGenAddr& address, const std::set<IpGenAddr>& secondaries, bool up);
-  void drPriorityIs(std::uint32_t priority);
+  /// Another configuration, DR priority included, from now on; the limits stay. What differs is
+  /// told by a Hello at once, and the next follows after a whole period.
+  void configIs(const HelloConfig& config);
   /// Takes in a Hello that arrived on the interface from another router.
   void receive(const HelloMessage& hello);
   /// Says goodbye (hold time 0) if the interface runs, and sends nothing more until it starts
@@ -66,7 +68,7 @@ class ROUTING_API HelloSm {
   const std::shared_ptr<PimInterface> intf_;
   PamManager& packets_;
   RandomSource& random_;
-  const HelloConfig config_;
+  HelloConfig config_;
   NeighborTable neighbors_;
   Timer helloTimer_;      // armed while Hellos are sent
   Timer triggeredTimer_;  // armed while a triggered Hello is pending

@@ -27,12 +27,15 @@ PimInstance::~PimInstance() {
 HelloSm& PimInstance::helloSm(const IntfId& intf) {
   const auto known = helloSm_.find(intf);
   if (known != helloSm_.end()) return known->second;
-  HelloConfig config = config_;
-  const auto priority = drPriority_.find(intf);
-  if (priority != drPriority_.end()) config.drPriority = priority->second;
   return helloSm_
-      .try_emplace(intf, pimStatus_->newPimIntf(intf), *pamManager_, wheel_, random_, config)
+      .try_emplace(intf, pimStatus_->newPimIntf(intf), *pamManager_, wheel_, random_,
+                   helloConfig(intf))
       .first->second;
+}
+
+const HelloConfig& PimInstance::helloConfig(const IntfId& intf) const {
+  const auto own = helloConfig_.find(intf);
+  return own == helloConfig_.end() ? config_ : own->second;
 }
 
 void PimInstance::intfIs(const IntfId& intf, const IpGenAddr& address,
@@ -49,15 +52,20 @@ void PimInstance::intfDel(const IntfId& intf) {
   pimStatus_->pimIntfDel(intf);
 }
 
-void PimInstance::drPriorityIs(const IntfId& intf, std::uint32_t priority) {
-  drPriority_[intf] = priority;
+void PimInstance::helloConfigIs(const IntfId& intf, const HelloConfig& config) {
+  helloConfig_.insert_or_assign(intf, config);
   const auto known = helloSm_.find(intf);
-  if (known != helloSm_.end()) known->second.drPriorityIs(priority);
+  if (known != helloSm_.end()) known->second.configIs(config);
+}
+
+void PimInstance::drPriorityIs(const IntfId& intf, std::uint32_t priority) {
+  HelloConfig config = helloConfig(intf);
+  config.drPriority = priority;
+  helloConfigIs(intf, config);
 }
 
 void PimInstance::drPriorityDel(const IntfId& intf) {
   drPriorityIs(intf, config_.drPriority);
-  drPriority_.erase(intf);
 }
 
 void PimInstance::handleHello(const IntfId& intf, const HelloMessage& hello) {

@@ -40,10 +40,12 @@ class ROUTING_API PimInstance {
   /// Says goodbye on the interface and removes it; an absent one is ignored.
   void intfDel(const IntfId& intf);
 
-  /// DR priority of one interface instead of the configured one; it may be set before the interface
+  /// Hellos of one interface instead of as configured for all; may be set before the interface
   /// exists and outlives it.
+  void helloConfigIs(const IntfId& intf, const HelloConfig& config);
+  /// The same for the DR priority alone.
   void drPriorityIs(const IntfId& intf, std::uint32_t priority);
-  /// Back to the configured priority.
+  /// Back to the priority of all interfaces.
   void drPriorityDel(const IntfId& intf);
 
   /// Takes one datagram in; never raises for what the octets say.
@@ -54,6 +56,7 @@ class ROUTING_API PimInstance {
 
  private:
   HelloSm& helloSm(const IntfId& intf);
+  const HelloConfig& helloConfig(const IntfId& intf) const;
   void handleHello(const IntfId& intf, const HelloMessage& hello);
 
   const AddressFamily af_;
@@ -63,7 +66,7 @@ class ROUTING_API PimInstance {
   const std::shared_ptr<PimStatus> pimStatus_;
   const std::shared_ptr<PimRpfTable> rpfTable_;
   const std::shared_ptr<PamManager> pamManager_;
-  std::map<IntfId, std::uint32_t> drPriority_;  // where it differs from the configuration
+  std::map<IntfId, HelloConfig> helloConfig_;  // where it is not that of all interfaces
   std::map<IntfId, HelloSm> helloSm_;
 };
 

@@ -10,17 +10,24 @@ std::variant<Options, int> parse(std::vector<const char*> arguments) {
   return parseOptions(static_cast<int>(arguments.size()), arguments.data());
 }
 
+/// The family of the built-in configuration.
+const FamilySettings& family(const Options& options, AddressFamily af) {
+  return options.builtIn.vrfs.at(VrfName("default")).at(af);
+}
+
 TEST(Options, HaveTheDefaultsOfTheProtocol) {
   const auto options = std::get<Options>(parse({"--interface", "eth0", "--interface", "eth1"}));
-  EXPECT_EQ(options.interfaces, (std::vector<std::string>{"eth0", "eth1"}));
-  EXPECT_EQ(options.families,
-            (std::vector<AddressFamily>{AddressFamily::ipv4, AddressFamily::ipv6}));
-  EXPECT_EQ(options.instance.bsTimeout, 130U);
-  EXPECT_EQ(options.instance.szTimeout, 1300U);
-  EXPECT_EQ(options.instance.hello.helloPeriod, 30);
-  EXPECT_EQ(options.instance.hello.holdtime, 105);
-  EXPECT_EQ(options.control, "/run/pimbsrd/control.sock");
-  EXPECT_FALSE(options.instance.maxZones);
+  FamilySettings expected;
+  expected.interfaces["eth0"];
+  expected.interfaces["eth1"];
+  for (const AddressFamily af : {AddressFamily::ipv4, AddressFamily::ipv6}) {
+    EXPECT_EQ(family(options, af), expected);
+  }
+  DaemonConfig rest = options.builtIn;
+  rest.vrfs.clear();
+  EXPECT_EQ(rest, DaemonConfig{});
+  EXPECT_EQ(options.configFile, "");
+  EXPECT_FALSE(options.timeouts.bsTimeout || options.timeouts.szTimeout);
 }
 
 TEST(Options, AreReadAsGiven) {
@@ -51,29 +58,38 @@ TEST(Options, AreReadAsGiven) {
                                                 "/tmp/c",
                                                 "--log-level",
                                                 "error"}));
-  EXPECT_EQ(options.families, std::vector<AddressFamily>{AddressFamily::ipv6});
-  EXPECT_EQ(options.instance.bsTimeout, 5U);
-  EXPECT_EQ(options.instance.szTimeout, 7U);
-  EXPECT_EQ(options.instance.hello.helloPeriod, 0.5);
-  EXPECT_EQ(options.instance.hello.holdtime, 1);
-  EXPECT_EQ(options.instance.hello.drPriority, 4294967295U);
-  EXPECT_EQ(options.instance.maxZones, 0U);
-  EXPECT_EQ(options.instance.maxFragments, 3U);
+  EXPECT_EQ(options.builtIn.vrfs.at(VrfName("default")).size(), 1U);
+  const InterfaceSettings& eth0 = family(options, AddressFamily::ipv6).interfaces.at("eth0");
+  EXPECT_EQ(eth0.helloInterval, 0.5);
+  EXPECT_EQ(eth0.helloHoldtime, 1);
+  EXPECT_EQ(eth0.drPriority, 4294967295U);
+  EXPECT_EQ(options.builtIn.limits, (LimitSettings{0, 1, 2, 3}));
+  EXPECT_EQ(options.timeouts.bsTimeout, 5U);
+  EXPECT_EQ(options.timeouts.szTimeout, 7U);
+  EXPECT_EQ(options.control, "/tmp/c");
+  EXPECT_EQ(options.logLevel, "error");
   EXPECT_EQ(options.traces,
             (std::vector<std::pair<std::string, int>>{{"Pim::Hello", 9}, {"Routing", -1}}));
 }
 
 TEST(Options, KeepTheHoldTimeBelowForever) {
   const auto options = std::get<Options>(parse({"--interface", "eth0", "--hello-period", "18000"}));
-  EXPECT_EQ(options.instance.hello.holdtime, 63000);
+  EXPECT_EQ(family(options, AddressFamily::ipv4).interfaces.at("eth0").helloHoldtime, 63000);
+}
+
+TEST(Options, NameAFileInsteadAndOverrideIt) {
+  const auto options = std::get<Options>(parse({"--config", "p.yaml", "--control", "/tmp/c"}));
+  EXPECT_TRUE(options.configFile.starts_with("/") && options.configFile.ends_with("/p.yaml"));
+  EXPECT_EQ(options.control, "/tmp/c");
 }
 
 TEST(Options, RefuseWhatMakesNoSense) {
   using Words = std::vector<const char*>;
   testing::internal::CaptureStderr();
   for (const Words& words :
-       {Words{}, Words{"--interface"}, Words{"--nonsense"}, Words{"eth0"},
-        Words{"--interface", "a", "--ipv4-only", "--ipv6-only"},
+       {Words{}, Words{"--interface"}, Words{"--config"}, Words{"--config", ""},
+        Words{"--config", "f", "--interface", "a"}, Words{"--config", "f", "--max-zones", "1"},
+        Words{"--nonsense"}, Words{"eth0"}, Words{"--interface", "a", "--ipv4-only", "--ipv6-only"},
         Words{"--interface", "a", "--bs-timeout", "0"},
         Words{"--interface", "a", "--bs-timeout", "-1"},
         Words{"--interface", "a", "--bs-timeout", "ten"},

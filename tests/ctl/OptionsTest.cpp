@@ -53,6 +53,8 @@ TEST(CtlOptions, ReadTheCommandWord) {
   EXPECT_EQ("clear", good("clear ip pim counters").command);
   EXPECT_TRUE(good("watch ip pim bsr").snapshot);
   EXPECT_FALSE(good("watch ip pim bsr --changes-only").snapshot);
+  EXPECT_EQ("reload", good("reload").command);
+  EXPECT_EQ("upgrade", good("upgrade prepare --timeout 60").command);
 }
 
 TEST(CtlOptions, StandBeforeOrBehindTheCommand) {
@@ -69,10 +71,11 @@ TEST(CtlOptions, TakeTheSocketFromTheEnvironment) {
 }
 
 TEST(CtlOptions, RefuseWhatMakesNoSense) {
-  for (const char* line : {"", "show", "show ip", "show ip pim", "show ip pim weather",
-                           "show ip pim rp-hash", "show ip pim bsr extra", "clear ip pim bsr",
-                           "watch ip pim rp-hash", "show ip pim bsr --timeout 0",
-                           "show ip pim bsr --changes-only", "show ip pim bsr --no-such"}) {
+  for (const char* line :
+       {"", "show", "show ip", "show ip pim", "show ip pim weather", "show ip pim rp-hash",
+        "show ip pim bsr extra", "clear ip pim bsr", "watch ip pim rp-hash",
+        "show ip pim bsr --timeout 0", "show ip pim bsr --changes-only", "upgrade", "reload x",
+        "show ip pim bsr --no-such"}) {
     const EarlyExit exit = early(line);
     EXPECT_EQ(exitUsage, exit.code) << line;
     EXPECT_FALSE(exit.text.empty()) << line;

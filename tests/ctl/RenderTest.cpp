@@ -19,7 +19,8 @@ class RenderTest : public testing::Test {
  protected:
   std::string show(const std::string& topic, const std::string& group = {}) {
     const auto af = v6Asked_ ? AddressFamily::ipv6 : AddressFamily::ipv4;
-    const std::string line = answerLine(agent_, {.topic = topic, .af = af, .group = group});
+    const std::string line =
+        answerLine(agent_.target(), {.topic = topic, .af = af, .group = group});
     return "\n" + render(topic, Json::parse(line).at("data"));
   }
 

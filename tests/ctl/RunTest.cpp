@@ -52,7 +52,7 @@ class RunTest : public testing::Test {
 class RunWithDaemon : public RunTest {
  protected:
   void start(const Agent::ControlLimits& limits = {}) {
-    server_.emplace(loop_, agent_, path(), limits);
+    server_.emplace(loop_, agent_, agent_, path(), limits);
     thread_ = std::thread([this] { loop_.run(); });
   }
   void TearDown() override {
@@ -132,6 +132,45 @@ TEST_F(RunWithDaemon, FollowsChangesUntilItsTimeIsUp) {
   watch.json = true;
   watch.snapshot = false;
   EXPECT_EQ("{\"live\":true}\n", run(watch).out);
+}
+
+TEST_F(RunWithDaemon, TellsWhatCameOfAReload) {
+  using Agent::Severity;
+  agent_.outcome = {"/p.yaml", true, true, {{Severity::warning, 0, "vrf", "hm"}}};
+  start();
+  const Outcome good = run(options("reload", ""));
+  EXPECT_EQ(exitGood, good.code);
+  EXPECT_EQ("/p.yaml: applied\n", good.out);
+  EXPECT_EQ("/p.yaml: warning: vrf: hm\n", good.err);
+  agent_.outcome = {"/p.yaml", false, false, {{Severity::error, 7, "vrf", "bad"}}};
+  Options reload = options("reload", "");
+  const Outcome bad = run(reload);
+  EXPECT_EQ(exitProblem, bad.code);
+  EXPECT_EQ("/p.yaml: refused, nothing has changed\n", bad.out);
+  EXPECT_EQ("/p.yaml:7: vrf: bad\n", bad.err);
+  reload.json = true;
+  const Outcome json = run(reload);
+  EXPECT_EQ(exitProblem, json.code);
+  EXPECT_EQ("bad", Json::parse(json.out).at("findings").at(0).at("text"));
+}
+
+TEST_F(RunWithDaemon, WaitsUntilEveryInstanceIsReadyForAnUpgrade) {
+  agent_.add("default", AddressFamily::ipv6);
+  for (Agent::FakeInstance& each : agent_.list) {
+    if (each.af == AddressFamily::ipv4) each.upgrade->completedVrfIs(VrfName("default"), true);
+  }
+  start();
+  Options upgrade = options("upgrade", "");
+  upgrade.timeout = 0.3;
+  const Outcome late = run(upgrade);
+  EXPECT_EQ(exitProblem, late.code);
+  EXPECT_EQ("VRF default, IPv4: ready\nVRF default, IPv6: not ready\n", late.out);
+  asio::post(loop_,
+             [this] { agent_.list.back().upgrade->completedVrfIs(VrfName("default"), true); });
+  const Outcome ready = run(upgrade);
+  EXPECT_EQ(exitGood, ready.code);
+  EXPECT_EQ("VRF default, IPv4: ready\nVRF default, IPv6: ready\n", ready.out);
+  EXPECT_TRUE(agent_.upgradePrepared);
 }
 
 TEST_F(RunWithDaemon, CountsADaemonThatIsTooBusyAsUnreachable) {

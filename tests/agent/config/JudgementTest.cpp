@@ -135,13 +135,15 @@ TEST_F(Judgement, LooksAtTheInterfacesOfCandidates) {
   const std::string noPim = "PIM does not run on this interface; only its address is used";
   const std::string noAddress =
       "the interface has no address of ipv4; there is no candidate until it has one";
-  EXPECT_EQ(warnings(), (Texts{bsr + noPim}));
+  EXPECT_EQ(warnings(), Texts{});
+  const Texts said = texts(Severity::information);
+  EXPECT_NE(std::find(said.begin(), said.end(), bsr + noPim), said.end());
   const AddressedInterfaces both{{"lo", AddressFamily::ipv4}, {"eth1", AddressFamily::ipv4}};
-  EXPECT_EQ(texts(Severity::warning, both), (Texts{bsr + noPim}));
+  EXPECT_EQ(texts(Severity::warning, both), Texts{});
   const AddressedInterfaces foreign{{"lo", AddressFamily::ipv4}, {"eth1", AddressFamily::ipv6}};
-  EXPECT_EQ(texts(Severity::warning, foreign), (Texts{bsr + noPim, rp + noAddress}));
+  EXPECT_EQ(texts(Severity::warning, foreign), (Texts{rp + noAddress}));
   EXPECT_EQ(texts(Severity::warning, AddressedInterfaces()),
-            (Texts{bsr + noPim, bsr + noAddress, rp + noAddress}));
+            (Texts{bsr + noAddress, rp + noAddress}));
 }
 
 TEST_F(Judgement, WarnsOfCandidatesForNothing) {

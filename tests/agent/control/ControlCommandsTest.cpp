@@ -57,7 +57,7 @@ class ControlCommands : public testing::Test {
  protected:
   RefusalCode refusal(const ControlRequest& request) {
     try {
-      answerLine(agent_, request);
+      answerLine(agent_.target(), request);
     } catch (const RequestError& error) {
       return error.code();
     }
@@ -72,11 +72,12 @@ class ControlCommands : public testing::Test {
 TEST_F(ControlCommands, AnswerForTheVrfAndFamilyThatWereAsked) {
   agent_.add("default", AddressFamily::ipv4);
   red_.addBsr("224.0.0.0/4", "10.0.0.1");
-  const auto red = Json::parse(answerLine(agent_, {.topic = "bsr", .vrf = VrfName("red")}));
+  const auto red =
+      Json::parse(answerLine(agent_.target(), {.topic = "bsr", .vrf = VrfName("red")}));
   EXPECT_EQ(true, red.at("ok"));
   EXPECT_EQ("red", red.at("data").at("vrf"));
   EXPECT_EQ("10.0.0.1", red.at("data").at("zones")[0].at("bsr").at("address"));
-  const auto byDefault = Json::parse(answerLine(agent_, {.topic = "bsr"}));
+  const auto byDefault = Json::parse(answerLine(agent_.target(), {.topic = "bsr"}));
   EXPECT_TRUE(byDefault.at("data").at("zones")[0].at("bsr").is_null());
 }
 
@@ -101,6 +102,36 @@ TEST_F(ControlCommands, LimitAWatchToTheAttributesOfItsTopic) {
   EXPECT_FALSE(scope.covers("= /bsTimeout 130"));
   EXPECT_FALSE(scope.covers("+ "));
   EXPECT_TRUE(watchScope(agent_, {.topic = "status", .vrf = VrfName("red")}).covers("= /af ipv4"));
+}
+
+TEST_F(ControlCommands, TellWhatCameOfAReload) {
+  agent_.outcome = {"/etc/p.yaml", false, false, {{Severity::error, 7, "vrf[red]", "bad"}}};
+  const auto answer =
+      Json::parse(answerLine(agent_.target(), parseControlRequest(R"({"command":"reload"})")));
+  EXPECT_TRUE(answer.at("ok"));
+  const Json error = {{"severity", "error"}, {"line", 7}, {"path", "vrf[red]"}, {"text", "bad"}};
+  const Json expected = {{"file", "/etc/p.yaml"},
+                         {"good", false},
+                         {"changed", false},
+                         {"findings", Json::array({error})}};
+  EXPECT_EQ(expected, answer.at("data"));
+}
+
+TEST_F(ControlCommands, TellWhichInstancesAreReadyForAnUpgrade) {
+  const auto ask = [this](const char* topic) {
+    const auto request =
+        parseControlRequest(std::string(R"({"command":"upgrade","topic":")") + topic + R"("})");
+    return Json::parse(answerLine(agent_.target(), request)).at("data").at("instances");
+  };
+  EXPECT_FALSE(ask("status").at(0).at("ready"));
+  EXPECT_FALSE(agent_.upgradePrepared);
+  EXPECT_FALSE(ask("prepare").at(0).at("ready"));
+  EXPECT_TRUE(agent_.upgradePrepared);
+  red_.upgrade->completedVrfIs(VrfName("red"), true);
+  const Json ready = {{"vrf", "red"}, {"address-family", "ipv4"}, {"ready", true}};
+  EXPECT_EQ(Json::array({ready}), ask("status"));
+  EXPECT_EQ(RefusalCode::badRequest,
+            refusal({.command = ControlRequest::Command::upgrade, .topic = "undo"}));
 }
 
 }  // namespace

@@ -100,7 +100,7 @@ class ControlServerTest : public testing::Test {
   void SetUp() override { startServer({}); }
   void startServer(const ControlLimits& limits) {
     server_.reset();
-    server_ = std::make_unique<ControlServer>(loop_, agent_, path_, limits);
+    server_ = std::make_unique<ControlServer>(loop_, agent_, agent_, path_, limits);
   }
   /// Turns the event loop until the condition holds; false if it does not within ten seconds.
   template <class Condition>
@@ -258,7 +258,7 @@ TEST_F(ControlServerTest, DeliversALargeAnswerWhole) {
 
 TEST_F(ControlServerTest, KeepsAllAnswersTogetherWithinABound) {
   addRps(3'000);
-  const std::size_t answer = answerLine(agent_, {.topic = "rp-set"}).size();
+  const std::size_t answer = answerLine(agent_.target(), {.topic = "rp-set"}).size();
   startServer({.bufferedBytes = answer * 3 / 2});
   Peer first(path_), second(path_);
   first.sendLine(showRpSet);
@@ -406,9 +406,9 @@ TEST_F(ControlServerTest, AnswersEveryLineOfNoise) {
 }
 
 /// The error of a server that should not start at a path.
-std::error_code startError(asio::io_context& loop, const AgentView& view, const std::string& path) {
+std::error_code startError(asio::io_context& loop, FakeAgent& agent, const std::string& path) {
   try {
-    const ControlServer server(loop, view, path);
+    const ControlServer server(loop, agent, agent, path);
   } catch (const std::system_error& error) {
     EXPECT_NE(std::string::npos, std::string(error.what()).find(path));
     return error.code();
@@ -447,7 +447,7 @@ TEST_F(ControlServerTest, LeavesWhatIsNoSocketAlone) {
 
 TEST_F(ControlServerTest, LeavesASuccessorsSocketAlone) {
   std::filesystem::remove(path_);
-  ControlServer successor(loop_, agent_, path_);
+  ControlServer successor(loop_, agent_, agent_, path_);
   server_.reset();
   EXPECT_TRUE(std::filesystem::exists(path_));
 }

@@ -31,7 +31,8 @@ InstanceView FakeInstance::view() const {
           .pamManager = pamManager,
           .status = status,
           .rpCandidate = rpCandidate,
-          .limits = limits};
+          .limits = limits,
+          .upgrade = upgrade};
 }
 
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "agent/AgentView.h"
+#include "agent/control/ControlCommands.h"
 
 namespace Routing::Agent {
 
@@ -30,11 +30,16 @@ struct FakeInstance : Pim::PacketPort, Pim::UnicastRouting {
   std::shared_ptr<Pim::Bsr::Status> status;
   std::shared_ptr<Pim::RpCandidateStatus> rpCandidate;
   std::shared_ptr<Pim::Bsr::PimBsrLimits> limits;
+  std::shared_ptr<ZeuVrfStatus> upgrade = std::make_shared<ZeuVrfStatus>();
 };
 
 /// A daemon that started at 1000 s and looks at the clock at 5000 s.
-struct FakeAgent : AgentView {
+struct FakeAgent : AgentView, AgentCommands {
   FakeInstance& add(const std::string& vrf, AddressFamily af);
+  ControlTarget target() { return {*this, *this}; }
+
+  ReloadOutcome reload() override { return outcome; }
+  void prepareUpgrade() override { upgradePrepared = true; }
 
   double now() const override { return 5000.0; }
   double startTime() const override { return 1000.0; }
@@ -43,6 +48,8 @@ struct FakeAgent : AgentView {
     return interfaces;
   }
 
+  ReloadOutcome outcome;  // of every reload
+  bool upgradePrepared = false;
   std::list<FakeInstance> list;
   std::shared_ptr<Pim::AllIntfStatusDir> interfaces = std::make_shared<Pim::AllIntfStatusDir>();
 };

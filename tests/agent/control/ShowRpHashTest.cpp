@@ -14,7 +14,7 @@ class ShowRpHash : public testing::Test {
   Json ask(const std::string& group) {
     const auto af =
         group.find(':') == std::string::npos ? AddressFamily::ipv4 : AddressFamily::ipv6;
-    return Json::parse(answerLine(agent_, {.topic = "rp-hash", .af = af, .group = group}))
+    return Json::parse(answerLine(agent_.target(), {.topic = "rp-hash", .af = af, .group = group}))
         .at("data");
   }
   /// RP and outcome of every contender, in order.
@@ -102,7 +102,7 @@ TEST_F(ShowRpHash, TakesTheRpFromTheGroupAddress) {
 TEST_F(ShowRpHash, RefusesWhatIsNoAddressOfTheFamily) {
   for (const char* group : {"", "ff0e::1", "239.1.1.0/24", "239.1.1", "group"}) {
     const ControlRequest request{.topic = "rp-hash", .af = AddressFamily::ipv4, .group = group};
-    EXPECT_THROW(answerLine(agent_, request), RequestError) << group;
+    EXPECT_THROW(answerLine(agent_.target(), request), RequestError) << group;
   }
 }
 

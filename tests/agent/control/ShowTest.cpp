@@ -19,7 +19,7 @@ class Show : public testing::Test {
   Json show(const std::string& topic, const std::string& group = {},
             AddressFamily af = AddressFamily::ipv4) {
     const ControlRequest request{.topic = topic, .af = af, .group = group};
-    return Json::parse(answerLine(agent_, request)).at("data");
+    return Json::parse(answerLine(agent_.target(), request)).at("data");
   }
 
   FakeAgent agent_;
@@ -183,7 +183,7 @@ TEST_F(Show, TellsAllCountersAndClearsThoseOfThePacketLayer) {
   EXPECT_EQ(Json({{"bad-checksum", 1}}), data.at("messages").at("dropped"));
   EXPECT_EQ(Json({{"limit", 65536}, {"refused", 3}}), data.at("limits").at("rps"));
 
-  answerLine(agent_, {.command = ControlRequest::Command::clear, .topic = "counters"});
+  answerLine(agent_.target(), {.command = ControlRequest::Command::clear, .topic = "counters"});
   data = show("counters");
   EXPECT_EQ(0, data.at("messages").at("received").at("hello"));
   EXPECT_TRUE(data.at("messages").at("dropped").empty());

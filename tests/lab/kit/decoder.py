@@ -10,7 +10,7 @@ from kit import recorder
 GOOD_CHECKSUM = "1"
 FIELDS = ("frame.len", "ip.src", "ipv6.src", "ip.ttl", "ipv6.hlim", "ip.flags.mf",
           "pim.cksum.status", "pim.res_bytes", "pim.fragment_tag", "pim.bsr", "pim.bsr_ip6",
-          "pim.rp", "pim.rp_ip6", "pim.rp_count", "pim.frp_count", "_ws.malformed")
+          "pim.bsr_priority", "pim.rp", "pim.rp_ip6", "pim.rp_count", "pim.frp_count", "_ws.malformed")
 _numbers = itertools.count()
 
 
@@ -40,6 +40,10 @@ class Packet:
     @property
     def bsr(self):
         return self.first("pim.bsr", "pim.bsr_ip6")
+
+    @property
+    def priority(self):
+        return int(self.first("pim.bsr_priority"))
 
     @property
     def rps(self):

@@ -5,11 +5,16 @@ import time
 import unittest
 
 from kit.decoder import Capture
+from kit.domain import Domain, loopback
 from kit.line import Line
 from kit.router import FAMILIES
 
 # Two triggered Hellos of up to 5 s (RFC 7761 section 4.3.1) and some air.
 ADJACENCY_SECONDS = 12
+# The back-off of a candidate BSR (RFC 5059 section 5: 5 s and more), Hellos before it, and much air.
+ELECTION_SECONDS = 30
+# A period of Bootstrap messages of 10 s, and much air.
+PERIOD_SECONDS = 25
 SANITIZED = os.environ.get("PIMBSR_SANITIZED") == "1"
 
 
@@ -25,6 +30,31 @@ class Play(unittest.TestCase):
         line.start()
         self.await_neighbors(line, families)
         return line
+
+    def started_domain(self, *configs):
+        """Routers in a line, one for each configuration, all of them running."""
+        domain = Domain(len(configs))
+        self.addCleanup(domain.close)
+        for router, config in zip(domain.routers, configs):
+            router.configure(config)
+        domain.start()
+        return domain
+
+    def await_bsr(self, routers, number, families=FAMILIES, zone=None, seconds=ELECTION_SECONDS):
+        """All these routers see the first loopback address of r`number` as the BSR of a zone."""
+        for family in families:
+            for router in routers:
+                self.eventually(seconds, lambda: router.bsr_address(family, zone) ==
+                                loopback(family, number),
+                                f"{router.node.name} does not see r{number} as the BSR")
+
+    def reload(self, router, config=None):
+        """Has a router read its configuration, another one if it is given; says what it said."""
+        if config is not None:
+            router.configure(config)
+        code, said = router.reload()
+        self.assertEqual(code, 0, said)
+        return said
 
     def await_neighbors(self, line, families=FAMILIES):
         for family in families:

@@ -18,20 +18,32 @@ def programs():
 
 
 class Router:
-    """`pimbsrd` on all interfaces of a node."""
+    """`pimbsrd` on a node: with a configuration file if it is given one, else on all interfaces."""
 
     def __init__(self, node, *options):
         self.node = node
         self.options = options
+        self.config = None  # the path of its configuration file
         self.socket = f"/run/{node.name}.sock"
         self.log = f"/run/{node.name}.log"
         self.process = None
 
-    def start(self):
-        interfaces = [word for name in self.node.interfaces() for word in ("--interface", name)]
+    def configure(self, config):
+        """Writes a configuration, given as data; the daemon reads it when it starts or reloads."""
+        self.config = f"/run/{self.node.name}.yaml"
+        with open(self.config, "w", encoding="utf-8") as file:
+            json.dump(config, file, indent=1)  # JSON is YAML
+
+    def launch(self):
+        """Starts the daemon without waiting for it."""
+        source = ["--config", self.config] if self.config else \
+            [word for name in self.node.interfaces() for word in ("--interface", name)]
         with open(self.log, "a", encoding="utf-8") as log:
-            self.process = self.node.start(programs() / "pimbsrd", *interfaces, "--control",
+            self.process = self.node.start(programs() / "pimbsrd", *source, "--control",
                                            self.socket, *self.options, stdout=log, stderr=log)
+
+    def start(self):
+        self.launch()
         deadline = time.monotonic() + START_SECONDS
         while self._client("show", "ip", "pim", "interface").returncode == 3:
             if self.process.poll() is not None or time.monotonic() > deadline:
@@ -107,6 +119,15 @@ class Router:
         """The addresses of its neighbours, on all interfaces or on one."""
         return {entry["address"] for entry in self.show(family, "neighbor")["neighbors"]
                 if interface in (None, entry["interface"])}
+
+    def reload(self):
+        """`pimbsrctl reload`: its exit code and all that it says."""
+        return self.control("reload")
+
+    def control(self, *words):
+        """A command of the client: its exit code and all that it says."""
+        done = self._client(*words)
+        return done.returncode, done.stdout + done.stderr
 
     def _client(self, *words):
         return subprocess.run([programs() / "pimbsrctl", "--socket", self.socket, *words],

@@ -101,6 +101,27 @@ TEST_F(PimInstanceTest, PrioritiesDecideTheDrTheMomentTheyChange) {
   EXPECT_EQ(a.intf("eth0").drPriority(), 7u) << "the override outlives the interface";
 }
 
+TEST_F(PimInstanceTest, AChangedHelloConfigurationIsToldAtOnce) {
+  connectAll();
+  a.intfIs("eth0", "10.0.0.1");
+  b.intfIs("eth0", "10.0.0.2");
+  goTo(100);
+  const auto told = [&] { return b.intf("eth0").neighbor(addr("10.0.0.1")); };
+  Pim::HelloConfig config;
+  config.holdtime = 7;
+  config.helloPeriod = 2;
+  config.overrideInterval = 99;
+  a.pim.helloConfigIs(eth0, config);
+  goTo(100);
+  EXPECT_EQ(told()->holdtime(), 7);
+  EXPECT_EQ(told()->overrideInterval(), 99);
+  goTo(150);
+  EXPECT_NE(told(), nullptr) << "the new period holds as well";
+  const auto sent = a.pim.pamManager()->counters()->txHello();
+  a.pim.helloConfigIs(eth0, config);
+  EXPECT_EQ(a.pim.pamManager()->counters()->txHello(), sent) << "nothing is told twice";
+}
+
 // What decides whether a newcomer is told the Bootstrap message: a router that was DR until the
 // newcomer appeared must know it has lost before its Hello to the newcomer is counted.
 TEST_F(PimInstanceTest, LosingTheDrIsSeenBeforeTheTriggeredHelloIsCounted) {

@@ -1,0 +1,90 @@
+#include "agent/daemon/Daemon.h"
+
+#include <spdlog/spdlog.h>
+#include <systemd/sd-daemon.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+
+namespace Routing::Agent {
+
+Daemon::Daemon(const ConfigSource& source, const TimeoutOverrides& timeouts,
+               const LoadedConfig& loaded)
+    : source_(source),
+      logSink_(loop_.clock(), startLogging()),
+      router_(loop_, timeouts, [this] { start(); }) {
+  logLevelIs(loaded.config->logLevel);
+  tracesAre(loaded.config->traces);
+  log(loaded.findings);
+  router_.configIs(*loaded.config);
+  for (const int signal : {SIGTERM, SIGINT}) loop_.onSignal(signal, [this] { shutdown(); });
+  loop_.onSignal(SIGHUP, [this] { reload(); });
+}
+
+int Daemon::run() {
+  loop_.run();
+  return exitCode_;
+}
+
+void Daemon::start() try {
+  router_.start();
+  control_.emplace(loop_.io(), router_, *this, router_.config().controlSocket);
+  spdlog::info("ready");
+  sd_notify(0, "READY=1");
+} catch (const std::exception& error) {
+  spdlog::critical("cannot start: {}", error.what());
+  exitCode_ = EXIT_FAILURE;
+  loop_.stop();
+}
+
+void Daemon::shutdown() {
+  spdlog::info("shutting down");
+  sd_notify(0, "STOPPING=1");
+  control_.reset();
+  router_.shutdown();
+  loop_.stop();
+}
+
+ReloadOutcome Daemon::reload() {
+  if (source_.file().empty()) {
+    spdlog::info("there is no configuration file to read again");
+    return {"pimbsrd", false, false, {{Severity::error, 0, "", "started without a file"}}};
+  }
+  const LoadedConfig loaded = source_.load(router_.addressedInterfaces());
+  ReloadOutcome outcome{source_.file(), loaded.config.has_value(), false, loaded.findings};
+  if (loaded.config) {
+    outcome.changed = *loaded.config != router_.config();
+    configIs(*loaded.config);
+  }
+  log(outcome.findings);
+  const char* result = !outcome.good ? "refused" : outcome.changed ? "applied" : "unchanged";
+  spdlog::info("configuration {} {}", source_.file(), result);
+  return outcome;
+}
+
+void Daemon::prepareUpgrade() {
+  if (!router_.upgrade().prepared()) spdlog::info("preparing an upgrade");
+  router_.upgrade().prepare();
+}
+
+void Daemon::configIs(const DaemonConfig& config) {
+  const DaemonConfig before = router_.config();
+  if (config.logLevel != before.logLevel) logLevelIs(config.logLevel);
+  if (config.traces != before.traces) tracesAre(config.traces);
+  if (config.controlSocket != before.controlSocket) {
+    spdlog::warn("another control-socket is used from the next start on");
+  }
+  router_.configIs(config);
+}
+
+void Daemon::log(const Findings& findings) const {
+  for (const Finding& finding : findings) {
+    const auto level = finding.severity == Severity::error     ? spdlog::level::err
+                       : finding.severity == Severity::warning ? spdlog::level::warn
+                                                               : spdlog::level::debug;
+    spdlog::log(level, "{}", fileText(source_.file(), finding));
+  }
+}
+
+}  // namespace Routing::Agent

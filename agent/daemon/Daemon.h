@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+
+#include "agent/AgentCommands.h"
+#include "agent/ConfigSource.h"
+#include "agent/EventLoop.h"
+#include "agent/LogSink.h"
+#include "agent/Router.h"
+#include "agent/control/ControlServer.h"
+
+namespace Routing::Agent {
+
+/// The daemon from its configuration to its exit code.
+class Daemon final : public AgentCommands {
+ public:
+  /// `loaded` has a configuration. Raises std::system_error if the kernel cannot be reached.
+  Daemon(const ConfigSource& source, const TimeoutOverrides& timeouts, const LoadedConfig& loaded);
+
+  /// Runs until a signal ends it. On SIGHUP it reads the configuration again.
+  int run();
+
+ private:
+  void start();
+  void shutdown();
+  ReloadOutcome reload() override;
+  void prepareUpgrade() override;
+  void configIs(const DaemonConfig& config);
+  void log(const Findings& findings) const;
+
+  const ConfigSource source_;
+  EventLoop loop_;
+  LogSink logSink_;
+  Router router_;
+  std::optional<ControlServer> control_;
+  int exitCode_ = 0;
+};
+
+}  // namespace Routing::Agent
