@@ -81,9 +81,10 @@ TEST(LastBsm, NamesItsZoneWhateverComesLater) {
 }
 
 TEST(LastBsm, KeepsARangeOnceThatOneMessageRepeats) {
-  EXPECT_EQ(heldAfter({bsm().zone("239.1.0.0/16").group("239.1.1.0/24", {}).group("239.1.0.0/16", {}),
-                       bsm().group("239.1.0.0/16", {{"10.1.1.1"}})}),
-            "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/1(10.1.1.1 150 0) 239.1.1.0/24 0 0/0()");
+  EXPECT_EQ(
+      heldAfter({bsm().zone("239.1.0.0/16").group("239.1.1.0/24", {}).group("239.1.0.0/16", {}),
+                 bsm().group("239.1.0.0/16", {{"10.1.1.1"}})}),
+      "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/1(10.1.1.1 150 0) 239.1.1.0/24 0 0/0()");
 }
 
 TEST(LastBsm, AnotherMessageReplacesWhatIsHeld) {
