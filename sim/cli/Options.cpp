@@ -66,7 +66,13 @@ void addRun(CLI::App& app, Options& options) {
         for (const std::string& text : texts) traceOf(text, options);
       },
       "prints the library's traces: FACILITY=LEVEL");
-  run.callback([&] { options.command = Options::Command::run; });
+  run.callback([&] {
+    options.command = Options::Command::run;
+    const bool shown = options.json || !options.pcap.empty() || !options.html.empty();
+    if (options.manyRuns() && (shown || !options.traces.empty())) {
+      throw CLI::ValidationError("run", "--json, --pcap, --html and --trace show a single run");
+    }
+  });
 }
 
 void addFailover(CLI::App& app, Options& options) {

@@ -39,10 +39,18 @@ class TracePrinter final : public TraceSink {
   const World& world_;
 };
 
-std::string replay(const Options& options, const std::string& file, std::uint64_t seed) {
+std::string hex(std::uint64_t digest) {
   std::ostringstream text;
-  text << "pimbsr-sim run " << file << " --seed " << seed << (options.faults ? " --faults" : "");
+  text << std::hex << std::setw(16) << std::setfill('0') << digest;
   return text.str();
+}
+
+void writeReplay(std::ostream& out, const Options& options, const std::string& file,
+                 std::uint64_t seed) {
+  out << "again with: pimbsr-sim run " << file << " --seed " << seed
+      << (options.faults ? " --faults" : "");
+  if (options.until) out << " --until " << *options.until;
+  out << "\n";
 }
 
 std::string verdict(const ScenarioRun& run) {
@@ -51,7 +59,7 @@ std::string verdict(const ScenarioRun& run) {
   if (run.skipped() > 0) text << " (" << run.skipped() << " not quiet)";
   text << ", " << run.invariants().invariants().size() << " invariants after "
        << run.world().events() << " events, " << run.world().packets() << " packets, digest "
-       << std::hex << std::setw(16) << std::setfill('0') << run.digest();
+       << hex(run.digest());
   return text.str();
 }
 
@@ -98,34 +106,56 @@ int runOne(const Options& options, const Scenario& scenario, const std::string& 
     }
     writeFailures(std::cout, run);
     std::cout << verdict(run) << "\n";
-    if (!run.passed()) std::cout << "again with: " << replay(options, file, seed) << "\n";
+    if (!run.passed()) writeReplay(std::cout, options, file, seed);
   }
   return extras.write(options, run, timeline) && run.passed() ? 0 : 1;
 }
 
-/// One of many runs: a line, and more only where it failed.
-bool runBriefly(const Options& options, const Scenario& scenario, const std::string& file,
-                std::uint64_t seed, std::ostream& out) {
+/// One of many runs: nothing is written unless it failed.
+RunResult runBriefly(const Options& options, const Scenario& scenario, const std::string& file,
+                     std::uint64_t seed, std::ostream& out) {
   ScenarioRun run(scenario, {seed, options.faults, options.until});
   run.run();
-  if (run.passed()) return true;
-  out << "seed " << seed << "  " << scenario.name << "  FAILED\n";
-  writeFailures(out, run);
-  out << "again with: " << replay(options, file, seed) << "\n";
-  return false;
+  if (!run.passed()) {
+    out << "seed " << seed << "  " << scenario.name << "  FAILED\n";
+    writeFailures(out, run);
+    writeReplay(out, options, file, seed);
+  }
+  return {seed, run.passed(), false, run.digest(), run.judged(), run.skipped()};
+}
+
+/// One line that sums up the runs of a scenario. Returns whether all passed.
+bool summarize(const Options& options, const Scenario& scenario, const std::string& file,
+               const std::vector<RunResult>& results) {
+  Digest digest;
+  std::uint64_t failed = 0, judged = 0, skipped = 0;
+  for (const RunResult& result : results) {
+    failed += !result.passed;
+    judged += result.judged;
+    skipped += result.skipped;
+    digest.add(result.digest);
+    if (!result.died) continue;
+    std::cout << "seed " << result.seed << "  " << scenario.name << "  DIED\n";
+    writeReplay(std::cout, options, file, result.seed);
+  }
+  std::cout << scenario.name << ": seeds " << options.firstSeed << ".." << options.lastSeed
+            << (options.faults ? " with faults" : "") << ", " << failed << " failed, " << judged
+            << " expectations judged";
+  if (skipped > 0) std::cout << " (" << skipped << " not quiet)";
+  std::cout << ", digest " << hex(digest.value()) << std::endl;
+  return failed == 0;
 }
 
 int runMany(const Options& options, const std::vector<Scenario>& scenarios) {
-  int failures = 0;
+  bool passed = true;
   for (std::size_t i = 0; i < scenarios.size(); ++i) {
-    const auto failed = eachSeed(options, [&](std::uint64_t seed, std::ostream& out) {
-      return runBriefly(options, scenarios[i], options.files[i], seed, out);
+    const std::string& file = options.files[i];
+    const auto results = eachSeed(options, [&](std::uint64_t seed, std::ostream& out) {
+      return runBriefly(options, scenarios[i], file, seed, out);
     });
-    std::cout << scenarios[i].name << ": seeds " << options.firstSeed << ".." << options.lastSeed
-              << (options.faults ? " with faults" : "") << ", " << failed << " failed" << std::endl;
-    failures += failed > 0;
+    passed &= summarize(options, scenarios[i], file, results);
   }
-  return failures == 0 ? 0 : 1;
+  return passed ? 0 : 1;
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   Pim::PimInstance* pim() const { return pim_.get(); }
   Pim::Bsr::BsrInstance* bsr() const { return bsr_.get(); }
 
-  /// The instant of the last start.
+  /// The instant of the last start; 0 before the first.
   double startedAt() const { return startedAt_; }
   /// Builds the machines over the status as it is.
   void start(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir);

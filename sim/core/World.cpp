@@ -241,8 +241,9 @@ void World::livenessChanged() {
 
 void World::start(RouterId router, Memory memory) {
   if (up(router)) return;
+  const bool again = nodes_[router]->speakers.front()->startedAt() > 0;
   disturbed(topology_.router(router).name + " starts" +
-            (now() > 0 && memory == Memory::kept ? ", its status kept" : ""));
+            (again && memory == Memory::kept ? ", its status kept" : ""));
   liveness_.router[router] = true;
   livenessChanged();
   touch(router);

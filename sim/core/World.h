@@ -42,6 +42,7 @@ class World {
   const std::vector<AddressFamily>& families() const { return options_.families; }
   std::uint64_t seed() const { return options_.seed; }
   TimerWheel& wheel() { return wheel_; }
+  const TimerWheel& wheel() const { return wheel_; }
   Random& random() { return random_; }
   UnicastRoutes& routes() { return routes_; }
   const Liveness& liveness() const { return liveness_; }

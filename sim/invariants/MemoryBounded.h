@@ -13,7 +13,8 @@ class MemoryBounded final : public Invariant {
   void settled(const std::vector<RouterId>& touched) override;
 
  private:
-  void check(RouterId router, const Speaker& speaker);
+  /// Returns the number of zones, ranges and RPs that the router holds.
+  std::size_t check(RouterId router, const Speaker& speaker);
 
   double lookedAt_ = 0.0;
 };

@@ -9,6 +9,8 @@ namespace {
 
 constexpr std::uint8_t bootstrapType = 4;
 constexpr double minute = 60.0;
+constexpr std::size_t routine = 6;   // an elected BSR sends every 10 seconds at the most
+constexpr std::size_t repeated = 2;  // a network may repeat packets, and both are passed on
 
 }  // namespace
 
@@ -32,16 +34,35 @@ void NoStorms::settled(const std::vector<RouterId>&) {
     for (const std::uint16_t tag : messages) {
       tally.fragments = std::max(tally.fragments, tags.count(tag));
     }
-    const auto& name = nameOf(std::get<0>(place));
-    if (messages.size() > mostPerEvent) {
-      violated(name + " sends " + std::to_string(messages.size()) +
-               " Bootstrap messages at once on one interface");
-    } else if (tally.packets > mostPerMinute * tally.fragments) {
-      violated(name + " sends " + std::to_string(tally.packets) +
-               " Bootstrap messages within a minute on one interface");
-    }
+    judge(place, messages.size(), tally);
   }
   event_.clear();
+}
+
+void NoStorms::judge(const Place& place, std::size_t messages, const Tally& tally) {
+  const auto& name = nameOf(std::get<0>(place));
+  if (messages > mostPerEvent) {
+    violated(name + " sends " + std::to_string(messages) +
+             " Bootstrap messages at once on one interface");
+  } else if (tally.packets > routine * tally.fragments &&
+             tally.packets > mostPerMinute(place) * tally.fragments) {
+    violated(name + " sends " + std::to_string(tally.packets) +
+             " Bootstrap messages within a minute on one interface");
+  }
+}
+
+// At worst all candidates are elected at one instant, and each answers every worse one before the
+// best one's message reaches it. A neighbour that appears is sent one message more.
+std::size_t NoStorms::mostPerMinute(const Place& place) const {
+  const auto& [router, network, zone] = place;
+  std::size_t candidates = 0;
+  for (RouterId id = 0; id < world().topology().routers().size(); ++id) {
+    for (const auto& candidate : world().speaker(id, zone.af()).config().candidateBsrs) {
+      candidates += candidate.zone == zone;
+    }
+  }
+  const std::size_t neighbors = world().topology().network(network).members.size() - 1;
+  return repeated * (routine + neighbors + candidates * (candidates + 1) / 2);
 }
 
 }  // namespace Routing::Sim

@@ -8,12 +8,14 @@
 
 namespace Routing::Sim {
 
-/// Bootstrap messages are bounded: on one interface a router sends at most a few in one event, and
-/// not many in a minute. The fragments of one message count as one.
+/// Bootstrap messages are bounded. One event, be it a message, a timer or a change of
+/// configuration, makes a router send at most one message of a zone on an interface: nothing
+/// multiplies but by the number of interfaces. And the messages of a zone on an interface within a
+/// minute are bounded by the number of its candidates (docs/decisions/election.md). The fragments
+/// of one message count as one.
 class NoStorms final : public Invariant {
  public:
-  static constexpr std::size_t mostPerEvent = 4;  ///< on one interface, for each zone
-  static constexpr unsigned mostPerMinute = 120;  ///< on one interface, for each zone
+  static constexpr std::size_t mostPerEvent = 1;  ///< on one interface, for each zone
 
   NoStorms(World& world, std::vector<Violation>& violations)
       : Invariant("no storms", world, violations) {}
@@ -27,6 +29,9 @@ class NoStorms final : public Invariant {
     std::size_t packets = 0;
     std::size_t fragments = 1;  // most packets of one message
   };
+
+  void judge(const Place& place, std::size_t messages, const Tally& tally);
+  std::size_t mostPerMinute(const Place& place) const;
 
   std::map<Place, std::multiset<std::uint16_t>> event_;  // fragment tags sent in this event
   std::map<Place, Tally> minute_;

@@ -45,7 +45,8 @@ void OneBsr::judgeZone(const IpGenPrefix& zone) {
                       " are both elected for " + zone.text());
     }
     if (part.belief->bsr.isUnset()) continue;
-    if (part.elected.empty()) {
+    if (part.elected.empty() ||
+        !world().speaker(part.elected[0], zone.af()).owns(part.belief->bsr)) {
       return violated(nameOf(part.first) + " believes in " + part.belief->bsr.text() + " for " +
                       zone.text() + ", which nobody is");
     }

@@ -58,17 +58,17 @@ std::vector<IpGenAddr> SameRp::sampleGroups(AddressFamily af) {
 }
 
 void SameRp::judgeFamily(AddressFamily af) {
-  std::vector<std::vector<std::uint32_t>> partsOfZones;
-  for (const IpGenPrefix& zone : beliefs().zones(af))
-    partsOfZones.push_back(partsOf(world(), zone));
+  const std::vector<IpGenPrefix> zones = beliefs().zones(af);
+  std::vector<std::vector<std::uint32_t>> partsOfZones(zones.size());
+  for (std::size_t i = 0; i < zones.size(); ++i) partsOfZones[i] = partsOf(world(), zones[i]);
   const auto routers = static_cast<RouterId>(world().topology().routers().size());
   const RouterId step = 1 + routers / mostRouters;
   for (const IpGenAddr& group : sampleGroups(af)) {
     std::map<std::vector<std::uint32_t>, std::pair<RouterId, IpGenAddr>> answers;
     for (RouterId id = 0; id < routers; id += step) {
       if (!world().up(id)) continue;
-      std::vector<std::uint32_t> place;
-      for (const auto& parts : partsOfZones) place.push_back(parts[id]);
+      std::vector<std::uint32_t> place(zones.size());
+      for (std::size_t i = 0; i < zones.size(); ++i) place[i] = partsOfZones[i][id];
       const IpGenAddr rp = rpOf(world().speaker(id, af), group);
       const auto& [other, theirs] = answers.try_emplace(place, id, rp).first->second;
       if (theirs == rp) continue;

@@ -1,5 +1,6 @@
 #include "sim/report/HtmlReport.h"
 
+#include <cmath>
 #include <map>
 
 #include "sim/report/JsonParts.h"
@@ -8,7 +9,7 @@ namespace Routing::Sim {
 namespace {
 
 double rounded(double seconds) {
-  return static_cast<double>(static_cast<std::int64_t>(seconds * 1e4 + 0.5)) / 1e4;
+  return std::round(seconds * 1e4) / 1e4;
 }
 
 std::string rolesOf(const ScenarioRun& run, RouterId router) {
@@ -22,35 +23,43 @@ std::string rolesOf(const ScenarioRun& run, RouterId router) {
   return roles;
 }
 
-Json topologyJson(const ScenarioRun& run) {
+Json routersJson(const ScenarioRun& run) {
   Json routers = Json::array();
   const Topology& topology = run.world().topology();
   for (RouterId id = 0; id < topology.routers().size(); ++id) {
     const RouterPlan& plan = topology.router(id);
-    Json router{{"n", plan.name}, {"roles", rolesOf(run, id)}};
-    Json addresses = Json::array();
+    Json router{{"n", plan.name}, {"roles", rolesOf(run, id)}, {"a", Json::array()}};
     for (const AddressFamily af : run.world().families()) {
-      addresses.push_back(run.world().speaker(id, af).loopback().text());
+      router["a"].push_back(run.world().speaker(id, af).loopback().text());
     }
-    router["a"] = addresses;
     if (plan.place) router["p"] = {plan.place->x, plan.place->y};
     routers.push_back(router);
   }
-  Json networks = Json::array();
-  for (NetworkId id = 0; id < topology.networks().size(); ++id) {
-    const NetworkPlan& plan = topology.network(id);
-    Json borders = Json::array();
-    for (const RouterId member : plan.members) {
-      for (const AddressFamily af : run.world().families()) {
-        for (const BorderPlan& border : run.world().speaker(member, af).config().borders) {
-          if (border.network == id) borders.push_back({member, border.zone.text()});
-        }
+  return routers;
+}
+
+Json bordersOn(const World& world, NetworkId network) {
+  Json borders = Json::array();
+  for (const RouterId member : world.topology().network(network).members) {
+    for (const AddressFamily af : world.families()) {
+      for (const BorderPlan& border : world.speaker(member, af).config().borders) {
+        if (border.network == network) borders.push_back({member, border.zone.text()});
       }
     }
-    networks.push_back(
-        {{"n", plan.name}, {"m", plan.members}, {"lan", plan.lan}, {"borders", borders}});
   }
-  return {{"routers", routers}, {"networks", networks}};
+  return borders;
+}
+
+Json networksJson(const World& world) {
+  Json networks = Json::array();
+  for (NetworkId id = 0; id < world.topology().networks().size(); ++id) {
+    const NetworkPlan& plan = world.topology().network(id);
+    networks.push_back({{"n", plan.name},
+                        {"m", plan.members},
+                        {"lan", plan.lan},
+                        {"borders", bordersOn(world, id)}});
+  }
+  return networks;
 }
 
 /// Texts that occur often are written once.
@@ -68,53 +77,77 @@ class Dictionary {
   Json texts_ = Json::array();
 };
 
-}  // namespace
-
-std::string htmlReport(const ScenarioRun& run, const Timeline& timeline, const Recorder& recorder) {
-  Json data = runJson(run);
-  data["topology"] = topologyJson(run);
-  data["timeline"] = timelineJson(timeline);
-  Dictionary words;
+/// The RP sets that occur; `numbers` are their places, by digest.
+Json setsJson(const Recorder& recorder, std::map<std::uint64_t, std::size_t>& numbers) {
   Json sets = Json::array();
-  std::map<std::uint64_t, std::size_t> setNumber;
   for (const auto& [digest, mappings] : recorder.sets()) {
-    setNumber.emplace(digest, sets.size());
+    numbers.emplace(digest, sets.size());
     Json set = Json::array();
     for (const auto& m : mappings) set.push_back({m.range, m.rp, m.priority, m.bidirectional});
     sets.push_back(set);
   }
+  return sets;
+}
+
+Json changesJson(const Recorder& recorder, const std::map<std::uint64_t, std::size_t>& sets,
+                 Dictionary& words) {
   Json changes = Json::array();
   for (const auto& change : recorder.changes()) {
     const ZoneBelief& belief = change.belief;
-    const auto set = setNumber.find(belief.rpDigest);
-    changes.push_back(
-        {rounded(change.at), change.router, words.number(belief.zone.text()),
-         belief.bsr.isUnset() ? Json(nullptr) : Json(words.number(belief.bsr.text())),
-         belief.priority, belief.elected,
-         belief.state ? Json(std::string(enumName(*belief.state))) : Json(nullptr),
-         belief.rps > 0 && set != setNumber.end() ? Json(set->second) : Json(nullptr)});
+    Json entry{rounded(change.at), change.router, words.number(belief.zone.text())};
+    entry.push_back(belief.bsr.isUnset() ? Json() : Json(words.number(belief.bsr.text())));
+    entry.push_back(belief.priority);
+    entry.push_back(belief.elected);
+    entry.push_back(belief.state ? Json(std::string(enumName(*belief.state))) : Json());
+    const auto set = sets.find(belief.rpDigest);
+    entry.push_back(belief.rps > 0 && set != sets.end() ? Json(set->second) : Json());
+    changes.push_back(entry);
   }
+  return changes;
+}
+
+Json messagesJson(const Recorder& recorder, Dictionary& words) {
   Json messages = Json::array();
   for (const auto& m : recorder.messages()) {
     messages.push_back({rounded(m.sent), m.arrived < m.sent ? -1.0 : rounded(m.arrived), m.from,
                         m.to, m.network, std::string(1, m.kind), words.number(m.about)});
   }
+  return messages;
+}
+
+Json switchesJson(const Recorder& recorder) {
   Json switches = Json::array();
   for (const auto& s : recorder.switches()) {
     switches.push_back({rounded(s.at), s.isRouter, s.id, s.up});
   }
-  data["sets"] = sets;
-  data["changes"] = changes;
-  data["messages"] = messages;
-  data["switches"] = switches;
-  data["words"] = words.texts();
-  std::string text = data.dump(-1, ' ', true);
-  for (auto at = text.find("</"); at != std::string::npos; at = text.find("</", at)) {
-    text.replace(at, 2, "<\\/");  // nothing in the data may end the script
+  return switches;
+}
+
+/// JSON that may stand inside a script element: nothing in it looks like a tag.
+std::string scriptText(const Json& data) {
+  std::string text;
+  for (const char c : data.dump(-1, ' ', true)) {
+    c == '<' ? text += "\\u003c" : text += c;
   }
+  return text;
+}
+
+}  // namespace
+
+std::string htmlReport(const ScenarioRun& run, const Timeline& timeline, const Recorder& recorder) {
+  Dictionary words;
+  std::map<std::uint64_t, std::size_t> sets;
+  Json data = runJson(run);
+  data["topology"] = {{"routers", routersJson(run)}, {"networks", networksJson(run.world())}};
+  data["timeline"] = timelineJson(timeline);
+  data["sets"] = setsJson(recorder, sets);
+  data["changes"] = changesJson(recorder, sets, words);
+  data["messages"] = messagesJson(recorder, words);
+  data["switches"] = switchesJson(recorder);
+  data["words"] = words.texts();
   std::string page(htmlPage());
   constexpr std::string_view mark = "@DATA@";
-  return page.replace(page.find(mark), mark.size(), text);
+  return page.replace(page.find(mark), mark.size(), scriptText(data));
 }
 
 }  // namespace Routing::Sim

@@ -70,7 +70,7 @@ std::string textOf(const std::set<IpGenAddr>& addresses) {
 
 }  // namespace
 
-Expectation expectBsr(double at, std::vector<RouterId> routers, const IpGenPrefix& zone,
+Expectation expectBsr(double at, const std::vector<RouterId>& routers, const IpGenPrefix& zone,
                       const IpGenAddr& bsr) {
   const std::string who = bsr.isUnset() ? "nobody" : bsr.text();
   return {at, "the BSR of " + zone.text() + " is " + who,
@@ -84,8 +84,8 @@ Expectation expectBsr(double at, std::vector<RouterId> routers, const IpGenPrefi
           }};
 }
 
-Expectation expectRpSet(double at, std::vector<RouterId> routers, const IpGenPrefix& range,
-                        std::vector<IpGenAddr> rps) {
+Expectation expectRpSet(double at, const std::vector<RouterId>& routers, const IpGenPrefix& range,
+                        const std::vector<IpGenAddr>& rps) {
   const std::set<IpGenAddr> wanted(rps.begin(), rps.end());
   return {at, "the RPs for " + range.text() + " are " + textOf(wanted),
           [=](const World& world, const Beliefs&) {
@@ -101,7 +101,7 @@ Expectation expectRpSet(double at, std::vector<RouterId> routers, const IpGenPre
           }};
 }
 
-Expectation expectRp(double at, std::vector<RouterId> routers, const IpGenAddr& group,
+Expectation expectRp(double at, const std::vector<RouterId>& routers, const IpGenAddr& group,
                      const IpGenAddr& rp) {
   return {at, "the RP of " + group.text() + " is " + (rp.isUnset() ? "nobody" : rp.text()),
           [=](const World& world, const Beliefs&) {
@@ -152,7 +152,7 @@ Expectation expectAgreement(double at, AddressFamily af) {
             for (const IpGenPrefix& zone : beliefs.zones(af)) {
               const auto partOf = partsOf(world, zone);
               std::map<std::uint32_t, RouterId> first;
-              const auto problem = onEach(world, {}, [&](RouterId id) -> Problem {
+              auto problem = onEach(world, {}, [&](RouterId id) -> Problem {
                 const RouterId other = first.try_emplace(partOf[id], id).first->second;
                 const ZoneBelief* mine = beliefs.of(id, af).zone(zone);
                 const ZoneBelief* theirs = beliefs.of(other, af).zone(zone);

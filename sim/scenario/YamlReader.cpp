@@ -1,5 +1,6 @@
 #include "sim/scenario/YamlReader.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -11,7 +12,10 @@ void YamlValue::fail(const std::string& what) const {
 
 std::string YamlValue::text() const {
   if (!node_.IsScalar()) fail("a single value is expected here");
-  return node_.Scalar();
+  const std::string& said = node_.Scalar();
+  const auto control = [](unsigned char c) { return (c < ' ' && c != '\n') || c == 0x7f; };
+  if (std::any_of(said.begin(), said.end(), control)) fail("control characters have no place here");
+  return said;
 }
 
 double YamlValue::number(double low, double high) const {
@@ -43,7 +47,6 @@ double YamlValue::share() const {
   std::string said = text();
   if (said.empty() || said.back() != '%') return number(0, 1);
   said.pop_back();
-  YAML::Node bare(said);
   double value = 0;
   const auto [end, error] = std::from_chars(said.data(), said.data() + said.size(), value);
   if (error != std::errc{} || end != said.data() + said.size() || !(value >= 0 && value <= 100)) {

@@ -22,7 +22,7 @@ class ScenarioError : public std::runtime_error {
 /// A value of a scenario file. All readers raise ScenarioError with its place.
 class YamlValue {
  public:
-  YamlValue(YAML::Node node, const std::string& file) : node_(std::move(node)), file_(&file) {}
+  YamlValue(const YAML::Node& node, const std::string& file) : node_(node), file_(&file) {}
 
   [[noreturn]] void fail(const std::string& what) const;
   bool isList() const { return node_.IsSequence(); }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/trace/Trace.h"
 #include "sim/scenario/ScenarioParser.h"
 #include "sim/scenario/ScenarioRun.h"
 
@@ -74,8 +75,31 @@ class PacketLog final : public WorldObserver {
   std::vector<Entry> packets_;
 };
 
+/// All that the library traces.
+class TraceLog final : public TraceSink {
+ public:
+  TraceLog() {
+    traceThresholdIs("", TraceHandle::maxLevel);
+    traceSinkIs(*this);
+  }
+  TraceLog(const TraceLog&) = delete;
+  TraceLog& operator=(const TraceLog&) = delete;
+  ~TraceLog() override {
+    traceSinkDel(*this);
+    traceThresholdIs("", TraceHandle::off);
+  }
+  void trace(std::string_view facility, int level, std::string_view text) override {
+    lines_.push_back(std::string(facility) + std::to_string(level) + std::string(text));
+  }
+  const std::vector<std::string>& lines() const { return lines_; }
+
+ private:
+  std::vector<std::string> lines_;
+};
+
 struct Outcome {
   std::vector<PacketLog::Entry> packets;
+  std::vector<std::string> traces;
   std::uint64_t digest;
 };
 
@@ -83,16 +107,19 @@ Outcome outcome(std::uint64_t seed) {
   const Scenario scenario = readScenario(std::string(PIMBSR_SCENARIOS) + "/cold-start-twenty.yaml");
   ScenarioRun run(scenario, {seed, true, std::nullopt});
   const PacketLog log(run.world());
+  const TraceLog traces;
   run.run();
-  return {log.packets(), run.digest()};
+  return {log.packets(), traces.lines(), run.digest()};
 }
 
-TEST(Determinism, TheSameSeedGivesTheSamePacketsToTheOctet) {
+TEST(Determinism, TheSameSeedGivesTheSamePacketsAndTracesToTheOctet) {
   const Outcome first = outcome(7);
   outcome(8);  // what another run leaves behind in the process does not matter
   const Outcome again = outcome(7);
   EXPECT_GT(first.packets.size(), 1000U);
   EXPECT_TRUE(first.packets == again.packets);
+  EXPECT_GT(first.traces.size(), 10'000U);
+  EXPECT_TRUE(first.traces == again.traces);
   EXPECT_EQ(first.digest, again.digest);
 }
 

@@ -262,6 +262,21 @@ TEST_F(BsrCandidateSmTest, ItsOwnMessageComesBackAfterARestart) {
   EXPECT_EQ(state(), "eBsr");
 }
 
+// The same while it is elected, as after a restart that kept its status: nobody else has won.
+TEST_F(BsrCandidateSmTest, ElectedItIsNotUnseatedByItsOwnMessage) {
+  standAndWin();
+  const double next = now() + period;
+  wait(10);
+  Minutes minutes(router);
+  for (const unsigned priority : {64u, 0u, 200u}) {
+    hear(Bsm("10.0.0.1", priority).noForward());
+    EXPECT_EQ(minutes.read(), Lines{});
+    EXPECT_EQ(state(), "eBsr");
+    expectTimerAndRecord(next);
+    EXPECT_TRUE(traced(3, "BSM names ourselves, 10.0.0.1, as BSR for zone 224.0.0.0/4"));
+  }
+}
+
 TEST_F(BsrCandidateSmTest, ItsOwnForwardedMessageFailsTheRpfCheck) {
   standAndWin();
   router.hear("eth0", "10.0.0.2", Bsm("10.0.0.1", 64));

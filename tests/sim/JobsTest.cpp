@@ -1,0 +1,29 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "sim/cli/Jobs.h"
+
+namespace Routing::Sim {
+namespace {
+
+TEST(Jobs, ARunThatDiesIsKnownByItsSeedAndTheOthersAreRun) {
+  Options options;
+  options.firstSeed = 5;
+  options.lastSeed = 14;
+  options.jobs = 3;
+  const auto results = eachSeed(options, [](std::uint64_t seed, std::ostream&) -> RunResult {
+    if (seed == 8) ::_exit(3);
+    return {seed, seed != 6, false, seed * 100, 1, 0};
+  });
+  ASSERT_EQ(results.size(), 10U);
+  for (const RunResult& result : results) {
+    const auto seed = static_cast<std::uint64_t>(5 + (&result - results.data()));
+    EXPECT_EQ(result.seed, seed);
+    EXPECT_EQ(result.died, seed == 8);
+    EXPECT_EQ(result.passed, seed != 6 && seed != 8);
+    EXPECT_EQ(result.digest, seed == 8 ? 0 : seed * 100);
+  }
+}
+
+}  // namespace
+}  // namespace Routing::Sim

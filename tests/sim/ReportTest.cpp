@@ -1,0 +1,58 @@
+#include <gtest/gtest.h>
+
+#include "sim/report/HtmlReport.h"
+#include "sim/report/JsonReport.h"
+#include "sim/report/Recorder.h"
+#include "sim/report/Timeline.h"
+#include "sim/scenario/ScenarioParser.h"
+
+namespace Routing::Sim {
+namespace {
+
+constexpr const char* hostile = R"~(
+name: "</script><!--<script>alert(1)"
+text: "@DATA@ \"quoted\" \\ <img src=x>"
+topology: {routers: ["<b>", "plain"], lans: [{lan: "</svg>", routers: ["<b>", "plain"]}]}
+configuration:
+  - candidate-bsr: {router: "<b>"}
+  - candidate-rp: {router: plain}
+run: 100
+finally: [{bsr: plain}]
+)~";
+
+/// The part of a text between two marks.
+std::string between(const std::string& text, const std::string& from, const std::string& to) {
+  const auto start = text.find(from) + from.size();
+  return text.substr(start, text.find(to, start) - start);
+}
+
+TEST(HtmlReport, HoldsNothingButItselfWhateverNamesAre) {
+  const Scenario scenario = parseScenario(hostile, "f");
+  ScenarioRun run(scenario, {1, false, std::nullopt});
+  const Timeline timeline(run.world(), run.beliefs());
+  const Recorder recorder(run.world(), run.beliefs());
+  run.run();
+  const std::string page = htmlReport(run, timeline, recorder);
+  const std::string data = between(page, "const D = ", ";\n");
+  EXPECT_EQ(data.find('<'), std::string::npos) << "nothing in the data may look like a tag";
+  EXPECT_NE(data.find("\\u003cb>"), std::string::npos);
+  EXPECT_NE(data.find("\\u003c/script>\\u003c!--"), std::string::npos);
+  for (const char* word : {"src=\"", "href", "@import", "url(", "fetch("}) {
+    EXPECT_EQ(page.find(word), std::string::npos) << word << " would load something";
+  }
+  EXPECT_GT(recorder.messages().size(), 2U);
+  EXPECT_GT(recorder.changes().size(), 3U);
+}
+
+TEST(JsonReport, SaysWhatFailed) {
+  const Scenario scenario = parseScenario(hostile, "f");
+  ScenarioRun run(scenario, {1, false, std::nullopt});
+  const Timeline timeline(run.world(), run.beliefs());
+  run.run();
+  const std::string json = jsonReport(run, timeline);
+  EXPECT_NE(json.find("\"passed\": false"), std::string::npos);
+  EXPECT_NE(json.find("the BSR of 224.0.0.0/4 is 10.0.0.2"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace Routing::Sim
