@@ -92,7 +92,6 @@ void addScale(CLI::App& app, Options& options) {
   scale.add_option("--rows", options.rows)->check(CLI::Range(3, 200));
   scale.add_option("--rps", options.rps, "candidate RPs")->check(CLI::Range(0, 250));
   scale.add_option("--seconds", options.seconds, "simulated")->check(CLI::Range(1.0, 1e6));
-  scale.add_flag("!--no-invariants", options.invariants, "does not check the standing invariants");
   addCommon(scale, options);
   scale.callback([&] { options.command = Options::Command::scale; });
 }

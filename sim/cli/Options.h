@@ -28,7 +28,6 @@ struct Options {
   unsigned rows = 100;
   unsigned rps = 100;
   double seconds = 300.0;
-  bool invariants = true;
 
   bool manyRuns() const { return files.size() > 1 || firstSeed != lastSeed; }
 };

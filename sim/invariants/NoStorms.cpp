@@ -1,7 +1,6 @@
 #include "sim/invariants/NoStorms.h"
 
-#include <algorithm>
-
+#include "sim/core/Digest.h"
 #include "sim/invariants/BsmPeek.h"
 
 namespace Routing::Sim {
@@ -14,39 +13,43 @@ constexpr std::size_t repeated = 2;  // a network may repeat packets, and both a
 
 }  // namespace
 
+void NoStorms::Tally::add(const Packet& packet, std::uint16_t fragmentTag) {
+  Digest digest;
+  digest.add(std::span(*packet.payload));
+  Copies& copies = byTag_[fragmentTag];
+  const std::size_t count = ++copies.ofFragment[digest.value()];
+  if (count <= copies.most) return;
+  copies.most = count;
+  ++messages_;
+}
+
 void NoStorms::transmitted(const Packet& packet) {
   if (packet.type() != bootstrapType) return;
   const auto bsm = peekBsm(*packet.payload, true);
   if (!bsm) return;
   const Place place(packet.sender, packet.network, bsm->zone());
-  event_[place].insert(bsm->fragmentTag);
-}
-
-void NoStorms::settled(const std::vector<RouterId>&) {
   if (world().now() - minuteBegan_ >= minute) {
     minute_.clear();
     minuteBegan_ = world().now();
   }
-  for (const auto& [place, tags] : event_) {
-    const std::set<std::uint16_t> messages(tags.begin(), tags.end());
-    Tally& tally = minute_[place];
-    tally.packets += tags.size();
-    for (const std::uint16_t tag : messages) {
-      tally.fragments = std::max(tally.fragments, tags.count(tag));
-    }
-    judge(place, messages.size(), tally);
+  event_[place].add(packet, bsm->fragmentTag);
+  minute_[place].add(packet, bsm->fragmentTag);
+}
+
+void NoStorms::settled(const std::vector<RouterId>&) {
+  for (const auto& [place, tally] : event_) {
+    judge(place, tally.messages(), minute_[place].messages());
   }
   event_.clear();
 }
 
-void NoStorms::judge(const Place& place, std::size_t messages, const Tally& tally) {
+void NoStorms::judge(const Place& place, std::size_t atOnce, std::size_t inMinute) {
   const auto& name = nameOf(std::get<0>(place));
-  if (messages > mostPerEvent) {
-    violated(name + " sends " + std::to_string(messages) +
+  if (atOnce > mostPerEvent) {
+    violated(name + " sends " + std::to_string(atOnce) +
              " Bootstrap messages at once on one interface");
-  } else if (tally.packets > routine * tally.fragments &&
-             tally.packets > mostPerMinute(place) * tally.fragments) {
-    violated(name + " sends " + std::to_string(tally.packets) +
+  } else if (inMinute > routine && inMinute > mostPerMinute(place)) {
+    violated(name + " sends " + std::to_string(inMinute) +
              " Bootstrap messages within a minute on one interface");
   }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
-#include <set>
 #include <tuple>
 
 #include "sim/invariants/Invariant.h"
@@ -25,15 +25,26 @@ class NoStorms final : public Invariant {
  private:
   using Place = std::tuple<RouterId, NetworkId, IpGenPrefix>;
 
-  struct Tally {
-    std::size_t packets = 0;
-    std::size_t fragments = 1;  // most packets of one message
+  /// Counts messages. The fragments of one, which differ, count once; what is sent again counts
+  /// again.
+  class Tally {
+   public:
+    void add(const Packet& packet, std::uint16_t fragmentTag);
+    std::size_t messages() const { return messages_; }
+
+   private:
+    struct Copies {
+      std::map<std::uint64_t, std::size_t> ofFragment;  // by a digest of its octets
+      std::size_t most = 0;
+    };
+    std::map<std::uint16_t, Copies> byTag_;
+    std::size_t messages_ = 0;
   };
 
-  void judge(const Place& place, std::size_t messages, const Tally& tally);
+  void judge(const Place& place, std::size_t atOnce, std::size_t inMinute);
   std::size_t mostPerMinute(const Place& place) const;
 
-  std::map<Place, std::multiset<std::uint16_t>> event_;  // fragment tags sent in this event
+  std::map<Place, Tally> event_;
   std::map<Place, Tally> minute_;
   double minuteBegan_ = 0.0;
 };

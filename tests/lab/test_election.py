@@ -20,7 +20,7 @@ def candidate_rp(*interfaces):
 
 
 class Election(Play):
-    def test_a_bsr_that_is_stopped_gives_way_at_once(self):
+    def test_candidates_that_are_stopped_give_way_at_once(self):
         domain = self.started_domain(candidate_bsr("to-r2", 100), candidate_rp("to-r1", "to-r3"),
                                      candidate_bsr("to-r2", 50))
         first, second, third = domain.routers
@@ -44,3 +44,15 @@ class Election(Play):
                       if packet.bsr == loopback(each, 1)]
             self.assertEqual([packet.priority for packet in spoken[:1] + spoken[-1:]], [100, 0])
             self.assertTrue(all(packet.checksum_good for packet in spoken))
+
+        for each in FAMILIES:
+            self.eventually(PERIOD_SECONDS, lambda: self.known_rps(third, each) ==
+                            {loopback(each, 2)}, "r3 does not know the RP")
+        self.assertEqual(second.stop(), 0)
+        for each in FAMILIES:
+            self.eventually(2, lambda: not self.known_rps(third, each), "r2 was not withdrawn")
+
+    def known_rps(self, router, family):
+        """The RPs of all groups that a BSR knows; it announces a withdrawn one once more."""
+        mappings = router.zone_mappings(family, family.all_groups).get(family.all_groups, {})
+        return {rp for rp, entry in mappings.items() if entry["holdtime"] > 0}
