@@ -56,6 +56,7 @@ std::string limitsText(const Json& limits) {
   add("Group ranges", "groups");
   add("RPs", "rps");
   add("Incomplete group ranges", "fragments");
+  add("Ranges and RPs of kept messages", "kept");
   return table.text(2);
 }
 

@@ -43,7 +43,7 @@ Json bsrJson(const Pim::Bsr::PimBsrCounters& c) {
           {"receive-errors", errorsJson(c.errCounters())}};
 }
 
-Json limitJson(std::uint32_t limit, std::uint32_t refused) {
+Json limitJson(std::uint64_t limit, std::uint32_t refused) {
   return {{"limit", limit}, {"refused", refused}};
 }
 
@@ -51,7 +51,9 @@ Json limitsJson(const Pim::Bsr::PimBsrLimits& limits) {
   return {{"zones", limitJson(limits.maxZones(), limits.refusedZones())},
           {"groups", limitJson(limits.maxGroups(), limits.refusedGroups())},
           {"rps", limitJson(limits.maxRps(), limits.refusedRps())},
-          {"fragments", limitJson(limits.maxFragments(), limits.refusedFragments())}};
+          {"fragments", limitJson(limits.maxFragments(), limits.refusedFragments())},
+          {"kept",
+           limitJson(std::uint64_t{limits.maxGroups()} + limits.maxRps(), limits.refusedKept())}};
 }
 
 }  // namespace

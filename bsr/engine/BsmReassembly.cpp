@@ -93,6 +93,7 @@ void BsmReassembly::tagDel(std::uint16_t tag) {
 }
 
 void BsmReassembly::handleBsmRxFragments(std::uint16_t tag) {
+  BSR_TRACE(9, " ( ", tag, " )");
   if (bsmRxFragments_.empty()) {
     fragmentTimer_.expiryIs(never);
     BSR_TRACE(5, "Stopped fragment timer");
@@ -103,11 +104,10 @@ void BsmReassembly::handleBsmRxFragments(std::uint16_t tag) {
 }
 
 void BsmReassembly::handleFragmentTimerExpiry() {
-  std::vector<std::uint16_t> emptied;
-  for (const auto& [tag, fragments] : bsmRxFragments_) {
-    if (ageOut(*fragments)) emptied.push_back(tag);
-  }
-  for (const std::uint16_t tag : emptied) {
+  BSR_TRACE(9, "");
+  for (auto it = bsmRxFragments_.begin(); it != bsmRxFragments_.end();) {
+    const auto [tag, fragments] = *it++;  // past the entry, which may go
+    if (!ageOut(*fragments)) continue;
     BSR_TRACE(1, "Deleted fragment ", tag, " due to timeout");
     tagDel(tag);
   }

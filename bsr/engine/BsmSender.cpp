@@ -36,8 +36,11 @@ void BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSe
                                const IpGenPrefix& groupPrefix, std::uint8_t flags, double now) {
   BootstrapGroupData group(groupPrefix, flags);
   if (rpSet == nullptr) {
-    const bool zoneEntry = GroupFlags(flags).zone();
-    BSR_TRACE(8, zoneEntry ? "Adding Zone " : "No zone or CRP set for ", groupPrefix);
+    if (GroupFlags(flags).zone()) {
+      BSR_TRACE(8, "Adding Zone ", groupPrefix);
+    } else {
+      BSR_TRACE(8, "No zone or CRP set");
+    }
     bsm.groupRpDataAppend(std::move(group));
     return;
   }
@@ -81,13 +84,13 @@ void BsmSender::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<Bootst
   // A send may come back as a change of the interfaces: walk what there is now.
   std::vector<IntfId> interfaces;
   for (const auto& entry : pimStatus_->pimIntf()) interfaces.push_back(entry.first);
-  Pass pass;
+  Pass bsmFragments;
   for (const IntfId& intf : interfaces) {
     if (!eligible(zone, intf)) continue;
     const std::uint32_t mtu = mtuOf(intf);
     sentOn_(intf);
     if (length > mtu) {
-      fragmentAndSendBsm(zone, mtu, length, intf, bsm, pass);
+      fragmentAndSendBsm(zone, mtu, length, intf, bsm, bsmFragments);
       continue;
     }
     write(intf, bsm);
@@ -109,9 +112,9 @@ void BsmSender::doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const 
   const std::uint32_t mtu = mtuOf(oif);
   BSR_TRACE(1, "Sending BSM along oif=", oif, " for zone ", zone, " with forward bit set to ",
             forward ? "True" : "False");
-  Pass pass;
+  Pass bsmFragments;
   if (length > mtu) {
-    fragmentAndSendBsm(zone, mtu, length, oif, bsm, pass);
+    fragmentAndSendBsm(zone, mtu, length, oif, bsm, bsmFragments);
   } else {
     write(oif, bsm);
   }
@@ -127,10 +130,11 @@ std::uint32_t BsmSender::mtuOf(const IntfId& intf) const {
 
 void BsmSender::fragmentAndSendBsm(const IpGenPrefix& zone, std::uint32_t mtu,
                                    std::uint32_t totalBsmLength, const IntfId& oif,
-                                   const std::shared_ptr<BootstrapMessage>& bsm, Pass& pass) {
-  auto it = pass.find(mtu);
-  if (it == pass.end()) {
-    it = pass.emplace(mtu, fragmentBsm(zone, mtu, totalBsmLength, *bsm)).first;
+                                   const std::shared_ptr<BootstrapMessage>& bsm,
+                                   Pass& bsmFragments) {
+  auto it = bsmFragments.find(mtu);
+  if (it == bsmFragments.end()) {
+    it = bsmFragments.emplace(mtu, fragmentBsm(zone, mtu, totalBsmLength, *bsm)).first;
   }
   if (it->second.fragment.empty()) {
     BSR_TRACE(1, "MTU ", mtu, " of interface ", oif, " is too small for fragments");

@@ -61,7 +61,7 @@ class ROUTING_API BsmSender {
 
   void fragmentAndSendBsm(const IpGenPrefix& zone, std::uint32_t mtu, std::uint32_t totalBsmLength,
                           const IntfId& oif, const std::shared_ptr<BootstrapMessage>& bsm,
-                          Pass& pass);
+                          Pass& bsmFragments);
   void write(const IntfId& oif, const std::shared_ptr<BootstrapMessage>& bsm);
   std::uint32_t mtuOf(const IntfId& intf) const;
   bool eligible(const IpGenPrefix& zone, const IntfId& intf) const;

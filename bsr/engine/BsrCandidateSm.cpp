@@ -2,12 +2,12 @@
 
 #include <cstdlib>
 #include <utility>
+#include <vector>
 
 #include "bsr/engine/ElectedBsrRecord.h"
 #include "bsr/engine/PimBsrSm.h"
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
-#include "platform/entity/RangeError.h"
 
 #define BSR_TRACE(level, ...) ROUTING_TRACE(traces::candidateSm, level, vrfName(), __VA_ARGS__)
 
@@ -23,7 +23,8 @@ BsrCandidateSm::BsrCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> 
       engine_(engine),
       bsTimer_(timerWheel, [this] { handleBsrTimerExpiry(); }),
       candidate_(bsrStatus_->cbsr(zone)),
-      candidateRpSet_(zone, bsrStatus_, engine.rpSets(), timerWheel) {
+      candidateRpSet_(zone, bsrStatus_, engine.rpSets(), timerWheel),
+      lastBsm_(engine.lastBsmBudget()) {
   if (!candidate_) return;
   candidate_->stateIs(state_);
   reactors_.push_back(bsrStatus_->bsTimeoutReactor([this] { handleBsTimeout(); }));
@@ -42,16 +43,18 @@ BsrCandidateSm::BsrCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> 
 #define BSR_STATE(next) (stateIs(next), BSR_TRACE(1, ", state=", state_, ", zone=", zone_))
 
 void BsrCandidateSm::handlePreferredBsm() {
+  BSR_TRACE(9, "");
   BSR_STATE(State::cBsr);
   candidate_->electedIs(false);  // ends our record and RP set before the new BSR's are made
   recordIs(*bsm_);
   forwardOrTrace();
-  storeRpSet();
+  engine_.storeRpSet(zone_, *bsm_, false);
   lastBsmIs();
   awaitNextBsm();
 }
 
 void BsrCandidateSm::handleNonPreferredBsm() {
+  BSR_TRACE(9, "");
   switch (state_) {
     case State::cBsr:
       BSR_STATE(State::pBsr);
@@ -132,6 +135,7 @@ void BsrCandidateSm::bsmIs(const std::shared_ptr<BootstrapMessage>& bsm) {
 }
 
 void BsrCandidateSm::handleBsm() {
+  BSR_TRACE(9, "");
   if (!initialized_ || !bsm_) return;
   BSR_TRACE(8, "BSM Priority is ", int{bsm_->bsrPriority()}, " and my priority is ",
             candidate_->priority());
@@ -206,14 +210,6 @@ void BsrCandidateSm::forwardOrTrace() {
     engine_.forwardBsm(zone_, bsm_);
   } else {
     BSR_TRACE(4, "Not Forwarding bootstrap message since noForward bit is set");
-  }
-}
-
-void BsrCandidateSm::storeRpSet() {
-  try {
-    engine_.storeRpSet(zone_, *bsm_, false);
-  } catch (const RangeError& error) {
-    BSR_TRACE(1, "RP set of zone ", zone_, " not installed: ", error.what());
   }
 }
 
@@ -307,11 +303,24 @@ void BsrCandidateSm::recordExpiryIs(double expiry) {
   if (const auto record = bsrStatus_->bootstrapRouter(zone_)) expiryTimeIs(*record, expiry, now());
 }
 
+// Ranges that the BSR before us named without RPs: no hold time would ever end them.
+void BsrCandidateSm::forgetEmptyRanges() {
+  const auto zoneStatus = bsrStatus_->crpStatus(zone_);
+  if (!zoneStatus || !zoneStatus->status()) return;
+  std::vector<IpGenPrefix> empty;
+  for (const auto& [prefix, rpSet] : zoneStatus->status()->crpSet()) {
+    if (rpSet->rp().empty()) empty.push_back(prefix);
+  }
+  for (const IpGenPrefix& prefix : empty) zoneStatus->status()->crpSetDel(prefix);
+}
+
 void BsrCandidateSm::handleElected() {
+  BSR_TRACE(9, "");
   if (candidate_->elected()) {
     if (!initialized_) return;
     BSR_TRACE(4, "We, ", candidate_->address(), " are elected as BSR for zone ", zone_);
     doUpdateElectedBsr();
+    forgetEmptyRanges();
     return;
   }
   BSR_TRACE(4, "We, ", candidate_->address(), " are no longer BSR for zone ", zone_);
@@ -435,6 +444,7 @@ void BsrCandidateSm::stateIs(BsrCandidateState state) {
 }
 
 void BsrCandidateSm::handleStateChange() {
+  BSR_TRACE(9, "");
   candidate_->stateIs(state_);
 }
 

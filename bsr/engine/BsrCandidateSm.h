@@ -109,8 +109,8 @@ class ROUTING_API BsrCandidateSm {
   void shortenTo(std::uint32_t seconds);
   void pullForward();
   void forwardOrTrace();
-  void storeRpSet();
   void lastBsmIs();
+  void forgetEmptyRanges();
   void clearRpSet(const std::string& reason);
   void doUpdateElectedBsr();
   void doDelElectedBsr();

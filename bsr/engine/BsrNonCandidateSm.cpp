@@ -5,7 +5,6 @@
 #include "bsr/engine/ElectedBsrRecord.h"
 #include "bsr/engine/PimBsrSm.h"
 #include "bsr/types/Traces.h"
-#include "platform/entity/RangeError.h"
 
 #define BSR_TRACE(level, ...) ROUTING_TRACE(traces::nonCandidateSm, level, vrfName(), __VA_ARGS__)
 
@@ -21,7 +20,8 @@ BsrNonCandidateSm::BsrNonCandidateSm(const IpGenPrefix& zone, std::shared_ptr<St
       timerWheel_(bsTimerWheel),
       engine_(engine),
       bsTimer_(bsTimerWheel, [this] { handleBsrTimerExpiry(); }),
-      szTimer_(szTimerWheel, [this] { handleSzTimerExpiry(); }) {
+      szTimer_(szTimerWheel, [this] { handleSzTimerExpiry(); }),
+      lastBsm_(engine.lastBsmBudget()) {
   bsTimeoutReactor_ = bsrStatus_->bsTimeoutReactor([this] { handleBsTimeout(); });
   szTimeoutReactor_ = bsrStatus_->szTimeoutReactor([this] { handleSzTimeout(); });
   handleInitialized();
@@ -38,6 +38,7 @@ std::shared_ptr<ElectedBsrStatus> BsrNonCandidateSm::recordedBsr() const {
 }
 
 void BsrNonCandidateSm::handleInitialized() {
+  BSR_TRACE(9, "");
   state_ = scoped() ? State::noInfo : State::acceptAny;
   BSR_TRACE(1, ", state=", state_, ", Zone=", zone_);
   if (const auto bsr = recordedBsr()) {
@@ -58,10 +59,8 @@ void BsrNonCandidateSm::bsmIs(const std::shared_ptr<BootstrapMessage>& bsm) {
 }
 
 void BsrNonCandidateSm::handleBsm() {
-  if (!initialized_ || !bsm_) {
-    BSR_TRACE(9, "Initialized=", initialized_ ? "True" : "False", ", bsm=", bsm_.get());
-    return;
-  }
+  BSR_TRACE(9, "Initialized=", initialized_ ? "True" : "False", ", bsm=", bsm_.get());
+  if (!initialized_ || !bsm_) return;
   state_ = State::acceptPreferred;
   BSR_TRACE(1, ", state=", state_, ", Zone=", zone_);
   if (!accept()) return;
@@ -71,7 +70,7 @@ void BsrNonCandidateSm::handleBsm() {
   } else {
     BSR_TRACE(4, "Not Forwarding bootstrap message since noForward bit is set");
   }
-  storeRpSet();
+  engine_.storeRpSet(zone_, *bsm_, false);
   lastBsmIs();
   if (const auto bsr = recordedBsr()) {
     bsTimer_.expiryIs(bsr->expiryTime());
@@ -110,6 +109,7 @@ void BsrNonCandidateSm::newBsr() {
 }
 
 void BsrNonCandidateSm::handlePreferredBsm(ElectedBsrStatus& bsr) {
+  BSR_TRACE(9, "");
   if (bsr.ipAddr() != bsm_->bsrAddress()) {
     clearRpSet(". Old BSR was " + bsr.ipAddr().text());
     bsr.ipAddrIs(bsm_->bsrAddress());
@@ -127,14 +127,6 @@ void BsrNonCandidateSm::clearRpSet(const std::string& reason) {
   if (!zoneStatus || !zoneStatus->status()) return;
   BSR_TRACE(4, "Clearing RP Set for zone ", zone_, " since we have a new BSR", reason);
   zoneStatus->status()->crpSetDelAll();
-}
-
-void BsrNonCandidateSm::storeRpSet() {
-  try {
-    engine_.storeRpSet(zone_, *bsm_, false);
-  } catch (const RangeError& error) {
-    BSR_TRACE(1, "RP set of zone ", zone_, " not installed: ", error.what());
-  }
 }
 
 void BsrNonCandidateSm::lastBsmIs() {

@@ -63,7 +63,6 @@ class ROUTING_API BsrNonCandidateSm {
   void newBsr();
   void handlePreferredBsm(ElectedBsrStatus& bsr);
   void clearRpSet(const std::string& reason);
-  void storeRpSet();
   void lastBsmIs();
   bool scoped() const;
   /// The zone's elected BSR; null while none is recorded or the record is not filled in.

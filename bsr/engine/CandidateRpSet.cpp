@@ -48,7 +48,7 @@ bool CandidateRpSet::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rp
     set->rpDel(rpAddress);
     set = rpSets_.find(zone_, prefix);  // gone with its last RP
   }
-  if (withdrawal) return set && withdraw(*set, rpAddress);
+  if (withdrawal) return withdraw(set ? set->rp(rpAddress) : nullptr, rpAddress);
 
   const RpHashMaskLen hashMaskLen(values.hashMaskLen);
   const bool added = !set || !set->rp(rpAddress);
@@ -75,8 +75,7 @@ std::shared_ptr<RpCandidateSet> CandidateRpSet::findOrCreate(const IpGenPrefix& 
 }
 
 // A withdrawn RP is announced once more, with hold time 0, and then goes.
-bool CandidateRpSet::withdraw(const RpCandidateSet& set, const IpGenAddr& rpAddress) {
-  const auto& rp = set.rp(rpAddress);
+bool CandidateRpSet::withdraw(const std::shared_ptr<RpEntry>& rp, const IpGenAddr& rpAddress) {
   if (!rp) {
     BSR_TRACE(4, "Holdtime value of C-RP Advertisement is 0. Ignoring message");
     return false;

@@ -31,7 +31,7 @@ class ROUTING_API CandidateRpSet {
 
  private:
   std::shared_ptr<RpCandidateSet> findOrCreate(const IpGenPrefix& prefix);
-  bool withdraw(const RpCandidateSet& set, const IpGenAddr& rpAddress);
+  bool withdraw(const std::shared_ptr<RpEntry>& rp, const IpGenAddr& rpAddress);
   void holdTimeIs(RpEntry& rp, CrpHoldTime holdtime, std::uint32_t bsPeriod);
   const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
 

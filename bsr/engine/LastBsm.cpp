@@ -1,11 +1,16 @@
 #include "bsr/engine/LastBsm.h"
 
-#include <cstddef>
-#include <map>
+#include <cstdint>
 #include <utility>
 
 namespace Routing::Pim::Bsr {
 namespace {
+
+std::size_t entriesOf(const BootstrapMessage& bsm) {
+  std::size_t entries = bsm.groupRpData().size();
+  for (const auto& group : bsm.groupRpData()) entries += group.rpList().size();
+  return entries;
+}
 
 // The pieces of one range name the same RP count and hold no more RPs together; otherwise the newer
 // piece stands for the range. What names the zone goes on doing so, and nothing else begins to.
@@ -22,53 +27,54 @@ void join(BootstrapGroupData& held, const BootstrapGroupData& piece) {
   held.rpListIs(std::move(rps));
 }
 
-void gather(BootstrapMessage& held, const BootstrapMessage& fragment) {
-  auto& groups = held.groupRpData();
-  std::map<IpGenPrefix, std::size_t> index;
-  for (std::size_t i = 0; i < groups.size(); ++i) index.emplace(groups[i].prefix(), i);
-  for (const BootstrapGroupData& piece : fragment.groupRpData()) {
-    const auto [it, added] = index.emplace(piece.prefix(), groups.size());
-    if (added) {
-      held.groupRpDataAppend(piece);
-    } else if (!piece.rpList().empty()) {
-      join(groups[it->second], piece);
-    }  // else the zone's entry, repeated at the head of every fragment
-  }
-}
-
-std::shared_ptr<BootstrapMessage> withRangesOnce(const BootstrapMessage& bsm) {
-  auto copy = std::make_shared<BootstrapMessage>(bsm);
-  copy->groupRpDataIs({});
-  gather(*copy, bsm);
-  return copy;
-}
-
-std::size_t rpsOf(const BootstrapMessage& bsm) {
-  std::size_t rps = 0;
-  for (const auto& group : bsm.groupRpData()) rps += group.rpList().size();
-  return rps;
-}
-
 }  // namespace
 
 bool LastBsm::furtherFragment(const BootstrapMessage& bsm, double now) const {
   return message_ && bsm.fragmentTag() == message_->fragmentTag() &&
          bsm.bsrAddress() == message_->bsrAddress() &&
          bsm.bsrPriority() == message_->bsrPriority() &&
-         bsm.hashMaskLen() == message_->hashMaskLen() && now - since_ < gatherTime &&
-         message_->groupRpData().size() + bsm.groupRpData().size() <= maxGroups &&
-         rpsOf(*message_) + rpsOf(bsm) <= maxRps;
+         bsm.hashMaskLen() == message_->hashMaskLen() && now - since_ < gatherTime;
 }
 
-void LastBsm::messageIs(const std::shared_ptr<BootstrapMessage>& bsm, double now) {
-  if (!furtherFragment(*bsm, now)) {
+bool LastBsm::messageIs(const std::shared_ptr<BootstrapMessage>& bsm, double now) {
+  const std::size_t entries = entriesOf(*bsm);
+  if (!furtherFragment(*bsm, now)) clear();
+  if (!budget_.take(entries)) {
+    clear();
+    return false;
+  }
+  entries_ += entries;
+  if (!message_) {
     message_ = bsm;
     since_ = now;
-    gathered_ = false;
-    return;
+    return true;
   }
-  if (!std::exchange(gathered_, true)) message_ = withRangesOnce(*message_);
-  gather(*message_, *bsm);
+  if (!std::exchange(own_, true)) {
+    const auto first = std::exchange(message_, std::make_shared<BootstrapMessage>(*message_));
+    message_->groupRpDataIs({});
+    gather(*first);
+  }
+  gather(*bsm);
+  return true;
+}
+
+void LastBsm::clear() {
+  budget_.giveBack(std::exchange(entries_, 0));
+  message_.reset();
+  index_.clear();
+  own_ = false;
+}
+
+void LastBsm::gather(const BootstrapMessage& fragment) {
+  auto& groups = message_->groupRpData();
+  for (const BootstrapGroupData& piece : fragment.groupRpData()) {
+    const auto [it, added] = index_.emplace(piece.prefix(), groups.size());
+    if (added) {
+      message_->groupRpDataAppend(piece);
+    } else if (!piece.rpList().empty()) {
+      join(groups[it->second], piece);
+    }  // else the zone's entry, repeated at the head of every fragment
+  }
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <memory>
 
-#include "bsr/engine/RxFragments.h"
+#include "bsr/engine/LastBsmBudget.h"
 #include "platform/Export.h"
 #include "platform/pim/BootstrapMessage.h"
 
@@ -13,25 +15,34 @@ namespace Routing::Pim::Bsr {
 /// silent, is the complete RP set (RFC 5059 sections 3.1.5 and 3.5.1).
 class ROUTING_API LastBsm {
  public:
-  /// Fragments that arrive later than this many seconds after the first one start a new message;
-  /// so does one that would make the gathered message longer than maxGroups ranges or maxRps RPs.
+  /// Fragments that arrive later than this many seconds after the first one start a new message.
   static constexpr double gatherTime = 25.0;
-  static constexpr std::size_t maxGroups = 4096;
-  static constexpr std::size_t maxRps = 16384;
+
+  /// The budget, which all zones share, must outlive this object.
+  explicit LastBsm(LastBsmBudget& budget) : budget_(budget) {}
+  LastBsm(const LastBsm&) = delete;
+  LastBsm& operator=(const LastBsm&) = delete;
+  ~LastBsm() { clear(); }
 
   const std::shared_ptr<BootstrapMessage>& message() const { return message_; }
 
   /// Takes a message that was accepted at an instant: joined to what is held if it is a further
-  /// fragment of it, otherwise in its place. Messages taken are never changed here.
-  void messageIs(const std::shared_ptr<BootstrapMessage>& bsm, double now);
-  void clear() { *this = {}; }
+  /// fragment of it, otherwise in its place. Messages taken are never changed here. Where the
+  /// budget has no room for it, nothing is held afterwards, and false is returned: a part of a
+  /// message would be taken for the whole.
+  bool messageIs(const std::shared_ptr<BootstrapMessage>& bsm, double now);
+  void clear();
 
  private:
   bool furtherFragment(const BootstrapMessage& bsm, double now) const;
+  void gather(const BootstrapMessage& fragment);
 
+  LastBsmBudget& budget_;
   std::shared_ptr<BootstrapMessage> message_;
   double since_ = 0.0;
-  bool gathered_ = false;  // message_ is our own copy
+  std::size_t entries_ = 0;  // taken from the budget; what is repeated counts again
+  bool own_ = false;         // message_ is our own copy, and index_ finds its ranges
+  std::map<IpGenPrefix, std::size_t> index_;
 };
 
 }  // namespace Routing::Pim::Bsr

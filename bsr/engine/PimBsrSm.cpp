@@ -9,6 +9,7 @@
 #include "bsr/engine/RpCandidateSm.h"
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
+#include "platform/entity/RangeError.h"
 
 #define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
 
@@ -29,7 +30,8 @@ PimBsrSm::PimBsrSm(std::shared_ptr<Status> bsrStatus, std::shared_ptr<const PimS
       allIntfStatusDir_(std::move(allIntfStatusDir)),
       limits_(limits ? std::move(limits) : std::make_shared<PimBsrLimits>()),
       lastBsmStore_(lastBsmStore),
-      rpSets_(bsrStatus_, limits_, rpSetTotals_) {
+      rpSets_(bsrStatus_, limits_, rpSetTotals_),
+      lastBsmBudget_(bsrStatus_, limits_) {
   ROUTING_ASSERT_TEXT(bsrStatus_, "bsrStatus()");
   ROUTING_ASSERT_TEXT(pimStatus_, "pimStatus()");
   ROUTING_ASSERT_TEXT(bsmStatus_, "bsmStatus()");
@@ -154,10 +156,11 @@ void PimBsrSm::handleBsrCandidate(const IpGenPrefix& zone) {
   if (bsrStatus_->cbsr(zone)) {
     // One bootstrap timer at a time may age the zone's record.
     if (nonCandidateSm_.erase(zone) > 0) BSR_TRACE(4, "Deleted ", zone, " NonCandidate SM");
-    if (candidateSm(zone)) return;
+    if (!candidateSm(zone)) {
+      candidateSm_[zone] = std::make_shared<BsrCandidateSm>(zone, bsrStatus_, timerWheel_, *this);
+      handleCandidateSm(zone);
+    }
     BSR_TRACE(4, "Instantiated Candidate SM for zone ", zone);
-    candidateSm_[zone] = std::make_shared<BsrCandidateSm>(zone, bsrStatus_, timerWheel_, *this);
-    handleCandidateSm(zone);
     return;
   }
   const auto machine = candidateSm(zone);
@@ -299,13 +302,18 @@ void PimBsrSm::crpMsgRejected(const IpGenPrefix& zone) {
 // --- services for the zone machines -----------------------------------------------------------
 
 void PimBsrSm::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh) {
-  if (initialized_) installer_->storeRpSet(zone, bsm, refresh);
+  if (!initialized_) return;
+  try {
+    installer_->storeRpSet(zone, bsm, refresh);
+  } catch (const RangeError& error) {
+    BSR_TRACE(1, "RP set of zone ", zone, " not installed: ", error.what());
+  }
 }
 
 void PimBsrSm::refreshRpSet(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm) {
   if (!initialized_ || !bsm) return;
   bsm->forwardIs(true);
-  installer_->storeRpSet(zone, *bsm, true);
+  storeRpSet(zone, *bsm, true);
 }
 
 std::shared_ptr<PimBsrRxFragments> PimBsrSm::bsmRxFragments(std::uint16_t tag) const {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "bsr/engine/BsmSender.h"
+#include "bsr/engine/LastBsmBudget.h"
 #include "bsr/engine/RpSetInstaller.h"
 #include "bsr/engine/RpSetMirror.h"
 #include "bsr/engine/RpSets.h"
@@ -86,6 +87,7 @@ class ROUTING_API PimBsrSm {
 
   // Services for the zone machines; they do nothing while uninitialised.
   void nonCandidateSmDel(const IpGenPrefix& zone);
+  // What cannot be installed is traced: the machine's timers must run all the same.
   void storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh);
   void refreshRpSet(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm);
   std::shared_ptr<PimBsrRxFragments> bsmRxFragments(std::uint16_t tag) const;
@@ -96,6 +98,7 @@ class ROUTING_API PimBsrSm {
   void doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const IntfId& oif,
                           const std::shared_ptr<BootstrapMessage>& bsm);
   RpSets& rpSets() { return rpSets_; }
+  LastBsmBudget& lastBsmBudget() { return lastBsmBudget_; }
 
  private:
   class PimIntfReactor;
@@ -131,6 +134,7 @@ class ROUTING_API PimBsrSm {
   IpGenPrefix globalOrNonScopeZone_;
   RpSetTotals rpSetTotals_;
   RpSets rpSets_;
+  LastBsmBudget lastBsmBudget_;
   // Present while initialised, made in this order.
   std::shared_ptr<TrieGen> bsrTrie_;
   std::unique_ptr<PimBsrTrieBuilderSm> bsrTrieBuilder_;

@@ -15,6 +15,7 @@ namespace Routing::Pim::Bsr {
 // --- PIM interfaces ---------------------------------------------------------------------------
 
 void PimBsrSm::handlePimIntf(const IntfId& intf) {
+  BSR_TRACE(9, " ( ", intf, " )");
   if (const auto& status = pimStatus_->pimIntf(intf)) {
     auto& reactor = pimIntf_[intf];
     if (!reactor) reactor = std::make_unique<PimIntfReactor>(*this, status);
@@ -74,6 +75,7 @@ void PimBsrSm::PimIntfReactor::sendLastBsm(const Machine& machine) {
 // --- elected BSRs -----------------------------------------------------------------------------
 
 void PimBsrSm::handleBsr(const IpGenPrefix& zone) {
+  BSR_TRACE(9, " ( ", zone, " )");
   if (!initialized_) return;
   if (const auto& bsr = bsrStatus_->bootstrapRouter(zone)) {
     auto& reactor = bsr_[zone];
@@ -82,6 +84,17 @@ void PimBsrSm::handleBsr(const IpGenPrefix& zone) {
     bsr_.erase(zone);
   }
 }
+
+namespace {
+
+bool holdsRp(const RpCandidateStatus& rpSets) {
+  for (const auto& [prefix, rpSet] : rpSets.crpSet()) {
+    if (!rpSet->rp().empty()) return true;
+  }
+  return false;
+}
+
+}  // namespace
 
 PimBsrSm::BsrReactor::BsrReactor(PimBsrSm& engine, std::shared_ptr<const ElectedBsrStatus> bsr)
     : engine_(engine), bsr_(std::move(bsr)) {
@@ -103,7 +116,7 @@ void PimBsrSm::BsrReactor::handleHashMaskLen() {
   }
   const auto zoneStatus = engine_.bsrStatus_->crpStatus(zone);
   const auto rpSets = zoneStatus ? zoneStatus->status() : nullptr;
-  if (!rpSets || rpSets->crpSet().empty()) {
+  if (!rpSets || !holdsRp(*rpSets)) {
     BSR_TRACE(4, "No CRP have been populated for zone ", zone);
     return;
   }
@@ -126,6 +139,7 @@ void PimBsrSm::handleRpCandidate() {
 }
 
 void PimBsrSm::handleCrp(const IpGenAddr& address) {
+  BSR_TRACE(9, " ( ", address, " )");
   if (!initialized_) return;
   const auto it = crp_.find(address);
   if (const auto& crp = bsrStatus_->crp(address)) {
@@ -145,6 +159,7 @@ PimBsrSm::CrpReactor::CrpReactor(PimBsrSm& engine, std::shared_ptr<RpCandidate> 
 }
 
 void PimBsrSm::CrpReactor::handlePrefixOptions(const IpGenPrefix& prefix) {
+  BSR_TRACE(9, " ( ", prefix, " )");
   if (const auto& entry = crp_->prefixOptions(prefix)) {
     Option& option = options_[prefix];
     option.reactor = entry->priorityReactor(
@@ -174,9 +189,9 @@ void PimBsrSm::CrpReactor::advertise(const IpGenPrefix& prefix, RpPriority prior
     machine->prefixIs(prefix);
     return;
   }
-  BSR_TRACE(4, "Created RpcandidateSm with options ", options);
   machine = std::make_shared<RpCandidateSm>(options, engine_.bsrStatus_, engine_.crpMsgStatus_,
                                             engine_.bsrTrie_, engine_.timerWheel_);
+  BSR_TRACE(4, "Created RpcandidateSm with options ", options);
 }
 
 void PimBsrSm::CrpReactor::retire(const IpGenPrefix& prefix, RpPriority priority, bool served) {

@@ -37,6 +37,7 @@ RpCandidateSm::RpCandidateSm(const CrpOptions& crpOptions, std::shared_ptr<const
 }
 
 void RpCandidateSm::handleInitialized() {
+  BSR_TRACE(9, "");
   BSR_TRACE(4, "Instantiated CRP SM ", crp_->address(), " with priority ", crpOptions_.priority());
   for (const auto& [prefix, option] : crp_->prefixOptions()) doUpdateCrpAdvSetPrefix(prefix);
   const unsigned delay = armSoon();
@@ -78,7 +79,11 @@ void RpCandidateSm::prefixIs(const IpGenPrefix& prefix) {
 void RpCandidateSm::removeFromOthers(const IpGenPrefix& prefix, const IpGenPrefix& zone) {
   for (auto& [other, prefixes] : crpAdvSet_) {
     if (other == zone || prefixes.erase(prefix) == 0) continue;
-    BSR_TRACE(4, "Deleted prefix ", prefix, " from crpAdvSet for zone ", other);
+    if (zone.isNone()) {
+      BSR_TRACE(4, "Deleted prefix ", prefix, " from crpAdvSet for zone ", other);
+    } else {
+      BSR_TRACE(8, "Deleting prefix ", prefix, " from ", other);
+    }
   }
 }
 
@@ -100,6 +105,7 @@ bool RpCandidateSm::doUpdateCrpAdvSet(const IpGenPrefix& zone) {
 }
 
 void RpCandidateSm::handleTrie(const IpGenPrefix& zone, TrieEvent) {
+  BSR_TRACE(9, " ( ", zone, " )");
   if (!initialized_) return;
   if (doUpdateCrpAdvSet(zone)) handleBsr();
 }
@@ -107,6 +113,7 @@ void RpCandidateSm::handleTrie(const IpGenPrefix& zone, TrieEvent) {
 // A BSR that some of our prefixes go to is new: three advertisements in a row make sure that it
 // hears of us (RFC 5059 section 3.2).
 void RpCandidateSm::handleBsr() {
+  BSR_TRACE(9, "");
   crpAdvBackoffCount_ = repetitions;
   const unsigned delay = armSoon();
   BSR_TRACE(5, "Setting up CRP Adv timer to fire in ", delay,

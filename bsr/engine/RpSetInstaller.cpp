@@ -49,9 +49,11 @@ void RpSetInstaller::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage&
 void RpSetInstaller::install(const Range& range) {
   const bool announces = std::any_of(range.rps.begin(), range.rps.end(),
                                      [](const auto& rp) { return rp.data.rpHoldtime() != 0; });
-  // A range that only withdraws creates nothing; an empty one is known from now on.
-  if (!crpSet(range) && (range.refresh || !(announces || range.rps.empty()) || !newCrpSet(range))) {
-    return;
+  if (!crpSet(range)) {
+    // A range that only withdraws creates nothing; an empty one is known from now on.
+    if (range.refresh || !(announces || range.rps.empty())) return;
+    if (!rpSets_.roomForSet(range.zone, range.group.prefix())) return;
+    if (range.rps.empty()) newCrpSet(range);
   }
   for (const auto& [address, data] : range.rps) {
     if (data.rpHoldtime() != 0) {
@@ -86,7 +88,6 @@ std::shared_ptr<RpEntry> RpSetInstaller::rpEntry(const Range& range, const IpGen
   }
   if (range.refresh || !rpSets_.roomForRp(prefix, address)) return nullptr;
   if (!set) set = newCrpSet(range);
-  if (!set) return nullptr;
   const double now = timerWheel_.now();
   auto rp = set->newRp(address);
   rp->setupTimeIs(now);
@@ -108,7 +109,6 @@ std::shared_ptr<RpCandidateSet> RpSetInstaller::crpSet(const Range& range) const
 
 std::shared_ptr<RpCandidateSet> RpSetInstaller::newCrpSet(const Range& range) {
   const IpGenPrefix& prefix = range.group.prefix();
-  if (!rpSets_.roomForSet(range.zone, prefix)) return nullptr;
   BSR_TRACE(4, "Creating Rp set associated with prefix ", prefix, " in zone ", range.zone);
   return rpSets_.create(range.zone, prefix);
 }

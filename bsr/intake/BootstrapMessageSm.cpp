@@ -9,6 +9,17 @@
 #define BSR_TRACE(level, ...) ROUTING_TRACE(traces::io, level, vrfName(), __VA_ARGS__)
 
 namespace Routing::Pim::Bsr {
+namespace {
+
+constexpr std::size_t longMessage = 256;  // ranges and RPs
+
+bool isLong(const BootstrapMessage& bsm) {
+  std::size_t entries = bsm.groupRpData().size();
+  for (const auto& group : bsm.groupRpData()) entries += group.rpList().size();
+  return entries > longMessage;
+}
+
+}  // namespace
 
 /// A message under examination.
 struct BootstrapMessageSm::Received {
@@ -171,7 +182,15 @@ std::shared_ptr<BootstrapMessage> BootstrapMessageSm::lastBsm(const IpGenPrefix&
 
 void BootstrapMessageSm::lastBsmIs(const IpGenPrefix& zone,
                                    const std::shared_ptr<BootstrapMessage>& bsm) {
-  lastBsm_[zone] = bsm;
+  if (!isLong(*bsm)) {
+    lastBsm_[zone] = bsm;
+    return;
+  }
+  // Only its being there counts. Without its ranges, neighbours that name many zones cannot make us
+  // hold much.
+  auto head = std::make_shared<BootstrapMessage>(*bsm);
+  head->groupRpDataIs({});
+  lastBsm_[zone] = std::move(head);
 }
 
 void BootstrapMessageSm::lastBsmDel(const IpGenPrefix& zone) {

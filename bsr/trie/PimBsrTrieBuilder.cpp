@@ -27,17 +27,15 @@ void PimBsrTrieBuilderSm::handleBsr(const IpGenPrefix& zone) {
   BSR_TRACE(9, " ( ", zone, " )");
   if (const auto& bsr = bsrStatus_->bootstrapRouter(zone)) {
     bsr_.try_emplace(zone, std::make_unique<BsrReactor>(*this, bsr));
-    if (trieGen_->route(zone)) return;
+    if (!trieGen_->routeIs(zone)) return;
     ++trieUpdates_;
     BSR_TRACE(8, "Added prefix ", zone, " into trie");
-    trieGen_->routeIs(zone);
     return;
   }
   bsr_.erase(zone);
-  if (!trieGen_->route(zone)) return;
+  if (!trieGen_->routeDel(zone)) return;
   ++trieUpdates_;
   BSR_TRACE(8, "Deleted prefix ", zone, " from trie");
-  trieGen_->routeDel(zone);
 }
 
 PimBsrTrieBuilderSm::BsrReactor::BsrReactor(PimBsrTrieBuilderSm& builder,
@@ -47,6 +45,7 @@ PimBsrTrieBuilderSm::BsrReactor::BsrReactor(PimBsrTrieBuilderSm& builder,
 }
 
 void PimBsrTrieBuilderSm::BsrReactor::handleBsrIp() {
+  ROUTING_TRACE(traces::sm, 9, builder_.vrfName(), "");
   if (!initialized_) {
     initialized_ = true;
     return;

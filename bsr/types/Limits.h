@@ -10,6 +10,8 @@ namespace Routing::Pim::Bsr {
 ///   maxGroups     group ranges with an RP set, over all zones
 ///   maxRps        RPs, over all group ranges
 ///   maxFragments  group ranges of which not all fragments have arrived
+/// The messages that are kept to prime new neighbours may hold as many ranges and RPs, over all
+/// zones, as maxGroups and maxRps allow together; one that finds no room is refusedKept.
 #define PIM_BSR_LIMITS(ATTR)                     \
   ATTR(VALUE, maxZones, std::uint32_t, 1024)     \
   ATTR(VALUE, maxGroups, std::uint32_t, 16384)   \
@@ -18,7 +20,8 @@ namespace Routing::Pim::Bsr {
   ATTR(COUNTER, refusedZones)                    \
   ATTR(COUNTER, refusedGroups)                   \
   ATTR(COUNTER, refusedRps)                      \
-  ATTR(COUNTER, refusedFragments)
+  ATTR(COUNTER, refusedFragments)                \
+  ATTR(COUNTER, refusedKept)
 
 class ROUTING_API PimBsrLimits : public Entity {
  public:

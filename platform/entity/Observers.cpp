@@ -37,21 +37,22 @@ Subscription ObserverTable::append(std::size_t index, ObserverNode* node) {
 }
 
 void ObserverTable::notify(std::size_t list, const void* key) {
-  notify(list, key, size_, nullptr);
+  notify(list, key, noList, nullptr);
 }
 
 void ObserverTable::notify(std::size_t list, const void* key, std::size_t second,
                            const void* secondKey) {
   std::exception_ptr firstError;
+  const std::uint64_t newest = lastSerial_;
   ++holders_;
-  if (observed(list)) fireAll(list, key, firstError);
-  if (observed(second)) fireAll(second, secondKey, firstError);
+  if (observed(list)) fireAll(list, key, newest, firstError);
+  if (observed(second)) fireAll(second, secondKey, newest, firstError);
   release();
   if (firstError) std::rethrow_exception(firstError);
 }
 
-void ObserverTable::fireAll(std::size_t index, const void* key, std::exception_ptr& firstError) {
-  const std::uint64_t newest = lastSerial_;
+void ObserverTable::fireAll(std::size_t index, const void* key, std::uint64_t newest,
+                            std::exception_ptr& firstError) {
   ObserverNode* node = lists_[index].first;
   const bool tooDeep = ++lists_[index].nesting > maxNesting;
   for (; node != nullptr && node->serial_ <= newest; node = node->next_) {

@@ -117,7 +117,11 @@ class ROUTING_API ObserverTable {
   ObserverTable() = default;
   ~ObserverTable() = default;
   Subscription append(std::size_t list, ObserverNode* node);
-  void fireAll(std::size_t list, const void* key, std::exception_ptr& firstError);
+  static constexpr std::size_t noList = ~std::size_t{0};
+
+  /// Calls the reactors of a list that subscribed not later than the one numbered `newest`.
+  void fireAll(std::size_t list, const void* key, std::uint64_t newest,
+               std::exception_ptr& firstError);
   void remove(ObserverNode* node);
   void unlink(List& list, ObserverNode* node);
   void sweep(List& list);

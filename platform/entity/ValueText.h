@@ -276,6 +276,8 @@ class BoundedValue {
   }
   constexpr Rep value() const { return value_; }
 
+  std::size_t hash() const { return std::hash<Rep>()(value_); }
+
   friend constexpr auto operator<=>(const BoundedValue&, const BoundedValue&) = default;
   template <class Stream>
   friend Stream& operator<<(Stream& out, const BoundedValue& v) {

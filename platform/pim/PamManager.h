@@ -36,7 +36,8 @@ struct TransmitPacket {
 class ROUTING_API PacketPort {
  public:
   virtual ~PacketPort() = default;
-  /// False if the packet could not be sent. The payload is valid during the call only.
+  /// False if the packet could not be sent. The payload is valid during the call only. What the
+  /// packet brings back is for the event loop: PamManager::receive must not be called from here.
   virtual bool send(const TransmitPacket& packet) = 0;
 };
 

@@ -434,11 +434,14 @@ TEST_P(FollowerTest, AMessageThatCannotBeInstalledStillKeepsTheBsrAlive) {
   traces.clear();
   const auto bad = bsm("5", 64, "88").hashMask(129).make();
   machine()->bsmIs(bad);
-  EXPECT_TRUE(traced(1, std::string("RP set of zone ") + place.zone +
-                            " not installed: RpHashMaskLen::value < 0 or > 128 not allowed"));
+  EXPECT_TRUE(traces.ends("Sm", 1,
+                          std::string("RP set of zone ") + place.zone +
+                              " not installed: RpHashMaskLen::value < 0 or > 128 not allowed"));
   EXPECT_EQ(rps(), (Lines{rpLine("77")})) << "nothing is half written";
   EXPECT_EQ(machine()->bsExpiry(), 180);
   EXPECT_EQ(machine()->lastBsm(), bad);
+  world.runUntil(180);
+  EXPECT_EQ(record(), nullptr) << "nor does it keep the record from its end";
 }
 
 TEST_P(FollowerTest, SavedFragmentsOfAnOlderTagAreDropped) {

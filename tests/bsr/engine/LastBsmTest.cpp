@@ -12,9 +12,16 @@ using TestKit::Bsm;
 using TestKit::bsmText;
 using TestKit::Rps;
 
+struct Held {
+  std::shared_ptr<PimBsrLimits> limits = std::make_shared<PimBsrLimits>();
+  LastBsmBudget budget{std::make_shared<Status>(VrfName("default")), limits};
+  LastBsm last{budget};
+};
+
 /// What is held after these messages, all taken at once.
 std::string heldAfter(std::initializer_list<Bsm> messages) {
-  LastBsm last;
+  Held held;
+  LastBsm& last = held.last;
   for (const Bsm& each : messages) last.messageIs(each.make(), 0);
   return bsmText(*last.message());
 }
@@ -91,7 +98,8 @@ TEST(LastBsm, AnotherMessageReplacesWhatIsHeld) {
   const Bsm first = bsm().group("225.0.0.0/8", {{"10.1.1.1"}});
   for (const Bsm& other :
        {bsm().tag(8), bsm().hashMask(29), Bsm("10.9.9.9", 65).tag(7), Bsm("10.9.9.8").tag(7)}) {
-    LastBsm last;
+    Held held;
+    LastBsm& last = held.last;
     last.messageIs(first.make(), 0);
     const auto message = other.make();
     last.messageIs(message, 0);
@@ -101,7 +109,8 @@ TEST(LastBsm, AnotherMessageReplacesWhatIsHeld) {
 
 TEST(LastBsm, FragmentsMustFollowTheFirstOneSoon) {
   for (const auto& [at, joined] : {std::pair{24.9, true}, {25.0, false}, {60.0, false}}) {
-    LastBsm last;
+    Held held;
+    LastBsm& last = held.last;
     last.messageIs(bsm().group("225.0.0.0/8").make(), 100);
     last.messageIs(bsm().group("226.0.0.0/8").make(), 110);
     last.messageIs(bsm().group("227.0.0.0/8").make(), 100 + at);
@@ -109,24 +118,29 @@ TEST(LastBsm, FragmentsMustFollowTheFirstOneSoon) {
   }
 }
 
-TEST(LastBsm, DoesNotGrowWithoutBound) {
-  LastBsm last;
-  std::size_t most = 0;
-  for (unsigned i = 0; i < 300; ++i) {
-    Bsm fragment = bsm();
-    for (unsigned k = 0; k < 50; ++k) {
-      fragment.group("225." + std::to_string(i % 256) + "." + std::to_string(k) + "." +
-                     std::to_string(i / 256 * 8) + "/29");
-    }
-    last.messageIs(fragment.make(), 0);
-    most = std::max(most, last.message()->groupRpData().size());
-  }
-  EXPECT_LE(most, LastBsm::maxGroups);
-  EXPECT_GT(most, LastBsm::maxGroups - 100) << "close to the bound, though";
+TEST(LastBsm, AllZonesTogetherStayWithinTheLimits) {
+  Held held;
+  LastBsm other(held.budget);
+  held.limits->maxGroupsIs(4);
+  held.limits->maxRpsIs(4);
+  EXPECT_TRUE(other.messageIs(bsm().group("225.0.0.0/8", {{"10.1.1.1"}}).make(), 0));
+  EXPECT_TRUE(held.last.messageIs(bsm().group("226.0.0.0/8", {{"10.1.1.1"}}).make(), 0));
+  EXPECT_TRUE(held.last.messageIs(bsm().group("227.0.0.0/8", {{"10.1.1.1"}}).make(), 0));
+  EXPECT_EQ(held.limits->refusedKept(), 0U);
+  EXPECT_FALSE(
+      held.last.messageIs(bsm().group("228.0.0.0/8", {{"10.1.1.1"}, {"10.1.1.2"}}).make(), 0));
+  EXPECT_EQ(held.limits->refusedKept(), 1U);
+  EXPECT_EQ(held.last.message(), nullptr) << "no part of a message is kept";
+  EXPECT_TRUE(
+      held.last.messageIs(bsm().group("226.0.0.0/8", {{"10.1.1.1"}, {"10.1.1.2"}}).make(), 0))
+      << "what was given up left room";
+  other.clear();
+  EXPECT_TRUE(other.messageIs(bsm().group("225.0.0.0/8", {{"10.1.1.1"}, {"10.1.1.2"}}).make(), 0));
 }
 
 TEST(LastBsm, LeavesTheMessagesAlone) {
-  LastBsm last;
+  Held held;
+  LastBsm& last = held.last;
   const auto first = bsm().group("225.0.0.0/8").make(), second = bsm().group("226.0.0.0/8").make();
   last.messageIs(first, 0);
   EXPECT_EQ(last.message(), first);

@@ -254,7 +254,7 @@ TEST_F(RpCandidateSmTest, AZoneTakesItsRangesAndGivesThemBack) {
   traces.clear();
   hear(Bsm("192.0.2.20", 64).zone(site));
   EXPECT_TRUE(traced(8, "Created crpAdvSet for zone 239.1.0.0/16"));
-  EXPECT_TRUE(traced(4, "Deleted prefix 239.1.2.0/24 from crpAdvSet for zone 224.0.0.0/4"));
+  EXPECT_TRUE(traced(8, "Deleting prefix 239.1.2.0/24 from 224.0.0.0/4"));
   EXPECT_TRUE(traced(4, "Added prefix 239.1.2.0/24 to crpAdvSet for zone 239.1.0.0/16"));
   keepAlive();
   wait(6);
