@@ -205,6 +205,23 @@ TEST(Findings, ComeWithTheLineOfTheNearestThingThatIsWritten) {
             "hold times; taken as 1310");
 }
 
+/// A list of standard type whose rules have destinations, each of which is an error.
+std::string manyErrors(unsigned rules) {
+  std::string text = "access-list:\n- {name: A, address-family: ipv4, rule: [\n";
+  for (unsigned i = 0; i < rules; ++i) {
+    text += "{sequence: " + std::to_string(i) + ", action: deny, destination: any},\n";
+  }
+  return text + "]}\n";
+}
+
+TEST(Findings, AreBoundedInNumber) {
+  EXPECT_EQ(readConfig(manyErrors(maxFindings)).findings.size(), maxFindings);
+  const Findings findings = readConfig(manyErrors(8000)).findings;
+  ASSERT_EQ(findings.size(), maxFindings + 1);
+  EXPECT_EQ(findings.back(), (Finding{Severity::error, 0, "", "... more"}));
+  EXPECT_EQ(findings[maxFindings - 1].line, 2 + maxFindings);
+}
+
 TEST(Findings, QuoteNoTextThatATerminalWouldObey) {
   const LoadedConfig loaded = readConfig("log-level: \"\xc2\x9b[2J\"\n\"\\u009b2J\": 1\n");
   ASSERT_EQ(loaded.findings.size(), 2U);

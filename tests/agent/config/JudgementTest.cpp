@@ -102,7 +102,7 @@ TEST_F(Judgement, WantsTenHoldTimesForAScopeZone) {
   EXPECT_EQ(warnings(), Texts());
   family().holdTime = 429496730;
   EXPECT_EQ(warnings(), (Texts{ipv4Path + "/bsr/hold-time: ten hold times do not fit the "
-                                          "scope-zone time-out; 4 is taken for them"}));
+                                          "scope-zone time-out; 4294967295 is taken"}));
 }
 
 TEST_F(Judgement, WarnsOfCandidatesThatAreAllTheLeastPreferred) {
@@ -117,14 +117,17 @@ TEST_F(Judgement, WarnsOfCandidatesThatAreAllTheLeastPreferred) {
 
 TEST_F(Judgement, TellsTheLongestFailover) {
   EXPECT_EQ(worstFailover(family(), AddressFamily::ipv4), std::nullopt);
-  // 5 + 2 log2(1 + 255 - priority) + the delay of the address, behind the hold time.
+  // 5 + 2 log2(1 + 255 - priority) + the delay of the address, behind the bootstrap time-out: the
+  // hold time, or two intervals and 10 where it is over before the next message.
   zone("239.0.0.0/8").priority = 255;
   EXPECT_DOUBLE_EQ(worstFailover(family(), AddressFamily::ipv4).value(), 130 + 5 + 2);
   zone("238.0.0.0/8").priority = 0;
   EXPECT_DOUBLE_EQ(worstFailover(family(), AddressFamily::ipv4).value(), 130 + 5 + 16 + 2);
-  family().holdTime = 12;
+  family().holdTime = 61;
   zone("238.0.0.0/8").priority = 192;
-  EXPECT_DOUBLE_EQ(worstFailover(family(), AddressFamily::ipv4).value(), 12 + 5 + 12 + 2);
+  EXPECT_DOUBLE_EQ(worstFailover(family(), AddressFamily::ipv4).value(), 61 + 5 + 12 + 2);
+  zone("239.0.0.0/8").interval = 61;
+  EXPECT_DOUBLE_EQ(worstFailover(family(), AddressFamily::ipv4).value(), 132 + 5 + 2);
 }
 
 TEST_F(Judgement, LooksAtTheInterfacesOfCandidates) {
@@ -199,8 +202,10 @@ TEST_F(Judgement, WarnsOfRangesWithTwoPriorities) {
   EXPECT_EQ(warnings(), Texts());
   candidate.accessLists["A"] = {2, true};
   const std::string path = ipv4Path + "/bsr/rp-candidate/interface[eth0]/";
-  EXPECT_EQ(warnings(), (Texts{path + "access-list[A]: range 239.0.0.0/8 has another priority at " +
-                               path + "range[239.0.0.0/8]; either may hold"}));
+  EXPECT_EQ(warnings(),
+            (Texts{path + "access-list[A]: range 239.0.0.0/8 has another priority at " + path +
+                   "range[239.0.0.0/8]; the last access list by name "
+                   "holds"}));
 }
 
 TEST_F(Judgement, ToleratesAZoneTwiceOnOneInterfaceOnly) {
@@ -212,8 +217,8 @@ TEST_F(Judgement, ToleratesAZoneTwiceOnOneInterfaceOnly) {
   const std::string path = ipv4Path + "/bsr/bsr-candidate/interface";
   EXPECT_EQ(warnings(),
             (Texts{path + "[eth0]/access-list[A]: zone 239.0.0.0/8 is claimed by "
-                          "interface[eth0]/zone[239.0.0.0/8] too, with other settings; either may "
-                          "hold"}));
+                          "interface[eth0]/zone[239.0.0.0/8] too, with other settings; the last "
+                          "access list by name holds"}));
   EXPECT_EQ(errors(), Texts());
   family().bsrCandidates["eth1"].zones[prefix("239.0.0.0/8")];
   EXPECT_EQ(errors(), (Texts{path + "[eth1]/zone[239.0.0.0/8]: zone 239.0.0.0/8 is claimed by "
