@@ -107,24 +107,6 @@ TEST(EventLoop, LetsAWatchEndInItsOwnCallback) {
   EXPECT_EQ(reads, 1);
 }
 
-TEST(EventLoop, FollowsAWatchThatIsReplaced) {
-  EventLoop loop;
-  std::optional<Fd> first = readyForReading();
-  std::optional<Fd> second = readyForReading();
-  std::vector<int> reads;
-  Watch watch;
-  watch = loop.whenReadable(first->get(), [&] {
-    reads.push_back(1);
-    watch = loop.whenReadable(second->get(), [&] {
-      reads.push_back(2);
-      loop.stop();
-    });
-    first.reset();
-  });
-  loop.run();
-  EXPECT_EQ(reads, (std::vector<int>{1, 2}));
-}
-
 TEST(EventLoop, HearsSignalsMoreThanOnce) {
   EventLoop loop;
   int heard = 0;

@@ -91,20 +91,6 @@ TEST_F(NetlinkMonitorTest, FollowsCarrierAddressesAndMtu) {
   EXPECT_TRUE(becomes("v0", down));
 }
 
-TEST_F(NetlinkMonitorTest, DoesNotUseAnAddressBeforeItIsKnownToBeUnique) {
-  ip("link set v0 up");
-  ip("link set v1 up");
-  start();
-  bool seen = false;
-  table.observerIs([&](const IntfId& name, const Interface*, const Interface* now) {
-    if (name == IntfId("v0") && now != nullptr) seen = seen || !now->addresses.empty();
-  });
-  ip("addr add 2001:db8::1/64 dev v0");
-  runFor(loop, 0.1);
-  EXPECT_FALSE(seen);  // the check takes a second
-  EXPECT_TRUE(becomes("v0", having({"2001:db8::1"})));
-}
-
 TEST_F(NetlinkMonitorTest, FollowsNamesDevicesAndVrfs) {
   start();
   ip("link set v0 name lan");

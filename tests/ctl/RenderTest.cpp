@@ -98,17 +98,6 @@ Mappings in use (source: bsr)
             show("rp-set"));
 }
 
-TEST_F(RenderTest, EmptyRpSet) {
-  v6Asked_ = true;
-  EXPECT_EQ(R"(
-PIM RP set, VRF default, IPv6
-
-Mappings in use (source: unknown)
-  No RPs
-)",
-            show("rp-set"));
-}
-
 TEST_F(RenderTest, RpHash) {
   v4_.addMapping("224.0.0.0/4", "10.0.0.9", 0);
   v4_.addMapping("239.1.0.0/16", "10.0.0.1", 10);
@@ -122,15 +111,6 @@ RP for group 239.1.1.1, VRF default, IPv4
   224.0.0.0/4   10.0.0.9  sparse         0         30  1441185193  lost: longer group range 239.1.0.0/16 of 10.0.0.1
 
 RP 10.0.0.1 serves group 239.1.1.1: highest hash value.
-)",
-            show("rp-hash", "239.1.1.1"));
-}
-
-TEST_F(RenderTest, RpHashWithoutContenders) {
-  EXPECT_EQ(R"(
-RP for group 239.1.1.1, VRF default, IPv4
-
-No RP for group 239.1.1.1: no mapping covers the group.
 )",
             show("rp-hash", "239.1.1.1"));
 }
@@ -239,10 +219,6 @@ Limits
   Incomplete group ranges   4096        0
 )",
             show("counters"));
-}
-
-TEST_F(RenderTest, StatusIsJson) {
-  EXPECT_EQ("ipv4", Json::parse(show("status")).at("bsr").at("af"));
 }
 
 TEST(Render, RefusesAnAnswerOfAnotherShape) {

@@ -111,15 +111,6 @@ TEST_F(RunWithDaemon, ClearsInSilence) {
   EXPECT_EQ(std::string::npos, run(options("show", "counters")).out.find("5\n"));
 }
 
-TEST_F(RunWithDaemon, TellsOfAVrfThatDoesNotExist) {
-  start();
-  Options show = options("show", "bsr");
-  show.vrf = "red";
-  const Outcome outcome = run(show);
-  EXPECT_EQ(exitProblem, outcome.code);
-  EXPECT_EQ("pimbsrctl: IPv4 PIM does not run in VRF 'red'\n", outcome.err);
-}
-
 TEST_F(RunWithDaemon, FollowsChangesUntilItsTimeIsUp) {
   v4_.addBsr("224.0.0.0/4", "10.0.0.1");
   start();

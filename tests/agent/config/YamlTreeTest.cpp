@@ -48,13 +48,6 @@ TEST(YamlTree, CountsWhatAliasesRepeat) {
             "2: too much: more than 13 values, counting those that aliases repeat");
 }
 
-TEST(YamlTree, SharesWhatAliasesRepeat) {
-  Findings findings;
-  const YamlNodePtr root = readYaml("a: &a [1]\nb: *a\n", findings);
-  ASSERT_NE(root, nullptr);
-  EXPECT_EQ(root->entries[0].value, root->entries[1].value);
-}
-
 TEST(YamlTree, RefusesWhatTheParserWouldTakeForTheEnd) {
   for (const char c : {'\0', '\x04', '\x1a', '\x7f'}) {
     EXPECT_EQ(read(std::string("a: 1\n# ") + c + "\nb: 2\n"),

@@ -247,15 +247,6 @@ TEST_F(ControlServerTest, GoesOnWhileAPeerDoesNotRead) {
   EXPECT_EQ(0u, server_->buffered());
 }
 
-TEST_F(ControlServerTest, DeliversALargeAnswerWhole) {
-  addRps(3'000);
-  Peer peer(path_);
-  peer.sendLine(showRpSet);
-  ASSERT_TRUE(hears(peer, 1));
-  const Json groups = peer.lines()[0].at("data").at("mappings").at("groups");
-  EXPECT_EQ(3'000u, groups.at(0).at("rps").size());
-}
-
 TEST_F(ControlServerTest, KeepsAllAnswersTogetherWithinABound) {
   addRps(3'000);
   const std::size_t answer = answerLine(agent_.target(), {.topic = "rp-set"}).size();
@@ -303,18 +294,6 @@ TEST_F(ControlServerTest, StreamsChangesFromWhichAMirrorIsMade) {
   AttributeMirror apply(mirror);
   for (const std::string& change : changesOf(peer)) EXPECT_TRUE(apply.apply(change)) << change;
   EXPECT_EQ(treeText(*v4_.status), treeText(*mirror));
-}
-
-TEST_F(ControlServerTest, TellsOnlyChangesOfTheTopicIfAskedTo) {
-  v4_.addBsr("224.0.0.0/4", "10.0.0.1");
-  Peer peer(path_);
-  peer.sendLine(R"({"command":"watch","family":"ipv4","topic":"bsr","snapshot":false})");
-  ASSERT_TRUE(hears(peer, 2));
-  v4_.status->bsTimeoutIs(77);
-  v4_.status->bootstrapRouter(prefix("224.0.0.0/4"))->priorityIs(65);
-  ASSERT_TRUE(hears(peer, 3));
-  EXPECT_EQ(std::vector<std::string>{"= /bootstrapRouter[224.0.0.0/4]/priority 65"},
-            changesOf(peer));
 }
 
 TEST_F(ControlServerTest, TellsAndDropsAWatcherThatFallsBehind) {

@@ -53,25 +53,6 @@ TEST_F(ShowRpHash, ExplainsEveryRuleByWhichAContenderLoses) {
   EXPECT_EQ("RP 10.0.0.1 serves group 239.1.1.1: highest hash value.", data.at("explanation"));
 }
 
-TEST_F(ShowRpHash, SettlesEqualHashesByAddress) {
-  for (const char* rp : {"10.0.0.1", "138.0.0.1"}) {
-    v4_.addMapping("224.0.0.0/4", rp, 1).hashMaskLenIs(Pim::RpHashMaskLen(24));
-  }
-  const Json data = ask("225.1.2.3");
-  const Lines expected = {"138.0.0.1 selected", "10.0.0.1 lost: higher address of 138.0.0.1"};
-  EXPECT_EQ(expected, outcomes(data));
-  EXPECT_EQ(data.at("contenders")[0].at("hash"), data.at("contenders")[1].at("hash"));
-}
-
-TEST_F(ShowRpHash, PrefersBidirectionalRanges) {
-  v4_.addMapping("224.0.0.0/4", "10.0.0.1", 0);
-  v4_.addMapping("224.0.0.0/4", "10.0.0.2", 9).modeIs(Pim::PimMode::bidirectional);
-  const Json data = ask("225.1.2.3");
-  const Lines expected = {"10.0.0.2 selected", "10.0.0.1 lost: bidirectional mode of 10.0.0.2"};
-  EXPECT_EQ(expected, outcomes(data));
-  EXPECT_EQ("bidirectional", data.at("rp").at("mode"));
-}
-
 TEST_F(ShowRpHash, SaysWhyThereIsNoRp) {
   v4_.addMapping("224.0.0.0/4", "10.0.0.1", 0);
   v6_.addMapping("ff0e::/16", "2001:db8::1", 0);

@@ -49,11 +49,6 @@ TEST_F(Show, TellsTheElectedBsrOfEachZone) {
   EXPECT_TRUE(zones[1].at("bsr").at("expiration").is_null());
 }
 
-TEST_F(Show, ReadsAnExpiryThatHasPassedAsZero) {
-  v4_.addBsr("224.0.0.0/4", "10.0.0.1").expiryTimeIs(4999);
-  EXPECT_EQ(0.0, show("bsr").at("zones")[0].at("bsr").at("expiration"));
-}
-
 TEST_F(Show, NamesEveryStateOfACandidate) {
   const auto candidate = v4_.status->newCbsr(prefix("239.0.0.0/8"));
   const std::pair<BsrCandidateState, const char*> states[] = {
@@ -147,22 +142,6 @@ TEST_F(Show, TellsOnlyOfferedHelloOptionsOfANeighbour) {
   EXPECT_EQ(expected, show("neighbor", {}, AddressFamily::ipv6).at("neighbors")[0]);
 }
 
-TEST_F(Show, JoinsAnInterfaceWithItsMtu) {
-  const auto intf = v4_.pimStatus->newPimIntf(IntfId("eth0"));
-  intf->upIs(true);
-  intf->addressIs(addr("10.0.0.1"));
-  intf->newNeighbor(addr("10.0.0.2"));
-  v4_.pimStatus->newPimIntf(IntfId("eth9"));
-  agent_.interfaces->newIntfStatus(IntfId("eth0"))->mtuIs(1500);
-  const Json interfaces = show("interface").at("interfaces");
-  ASSERT_EQ(2u, interfaces.size());
-  EXPECT_EQ(1500, interfaces[0].at("mtu"));
-  EXPECT_EQ(1, interfaces[0].at("neighbor-count"));
-  EXPECT_TRUE(interfaces[0].at("dr-address").is_null());
-  EXPECT_EQ(false, interfaces[1].at("up"));
-  EXPECT_TRUE(interfaces[1].at("mtu").is_null());
-}
-
 TEST_F(Show, TellsAllCountersAndClearsThoseOfThePacketLayer) {
   auto& bsr = *v4_.status->counters();
   bsr.rxIs(10);
@@ -188,19 +167,6 @@ TEST_F(Show, TellsAllCountersAndClearsThoseOfThePacketLayer) {
   EXPECT_EQ(0, data.at("messages").at("received").at("hello"));
   EXPECT_TRUE(data.at("messages").at("dropped").empty());
   EXPECT_EQ(10, data.at("bsr").at("received").at("all"));
-}
-
-TEST_F(Show, HasNoCountersBeforeTheMechanismMakesThem) {
-  v4_.status->countersDel();
-  EXPECT_TRUE(show("counters").at("bsr").is_null());
-}
-
-TEST_F(Show, GivesWholeTreesAsStatus) {
-  v4_.addBsr("224.0.0.0/4", "10.0.0.1");
-  const Json data = show("status");
-  EXPECT_EQ(4000.0, data.at("up-time"));
-  EXPECT_EQ("10.0.0.1", data.at("bsr").at("bootstrapRouter").at("224.0.0.0/4").at("ipAddr"));
-  EXPECT_EQ(1024, data.at("limits").at("maxZones"));
 }
 
 TEST_F(Show, SurvivesNamesThatAreNoUtf8) {

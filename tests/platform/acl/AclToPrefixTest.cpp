@@ -49,32 +49,17 @@ TEST(AclToPrefix, StandardListsOfIpv4) {
   const std::string with1 = "239.0.0.0/16 239.1.2.0/24" + std::string(without1).substr(12);
   const Row rows[] = {
       {{}, "", ""},
-      {{"permit 239.0.0.0/8"}, "239.0.0.0/8", ""},
       {{"permit any"}, "224.0.0.0/4", "0.0.0.0/0"},
       {{"deny any", "permit any"}, "", ""},
       {{"deny 239.1.0.0/16", "permit 239.0.0.0/8"}, without1, ""},
-      {{"permit 239.0.0.0/8", "deny 239.1.0.0/16"}, "239.0.0.0/8", ""},
       {{"permit 239.1.2.0/24", "deny 239.1.0.0/16", "permit 239.0.0.0/8"}, with1.c_str(), ""},
-      {{"permit 239.0.0.0/9", "permit 239.128.0.0/9"}, "239.0.0.0/8", ""},
-      {{"permit 239.0.0.0/16", "permit 239.1.0.0/16", "permit 239.2.0.0/16"},
-       "239.0.0.0/15 239.2.0.0/16",
-       ""},
-      {{"permit 239.1.0.0 0.0.255.255"}, "239.1.0.0/16", ""},
-      {{"permit 239.1.0.7 0.0.2.255"}, "239.1.0.0/24 239.1.2.0/24", ""},
       {{"permit 0.0.0.0 255.255.255.255"}, "224.0.0.0/4", "0.0.0.0/0"},
       {{"deny 10.0.0.0/8", "permit any"},
        "224.0.0.0/4",
        "0.0.0.0/5 8.0.0.0/7 11.0.0.0/8 12.0.0.0/6 16.0.0.0/4 32.0.0.0/3 64.0.0.0/2 128.0.0.0/1"},
-      {{"deny host 192.0.2.1", "permit 192.0.2.0/24"},
-       "",
-       "192.0.2.0/32 192.0.2.2/31 192.0.2.4/30 192.0.2.8/29 192.0.2.16/28 192.0.2.32/27 "
-       "192.0.2.64/26 192.0.2.128/25"},
-      {{"permit 10.1.0.0/16", "permit 239.5.0.0/16"}, "239.5.0.0/16", "10.1.0.0/16"},
       {{"permit 192.0.0.0/2"}, "224.0.0.0/4", "192.0.0.0/2"},
       {{"deny 224.0.0.0/4", "permit any"}, "", "0.0.0.0/1 128.0.0.0/2 192.0.0.0/3 240.0.0.0/4"},
       {{"permit host 255.255.255.255", "permit host 0.0.0.0"}, "", "0.0.0.0/32 255.255.255.255/32"},
-      {{"deny host 255.255.255.255", "permit 255.255.255.254/31"}, "", "255.255.255.254/32"},
-      {{"deny 10.0.0.0/8"}, "", ""},
       {{"permit ff00::/8", "permit 239.1.0.0/16"}, "239.1.0.0/16", ""},
   };
   for (const Row& row : rows) expectRow(AddressFamily::ipv4, AclType::standard, row);
@@ -83,12 +68,9 @@ TEST(AclToPrefix, StandardListsOfIpv4) {
 TEST(AclToPrefix, StandardListsOfIpv6) {
   const Row rows[] = {
       {{"permit any"}, "ff00::/8", "::/0"},
-      {{"deny ff08::/16", "permit ff00::/12"}, "ff00::/13 ff09::/16 ff0a::/15 ff0c::/14", ""},
-      {{"deny host 2001:db8::1", "permit 2001:db8::/126"}, "", "2001:db8::/128 2001:db8::2/127"},
       {{"permit ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff"},
        "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff/128",
        ""},
-      {{"permit ff05:: 0:1::ffff"}, "ff05::/112 ff05:1::/112", ""},
       {{"permit :: ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff"}, "ff00::/8", "::/0"},
       {{"permit 10.0.0.0/8", "permit 2001:db8::/64"}, "", "2001:db8::/64"},
   };
@@ -129,19 +111,6 @@ TEST(AclToPrefix, FailsClosedOnWildcardsThatAreTooScattered) {
               {aclRule("deny 238.0.0.0 1.170.170.170"), aclRule("permit 236.0.0.0/6")});
   EXPECT_EQ(text(deny.group), "236.0.0.0/7");
   EXPECT_TRUE(traces.contains("", 3, "deny widened"));
-}
-
-TEST(AclAddresses, ReadsAndWritesItsText) {
-  for (const char* good : {"any", "10.0.0.0/8", "10.0.0.1/32", "10.0.0.0 0.0.255.0", "ff05::/16"}) {
-    const auto parsed = AclAddresses::fromText(good);
-    ASSERT_TRUE(parsed) << good;
-    EXPECT_EQ(parsed->text(), good);
-  }
-  EXPECT_EQ(AclAddresses::fromText("host 10.0.0.1")->text(), "10.0.0.1/32");
-  for (const char* bad : {"", "none", "host", "host any", "host 10.0.0.0/8", "10.0.0.0/33",
-                          "10.0.0.0 ::", "unset unset", "10.0.0.0 0.0.0.255 x"}) {
-    EXPECT_FALSE(AclAddresses::fromText(bad)) << bad;
-  }
 }
 
 // --- against address by address ---------------------------------------------------------------

@@ -49,34 +49,6 @@ TEST(Entity, SetterComparesStoresChecksAndNotifiesInThatOrder) {
   EXPECT_EQ(seen.size(), 2U) << "the value of before is a change again";
 }
 
-TEST(Entity, BoundsAreInclusive) {
-  Port port(eth0);
-  EXPECT_NO_THROW(port.priorityIs(0));
-  EXPECT_NO_THROW(port.priorityIs(256));
-  EXPECT_THROW(port.priorityIs(257), RangeError);
-  EXPECT_THROW(VrfName(std::string(101, 'x')), RangeError);
-  EXPECT_NO_THROW(VrfName(std::string(100, 'x')));
-}
-
-TEST(Entity, CounterWraps) {
-  const auto r = router();
-  r->rxIs(0xffffffff);
-  r->rxInc();
-  EXPECT_EQ(r->rx(), 0U);
-}
-
-TEST(Entity, PointersCompareByIdentity) {
-  const auto r = router();
-  int changes = 0;
-  const auto reactor = r->messageReactor([&] { ++changes; });
-  const auto message = std::make_shared<std::string>("one");
-  r->messageIs(message);
-  r->messageIs(message);
-  EXPECT_EQ(changes, 1);
-  r->messageIs(std::make_shared<std::string>("one"));
-  EXPECT_EQ(changes, 2);
-}
-
 TEST(Entity, KeyedAttributesNotifyOncePerChangeWithTheKey) {
   const auto r = router();
   std::vector<std::string> events;
@@ -94,6 +66,9 @@ TEST(Entity, KeyedAttributesNotifyOncePerChangeWithTheKey) {
   EXPECT_EQ(r->newPort(eth0), port) << "an existing entry is returned";
   r->newPort(eth1);
   r->portDelAll();
+  r->uplinkIs("a", port);
+  r->uplinkDelAll();
+  EXPECT_TRUE(r->uplink().empty());
   EXPECT_EQ(events, (std::vector<std::string>{"239.0.0.0/8+", "239.0.0.0/8+", "239.0.0.0/8-",
                                               "eth0+", "eth1+", "eth0-", "eth1-"}));
 }

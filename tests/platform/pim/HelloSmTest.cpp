@@ -81,21 +81,6 @@ TEST_F(HelloSmTest, SendsTheFirstHelloAfterARandomDelayThenPeriodically) {
                    line("62.5", "10.0.0.1", "105s")}));
 }
 
-TEST_F(HelloSmTest, SendsWhatIsConfigured) {
-  HelloConfig config;
-  config.helloPeriod = 10;
-  config.holdtime = 35;
-  config.firstDelay = 1;
-  config.drPriority = 4294967295u;
-  config.propagationDelay = 32767;
-  config.overrideInterval = 65535;
-  start(config);
-  goTo(10.5);
-  EXPECT_EQ(router->sentLines(),
-            (Lines{"0.5 eth0 10.0.0.1 Hello 35s delay 32767+65535 DR 4294967295 ID 80000000",
-                   "10.5 eth0 10.0.0.1 Hello 35s delay 32767+65535 DR 4294967295 ID 80000000"}));
-}
-
 TEST_F(HelloSmTest, ListsItsSecondaryAddressesAndTellsChangesAtOnce) {
   router.emplace(AddressFamily::ipv6, world.wheel);
   const auto own = addr("2001:db8::1"), second = addr("2001:db8::2"), primary = addr("fe80::1");
@@ -184,20 +169,6 @@ TEST_F(HelloSmTest, TakesAnotherGenerationIdForARestart) {
   }
 }
 
-TEST_F(HelloSmTest, DropsASilentNeighborAtTheInstant) {
-  start();
-  hear({.holdtime = 20});
-  goTo(15);
-  hear({.holdtime = 20});
-  EXPECT_EQ(neighbor("10.0.0.2")->expiryTime(), 35.0);
-  goTo(justBefore(35));
-  ASSERT_NE(neighbor("10.0.0.2"), nullptr);
-  EXPECT_EQ(intf().usedDr(), addr("10.0.0.2"));
-  goTo(35);
-  EXPECT_EQ(neighbor("10.0.0.2"), nullptr);
-  EXPECT_EQ(intf().usedDr(), addr("10.0.0.1"));
-}
-
 TEST_F(HelloSmTest, KnowsTheSpecialHoldtimes) {
   start();
   hear({.source = "10.0.0.2", .holdtime = std::nullopt});
@@ -218,35 +189,6 @@ TEST_F(HelloSmTest, KnowsTheSpecialHoldtimes) {
   hear({.source = "10.0.0.3", .holdtime = 1});
   goTo(200'000 + 1);
   EXPECT_EQ(neighbor("10.0.0.3"), nullptr) << "never can be taken back";
-}
-
-TEST_F(HelloSmTest, RemovesANeighborThatSaysGoodbye) {
-  start();
-  hear({.secondaries = {"10.0.1.2"}});
-  goTo(10);
-  hear({.holdtime = 0});
-  EXPECT_EQ(neighbor("10.0.0.2"), nullptr);
-  EXPECT_EQ(neighborOf("10.0.1.2"), nullptr);
-  EXPECT_TRUE(intf().isDr());
-  goTo(20);
-  hear({});
-  EXPECT_EQ(neighbor("10.0.0.2")->setupTime(), 20.0) << "and takes it back as a new one";
-  goTo(30);
-  EXPECT_EQ(intf().triggeredHelloSent(), 2u);
-}
-
-TEST_F(HelloSmTest, KeepsTheLatestAddressListOfANeighbor) {
-  start();
-  hear({.secondaries = {"10.0.1.2", "10.0.2.2", "10.0.0.2", "10.0.0.1"}});
-  EXPECT_EQ(neighbor("10.0.0.2")->secondaryAddress(),
-            (std::set{addr("10.0.1.2"), addr("10.0.2.2")}))
-      << "neither its primary address nor ours";
-  EXPECT_EQ(neighborOf("10.0.2.2"), neighbor("10.0.0.2"));
-  hear({.secondaries = {"10.0.2.2", "10.0.3.2"}});
-  EXPECT_EQ(neighbor("10.0.0.2")->secondaryAddress(),
-            (std::set{addr("10.0.2.2"), addr("10.0.3.2")}));
-  hear({});
-  EXPECT_TRUE(neighbor("10.0.0.2")->secondaryAddress().empty());
 }
 
 TEST_F(HelloSmTest, GivesAnAddressToTheLatestNeighborThatClaimsIt) {

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -122,21 +121,6 @@ TEST(RpSelection, PassesOverRpsThatCannotServe) {
   EXPECT_EQ(account(selectRp(addr("ff0e::1"), mappings)), "; notCovered");
 }
 
-// Two Bidir RPs whose hash order is the reverse of their address order (the first known vector).
-TEST(RpSelection, BidirIgnoresTheHash) {
-  std::vector<RpMapping> mappings = {{pfx("224.0.0.0/4"), addr("10.0.0.1"), 1, 0, 30},
-                                     {pfx("224.0.0.0/4"), addr("10.0.0.2"), 1, 0, 30}};
-  EXPECT_EQ(selectRp(addr("239.1.1.1"), mappings).rp->rp, addr("10.0.0.1"));
-  for (RpMapping& m : mappings) m.mode = 2;
-  EXPECT_EQ(selectRp(addr("239.1.1.1"), mappings).rp->rp, addr("10.0.0.2"));
-}
-
-TEST(RpSelection, EqualMappingsAreReportedAsDuplicates) {
-  const RpMapping mapping{pfx("224.0.0.0/4"), addr("10.0.0.1"), 1, 0, 30};
-  EXPECT_EQ(account(selectRp(addr("239.1.1.1"), std::vector{mapping, mapping})),
-            "10.0.0.1 won, 10.0.0.1 duplicate; duplicate");
-}
-
 TEST(RpSelection, SsmRangesHaveNoRp) {
   const std::vector<RpMapping> mappings = {{pfx("224.0.0.0/4"), addr("10.0.0.1"), 1, 0, 30},
                                            {pfx("ff00::/8"), addr("2001:db8::1"), 1, 0, 126}};
@@ -185,16 +169,6 @@ TEST(RpSelection, EmbeddedRpGoesBeforeEveryMapping) {
   const RpChoice unusable = selectRp(addr("ff7e:140::1"), mappings);
   EXPECT_EQ(account(unusable), "2001:db8::9 embeddedRp; embeddedRp");
   EXPECT_FALSE(unusable.rp);
-}
-
-TEST(RpSelection, EveryRuleHasItsOwnWords) {
-  std::set<std::string_view> words;
-  for (unsigned rule = 0; rule <= static_cast<unsigned>(RpRule::duplicate); ++rule) {
-    words.insert(rpRuleName(static_cast<RpRule>(rule)));
-    words.insert(rpRuleText(static_cast<RpRule>(rule)));
-  }
-  EXPECT_EQ(words.size(), 2 * (static_cast<std::size_t>(RpRule::duplicate) + 1));
-  EXPECT_EQ(rpRuleName(RpRule::duplicate), "duplicate");
 }
 
 /// The hash done octet by octet, in 64 bits and with the modulo as the formula has it.
@@ -316,14 +290,6 @@ RC_GTEST_PROP(RpSelection, AgreesWithStepByStepElimination, ()) {
                       : slow.dropped().empty() ? RpRule::onlyContender
                                                : slow.dropped().rbegin()->first;
   RC_ASSERT(fast.decidedBy == last);
-}
-
-RC_GTEST_PROP(RpSelection, DoesNotDependOnTheOrderOfMappings, ()) {
-  const IpGenAddr group = *rc::gen::element(addr("239.1.1.1"), addr("ff0e::1:2:3"));
-  auto mappings = *rc::gen::container<std::vector<RpMapping>>(mappingFor(group));
-  const RpChoice before = selectRp(group, mappings);
-  std::reverse(mappings.begin(), mappings.end());
-  RC_ASSERT(account(before) == account(selectRp(group, mappings)));
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -121,21 +120,6 @@ RC_GTEST_PROP(PrefixTrie, BehavesAsAListIpv6, ()) {
   behavesAsList(AddressFamily::ipv6);
 }
 
-TEST(PrefixTrie, MatchesTheWholeQueryNotItsFirstAddress) {
-  Trie trie(AddressFamily::ipv4);
-  for (const char* stored : {"224.0.0.0/4", "239.0.0.0/8", "239.0.0.0/16"})
-    trie.insert(pfx(stored));
-  const std::pair<const char*, const char*> cases[] = {
-      {"239.0.0.0/8", "239.0.0.0/8"},   {"239.0.0.0/12", "239.0.0.0/8"},
-      {"239.0.5.0/24", "239.0.0.0/16"}, {"238.0.0.0/7", "224.0.0.0/4"},
-      {"239.0.0.1/32", "239.0.0.0/16"}, {"0.0.0.0/0", "none"},
-      {"192.0.2.1/32", "none"},
-  };
-  for (const auto& [query, match] : cases) {
-    EXPECT_EQ(trie.longestMatch(pfx(query)).prefix, pfx(match)) << query;
-  }
-}
-
 TEST(PrefixTrie, RefusesOtherFamiliesAndNone) {
   for (const AddressFamily af : {AddressFamily::ipv4, AddressFamily::ipv6, AddressFamily::unset}) {
     Trie trie(af);
@@ -203,17 +187,6 @@ TEST(PrefixTrie, WalkSurvivesChangesMadeOnTheWay) {
   });
   EXPECT_EQ(seen, "10.0.0.0/8 10.1.0.0/16 10.3.0.0/16 11.0.0.0/8 ");
   EXPECT_EQ(trie.size(), 1U);
-}
-
-TEST(PrefixTrie, KeepsMoveOnlyValuesAndLetsThemBeChanged) {
-  PrefixTrie<std::unique_ptr<int>> trie(AddressFamily::ipv4);
-  EXPECT_TRUE(trie.insert(pfx("239.0.0.0/8"), std::make_unique<int>(1)));
-  EXPECT_FALSE(trie.insert(pfx("239.0.0.0/8"), std::make_unique<int>(2)));
-  EXPECT_EQ(**trie.find(pfx("239.0.0.0/8")), 1);
-  *trie.find(pfx("239.0.0.0/8")) = std::make_unique<int>(3);
-  trie.insert(pfx("224.0.0.0/4"), std::make_unique<int>(4));
-  EXPECT_EQ(**trie.longestMatch(pfx("239.1.1.1")).value, 3);
-  EXPECT_EQ(**trie.parent(pfx("239.0.0.0/8")).value, 4);
 }
 
 }  // namespace
