@@ -24,29 +24,31 @@ LocalAddress v4(const std::string& text, bool secondary = false) {
   return {ip(text), 24, secondary, 0};
 }
 
-/// A table with a reader that notes each change as a word and keeps a copy by what it is told.
-class InterfaceTableTest : public testing::Test {
- protected:
-  InterfaceTableTest() {
+/// A reader that notes each change as a word and keeps a copy by what it is told.
+struct Reader {
+  explicit Reader(InterfaceTable& table) {
     table.observerIs([this](const IntfId& name, const Interface* before, const Interface* now) {
       const auto known = copy.find(name);
-      EXPECT_EQ(before != nullptr, known != copy.end()) << name;
-      if (before != nullptr && known != copy.end()) {
-        EXPECT_EQ(*before, known->second) << name;
-      }
-      if (now == nullptr) {
-        copy.erase(name);
-      } else {
-        copy[name] = *now;
-      }
+      consistent = consistent && (before != nullptr) == (known != copy.end()) &&
+                   (before == nullptr || *before == known->second);
       seen.push_back((before == nullptr ? "+" : now == nullptr ? "-" : "~") + name.text());
+      copy.erase(name);
+      if (now != nullptr) copy[name] = *now;
     });
   }
+  std::map<IntfId, Interface> copy;
+  std::vector<std::string> seen;
+  bool consistent = true;  ///< what was said to have been before was so
+};
+
+class InterfaceTableTest : public testing::Test {
+ protected:
+  void TearDown() override { EXPECT_TRUE(reader.consistent); }
 
   std::vector<std::string> commit() {
-    seen.clear();
+    reader.seen.clear();
     table.commit();
-    return seen;
+    return reader.seen;
   }
   std::vector<std::string> addressesOf(const std::string& name) {
     std::vector<std::string> result;
@@ -55,8 +57,8 @@ class InterfaceTableTest : public testing::Test {
   }
 
   InterfaceTable table;
-  std::map<IntfId, Interface> copy;
-  std::vector<std::string> seen;
+  Reader reader{table};
+  std::map<IntfId, Interface>& copy = reader.copy;
 };
 
 using Words = std::vector<std::string>;
@@ -266,16 +268,7 @@ TEST(InterfaceTable, AgreesWithTheHostAfterAnyChangesAndLosses) {
   const bool good = rc::check([] {
     Host host;
     InterfaceTable table;
-    std::map<IntfId, Interface> copy;
-    table.observerIs([&](const IntfId& name, const Interface* before, const Interface* now) {
-      RC_ASSERT((before != nullptr) == copy.contains(name));
-      if (before != nullptr) RC_ASSERT(*before == copy.at(name));
-      if (now == nullptr) {
-        copy.erase(name);
-      } else {
-        copy[name] = *now;
-      }
-    });
+    const Reader reader(table);
     for (int round = *rc::gen::inRange(1, 6); round > 0; --round) {
       const bool lossy = *rc::gen::arbitrary<bool>();
       for (int i = *rc::gen::inRange(0, 12); i > 0; --i) {
@@ -288,8 +281,9 @@ TEST(InterfaceTable, AgreesWithTheHostAfterAnyChangesAndLosses) {
         table.resyncEnd();
       }
       table.commit();
-      RC_ASSERT(sorted(copy) == sorted(host.interfaces()));
-      RC_ASSERT(copy == table.interfaces());
+      RC_ASSERT(reader.consistent);
+      RC_ASSERT(sorted(reader.copy) == sorted(host.interfaces()));
+      RC_ASSERT(reader.copy == table.interfaces());
     }
   });
   EXPECT_TRUE(good);

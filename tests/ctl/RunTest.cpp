@@ -145,25 +145,6 @@ TEST_F(RunWithDaemon, TellsWhatCameOfAReload) {
   EXPECT_EQ("bad", Json::parse(json.out).at("findings").at(0).at("text"));
 }
 
-TEST_F(RunWithDaemon, WaitsUntilEveryInstanceIsReadyForAnUpgrade) {
-  agent_.add("default", AddressFamily::ipv6);
-  for (Agent::FakeInstance& each : agent_.list) {
-    if (each.af == AddressFamily::ipv4) each.upgrade->completedVrfIs(VrfName("default"), true);
-  }
-  start();
-  Options upgrade = options("upgrade", "");
-  upgrade.timeout = 0.3;
-  const Outcome late = run(upgrade);
-  EXPECT_EQ(exitProblem, late.code);
-  EXPECT_EQ("VRF default, IPv4: ready\nVRF default, IPv6: not ready\n", late.out);
-  asio::post(loop_,
-             [this] { agent_.list.back().upgrade->completedVrfIs(VrfName("default"), true); });
-  const Outcome ready = run(upgrade);
-  EXPECT_EQ(exitGood, ready.code);
-  EXPECT_EQ("VRF default, IPv4: ready\nVRF default, IPv6: ready\n", ready.out);
-  EXPECT_TRUE(agent_.upgradePrepared);
-}
-
 TEST_F(RunWithDaemon, CountsADaemonThatIsTooBusyAsUnreachable) {
   start({.peers = 0});
   const Outcome outcome = run(options("show", "bsr"));

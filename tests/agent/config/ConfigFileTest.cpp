@@ -83,10 +83,8 @@ TEST(Config, HasTheDefaultsOfTheLibrary) {
   EXPECT_EQ(hello.overrideInterval, Pim::HelloConfig().overrideInterval);
 
   const Pim::Bsr::PimBsrLimits limits;
-  EXPECT_EQ(config.limits.zones, limits.maxZones());
-  EXPECT_EQ(config.limits.groups, limits.maxGroups());
-  EXPECT_EQ(config.limits.rps, limits.maxRps());
-  EXPECT_EQ(config.limits.fragments, limits.maxFragments());
+  EXPECT_EQ(config.limits, (LimitSettings{limits.maxZones(), limits.maxGroups(), limits.maxRps(),
+                                          limits.maxFragments()}));
 }
 
 TEST(Config, IsReadAsWritten) {

@@ -92,6 +92,13 @@ TEST_F(ControlCommands, LimitAWatchToTheAttributesOfItsTopic) {
   EXPECT_TRUE(watchScope(agent_, {.topic = "status", .vrf = VrfName("red")}).covers("= /af ipv4"));
 }
 
+TEST_F(ControlCommands, HashOnlyAddressesOfTheFamily) {
+  for (const char* group : {"", "ff0e::1", "239.1.1.0/24", "239.1.1", "group"}) {
+    const ControlRequest request{.topic = "rp-hash", .vrf = VrfName("red"), .group = group};
+    EXPECT_THROW(answerLine(agent_.target(), request), RequestError) << group;
+  }
+}
+
 TEST_F(ControlCommands, TellWhichInstancesAreReadyForAnUpgrade) {
   const auto ask = [this](const char* topic) {
     const auto request =
@@ -107,6 +114,16 @@ TEST_F(ControlCommands, TellWhichInstancesAreReadyForAnUpgrade) {
   EXPECT_EQ(Json::array({ready}), ask("status"));
   EXPECT_EQ(RefusalCode::badRequest,
             refusal({.command = ControlRequest::Command::upgrade, .topic = "undo"}));
+}
+
+TEST_F(ControlCommands, SurviveNamesThatAreNoUtf8) {
+  red_.pimStatus->newPimIntf(IntfId("eth\xff"));
+  const auto data = [this](const char* topic) {
+    return Json::parse(answerLine(agent_.target(), {.topic = topic, .vrf = VrfName("red")}))
+        .at("data");
+  };
+  EXPECT_EQ("eth\xef\xbf\xbd", data("interface").at("interfaces")[0].at("interface"));
+  EXPECT_TRUE(data("status").at("pim").is_string());
 }
 
 }  // namespace

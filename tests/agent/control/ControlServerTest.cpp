@@ -319,16 +319,6 @@ TEST_F(ControlServerTest, TellsAndDropsAWatcherThatFallsBehind) {
   v4_.status->bsTimeoutIs(0);  // nobody listens any more
 }
 
-TEST_F(ControlServerTest, DropsAWatcherThatNeverReads) {
-  startServer({.drain = 100ms});
-  addRps(3'000);
-  Peer peer(path_);
-  peer.sendLine(watchAll);
-  ASSERT_TRUE(until([&] { return server_->buffered() > 100'000; }));
-  EXPECT_TRUE(until([&] { return server_->peers() == 0; }));
-  EXPECT_EQ(0u, server_->buffered());
-}
-
 TEST_F(ControlServerTest, EndsAWatchWithItsConnectionAndAtItsLimit) {
   startServer({.watchers = 2, .idle = 200ms, .drain = 200ms});
   Peer first(path_), second(path_);

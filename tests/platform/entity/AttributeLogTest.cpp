@@ -99,21 +99,6 @@ TEST(AttributeMirror, RefusesWhatDoesNotFitAndStaysAsItWas) {
   EXPECT_FALSE(mirror.apply("= /port['eth0']/priority 257")) << "out of bounds";
 }
 
-TEST(AttributeMirror, NoTextHarmsIt) {
-  EXPECT_TRUE(rc::check([](const std::string& text) {
-    const auto r = router();
-    r->newPort(IntfId("e"));
-    AttributeMirror mirror(r);
-    std::string line = *rc::gen::elementOf(
-        std::vector<std::string>{"= /port['e']/address 1.2.3.4", "+ /zone[239.0.0.0/8]",
-                                 "= /zone[239.0.0.0/8] 'e'", "- /port['e']", "= /since 1.5"});
-    const auto at = *rc::gen::inRange<std::size_t>(0, line.size());
-    line.replace(at, *rc::gen::inRange<std::size_t>(0, 4), text);
-    mirror.apply(line);
-    RC_ASSERT(!treeText(*r).empty());
-  }));
-}
-
 TEST(TreeJson, HoldsEverythingWithNumbersAsNumbers) {
   const auto r = router();
   r->nameIs("a\"b\n");

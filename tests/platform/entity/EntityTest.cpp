@@ -176,22 +176,6 @@ TEST(Notification, TheSubjectMayDieInside) {
   EXPECT_FALSE(first.active());
 }
 
-TEST(Notification, AReactorThatOwnsOthersSubscriptionsMayDie) {
-  Port port(eth0);
-  int calls = 0;
-  auto inner = std::make_shared<std::optional<Subscription>>();
-  Subscription outer = port.priorityReactor([&calls, inner] { ++calls; });
-  inner->emplace(port.priorityReactor([&calls] { calls += 10; }));
-  const auto killer = port.priorityReactor([&, weak = std::weak_ptr(inner)] {
-    inner.reset();
-    outer.reset();
-  });
-  port.priorityIs(1);
-  EXPECT_EQ(calls, 11);
-  port.priorityIs(2);
-  EXPECT_EQ(calls, 11);
-}
-
 TEST(Notification, OneThatThrowsKeepsNobodyElseFromBeingTold) {
   Port port(eth0);
   std::string log;

@@ -104,18 +104,6 @@ RC_GTEST_PROP(CodecProperty, MutatedOctetsAreDroppedOrObeyTheProtocol, ()) {
   }
 }
 
-RC_GTEST_PROP(CodecProperty, RandomOctetsAreDroppedOrObeyTheProtocol, ()) {
-  const AddressFamily af = *TestKit::genFamily();
-  Sample sample{rubbish(), *TestKit::genAddress(af), allPimRouters(af)};
-  sample.octets.insert(sample.octets.begin(), {0, 0, 0, 0});
-  for (const std::uint8_t type : {0x20, 0x24, 0x28}) {
-    sample.octets[0] = type;
-    judge(decodeSigned(sample));
-    sample.octets[2] ^= 1;  // also with a checksum that cannot be right
-    judge(decode(sample.octets, sample.source, sample.destination));
-  }
-}
-
 // A cut Bootstrap message may still be one (of fewer ranges), as may a cut Hello; no cut makes
 // something up.
 RC_GTEST_PROP(CodecProperty, AnyCutIsDroppedOrHoldsLess, ()) {

@@ -33,16 +33,6 @@ IpGenAddr elect(const Router& self, const std::vector<Router>& others, bool up =
   return electDr(intf);
 }
 
-TEST(DrElection, FollowsPriorityThenAddress) {
-  const IpGenAddr a1 = addr("10.0.0.1"), a2 = addr("10.0.0.2"), a9 = addr("10.0.0.9");
-  EXPECT_EQ(elect({a1, 1}, {}), a1) << "alone";
-  EXPECT_EQ(elect({a1, 1}, {{a9, 1}, {a2, 1}}), a9) << "equal priorities";
-  EXPECT_EQ(elect({a9, 1}, {{a1, 1}, {a2, 1}}), a9) << "we compete too";
-  EXPECT_EQ(elect({a9, 1}, {{a1, 2}, {a2, 1}}), a1) << "priority before address";
-  EXPECT_EQ(elect({a1, 4294967295u}, {{a9, 4294967294u}}), a1) << "unsigned";
-  EXPECT_EQ(elect({a9, 0}, {{a1, 0}}), a9) << "priority 0 still competes";
-}
-
 TEST(DrElection, IgnoresPrioritiesIfOneNeighborHasNone) {
   const IpGenAddr a1 = addr("10.0.0.1"), a2 = addr("10.0.0.2"), a9 = addr("10.0.0.9");
   EXPECT_EQ(elect({a1, 100}, {{a2, 7}, {a9, std::nullopt}}), a9);

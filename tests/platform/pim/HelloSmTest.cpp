@@ -10,7 +10,6 @@
 
 #include "platform/pim/DrElection.h"
 #include "platform/pim/HelloSm.h"
-#include "platform/trace/Trace.h"
 #include "tests/support/PimLan.h"
 
 // One router's Hello machine, RFC 7761 section 4.3, fed with octets and time.
@@ -191,21 +190,6 @@ TEST_F(HelloSmTest, KnowsTheSpecialHoldtimes) {
   EXPECT_EQ(neighbor("10.0.0.3"), nullptr) << "never can be taken back";
 }
 
-TEST_F(HelloSmTest, GivesAnAddressToTheLatestNeighborThatClaimsIt) {
-  start();
-  hear({.source = "10.0.0.2", .secondaries = {"10.0.1.1", "10.0.1.2"}});
-  hear({.source = "10.0.0.3", .secondaries = {"10.0.1.1"}});
-  EXPECT_EQ(neighborOf("10.0.1.1"), neighbor("10.0.0.3"));
-  EXPECT_EQ(neighborOf("10.0.1.2"), neighbor("10.0.0.2"));
-  hear({.source = "10.0.0.2", .secondaries = {"10.0.1.1", "10.0.1.2"}});
-  EXPECT_EQ(neighborOf("10.0.1.1"), neighbor("10.0.0.2"));
-  EXPECT_TRUE(neighbor("10.0.0.3")->secondaryAddress().empty());
-  hear({.source = "10.0.0.3", .holdtime = 0});
-  EXPECT_EQ(neighborOf("10.0.1.1"), neighbor("10.0.0.2")) << "a former claim takes nothing along";
-  hear({.source = "10.0.0.4", .secondaries = {"10.0.0.2"}});
-  EXPECT_EQ(neighborOf("10.0.0.2"), neighbor("10.0.0.2")) << "nobody can claim a primary address";
-}
-
 TEST_F(HelloSmTest, BoundsWhatHellosMakeItRemember) {
   HelloConfig config;
   config.limits = {.neighbors = 3, .secondaryAddresses = 2};
@@ -300,36 +284,6 @@ TEST_F(HelloSmTest, NeedsAnAddressOfItsFamily) {
   EXPECT_EQ(sentUntil(200), 0u);
 }
 
-struct Notes : TraceSink {
-  Notes() { traceSinkIs(*this); }
-  ~Notes() override { traceSinkDel(*this); }
-  void trace(std::string_view facility, int level, std::string_view text) override {
-    const std::string_view message = text.substr(text.find(") ") + 2);  // behind the signature
-    lines.push_back(std::string(facility) + std::to_string(level) + " " + std::string(message));
-  }
-  Lines lines;
-};
-
-TEST_F(HelloSmTest, TracesWhatChangesAmongTheNeighbors) {
-  const Notes notes;
-  traceThresholdIs("Pim::Hello", 4);
-  start();
-  hear({});
-  hear({});
-  hear({.source = "10.0.0.3", .holdtime = 0});
-  goTo(105);
-  traceThresholdIs("Pim::Hello", TraceHandle::off);
-  const std::string says = ": Hello from 10.0.0.2 holdtime 105 DR priority 1 generation ID 7";
-  EXPECT_EQ(notes.lines,
-            (Lines{"Pim::Hello4 DR on eth0 changes from unset to 10.0.0.1 (this router)",
-                   "Pim::Hello4 Neighbor 10.0.0.2 on eth0 appeared" + says,
-                   "Pim::Hello4 DR on eth0 changes from 10.0.0.1 to 10.0.0.2",
-                   "Pim::Hello4 Neighbor 10.0.0.3 on eth0 said goodbye: Hello from "
-                   "10.0.0.3 holdtime 0 DR priority 1 generation ID 7",
-                   "Pim::Hello4 Neighbor 10.0.0.2 on eth0 expired",
-                   "Pim::Hello4 DR on eth0 changes from 10.0.0.2 to 10.0.0.1 (this router)"}));
-}
-
 TEST_F(HelloSmTest, IsSilentAfterAShutdown) {
   start();
   hear({});
@@ -399,6 +353,9 @@ RC_GTEST_FIXTURE_PROP(HelloSmTest, RemembersWhatAnOracleRemembers, ()) {
     oracle.hear(world.clock.now(), from);
     hear(from);
     RC_ASSERT(Oracle::of(intf()).known == oracle.known);
+    for (const auto& [address, heard] : oracle.known) {
+      RC_ASSERT(neighborOf(address.text()) == neighbor(address.text()));
+    }
     RC_ASSERT(intf().usedDr() == electDr(intf()));
     RC_ASSERT(intf().isDr() == (intf().usedDr() == intf().address()));
     const auto mortal = std::ranges::count_if(

@@ -165,27 +165,6 @@ TEST_F(PimInstanceTest, AChangeOfTheOwnAddressDoesNotShakeTheDr) {
   EXPECT_EQ(changes, 1);
 }
 
-TEST_F(PimInstanceTest, ASilencedRouterExpiresAtTheInstantAndAnAnnouncedEndAtOnce) {
-  connectAll();
-  a.intfIs("eth0", "10.0.0.1");
-  b.intfIs("eth0", "10.0.0.2");
-  c.intfIs("eth0", "10.0.0.3");
-  goTo(10);
-  b.mute = true;  // its last Hello left at 4, triggered by c
-  b.pim.shutdown();
-  c.pim.shutdown();
-  goTo(10);
-  EXPECT_EQ(neighborsOf(a), (Lines{"10.0.0.2"}));
-  EXPECT_EQ(drOf(a), "10.0.0.2");
-  const double expiry = a.intf("eth0").neighbor(addr("10.0.0.2"))->expiryTime();
-  EXPECT_EQ(expiry, b.sent.back().at + 105);
-  goTo(justBefore(expiry));
-  EXPECT_EQ(neighborsOf(a), (Lines{"10.0.0.2"}));
-  goTo(expiry);
-  EXPECT_TRUE(neighborsOf(a).empty());
-  EXPECT_EQ(drOf(a), "10.0.0.1 self");
-}
-
 TEST_F(PimInstanceTest, FindsTheRpfNeighborByItsIpv6AddressList) {
   TestKit::PimLan lan6(world.wheel);
   PimRouter left(AddressFamily::ipv6, world.wheel), right(AddressFamily::ipv6, world.wheel);
