@@ -4,9 +4,10 @@
 #include "platform/pim/PimCodec.h"
 #include "tests/support/Octets.h"
 #include "tests/support/PimInvariants.h"
+#include "tests/support/Table.h"
 
-// Octets to object and object to octets, in pairs. The golden octets were captured from routers of
-// other makers; the writer always starts from a buffer full of rubbish.
+// Octets to object and object to octets, in pairs. The writer always starts from a buffer full of
+// rubbish.
 
 namespace Routing::Pim {
 namespace {
@@ -17,47 +18,20 @@ using TestKit::hex;
 using TestKit::Octets;
 using TestKit::prefix;
 
-struct Golden {
-  const char* name;
-  const char* source;
-  const char* destination;
-  const char* octets;
-  const char* says;
-};
-
-const Golden goldenMessages[] = {
-    {"IPv4 Bootstrap message", "10.0.0.5", "224.0.0.13",
-     "2400e41004b00000010001010101 01000004e000000002020000 01000202020200960000"
-     "01000303030300960000",
-     "BSM tag 4b0 hash 0 BSR 1.1.1.1*0; 224.0.0.0/4 2/2 2.2.2.2*0*150s 3.3.3.3*0*150s"},
-    {"IPv4 candidate-RP advertisement", "10.0.0.6", "1.1.1.1",
-     "2800ee5e 01000096 010003030303 01000004e0000000", "C-RP 3.3.3.3*0*150s count 1; 224.0.0.0/4"},
-    {"IPv4 scoped No-Forward Bootstrap message", "10.0.0.1", "224.0.0.13",
-     "24805abd0021052d01000a000007 01000120e100000201010000 01000a000005 00766b00"
-     "01000020e100000301010000 01000a000006 00a32700",
-     "BSM-N tag 21 hash 5 BSR 10.0.0.7*45; 225.0.0.2/32 Z 1/1 10.0.0.5*107*118s;"
-     " 225.0.0.3/32 1/1 10.0.0.6*39*163s"},
-    {"IPv6 scoped No-Forward Bootstrap message", "10::2", "ff02::d",
-     "2480979101e9103b0200 00010000000000000000000000000008"
-     "02000180ff02000000000000000000000000000201010000 0200 00010000000000000000000000000006"
-     "004b4000"
-     "02000080ff02000000000000000000000000000301010000 0200 00010000000000000000000000000007"
-     "005ae500",
-     "BSM-N tag 1e9 hash 16 BSR 1::8*59; ff02::2/128 Z 1/1 1::6*64*75s;"
-     " ff02::3/128 1/1 1::7*229*90s"},
-};
-
 TEST(PimCodec, GoldenMessagesAreReadAndWritten) {
-  for (const Golden& golden : goldenMessages) {
-    const auto result = decode(hex(golden.octets), addr(golden.source), addr(golden.destination));
-    EXPECT_EQ(describe(result), golden.says) << golden.name;
+  const auto rows = TestKit::table("pim/golden.txt");
+  EXPECT_EQ(rows.size(), 4U);
+  for (const auto& row : rows) {
+    const IpGenAddr source = addr(row.at(1)), destination = addr(row.at(2));
+    const auto result = decode(hex(row.at(3)), source, destination);
+    EXPECT_EQ(describe(result), row.at(4)) << row.at(0);
     const PimMessage* message = TestKit::messageOf(result);
     ASSERT_NE(message, nullptr);
-    EXPECT_EQ(message->source(), addr(golden.source));
-    EXPECT_EQ(message->destination(), addr(golden.destination));
+    EXPECT_EQ(message->source(), source);
+    EXPECT_EQ(message->destination(), destination);
     Octets octets(999, 0xa5);
     ASSERT_TRUE(encode(*message, octets));
-    EXPECT_EQ(octets, hex(golden.octets)) << golden.name;
+    EXPECT_EQ(octets, hex(row.at(3))) << row.at(0);
   }
 }
 
@@ -106,50 +80,14 @@ TEST(PimCodec, WhatIsNotOursIsIgnoredOrKept) {
                        "0100ff10ef010000 01000000"));
 }
 
-struct Reading {
-  const char* what;
-  const char* octets;  ///< without a checksum
-  const char* destination;
-  const char* says;
-};
-
-const Reading readings[] = {
-    {"flag bits that are not No-Forward", "247f0000 0001 1e40 0100c0000201", "224.0.0.13",
-     "BSM tag 1 hash 30 BSR 192.0.2.1*64"},
-    {"No-Forward alone", "24800000 0001 1e40 0100c0000201", "224.0.0.13",
-     "BSM-N tag 1 hash 30 BSR 192.0.2.1*64"},
-    {"a unicast Bootstrap message", "24000000 0001 1e40 0100c0000201", "192.0.2.2",
-     "BSM tag 1 hash 30 BSR 192.0.2.1*64"},
-    {"a Bootstrap message to all hosts", "24000000 0001 1e40 0100c0000201", "224.0.0.1",
-     "BSM tag 1 hash 30 BSR 192.0.2.1*64"},
-    {"RPs in any order",
-     "24000000 0001 1e40 0100c0000201 01000004e0000000 03020000"
-     "0100c000020c00960500 0100c000020b00000000",
-     "224.0.0.13",
-     "BSM tag 1 hash 30 BSR 192.0.2.1*64; 224.0.0.0/4 2/3 192.0.2.11*0*0s 192.0.2.12*5*150s"},
-    {"ranges in pieces that agree, each range for itself",
-     "24000000 0001 1e40 0100c0000201"
-     "01000004e0000000 02010000 0100c000020b00960000 01000008ef000000 02010000 0100c000020b00960000"
-     "01000004e0000000 02010000 0100c000020c00960000 01000008ef000000 02010000 "
-     "0100c000020c00960000",
-     "224.0.0.13",
-     "BSM tag 1 hash 30 BSR 192.0.2.1*64"
-     "; 224.0.0.0/4 1/2 192.0.2.11*0*150s; 239.0.0.0/8 1/2 192.0.2.11*0*150s"
-     "; 224.0.0.0/4 1/2 192.0.2.12*0*150s; 239.0.0.0/8 1/2 192.0.2.12*0*150s"},
-    {"octets behind the announced ranges of an advertisement",
-     "28000000 01c00096 0100c000020b 01000008ef000000 01000063deadbeef 77", "192.0.2.1",
-     "C-RP 192.0.2.11*192*150s count 1; 239.0.0.0/8"},
-    {"Hello options that are repeated: the last counts",
-     "20000000 000100020069 00180006 0100c0000201 000100020000 00180006 0100c0000202", "224.0.0.13",
-     "Hello 0s 192.0.2.2"},
-};
-
 TEST(PimCodec, UnusualMessagesAreRead) {
-  for (const Reading& reading : readings) {
-    const IpGenAddr source = addr("192.0.2.11"), destination = addr(reading.destination);
-    Octets octets = hex(reading.octets);
+  const auto rows = TestKit::table("pim/unusual.txt");
+  EXPECT_EQ(rows.size(), 8U);
+  for (const auto& row : rows) {
+    const IpGenAddr source = addr("192.0.2.11"), destination = addr(row.at(1));
+    Octets octets = hex(row.at(2));
     pimChecksumIs(octets, source, destination);
-    EXPECT_EQ(describe(decode(octets, source, destination)), reading.says) << reading.what;
+    EXPECT_EQ(describe(decode(octets, source, destination)), row.at(3)) << row.at(0);
   }
 }
 
