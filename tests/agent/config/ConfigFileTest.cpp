@@ -128,35 +128,9 @@ TEST(Config, IsReadAsWritten) {
 }
 
 TEST(Config, DoesNotDependOnOrderOrNotation) {
-  const std::string yaml = R"(
-access-list:
-  - address-family: ipv4
-    rule:
-      - {sequence: 2, action: deny, source: any}
-      - {source: 10.0.0.0/8, sequence: 1, action: permit}
-    name: A
-  - {address-family: ipv4, name: B}
-vrf:
-  - name: default
-    address-family:
-      - bsr:
-          hold-time: 130  # the default
-          rp-filter: [B, A]
-        interface: [{dr-priority: 1, name: eth1}, {name: eth0}]
-        address-family: ipv4
-)";
-  const std::string json = R"({
-    "vrf": [{"address-family": [{"address-family": "ipv4",
-                                 "interface": [{"name": "eth0"}, {"name": "eth1"}],
-                                 "bsr": {"rp-filter": ["A", "B"]}}],
-             "name": "default"}],
-    "access-list": [
-      {"name": "B", "address-family": "ipv4"},
-      {"name": "A", "address-family": "ipv4", "rule": [
-        {"sequence": "1", "action": "permit", "source": "10.0.0.0/8"},
-        {"sequence": 2, "action": "deny", "source": "any"}]}]})";
-  EXPECT_EQ(load(yaml), load(json));
-  EXPECT_NE(load(yaml), load(yaml + "log-level: debug\n"));
+  const std::string block = fileText("tests/data/config/good/same-as-flow.yaml");
+  EXPECT_EQ(load(block), load(fileText("tests/data/config/good/same-as-block.yaml")));
+  EXPECT_NE(load(block), load(block + "log-level: debug\n"));
 }
 
 TEST(Config, TakesTextForTextWhateverItLooksLike) {
@@ -170,22 +144,6 @@ TEST(Config, TakesTextForTextWhateverItLooksLike) {
     names.insert(name);
   }
   EXPECT_EQ(names, (std::set<std::string>{"100", "1e3", "no", "null", "true"}));
-}
-
-TEST(Findings, ComeWithTheLineOfTheNearestThingThatIsWritten) {
-  const LoadedConfig loaded = readConfig(R"(vrf:
-  - name: default
-    address-family:
-      - address-family: ipv4
-        interface:
-          - name: eth0
-        bsr:
-          hold-time: 131
-)");
-  ASSERT_EQ(loaded.findings.size(), 1U);  // the time-out is the default, written nowhere
-  EXPECT_EQ(findingText(loaded.findings[0]),
-            "7: vrf[default]/address-family[ipv4]/bsr/scope-zone-timeout: 1300 is less than ten "
-            "hold times; taken as 1310");
 }
 
 /// A list of standard type whose rules have destinations, each of which is an error.

@@ -120,24 +120,6 @@ RC_GTEST_PROP(PrefixTrie, BehavesAsAListIpv6, ()) {
   behavesAsList(AddressFamily::ipv6);
 }
 
-TEST(PrefixTrie, RefusesOtherFamiliesAndNone) {
-  for (const AddressFamily af : {AddressFamily::ipv4, AddressFamily::ipv6, AddressFamily::unset}) {
-    Trie trie(af);
-    if (af != AddressFamily::unset) trie.insert(IpGenPrefix::zero(af), 1);
-    const std::size_t before = trie.size();
-    for (const char* text : {"none", "0.0.0.0/0", "232.1.1.1/32", "::/0", "ff0e::1/128"}) {
-      const IpGenPrefix foreign = pfx(text);
-      if (foreign.af() == af && af != AddressFamily::unset) continue;
-      EXPECT_FALSE(trie.insert(foreign)) << text;
-      EXPECT_FALSE(trie.erase(foreign)) << text;
-      EXPECT_FALSE(trie.longestMatch(foreign) || trie.parent(foreign) || trie.next(foreign));
-      EXPECT_EQ(trie.find(foreign), nullptr) << text;
-      trie.forEachInside(foreign, [&](const IpGenPrefix& p, int) { ADD_FAILURE() << p; });
-    }
-    EXPECT_EQ(trie.size(), before);
-  }
-}
-
 // A chain of every length is the deepest trie there is: 129 nodes on one path.
 TEST(PrefixTrie, HoldsAChainOfEveryLength) {
   Trie trie(AddressFamily::ipv6);
