@@ -7,21 +7,20 @@
 #include <vector>
 
 #include "agent/InterfaceTable.h"
+#include "tests/support/Octets.h"
 #include "tests/support/Split.h"
 
 namespace Routing::Agent {
 namespace {
 
-IpGenAddr ip(const std::string& text) {
-  return IpGenAddr::fromText(text).value();
-}
+using TestKit::addr;
 
 Link device(std::uint32_t index, const std::string& name, std::uint32_t master = 0) {
   return {index, name, 1500, true, master, false};
 }
 
 LocalAddress v4(const std::string& text, bool secondary = false) {
-  return {ip(text), 24, secondary, 0};
+  return {addr(text), 24, secondary, 0};
 }
 
 /// A reader that notes each change as a word and keeps a copy by what it is told.
@@ -73,8 +72,8 @@ TEST_F(InterfaceTableTest, PublishesWhatChangedAndNothingElse) {
 
   table.linkIs(device(2, "eth0"));
   table.addressIs(2, v4("10.0.0.1"));
-  table.addressDel(2, ip("10.0.0.9"), 24);
-  table.addressDel(2, ip("10.0.0.1"), 25);  // another prefix length is another address
+  table.addressDel(2, addr("10.0.0.9"), 24);
+  table.addressDel(2, addr("10.0.0.1"), 25);  // another prefix length is another address
   EXPECT_EQ(commit(), Words{});
 
   Link down = device(3, "eth1");
@@ -90,8 +89,8 @@ TEST_F(InterfaceTableTest, ReplacesAPromotedAddressWithoutAGap) {
   table.addressIs(2, v4("10.0.0.2", true));
   commit();
   // What the kernel says when the primary address is deleted and the secondary one takes its place.
-  table.addressDel(2, ip("10.0.0.1"), 24);
-  table.addressDel(2, ip("10.0.0.2"), 24);
+  table.addressDel(2, addr("10.0.0.1"), 24);
+  table.addressDel(2, addr("10.0.0.2"), 24);
   table.addressIs(2, v4("10.0.0.2"));
   EXPECT_EQ(commit(), Words{"~eth0"});
   EXPECT_EQ(addressesOf("eth0"), Words{"10.0.0.2"});
@@ -296,7 +295,7 @@ std::vector<LocalAddress> addresses(const std::string& text) {
     const bool secondary = word.ends_with("(secondary)");
     const bool host = word.ends_with("(host)");
     word.resize(std::min(word.size(), word.find('(')));
-    result.push_back({ip(word), 24, secondary, host ? std::uint8_t{254} : std::uint8_t{0}});
+    result.push_back({addr(word), 24, secondary, host ? std::uint8_t{254} : std::uint8_t{0}});
   }
   return result;
 }

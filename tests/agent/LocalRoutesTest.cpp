@@ -1,22 +1,22 @@
 #include <gtest/gtest.h>
 
 #include "agent/LocalRoutes.h"
+#include "tests/support/Octets.h"
 
 namespace Routing::Agent {
 namespace {
 
-IpGenAddr ip(const std::string& text) {
-  return IpGenAddr::fromText(text).value();
-}
+using TestKit::addr;
 
 Interface with(const std::vector<std::string>& addresses) {
   Interface interface;
-  for (const std::string& text : addresses) interface.addresses.push_back({ip(text), 24, false, 0});
+  for (const std::string& text : addresses)
+    interface.addresses.push_back({addr(text), 24, false, 0});
   return interface;
 }
 
 bool isLocal(const LocalRoutes& routes, const std::string& address) {
-  const IpGenPrefix host = IpGenPrefix::host(ip(address));
+  const IpGenPrefix host = IpGenPrefix::host(addr(address));
   const bool local = routes.status()->table().entry(host).kind == Pim::ForwardingKind::local;
   EXPECT_EQ(routes.status()->trie().route(host), local) << address;
   return local;

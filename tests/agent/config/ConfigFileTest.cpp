@@ -11,6 +11,7 @@
 #include "bsr/types/Config.h"
 #include "bsr/types/Limits.h"
 #include "platform/pim/HelloConfig.h"
+#include "tests/support/Octets.h"
 
 namespace Routing::Agent {
 namespace {
@@ -34,9 +35,7 @@ const FamilySettings& family(const DaemonConfig& config, const char* vrf, Addres
   return config.vrfs.at(VrfName(vrf)).at(af);
 }
 
-IpGenPrefix prefix(const char* text) {
-  return IpGenPrefix::fromText(text).value();
-}
+using TestKit::prefix;
 
 std::string bsrText(const std::string& af, const std::string& bsr) {
   return "vrf: [{name: default, address-family: [{address-family: " + af +

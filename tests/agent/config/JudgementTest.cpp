@@ -3,13 +3,12 @@
 #include <algorithm>
 
 #include "agent/config/Judgement.h"
+#include "tests/support/Octets.h"
 
 namespace Routing::Agent {
 namespace {
 
-IpGenPrefix prefix(const char* text) {
-  return IpGenPrefix::fromText(text).value();
-}
+using TestKit::prefix;
 
 const IpGenPrefix allIpv4 = IpGenPrefix::multicast(AddressFamily::ipv4);
 const std::string ipv4Path = "vrf[default]/address-family[ipv4]";

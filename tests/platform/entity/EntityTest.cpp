@@ -8,6 +8,7 @@
 #include "platform/entity/Assertion.h"
 #include "platform/entity/MountTable.h"
 #include "tests/platform/entity/SampleEntities.h"
+#include "tests/support/Octets.h"
 
 namespace Routing {
 namespace {
@@ -22,9 +23,7 @@ std::shared_ptr<Router> router() {
   return std::make_shared<Router>(VrfName("default"));
 }
 
-IpGenPrefix prefix(const char* text) {
-  return *IpGenPrefix::fromText(text);
-}
+using TestKit::prefix;
 
 // --- setters ----------------------------------------------------------------------------------
 

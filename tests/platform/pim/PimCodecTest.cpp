@@ -44,6 +44,17 @@ TEST(PimCodec, GoldenHelloIsReadAndItsUnknownOptionSkipped) {
   EXPECT_EQ(describe(result), "Hello 50s delay 10+100 DR 150 ID 226 10.0.0.1 10.0.0.2");
 }
 
+// A forwarded IPv6 message needs its checksum anew on every interface.
+TEST(PimCodec, DatagramAddressesOfTheCallGoIntoTheChecksum) {
+  const auto golden = TestKit::table("pim/golden.txt").back();
+  const auto result = decode(hex(golden.at(3)), addr(golden.at(1)), addr(golden.at(2)));
+  ASSERT_NE(TestKit::messageOf(result), nullptr);
+  Octets octets;
+  ASSERT_TRUE(encode(*TestKit::messageOf(result), addr("fe80::99"), addr(golden.at(2)), octets));
+  EXPECT_NE(octets, hex(golden.at(3)));
+  EXPECT_EQ(describe(decode(octets, addr("fe80::99"), addr(golden.at(2)))), golden.at(4));
+}
+
 TEST(PimCodec, OtherTypesAreIgnoredWhateverTheyHold) {
   for (unsigned type = 0; type < 16; ++type) {
     if (type == 0 || type == 4 || type == 8) continue;

@@ -10,6 +10,7 @@
 
 #include "platform/pim/RpHash.h"
 #include "platform/pim/RpSelection.h"
+#include "tests/support/Octets.h"
 #include "tests/support/Split.h"
 #include "tests/support/Table.h"
 
@@ -22,23 +23,19 @@ void showValue(const RpMapping& m, std::ostream& out) {
 
 namespace {
 
-IpGenAddr addr(const char* text) {
-  return IpGenAddr::fromText(text).value();
-}
-IpGenPrefix pfx(const char* text) {
-  return IpGenPrefix::fromText(text).value();
-}
+using TestKit::addr;
+const auto pfx = TestKit::prefix;
 
 TEST(RpHash, GivesTheKnownValuesAndChoices) {
   const auto rows = TestKit::table("pim/rp-hash.txt");
   EXPECT_EQ(rows.size(), 8U);
   for (const auto& row : rows) {
-    const IpGenAddr group = addr(row.at(0).c_str());
+    const IpGenAddr group = addr(row.at(0));
     const auto maskLen = static_cast<unsigned>(std::stoul(row.at(1)));
     std::set<std::uint32_t> values;
     std::vector<RpMapping> mappings;
     for (const std::string& text : TestKit::split(row.at(2))) {
-      const auto rp = addr(text.substr(0, text.find('=')).c_str());
+      const auto rp = addr(text.substr(0, text.find('=')));
       values.insert(rpHashValue(group, maskLen, rp));
       EXPECT_EQ(std::to_string(rpHashValue(group, maskLen, rp)), text.substr(text.find('=') + 1));
       mappings.push_back({IpGenPrefix::multicast(group.af()), rp, 1, 192, maskLen});
@@ -107,7 +104,7 @@ TEST(RpSelection, GroupsMaySayWhatRpTheyHave) {
   const auto rows = TestKit::table("pim/groups.txt");
   EXPECT_EQ(rows.size(), 25U);
   for (const auto& row : rows) {
-    const IpGenAddr group = addr(row.at(0).c_str());
+    const IpGenAddr group = addr(row.at(0));
     const RpChoice choice = selectRp(group, mappings);
     const auto embedded = embeddedRpOf(group);
     std::string found = embedded ? embedded->text() : "no-rp";

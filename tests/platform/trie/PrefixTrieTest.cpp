@@ -10,6 +10,7 @@
 
 #include "platform/trie/PrefixTrie.h"
 #include "tests/platform/trie/PrefixGen.h"
+#include "tests/support/Octets.h"
 
 namespace Routing {
 namespace {
@@ -17,9 +18,7 @@ namespace {
 using Test::prefixOf;
 using Stored = std::pair<IpGenPrefix, int>;
 
-IpGenPrefix pfx(const char* text) {
-  return IpGenPrefix::fromText(text).value();
-}
+const auto pfx = TestKit::prefix;
 
 /// What a PrefixTrie does, done by looking at everything.
 class ListOracle {

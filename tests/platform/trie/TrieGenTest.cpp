@@ -8,15 +8,14 @@
 
 #include "platform/trie/TrieGen.h"
 #include "tests/platform/trie/PrefixGen.h"
+#include "tests/support/Octets.h"
 
 namespace Routing {
 namespace {
 
 using Test::prefixOf;
 
-IpGenPrefix pfx(const char* text) {
-  return IpGenPrefix::fromText(text).value();
-}
+const auto pfx = TestKit::prefix;
 
 std::string eventText(const IpGenPrefix& prefix, TrieEvent event) {
   const char marks[] = {'+', '-', '*'};
