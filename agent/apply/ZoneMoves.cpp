@@ -1,6 +1,8 @@
 #include "agent/apply/ZoneMoves.h"
 
 #include <algorithm>
+#include <map>
+#include <set>
 #include <vector>
 
 namespace Routing::Agent {
@@ -46,17 +48,24 @@ Claims claimsOf(const FamilyState& state, const FamilyState& other) {
   return claims;
 }
 
-bool clash(const Claim& a, const Claim& b) {
-  if (a.interface == b.interface) return false;
-  if (!a.list.empty() && a.list == b.list) return true;
-  return std::any_of(a.zones.begin(), a.zones.end(),
-                     [&b](const IpGenPrefix& zone) { return b.zones.contains(zone); });
-}
+/// Who claims what. Two interfaces clash over a zone and over a list.
+class Owners {
+ public:
+  void add(const Claim& claim) {
+    for (const IpGenPrefix& zone : claim.zones) zones_[zone].insert(claim.interface);
+    if (!claim.list.empty()) lists_[claim.list].insert(claim.interface);
+  }
+  /// The claim is one of those that were added.
+  bool clash(const Claim& claim) const {
+    if (!claim.list.empty() && lists_.at(claim.list).size() > 1) return true;
+    return std::any_of(claim.zones.begin(), claim.zones.end(),
+                       [this](const IpGenPrefix& zone) { return zones_.at(zone).size() > 1; });
+  }
 
-bool clashesWithAny(const Claim& claim, const Claims& claims) {
-  return std::any_of(claims.begin(), claims.end(),
-                     [&claim](const Claim& other) { return clash(claim, other); });
-}
+ private:
+  std::map<IpGenPrefix, std::set<std::string>> zones_;
+  std::map<std::string, std::set<std::string>> lists_;
+};
 
 void erase(Pim::Bsr::Config& config, const Claim& claim) {
   const auto candidate = config.bsrCandidateConfig(IntfId(claim.interface));
@@ -72,13 +81,15 @@ void erase(Pim::Bsr::Config& config, const Claim& claim) {
 
 void clearZoneMoves(Pim::Bsr::Config& config, const FamilyState& before, const FamilyState& after) {
   const Claims old = claimsOf(before, after);
-  Claims all = claimsOf(after, before);
-  all.insert(all.end(), old.begin(), old.end());
-  Claims staying;
-  std::copy_if(old.begin(), old.end(), std::back_inserter(staying),
-               [](const Claim& claim) { return claim.stays; });
+  Owners all;
+  Owners staying;
+  for (const Claim& claim : claimsOf(after, before)) all.add(claim);
   for (const Claim& claim : old) {
-    if (clashesWithAny(claim, claim.stays ? staying : all)) erase(config, claim);
+    all.add(claim);
+    if (claim.stays) staying.add(claim);
+  }
+  for (const Claim& claim : old) {
+    if ((claim.stays ? staying : all).clash(claim)) erase(config, claim);
   }
 }
 

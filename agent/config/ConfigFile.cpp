@@ -46,6 +46,12 @@ std::optional<DaemonConfig> read(std::string_view text, Findings& findings,
   return config;
 }
 
+void shorten(Findings& findings) {
+  if (findings.size() <= maxFindings) return;
+  findings.resize(maxFindings);
+  findings.push_back({findings.back().severity, 0, "", "... more"});
+}
+
 }  // namespace
 
 LoadedConfig readConfig(std::string_view text,
@@ -56,6 +62,7 @@ LoadedConfig readConfig(std::string_view text,
                    [](const Finding& a, const Finding& b) {
                      return std::tie(a.severity, a.line) < std::tie(b.severity, b.line);
                    });
+  shorten(result.findings);
   return result;
 }
 

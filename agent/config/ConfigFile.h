@@ -13,7 +13,7 @@ namespace Routing::Agent {
 /// What came of reading a configuration.
 struct LoadedConfig {
   std::optional<DaemonConfig> config;  ///< none if there are errors
-  Findings findings;                   ///< errors first, each kind by line
+  Findings findings;                   ///< errors first, each kind by line; maxFindings at most
 };
 
 /// Reads YAML text, checks it against the schema, and judges what it says. Takes bounded time and

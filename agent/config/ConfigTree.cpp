@@ -33,9 +33,10 @@ ConfigTree::ConfigTree(const Schema& schema, const YamlNode& document, Findings&
   if (!hasErrors(findings)) validate(schema, findings);
 }
 
-/// libyang stops at its first complaint; without the leaf complained of it goes on to the next.
+/// libyang stops at its first complaint; without the leaf complained of it goes on to the next, all
+/// over again, so not for ever.
 void ConfigTree::validate(const Schema& schema, Findings& findings) {
-  for (;;) {
+  while (findings.size() <= maxFindings) {
     ly_err_clean(schema.context(), nullptr);
     lyd_node* top = top_.release();
     const LY_ERR result =

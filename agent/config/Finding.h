@@ -25,6 +25,9 @@ struct Finding {
 
 using Findings = std::vector<Finding>;
 
+/// So many are said of one configuration; then follows "... more".
+constexpr std::size_t maxFindings = 50;
+
 /// "error", "warning" or "information".
 std::string_view severityText(Severity severity);
 /// "LINE: PATH: TEXT", without what is not there.

@@ -51,7 +51,10 @@ void judgeTimers(FamilyJudge& judge);
 /// Warnings: candidates and filters that come to nothing or to something surprising.
 void judgeCandidates(FamilyJudge& judge, const std::optional<AddressedInterfaces>& addressed);
 
-/// Errors: rules of another family, or that take too much work.
+/// Errors: rules of another family, lists that take too much work.
 void judgeAccessLists(const DaemonConfig& config, Findings& findings);
+/// Error: lists that take too much work or memory together; if so nobody may ask what they permit,
+/// and the result is false. Information: lists that nothing uses.
+bool judgeListUses(const DaemonConfig& config, const PermittedLists& lists, Findings& findings);
 
 }  // namespace Routing::Agent

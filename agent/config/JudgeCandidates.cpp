@@ -48,7 +48,7 @@ void judgeRanges(FamilyJudge& judge, const std::string& path, const RpCandidate&
     const auto [found, isNew] = given.emplace(range, std::pair(where, priority));
     if (isNew || found->second.second == priority) return;
     judge.warn(where, "range " + range.text() + " has another priority at " + found->second.first +
-                          "; either may hold");
+                          "; the last access list by name holds");
   };
   for (const auto& [range, priority] : candidate.ranges) {
     give(range, entryPath(path, "range", range.text()), priority);

@@ -60,20 +60,6 @@ void judgeRpCandidate(FamilyJudge& judge, const std::string& path, const RpCandi
   }
 }
 
-/// Empty where nothing is wrong.
-std::string faultOf(AddressFamily af, const AclRule& rule) {
-  for (const AclAddresses* addresses : {&rule.source, &rule.destination}) {
-    const bool foreign = addresses->kind() != AclAddresses::Kind::any && addresses->af() != af;
-    if (foreign)
-      return std::string("not of the family (allowed: addresses of ") + familyName(af) + ')';
-  }
-  if (PermittedLists::intervals(rule) > AclToPrefix::maxIntervals) {
-    return "the wildcard comes down to too many address ranges (allowed: at most " +
-           std::to_string(AclToPrefix::maxIntervals) + ')';
-  }
-  return "";
-}
-
 }  // namespace
 
 void judgeReferences(FamilyJudge& judge) {
@@ -88,25 +74,6 @@ void judgeReferences(FamilyJudge& judge) {
   }
   for (const std::string& name : judge.settings.rpFilter) {
     judgeList(judge, entryPath(judge.bsrPath(), "rp-filter", name), name);
-  }
-}
-
-void judgeAccessLists(const DaemonConfig& config, Findings& findings) {
-  for (const auto& [key, list] : config.accessLists) {
-    const std::string path = accessListPath(key);
-    bool good = true;
-    for (const auto& [sequence, rule] : list.rules) {
-      const std::string fault = faultOf(key.first, rule);
-      if (fault.empty()) continue;
-      good = false;
-      findings.push_back(
-          {Severity::error, 0, entryPath(path, "rule", std::to_string(sequence)), fault});
-    }
-    if (!good || !PermittedLists::isTooCostly(list)) continue;
-    findings.push_back({Severity::error, 0, path,
-                        "too long (allowed: " + std::to_string(PermittedLists::maxRules) +
-                            " rules, whose wildcards come down to " +
-                            std::to_string(PermittedLists::maxIntervals) + " address ranges)"});
   }
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "agent/config/Judge.h"
 #include "bsr/types/PimBsr.h"
@@ -41,11 +42,11 @@ void judgeInterval(FamilyJudge& judge, const std::string& path, std::uint32_t in
 void judgeScopeZoneTimeout(FamilyJudge& judge) {
   const std::uint32_t hold = judge.settings.holdTime;
   const std::uint64_t needed = 10 * std::uint64_t{hold};
-  const std::uint32_t taken = 10 * hold;  // in 32 bits, as the library computes it
-  if (taken != needed) {
+  constexpr std::uint32_t longest = std::numeric_limits<std::uint32_t>::max();
+  if (needed > longest) {
     judge.warn(judge.bsrPath() + "/hold-time",
-               "ten hold times do not fit the scope-zone time-out; " + std::to_string(taken) +
-                   " is taken for them");
+               "ten hold times do not fit the scope-zone time-out; " + std::to_string(longest) +
+                   " is taken");
   } else if (judge.settings.scopeZoneTimeout < needed) {
     judge.warn(judge.bsrPath() + "/scope-zone-timeout",
                std::to_string(judge.settings.scopeZoneTimeout) +
@@ -58,26 +59,34 @@ IpGenAddr lastAddress(AddressFamily af) {
   return af == AddressFamily::ipv4 ? IpGenAddr::v4(~std::uint32_t{0}) : IpGenAddr::v6(ones, ones);
 }
 
+/// From the last message of the elected BSR to the first of this candidate, at the longest.
+double failover(std::uint32_t holdTime, const BsrCandidateSettings& zone, AddressFamily af) {
+  // A hold time that does not outlast the interval is replaced (RFC 5059 section 5).
+  const double timeout = holdTime > zone.interval ? holdTime : 2.0 * zone.interval + 10;
+  const Pim::Bsr::PimBsrWeight mine(zone.priority, IpGenAddr::zero(af));
+  double worst = 0;
+  // The delay is longest either against the best priority or against an equal one.
+  for (const std::uint8_t priority : {std::uint8_t{255}, zone.priority}) {
+    const Pim::Bsr::PimBsrWeight stored(priority, lastAddress(af));
+    worst = std::max(worst, Pim::Bsr::backOff(mine, stored).delay);
+  }
+  return timeout + worst;
+}
+
 }  // namespace
 
 std::optional<double> worstFailover(const FamilySettings& settings, AddressFamily af) {
-  std::optional<std::uint8_t> lowest;
-  const auto look = [&lowest](const auto& zones) {
-    for (const auto& [key, zone] : zones) lowest = std::min(lowest.value_or(255), zone.priority);
+  std::optional<double> worst;
+  const auto look = [&](const auto& zones) {
+    for (const auto& [key, zone] : zones) {
+      worst = std::max(worst.value_or(0), failover(settings.holdTime, zone, af));
+    }
   };
   for (const auto& [name, candidate] : settings.bsrCandidates) {
     look(candidate.zones);
     look(candidate.accessLists);
   }
-  if (!lowest) return std::nullopt;
-  const Pim::Bsr::PimBsrWeight mine(*lowest, IpGenAddr::zero(af));
-  double worst = 0;
-  // The delay is longest either against the best priority or against an equal one.
-  for (const std::uint8_t priority : {std::uint8_t{255}, *lowest}) {
-    const Pim::Bsr::PimBsrWeight stored(priority, lastAddress(af));
-    worst = std::max(worst, Pim::Bsr::backOff(mine, stored).delay);
-  }
-  return settings.holdTime + worst;
+  return worst;
 }
 
 void judgeTimers(FamilyJudge& judge) {

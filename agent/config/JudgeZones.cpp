@@ -22,7 +22,7 @@ void claim(FamilyJudge& judge, Claims& claims, const IpGenPrefix& zone, const Cl
   if (before.interface != claim.interface) {
     judge.error(path, text + " (allowed: one interface for a zone)");
   } else if (before.settings != claim.settings) {
-    judge.warn(path, text + ", with other settings; either may hold");
+    judge.warn(path, text + ", with other settings; the last access list by name holds");
   }
 }
 

@@ -31,32 +31,6 @@ void judgeInterfaces(const DaemonConfig& config, Findings& findings) {
   }
 }
 
-std::set<std::string> listsOf(const FamilySettings& settings) {
-  std::set<std::string> names = settings.rpFilter;
-  const auto addKeys = [&names](const auto& map) {
-    for (const auto& [name, value] : map) names.insert(name);
-  };
-  for (const auto& [name, interface] : settings.interfaces) {
-    names.insert(interface.border.accessLists.begin(), interface.border.accessLists.end());
-  }
-  for (const auto& [name, candidate] : settings.bsrCandidates) addKeys(candidate.accessLists);
-  for (const auto& [name, candidate] : settings.rpCandidates) addKeys(candidate.accessLists);
-  return names;
-}
-
-void judgeUnusedLists(const DaemonConfig& config, Findings& findings) {
-  std::set<std::pair<AddressFamily, std::string>> used;
-  for (const auto& [vrf, families] : config.vrfs) {
-    for (const auto& [af, settings] : families) {
-      for (const std::string& name : listsOf(settings)) used.emplace(af, name);
-    }
-  }
-  for (const auto& [key, list] : config.accessLists) {
-    if (used.contains(key)) continue;
-    findings.push_back({Severity::information, 0, accessListPath(key), "nothing uses the list"});
-  }
-}
-
 void judgePresence(const DaemonConfig& config, Findings& findings) {
   for (const auto& [vrf, families] : config.vrfs) {
     for (const auto& [af, settings] : families) {
@@ -72,9 +46,9 @@ Findings judge(const DaemonConfig& config, const std::optional<AddressedInterfac
   Findings findings;
   PermittedLists lists(config);
   judgePresence(config, findings);
-  judgeAccessLists(config, findings);
-  judgeUnusedLists(config, findings);
   judgeInterfaces(config, findings);
+  judgeAccessLists(config, findings);
+  if (!judgeListUses(config, lists, findings)) return findings;
   for (const auto& [vrf, families] : config.vrfs) {
     for (const auto& [af, settings] : families) {
       FamilyJudge judge{settings, af, familyPath(vrf, af), lists, findings};

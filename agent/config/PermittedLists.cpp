@@ -23,10 +23,26 @@ double PermittedLists::intervals(const AclRule& rule) {
   return std::max(intervalsOf(rule.source), intervalsOf(rule.destination));
 }
 
-bool PermittedLists::isTooCostly(const AccessList& list) {
+double PermittedLists::intervals(const AccessList& list) {
   double all = 0;
   for (const auto& [sequence, rule] : list.rules) all += intervals(rule);
-  return list.rules.size() > maxRules || all > maxIntervals;
+  return all;
+}
+
+bool PermittedLists::isTooCostly(const AccessList& list) {
+  return list.rules.size() > maxRules || intervals(list) > maxIntervals;
+}
+
+AclToPrefix PermittedLists::convert(AddressFamily af, const AccessList& list) {
+  AclToPrefix conversion(af, list.type);
+  if (isTooCostly(list)) return conversion;
+  for (const auto& [sequence, rule] : list.rules) conversion.handleRule(rule);
+  return conversion;
+}
+
+std::size_t PermittedLists::count(AddressFamily af, const std::string& name) const {
+  const auto list = config_.accessLists.find({af, name});
+  return list == config_.accessLists.end() ? 0 : convert(af, list->second).prefixCount();
 }
 
 const AclPrefixes* PermittedLists::find(AddressFamily af, const std::string& name) {
@@ -34,11 +50,7 @@ const AclPrefixes* PermittedLists::find(AddressFamily af, const std::string& nam
   if (const auto known = known_.find(key); known != known_.end()) return &known->second;
   const auto list = config_.accessLists.find(key);
   if (list == config_.accessLists.end()) return nullptr;
-  AclToPrefix conversion(af, list->second.type);
-  if (!isTooCostly(list->second)) {
-    for (const auto& [sequence, rule] : list->second.rules) conversion.handleRule(rule);
-  }
-  return &(known_[key] = conversion.prefixes());
+  return &(known_[key] = convert(af, list->second).prefixes());
 }
 
 }  // namespace Routing::Agent

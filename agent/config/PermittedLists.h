@@ -17,17 +17,27 @@ class PermittedLists {
   /// Bounds on the work that one list may cause.
   static constexpr std::size_t maxRules = 4096;
   static constexpr std::size_t maxIntervals = 16384;
+  /// Bound on what all lists in use come down to: their address ranges, and their prefixes once for
+  /// every use.
+  static constexpr std::size_t maxOfAll = 65536;
 
   explicit PermittedLists(const DaemonConfig& config) : config_(config) {}
 
   /// Null if there is no such list. A list that isTooCostly() permits nothing here.
   const AclPrefixes* find(AddressFamily af, const std::string& name);
 
-  /// How many address ranges a rule's wildcards come down to; 1 without a wildcard.
+  /// How many prefixes the list comes down to, without making them.
+  std::size_t count(AddressFamily af, const std::string& name) const;
+
+  /// How many address ranges the wildcards of a rule, or of a list, come down to; 1 for a rule
+  /// without wildcard.
   static double intervals(const AclRule& rule);
+  static double intervals(const AccessList& list);
   static bool isTooCostly(const AccessList& list);
 
  private:
+  static AclToPrefix convert(AddressFamily af, const AccessList& list);
+
   const DaemonConfig& config_;
   std::map<std::pair<AddressFamily, std::string>, AclPrefixes> known_;
 };

@@ -75,7 +75,7 @@ void BorderConfigSm::doAclAdd(const std::string& name) {
   const auto prefixes = acl->grpPrefix();
   for (const IpGenPrefix& prefix : prefixes) {
     counted.insert(prefix);
-    count(prefix, {groupCreated, intfAdded, nullptr});
+    count(prefix, {" BSR border set", intfAdded, nullptr});
   }
 }
 

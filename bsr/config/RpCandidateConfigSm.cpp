@@ -1,5 +1,7 @@
 #include "bsr/config/RpCandidateConfigSm.h"
 
+#include <algorithm>
+
 #include "bsr/config/BsrConfigAcls.h"
 #include "bsr/config/ConfigTrace.h"
 
@@ -140,9 +142,7 @@ void RpCandidateConfigSm::handleAcl(const std::string& acl) {
 void RpCandidateConfigSm::doGroupAdd(const IpGenPrefix& range) {
   if (!ranges_.insert(range).second) return;
   countIs(range);
-  const auto change = write(range);
-  if (change.created) CONFIG_TRACE(4, "Created C-RP ", address_);
-  if (change.added) CONFIG_TRACE(8, "Added Prefix ", range, " to C-RP ", address_);
+  traceAdded(range, write(range));
   if (const auto priority = given(config_->groupRangeOptions(range))) {
     doGroupOptionsAdd(range, *priority);
   }
@@ -182,13 +182,7 @@ void RpCandidateConfigSm::doAclPrefixActivate(const std::string& acl, const IpGe
   const auto it = acls_.find(acl);
   if (it == acls_.end() || !it->second.insert(prefix).second) return;
   countIs(prefix);
-  const auto change = write(prefix);
-  if (change.created) {
-    CONFIG_TRACE(4, "Created C-RP with IP ", address_, " advInterval=", interval());
-  }
-  if (change.added) {
-    CONFIG_TRACE(8, "Address prefix ", prefix, " as part of Acl", acl, " to C-RP ", address_);
-  }
+  traceAdded(acl, prefix, write(prefix));
 }
 
 void RpCandidateConfigSm::doAclPrefixDeactivate(const std::string& acl, const IpGenPrefix& prefix) {
@@ -331,15 +325,46 @@ void RpCandidateConfigSm::tracePriorityAfter(const IpGenPrefix& prefix, const ch
   }
 }
 
-void RpCandidateConfigSm::traceDeleted(const RpCandidateEntries::Change& change) {
+void RpCandidateConfigSm::traceWritten(const IpGenPrefix& prefix,
+                                       const RpCandidateChange& change) const {
+  if (!change.added) return;
+  const auto list = std::find_if(acls_.begin(), acls_.end(),
+                                 [&](const auto& acl) { return acl.second.contains(prefix); });
+  if (ranges_.contains(prefix) || list == acls_.end()) {
+    traceAdded(prefix, change);
+  } else {
+    traceAdded(list->first, prefix, change);
+  }
+  if (const auto priority = priorityOf(prefix)) {
+    CONFIG_TRACE(8, "Created priority ", *priority, " to prefix ", prefix, " to C-RP ", address_);
+  }
+}
+
+void RpCandidateConfigSm::traceAdded(const IpGenPrefix& range,
+                                     const RpCandidateChange& change) const {
+  if (change.created) CONFIG_TRACE(4, "Created C-RP ", address_);
+  if (change.added) CONFIG_TRACE(8, "Added Prefix ", range, " to C-RP ", address_);
+}
+
+void RpCandidateConfigSm::traceAdded(const std::string& acl, const IpGenPrefix& prefix,
+                                     const RpCandidateChange& change) const {
+  if (change.created) {
+    CONFIG_TRACE(4, "Created C-RP with IP ", address_, " advInterval=", interval());
+  }
+  if (change.added) {
+    CONFIG_TRACE(8, "Address prefix ", prefix, " as part of Acl", acl, " to C-RP ", address_);
+  }
+}
+
+void RpCandidateConfigSm::traceDeleted(const RpCandidateChange& change) const {
   if (!change.deleted) return;
   CONFIG_TRACE(4, "Deleted candidate RP ", address_, " since it doest serve any group");
 }
 
 // --- what the entry of the address is made of -------------------------------------------------
 
-RpCandidateEntries::Change RpCandidateConfigSm::write(const IpGenPrefix& prefix) {
-  return address_.isUnset() ? RpCandidateEntries::Change{} : entries_.prefixIs(address_, prefix);
+RpCandidateChange RpCandidateConfigSm::write(const IpGenPrefix& prefix) {
+  return address_.isUnset() ? RpCandidateChange{} : entries_.prefixIs(address_, prefix);
 }
 
 std::shared_ptr<RpCandidate> RpCandidateConfigSm::entry() const {

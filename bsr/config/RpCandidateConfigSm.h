@@ -39,6 +39,7 @@ class RpCandidateConfigSm final : public AclPrefixUser, public RpCandidateSource
   std::set<IpGenPrefix> prefixes() const override;
   CrpAdvInterval interval() const override { return config_->advInterval(); }
   PimMode mode() const override { return config_->mode(); }
+  void traceWritten(const IpGenPrefix& prefix, const RpCandidateChange& change) const override;
 
  private:
   void handleInitialized();
@@ -64,8 +65,11 @@ class RpCandidateConfigSm final : public AclPrefixUser, public RpCandidateSource
   void applyAll();
   void countIs(const IpGenPrefix& prefix);
   bool countDel(const IpGenPrefix& prefix);
-  RpCandidateEntries::Change write(const IpGenPrefix& prefix);
-  void traceDeleted(const RpCandidateEntries::Change& change);
+  RpCandidateChange write(const IpGenPrefix& prefix);
+  void traceAdded(const IpGenPrefix& range, const RpCandidateChange& change) const;
+  void traceAdded(const std::string& acl, const IpGenPrefix& prefix,
+                  const RpCandidateChange& change) const;
+  void traceDeleted(const RpCandidateChange& change) const;
   void tracePriorityAfter(const IpGenPrefix& prefix, const char* because);
   std::shared_ptr<RpCandidate> entry() const;
   const VrfName& vrfName() const { return context_.vrfName(); }

@@ -51,12 +51,10 @@ bool RpCandidateEntries::detach(const IpGenAddr& address, const IntfId& intf) {
 }
 
 void RpCandidateEntries::sync(const IpGenAddr& address) {
-  std::set<IpGenPrefix> served;
-  for (const auto& [intf, source] : sources(address)) served.merge(source->prefixes());
-  for (const IpGenPrefix& prefix : served) {
-    const Change change = prefixIs(address, prefix);
-    if (change.created) CONFIG_TRACE(4, "Created C-RP ", address);
-    if (change.added) CONFIG_TRACE(8, "Added Prefix ", prefix, " to C-RP ", address);
+  for (const auto& [intf, source] : sources(address)) {
+    for (const IpGenPrefix& prefix : source->prefixes()) {
+      source->traceWritten(prefix, prefixIs(address, prefix));
+    }
   }
   settingsIs(address);
   prune(address);

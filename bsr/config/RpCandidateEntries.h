@@ -10,6 +10,14 @@
 
 namespace Routing::Pim::Bsr {
 
+/// What a step did to the candidate RP of an address.
+struct RpCandidateChange {
+  bool created = false;
+  bool added = false;
+  bool removed = false;
+  bool deleted = false;
+};
+
 /// What an interface has to say about the candidate RP of its address.
 class RpCandidateSource {
  public:
@@ -20,6 +28,8 @@ class RpCandidateSource {
   virtual std::set<IpGenPrefix> prefixes() const = 0;
   virtual CrpAdvInterval interval() const = 0;
   virtual PimMode mode() const = 0;
+  /// The prefix, which it serves, has been written together with others.
+  virtual void traceWritten(const IpGenPrefix& prefix, const RpCandidateChange& change) const = 0;
 };
 
 /// The candidate RPs of the status, each made of what the interfaces with its address say. Usually
@@ -30,13 +40,7 @@ class RpCandidateSource {
 /// `prefixOptions`, and leaves in reverse.
 class RpCandidateEntries {
  public:
-  /// What a step did to an entry.
-  struct Change {
-    bool created = false;
-    bool added = false;
-    bool removed = false;
-    bool deleted = false;
-  };
+  using Change = RpCandidateChange;
 
   explicit RpCandidateEntries(std::shared_ptr<Status> status) : status_(std::move(status)) {}
 

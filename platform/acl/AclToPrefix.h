@@ -30,6 +30,8 @@ class ROUTING_API AclToPrefix {
   /// The next rule in sequence order.
   void handleRule(const AclRule& rule);
   AclPrefixes prefixes() const;
+  /// How many prefixes the permitted addresses come down to, sources and destinations; makes none.
+  std::size_t prefixCount() const { return sources_.prefixCount() + destinations_.prefixCount(); }
 
   /// A whole list.
   static AclPrefixes of(AddressFamily af, const AclConfig& acl);

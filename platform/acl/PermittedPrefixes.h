@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <set>
 
 #include "platform/Export.h"
@@ -19,6 +20,8 @@ class ROUTING_API PermittedPrefixes {
 
   /// The fewest prefixes that hold the permitted addresses and no other.
   std::set<IpGenPrefix> prefixes() const { return reduced(permitted_); }
+  /// How many these are; makes none of them.
+  std::size_t prefixCount() const;
   /// Those of the permitted multicast addresses.
   std::set<IpGenPrefix> multicastPrefixes() const;
   /// prefixes(), but those that lie wholly in the multicast range.

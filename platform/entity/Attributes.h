@@ -132,6 +132,10 @@ class ReferenceAttribute {
   void erase(Entity& owner, std::size_t attribute, K key) {
     if (content_.erase(key) > 0) owner.changed(attribute, &key);
   }
+  void clear(Entity& owner, std::size_t attribute) {
+    const Content entries = content_;
+    for (const auto& entry : entries) erase(owner, attribute, entry.first);
+  }
 
  private:
   Content content_;

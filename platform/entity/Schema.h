@@ -28,12 +28,12 @@
 ///   VALUE       x()  xIs(v)                         xReactor(void())
 ///   BOUNDED     the same; xIs raises RangeError "Type::x < MIN or > MAX not allowed"
 ///   COUNTER     x()  xIs(v)  xInc(n = 1)            xReactor(void()); 32 bits, wraps
-///   POINTER     x()  xIs(shared pointer)            xReactor(void()); compared by identity, not
-///   logged SET         x()  x(key)  xIs(key, true)  xDel(key)  xDelAll()      xReactor(void(key))
+///   POINTER     x()  xIs(shared pointer)            xReactor(void()); by identity, not logged
+///   SET         x()  x(key)  xIs(key, true)  xDel(key)  xDelAll()      xReactor(void(key))
 ///   MAP         x()  x(key)  xIs(key, v)     xDel(key)  xDelAll()      xReactor(void(key))
 ///   COLLECTION  x()  x(key)  newX(key)       xDel(key)  xDelAll()      xReactor(void(key))
-///   REFERENCES  x()  x(key)  xIs(key, ptr)   xDel(key)                 xReactor(void(key)); not
-///   logged CHILD       x()  newX(argument)          xDel()                    xReactor(void())
+///   REFERENCES  as MAP, of shared pointers, not null; not logged
+///   CHILD       x()  newX(argument)          xDel()                    xReactor(void())
 /// x(key) of a MAP is a pointer, of a COLLECTION a shared pointer; null where the key is absent.
 /// newX returns the entry that exists already. Deleting an absent key is harmless.
 
@@ -242,6 +242,9 @@
   }                                                          \
   void name##Del(const K& key) {                             \
     name##_.erase(*this, Attr::name, key);                   \
+  }                                                          \
+  void name##DelAll() {                                      \
+    name##_.clear(*this, Attr::name);                        \
   }                                                          \
   ROUTING_REACTOR(name, K)                                   \
  private:                                                    \

@@ -157,20 +157,6 @@ TEST_F(InstanceTableTest, FollowsTheConfiguration) {
   EXPECT_EQ(instances.views().at(0).status, status) << "all the while it has gone on";
 }
 
-TEST_F(InstanceTableTest, GivesCandidatesTheAddressesOfInterfacesThatAreUp) {
-  configureBoth();
-  linkIs("eth0");
-  interfaces.linkIs({if_nametoindex("eth0"), "eth0", 1500, false, 0, false});
-  interfaces.commit();
-  EXPECT_EQ(running(), (Texts{"default 4: eth0"}));
-  linkIs("eth0");
-  addressIs("eth0", "10.0.0.2");
-  EXPECT_EQ(running(), (Texts{inDefault})) << "the first address stays";
-  interfaces.addressDel(if_nametoindex("eth0"), IpGenAddr::fromText("10.0.0.1").value(), 24);
-  interfaces.commit();
-  EXPECT_EQ(running(), (Texts{"default 4: eth0 10.0.0.2"}));
-}
-
 TEST_F(InstanceTableTest, ForgetsWhoWasReadyForAnUpgradeAndHasEnded) {
   redIs();
   configureBoth();

@@ -7,53 +7,47 @@
 #include <vector>
 
 #include "agent/InterfaceTable.h"
+#include "tests/support/Octets.h"
+#include "tests/support/Split.h"
 
 namespace Routing::Agent {
 namespace {
 
-IpGenAddr ip(const std::string& text) {
-  return IpGenAddr::fromText(text).value();
-}
+using TestKit::addr;
 
 Link device(std::uint32_t index, const std::string& name, std::uint32_t master = 0) {
   return {index, name, 1500, true, master, false};
 }
 
-Link vrfDevice(std::uint32_t index, const std::string& name) {
-  return {index, name, 65575, true, 0, true};
-}
-
 LocalAddress v4(const std::string& text, bool secondary = false) {
-  return {ip(text), 24, secondary, 0};
+  return {addr(text), 24, secondary, 0};
 }
 
-LocalAddress v6(const std::string& text) {
-  return {ip(text), 64, false, 0};
-}
-
-/// A table with a reader that notes each change as a word and keeps a copy by what it is told.
-class InterfaceTableTest : public testing::Test {
- protected:
-  InterfaceTableTest() {
+/// A reader that notes each change as a word and keeps a copy by what it is told.
+struct Reader {
+  explicit Reader(InterfaceTable& table) {
     table.observerIs([this](const IntfId& name, const Interface* before, const Interface* now) {
       const auto known = copy.find(name);
-      EXPECT_EQ(before != nullptr, known != copy.end()) << name;
-      if (before != nullptr && known != copy.end()) {
-        EXPECT_EQ(*before, known->second) << name;
-      }
-      if (now == nullptr) {
-        copy.erase(name);
-      } else {
-        copy[name] = *now;
-      }
+      consistent = consistent && (before != nullptr) == (known != copy.end()) &&
+                   (before == nullptr || *before == known->second);
       seen.push_back((before == nullptr ? "+" : now == nullptr ? "-" : "~") + name.text());
+      copy.erase(name);
+      if (now != nullptr) copy[name] = *now;
     });
   }
+  std::map<IntfId, Interface> copy;
+  std::vector<std::string> seen;
+  bool consistent = true;  ///< what was said to have been before was so
+};
+
+class InterfaceTableTest : public testing::Test {
+ protected:
+  void TearDown() override { EXPECT_TRUE(reader.consistent); }
 
   std::vector<std::string> commit() {
-    seen.clear();
+    reader.seen.clear();
     table.commit();
-    return seen;
+    return reader.seen;
   }
   std::vector<std::string> addressesOf(const std::string& name) {
     std::vector<std::string> result;
@@ -62,8 +56,8 @@ class InterfaceTableTest : public testing::Test {
   }
 
   InterfaceTable table;
-  std::map<IntfId, Interface> copy;
-  std::vector<std::string> seen;
+  Reader reader{table};
+  std::map<IntfId, Interface>& copy = reader.copy;
 };
 
 using Words = std::vector<std::string>;
@@ -78,8 +72,8 @@ TEST_F(InterfaceTableTest, PublishesWhatChangedAndNothingElse) {
 
   table.linkIs(device(2, "eth0"));
   table.addressIs(2, v4("10.0.0.1"));
-  table.addressDel(2, ip("10.0.0.9"), 24);
-  table.addressDel(2, ip("10.0.0.1"), 25);  // another prefix length is another address
+  table.addressDel(2, addr("10.0.0.9"), 24);
+  table.addressDel(2, addr("10.0.0.1"), 25);  // another prefix length is another address
   EXPECT_EQ(commit(), Words{});
 
   Link down = device(3, "eth1");
@@ -95,8 +89,8 @@ TEST_F(InterfaceTableTest, ReplacesAPromotedAddressWithoutAGap) {
   table.addressIs(2, v4("10.0.0.2", true));
   commit();
   // What the kernel says when the primary address is deleted and the secondary one takes its place.
-  table.addressDel(2, ip("10.0.0.1"), 24);
-  table.addressDel(2, ip("10.0.0.2"), 24);
+  table.addressDel(2, addr("10.0.0.1"), 24);
+  table.addressDel(2, addr("10.0.0.2"), 24);
   table.addressIs(2, v4("10.0.0.2"));
   EXPECT_EQ(commit(), Words{"~eth0"});
   EXPECT_EQ(addressesOf("eth0"), Words{"10.0.0.2"});
@@ -146,29 +140,6 @@ TEST_F(InterfaceTableTest, TellsADeviceMadeAnewByItsIndex) {
   table.linkIs(device(9, "gone"));
   table.linkDel(9);
   EXPECT_EQ(commit(), Words{});
-}
-
-TEST_F(InterfaceTableTest, FollowsSlavesIntoVrfsAndOut) {
-  const VrfName none{std::string(VrfName::defaultName)};
-  table.linkIs(device(2, "eth0", 9));  // the master is not known yet
-  commit();
-  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, none);
-  table.linkIs(vrfDevice(9, "red"));
-  EXPECT_EQ(commit(), (Words{"~eth0", "+red"}));
-  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, VrfName("red"));
-  EXPECT_EQ(copy.at(IntfId("red")).vrf, VrfName("red"));
-
-  table.linkIs(vrfDevice(9, "blue"));
-  EXPECT_EQ(commit(), (Words{"-red", "+blue", "~eth0"}));
-  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, VrfName("blue"));
-
-  table.linkDel(9);
-  EXPECT_EQ(commit(), (Words{"-blue", "~eth0"}));
-  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, none);
-
-  table.linkIs(device(9, "br0"));  // a bridge is no VRF
-  EXPECT_EQ(commit(), Words{"+br0"});
-  EXPECT_EQ(copy.at(IntfId("eth0")).vrf, none);
 }
 
 TEST_F(InterfaceTableTest, KeepsEverythingUntilAResyncIsComplete) {
@@ -296,16 +267,7 @@ TEST(InterfaceTable, AgreesWithTheHostAfterAnyChangesAndLosses) {
   const bool good = rc::check([] {
     Host host;
     InterfaceTable table;
-    std::map<IntfId, Interface> copy;
-    table.observerIs([&](const IntfId& name, const Interface* before, const Interface* now) {
-      RC_ASSERT((before != nullptr) == copy.contains(name));
-      if (before != nullptr) RC_ASSERT(*before == copy.at(name));
-      if (now == nullptr) {
-        copy.erase(name);
-      } else {
-        copy[name] = *now;
-      }
-    });
+    const Reader reader(table);
     for (int round = *rc::gen::inRange(1, 6); round > 0; --round) {
       const bool lossy = *rc::gen::arbitrary<bool>();
       for (int i = *rc::gen::inRange(0, 12); i > 0; --i) {
@@ -318,66 +280,58 @@ TEST(InterfaceTable, AgreesWithTheHostAfterAnyChangesAndLosses) {
         table.resyncEnd();
       }
       table.commit();
-      RC_ASSERT(sorted(copy) == sorted(host.interfaces()));
-      RC_ASSERT(copy == table.interfaces());
+      RC_ASSERT(reader.consistent);
+      RC_ASSERT(sorted(reader.copy) == sorted(host.interfaces()));
+      RC_ASSERT(reader.copy == table.interfaces());
     }
   });
   EXPECT_TRUE(good);
 }
 
-struct HelloCase {
-  const char* what;
-  AddressFamily af;
-  std::vector<LocalAddress> addresses;
-  const char* primary;  ///< null for none
-  std::set<std::string> secondary;
-};
+/// Addresses as an interface has them: a word each, with a mark for what is special about it.
+std::vector<LocalAddress> addresses(const std::string& text) {
+  std::vector<LocalAddress> result;
+  for (std::string word : TestKit::split(text)) {
+    const bool secondary = word.ends_with("(secondary)");
+    const bool host = word.ends_with("(host)");
+    word.resize(std::min(word.size(), word.find('(')));
+    result.push_back({addr(word), 24, secondary, host ? std::uint8_t{254} : std::uint8_t{0}});
+  }
+  return result;
+}
 
 TEST(HelloAddresses, AreChosenByFamily) {
-  const LocalAddress hostScope{ip("10.7.7.7"), 32, false, 254};
-  const std::vector<HelloCase> cases{
-      {"none", AddressFamily::ipv4, {}, nullptr, {}},
-      {"other family", AddressFamily::ipv4, {v6("fe80::1")}, nullptr, {}},
-      {"loopback only", AddressFamily::ipv4, {{ip("127.0.0.1"), 8, false, 254}}, nullptr, {}},
-      {"the first one, not the lowest",
-       AddressFamily::ipv4,
-       {v4("10.0.0.9"), v4("10.0.1.1"), v4("10.0.0.8", true), v6("fe80::1")},
-       "10.0.0.9",
-       {"10.0.1.1", "10.0.0.8"}},
-      {"no secondary one while there is a primary one",
-       AddressFamily::ipv4,
-       {v4("10.0.0.8", true), v4("10.0.0.9")},
-       "10.0.0.9",
-       {"10.0.0.8"}},
-      {"the widest scope",
-       AddressFamily::ipv4,
-       {hostScope, v4("10.0.0.9")},
-       "10.0.0.9",
-       {"10.7.7.7"}},
-      {"link-local for IPv6",
-       AddressFamily::ipv6,
-       {v6("2001:db8::1"), v6("fe80::1"), v6("fd00::1"), v4("10.0.0.1")},
-       "fe80::1",
-       {"2001:db8::1", "fd00::1"}},
-      {"IPv6 without link-local",
-       AddressFamily::ipv6,
-       {v6("2001:db8::1")},
-       nullptr,
-       {"2001:db8::1"}},
-      {"the same address twice",
-       AddressFamily::ipv4,
-       {v4("10.0.0.9"), {ip("10.0.0.9"), 32, false, 0}},
-       "10.0.0.9",
-       {}},
+  struct Case {
+    const char* what;
+    AddressFamily af;
+    const char* addresses;
+    const char* chosen;  ///< the primary one, then the others
   };
-  for (const HelloCase& c : cases) {
+  constexpr AddressFamily ipv4 = AddressFamily::ipv4;
+  constexpr AddressFamily ipv6 = AddressFamily::ipv6;
+  const Case cases[] = {
+      {"none", ipv4, "", "unset"},
+      {"other family", ipv4, "fe80::1", "unset"},
+      {"loopback only", ipv4, "127.0.0.1(host)", "unset"},
+      {"the first one, not the lowest", ipv4, "10.0.0.9 10.0.1.1 10.0.0.8(secondary) fe80::1",
+       "10.0.0.9 10.0.0.8 10.0.1.1"},
+      {"no secondary one before a primary one", ipv4, "10.0.0.8(secondary) 10.0.0.9",
+       "10.0.0.9 10.0.0.8"},
+      {"the widest scope", ipv4, "10.7.7.7(host) 10.0.0.9", "10.0.0.9 10.7.7.7"},
+      {"link-local for IPv6", ipv6, "2001:db8::1 fe80::1 fd00::1 10.0.0.1",
+       "fe80::1 2001:db8::1 fd00::1"},
+      {"IPv6 without link-local", ipv6, "2001:db8::1", "unset 2001:db8::1"},
+      {"the same address twice", ipv4, "10.0.0.9 10.0.0.9", "10.0.0.9"},
+  };
+  for (const Case& c : cases) {
     Interface interface;
-    interface.addresses = c.addresses;
+    interface.addresses = addresses(c.addresses);
     const HelloAddresses chosen = helloAddresses(interface, c.af);
-    std::set<std::string> secondary;
-    for (const IpGenAddr& address : chosen.secondary) secondary.insert(address.text());
-    EXPECT_EQ(chosen.primary, c.primary == nullptr ? IpGenAddr() : ip(c.primary)) << c.what;
-    EXPECT_EQ(secondary, c.secondary) << c.what;
+    std::set<std::string> others;
+    for (const IpGenAddr& address : chosen.secondary) others.insert(address.text());
+    std::string text = chosen.primary.text();
+    for (const std::string& other : others) text += ' ' + other;
+    EXPECT_EQ(text, c.chosen) << c.what;
   }
 }
 

@@ -3,13 +3,12 @@
 #include <string>
 
 #include "agent/KernelRouting.h"
+#include "tests/support/Octets.h"
 
 namespace Routing::Agent {
 namespace {
 
-IpGenAddr ip(const std::string& text) {
-  return IpGenAddr::fromText(text).value();
-}
+using TestKit::addr;
 
 /// Answers as it is told, and counts the questions.
 class FakeRoutes final : public RouteSource {
@@ -32,22 +31,22 @@ class KernelRoutingTest : public testing::Test {
     interfaces.linkIs({3, "eth1", 1500, true, 0, false});
     interfaces.linkIs({9, "red", 1500, true, 0, true});
     interfaces.commit();
-    source.answer = std::vector<RouteHop>{{2, ip("10.0.0.2")}, {3, {}}};
+    source.answer = std::vector<RouteHop>{{2, addr("10.0.0.2")}, {3, {}}};
   }
 
   VirtualClock clock{1000};
   InterfaceTable interfaces;
   FakeRoutes source;
   KernelRouting routing{source, interfaces, clock, VrfName(std::string(VrfName::defaultName))};
-  const IpGenAddr bsr = ip("192.0.2.1");
+  const IpGenAddr bsr = addr("192.0.2.1");
 };
 
 TEST_F(KernelRoutingTest, NamesTheInterfacesOfAllHops) {
-  source.answer->push_back({77, ip("10.0.9.9")});  // a device that is not known
+  source.answer->push_back({77, addr("10.0.9.9")});  // a device that is not known
   const auto hops = routing.nextHops(bsr);
   ASSERT_EQ(hops.size(), 2U);
   EXPECT_EQ(hops[0].intf, IntfId("eth0"));
-  EXPECT_EQ(hops[0].gateway, ip("10.0.0.2"));
+  EXPECT_EQ(hops[0].gateway, addr("10.0.0.2"));
   EXPECT_EQ(hops[1].intf, IntfId("eth1"));
   EXPECT_TRUE(hops[1].gateway.isUnset());
 }
@@ -89,7 +88,7 @@ TEST_F(KernelRoutingTest, BoundsWhatItRemembers) {
 TEST_F(KernelRoutingTest, HasNoWayToAddressesThatAreNotUnicastOfTheDomain) {
   for (const char* text : {"0.0.0.0", "::", "224.0.0.13", "ff02::d", "fe80::1", "169.254.1.1",
                            "127.0.0.1", "::1", "255.255.255.255"}) {
-    EXPECT_TRUE(routing.nextHops(ip(text)).empty()) << text;
+    EXPECT_TRUE(routing.nextHops(addr(text)).empty()) << text;
   }
   EXPECT_EQ(source.questions, 0U);
 }

@@ -53,6 +53,11 @@ TEST_F(LogSinkTest, BoundsAFloodOfOneFacilityAndSaysSo) {
   loud.write(1, "bad packet");
   EXPECT_EQ(out.str(),
             "warning Test::Loud: 99000 lines were suppressed\ninfo Test::Loud[1] bad packet\n");
+  clock.nowIs(1e6);
+  out.str({});
+  for (int i = 0; i < 100'000; ++i) loud.write(1, "bad packet");
+  EXPECT_NEAR(static_cast<double>(lines()), LogSink::linesAtOnce, 1)
+      << "no more than a burst is saved";
 }
 
 }  // namespace

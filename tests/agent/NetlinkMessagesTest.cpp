@@ -12,13 +12,12 @@
 
 #include "agent/NetlinkMessages.h"
 #include "agent/NetlinkSocket.h"
+#include "tests/support/Octets.h"
 
 namespace Routing::Agent {
 namespace {
 
-IpGenAddr ip(const std::string& text) {
-  return IpGenAddr::fromText(text).value();
-}
+using TestKit::addr;
 
 /// A message under construction, read from a copy that ends where the message ends, so that a
 /// sanitizer sees every octet that is read beyond.
@@ -29,7 +28,7 @@ class Message {
 
   Message& address(int type, const std::string& text) {
     std::uint8_t octets[16];
-    const IpGenAddr value = ip(text);
+    const IpGenAddr value = addr(text);
     value.toBytes(octets);
     nla_put(request_.get(), type, static_cast<int>(addressBytes(value.af())), octets);
     return *this;
@@ -112,12 +111,12 @@ TEST(NetlinkMessages, ReadTheOwnAddressOfALink) {
                     .read(addressOf);
   ASSERT_TRUE(notice);
   EXPECT_EQ(notice->index, 4U);
-  EXPECT_EQ(notice->address, (LocalAddress{ip("10.0.0.1"), 32, true, RT_SCOPE_LINK}));
+  EXPECT_EQ(notice->address, (LocalAddress{addr("10.0.0.1"), 32, true, RT_SCOPE_LINK}));
   notice = addressMessage(AF_INET6, 64, IFA_F_TEMPORARY)
                .address(IFA_ADDRESS, "2001:db8::1")
                .read(addressOf);
   ASSERT_TRUE(notice);
-  EXPECT_EQ(notice->address, (LocalAddress{ip("2001:db8::1"), 64, false, RT_SCOPE_LINK}));
+  EXPECT_EQ(notice->address, (LocalAddress{addr("2001:db8::1"), 64, false, RT_SCOPE_LINK}));
 }
 
 TEST(NetlinkMessages, TellWhetherAnAddressMayBeUsed) {
@@ -162,7 +161,7 @@ void addHop(std::vector<std::uint8_t>& list, std::uint32_t index, const char* ga
   hop->rtnh_flags = flags;
   hop->rtnh_len = RTNH_LENGTH(0);
   if (gateway != nullptr) {
-    const IpGenAddr address = ip(gateway);
+    const IpGenAddr address = addr(gateway);
     auto* attribute = reinterpret_cast<rtattr*>(octets + RTNH_LENGTH(0));
     attribute->rta_type = static_cast<unsigned short>(gatewayType);
     attribute->rta_len = static_cast<unsigned short>(RTA_LENGTH(addressBytes(address.af())));
@@ -177,7 +176,7 @@ using Hops = std::vector<RouteHop>;
 TEST(NetlinkMessages, ReadTheHopOfARoute) {
   EXPECT_EQ(
       routeMessage(AF_INET).u32(RTA_OIF, 3).address(RTA_GATEWAY, "10.0.0.2").read(routeHopsOf),
-      (Hops{{3, ip("10.0.0.2")}}));
+      (Hops{{3, addr("10.0.0.2")}}));
   EXPECT_EQ(routeMessage(AF_INET6).u32(RTA_OIF, 3).read(routeHopsOf), (Hops{{3, {}}}));
   EXPECT_EQ(routeMessage(AF_INET, RTN_UNICAST, RTNH_F_DEAD).u32(RTA_OIF, 3).read(routeHopsOf),
             Hops{});
@@ -204,7 +203,7 @@ TEST(NetlinkMessages, ReadAllHopsOfAMultipathRoute) {
   addHop(list, 6, "fe80::1", 0, RTA_VIA);
   addHop(list, 0, "10.0.3.2");
   EXPECT_EQ(routeMessage(AF_INET).raw(RTA_MULTIPATH, list).read(routeHopsOf),
-            (Hops{{2, ip("10.0.0.2")}, {3, {}}, {5, ip("10.0.2.2")}}));
+            (Hops{{2, addr("10.0.0.2")}, {3, {}}, {5, addr("10.0.2.2")}}));
 }
 
 TEST(NetlinkMessages, SurviveLengthsThatLie) {

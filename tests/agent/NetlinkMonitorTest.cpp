@@ -70,41 +70,6 @@ TEST_F(NetlinkMonitorTest, ReadsWhatIsThereBeforeItSaysSo) {
   EXPECT_EQ(addresses(*find("lo")), (Texts{"127.0.0.1", "::1"}));
 }
 
-TEST_F(NetlinkMonitorTest, FollowsCarrierAddressesAndMtu) {
-  start();
-  const auto up = [](const Interface& interface) { return interface.link.up; };
-  const auto down = [](const Interface& interface) { return !interface.link.up; };
-  ip("link set v0 up");
-  runFor(loop, 0.05);
-  EXPECT_FALSE(find("v0")->link.up);  // without its peer there is no carrier
-  ip("link set v1 up");
-  EXPECT_TRUE(becomes("v0", up));
-  ip("addr add 10.0.0.1/24 dev v0");
-  ip("addr add 10.0.0.2/24 dev v0");
-  ip("addr add fe80::1/64 dev v0 nodad");
-  EXPECT_TRUE(becomes("v0", having({"10.0.0.1", "10.0.0.2", "fe80::1"})));
-  EXPECT_EQ(helloAddresses(*find("v0"), AddressFamily::ipv4).primary.text(), "10.0.0.1");
-  ip("link set v0 mtu 576");
-  EXPECT_TRUE(becomes("v0", having({"10.0.0.1", "10.0.0.2"})));
-  EXPECT_EQ(find("v0")->link.mtu, 576U);
-  ip("link set v1 down");
-  EXPECT_TRUE(becomes("v0", down));
-}
-
-TEST_F(NetlinkMonitorTest, DoesNotUseAnAddressBeforeItIsKnownToBeUnique) {
-  ip("link set v0 up");
-  ip("link set v1 up");
-  start();
-  bool seen = false;
-  table.observerIs([&](const IntfId& name, const Interface*, const Interface* now) {
-    if (name == IntfId("v0") && now != nullptr) seen = seen || !now->addresses.empty();
-  });
-  ip("addr add 2001:db8::1/64 dev v0");
-  runFor(loop, 0.1);
-  EXPECT_FALSE(seen);  // the check takes a second
-  EXPECT_TRUE(becomes("v0", having({"2001:db8::1"})));
-}
-
 TEST_F(NetlinkMonitorTest, FollowsNamesDevicesAndVrfs) {
   start();
   ip("link set v0 name lan");

@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 
 #include "agent/Options.h"
+#include "tests/support/Split.h"
 
 namespace Routing::Agent {
 namespace {
 
-std::variant<Options, int> parse(std::vector<const char*> arguments) {
-  arguments.insert(arguments.begin(), "pimbsrd");
+std::variant<Options, int> parse(const std::string& line) {
+  const std::vector<std::string> words = TestKit::split("pimbsrd " + line);
+  std::vector<const char*> arguments;
+  for (const std::string& word : words) arguments.push_back(word.c_str());
   return parseOptions(static_cast<int>(arguments.size()), arguments.data());
 }
 
@@ -16,7 +19,7 @@ const FamilySettings& family(const Options& options, AddressFamily af) {
 }
 
 TEST(Options, HaveTheDefaultsOfTheProtocol) {
-  const auto options = std::get<Options>(parse({"--interface", "eth0", "--interface", "eth1"}));
+  const auto options = std::get<Options>(parse("--interface eth0 --interface eth1"));
   FamilySettings expected;
   expected.interfaces["eth0"];
   expected.interfaces["eth1"];
@@ -31,33 +34,10 @@ TEST(Options, HaveTheDefaultsOfTheProtocol) {
 }
 
 TEST(Options, AreReadAsGiven) {
-  const auto options = std::get<Options>(parse({"--interface",
-                                                "eth0",
-                                                "--ipv6-only",
-                                                "--bs-timeout",
-                                                "5",
-                                                "--sz-timeout",
-                                                "7",
-                                                "--hello-period",
-                                                "0.5",
-                                                "--dr-priority",
-                                                "4294967295",
-                                                "--max-zones",
-                                                "0",
-                                                "--max-groups",
-                                                "1",
-                                                "--max-rps",
-                                                "2",
-                                                "--max-fragments",
-                                                "3",
-                                                "--trace",
-                                                "Pim::Hello=9",
-                                                "--trace",
-                                                "Routing=-1",
-                                                "--control",
-                                                "/tmp/c",
-                                                "--log-level",
-                                                "error"}));
+  const auto options = std::get<Options>(
+      parse("--interface eth0 --ipv6-only --bs-timeout 5 --sz-timeout 7 --hello-period 0.5"
+            " --dr-priority 4294967295 --max-zones 0 --max-groups 1 --max-rps 2 --max-fragments 3"
+            " --trace Pim::Hello=9 --trace Routing=-1 --control /tmp/c --log-level error"));
   EXPECT_EQ(options.builtIn.vrfs.at(VrfName("default")).size(), 1U);
   const InterfaceSettings& eth0 = family(options, AddressFamily::ipv6).interfaces.at("eth0");
   EXPECT_EQ(eth0.helloInterval, 0.5);
@@ -73,43 +53,37 @@ TEST(Options, AreReadAsGiven) {
 }
 
 TEST(Options, KeepTheHoldTimeBelowForever) {
-  const auto options = std::get<Options>(parse({"--interface", "eth0", "--hello-period", "18000"}));
+  const auto options = std::get<Options>(parse("--interface eth0 --hello-period 18000"));
   EXPECT_EQ(family(options, AddressFamily::ipv4).interfaces.at("eth0").helloHoldtime, 63000);
 }
 
 TEST(Options, NameAFileInsteadAndOverrideIt) {
-  const auto options = std::get<Options>(parse({"--config", "p.yaml", "--control", "/tmp/c"}));
+  const auto options = std::get<Options>(parse("--config p.yaml --control /tmp/c"));
   EXPECT_TRUE(options.configFile.starts_with("/") && options.configFile.ends_with("/p.yaml"));
   EXPECT_EQ(options.control, "/tmp/c");
 }
 
 TEST(Options, RefuseWhatMakesNoSense) {
-  using Words = std::vector<const char*>;
   testing::internal::CaptureStderr();
-  for (const Words& words :
-       {Words{}, Words{"--interface"}, Words{"--config"}, Words{"--config", ""},
-        Words{"--config", "f", "--interface", "a"}, Words{"--config", "f", "--max-zones", "1"},
-        Words{"--nonsense"}, Words{"eth0"}, Words{"--interface", "a", "--ipv4-only", "--ipv6-only"},
-        Words{"--interface", "a", "--bs-timeout", "0"},
-        Words{"--interface", "a", "--bs-timeout", "-1"},
-        Words{"--interface", "a", "--bs-timeout", "ten"},
-        Words{"--interface", "a", "--hello-period", "nan"},
-        Words{"--interface", "a", "--hello-period", "0"},
-        Words{"--interface", "a", "--dr-priority", "4294967296"},
-        Words{"--interface", "a", "--trace", "Pim"}, Words{"--interface", "a", "--trace", "Pim=10"},
-        Words{"--interface", "a", "--trace", "Pim=x"},
-        Words{"--interface", "a", "--log-level", "loud"}}) {
-    const auto result = parse(words);
+  for (const char* line :
+       {"", "--interface", "--config", "--config ", "--config f --interface a",
+        "--config f --max-zones 1", "--nonsense", "eth0", "--interface a --ipv4-only --ipv6-only",
+        "--interface a --bs-timeout 0", "--interface a --bs-timeout -1",
+        "--interface a --bs-timeout ten", "--interface a --hello-period nan",
+        "--interface a --hello-period 0", "--interface a --dr-priority 4294967296",
+        "--interface a --trace Pim", "--interface a --trace Pim=10", "--interface a --trace Pim=x",
+        "--interface a --log-level loud"}) {
+    const auto result = parse(line);
     const int* code = std::get_if<int>(&result);
-    EXPECT_TRUE(code != nullptr && *code == 2) << testing::PrintToString(words);
+    EXPECT_TRUE(code != nullptr && *code == 2) << line;
   }
   EXPECT_FALSE(testing::internal::GetCapturedStderr().empty());
 }
 
 TEST(Options, ExplainThemselves) {
   testing::internal::CaptureStdout();
-  const auto help = parse({"--help"});
-  const auto version = parse({"--version"});
+  const auto help = parse("--help");
+  const auto version = parse("--version");
   const std::string text = testing::internal::GetCapturedStdout();
   EXPECT_EQ(std::get<int>(help), 0);
   EXPECT_EQ(std::get<int>(version), 0);

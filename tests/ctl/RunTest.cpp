@@ -111,15 +111,6 @@ TEST_F(RunWithDaemon, ClearsInSilence) {
   EXPECT_EQ(std::string::npos, run(options("show", "counters")).out.find("5\n"));
 }
 
-TEST_F(RunWithDaemon, TellsOfAVrfThatDoesNotExist) {
-  start();
-  Options show = options("show", "bsr");
-  show.vrf = "red";
-  const Outcome outcome = run(show);
-  EXPECT_EQ(exitProblem, outcome.code);
-  EXPECT_EQ("pimbsrctl: IPv4 PIM does not run in VRF 'red'\n", outcome.err);
-}
-
 TEST_F(RunWithDaemon, FollowsChangesUntilItsTimeIsUp) {
   v4_.addBsr("224.0.0.0/4", "10.0.0.1");
   start();
@@ -152,25 +143,6 @@ TEST_F(RunWithDaemon, TellsWhatCameOfAReload) {
   const Outcome json = run(reload);
   EXPECT_EQ(exitProblem, json.code);
   EXPECT_EQ("bad", Json::parse(json.out).at("findings").at(0).at("text"));
-}
-
-TEST_F(RunWithDaemon, WaitsUntilEveryInstanceIsReadyForAnUpgrade) {
-  agent_.add("default", AddressFamily::ipv6);
-  for (Agent::FakeInstance& each : agent_.list) {
-    if (each.af == AddressFamily::ipv4) each.upgrade->completedVrfIs(VrfName("default"), true);
-  }
-  start();
-  Options upgrade = options("upgrade", "");
-  upgrade.timeout = 0.3;
-  const Outcome late = run(upgrade);
-  EXPECT_EQ(exitProblem, late.code);
-  EXPECT_EQ("VRF default, IPv4: ready\nVRF default, IPv6: not ready\n", late.out);
-  asio::post(loop_,
-             [this] { agent_.list.back().upgrade->completedVrfIs(VrfName("default"), true); });
-  const Outcome ready = run(upgrade);
-  EXPECT_EQ(exitGood, ready.code);
-  EXPECT_EQ("VRF default, IPv4: ready\nVRF default, IPv6: ready\n", ready.out);
-  EXPECT_TRUE(agent_.upgradePrepared);
 }
 
 TEST_F(RunWithDaemon, CountsADaemonThatIsTooBusyAsUnreachable) {

@@ -149,15 +149,5 @@ TEST(ConfigEntities, OfAFamilyThatGoesAreEmptiedFirst) {
   EXPECT_TRUE(entities.families().empty());
 }
 
-TEST(ConfigEntities, WithdrawAllCandidates) {
-  ConfigEntities entities;
-  entities.configIs(twoZones());
-  Processing running(entities);
-  EXPECT_FALSE(running.bed().crp().empty());
-  entities.withdraw();
-  EXPECT_EQ(running.bed().cbsr(), Lines{});
-  EXPECT_EQ(running.bed().crp(), Lines{});
-}
-
 }  // namespace
 }  // namespace Routing::Agent

@@ -11,6 +11,7 @@
 #include "bsr/types/Config.h"
 #include "bsr/types/Limits.h"
 #include "platform/pim/HelloConfig.h"
+#include "tests/support/Octets.h"
 
 namespace Routing::Agent {
 namespace {
@@ -34,9 +35,7 @@ const FamilySettings& family(const DaemonConfig& config, const char* vrf, Addres
   return config.vrfs.at(VrfName(vrf)).at(af);
 }
 
-IpGenPrefix prefix(const char* text) {
-  return IpGenPrefix::fromText(text).value();
-}
+using TestKit::prefix;
 
 std::string bsrText(const std::string& af, const std::string& bsr) {
   return "vrf: [{name: default, address-family: [{address-family: " + af +
@@ -61,6 +60,13 @@ TEST(Config, HasTheDefaultsOfTheLibrary) {
       settings.bsrCandidates.at("eth0").zones.at(prefix("224.0.0.0/4"));
   EXPECT_EQ(zone.priority, Zone::priorityDefault);
   EXPECT_EQ(zone.hashMaskLen, Zone::hashMaskLenDefault);
+  const DaemonConfig ipv6 = load(bsrText(
+      "ipv6", R"({bsr-candidate: {interface: [{name: eth0, zone: [{group: "ff00::/8"}]}]}})"));
+  EXPECT_EQ(family(ipv6, "default", AddressFamily::ipv6)
+                .bsrCandidates.at("eth0")
+                .zones.at(prefix("ff00::/8"))
+                .hashMaskLen,
+            126U);
   EXPECT_EQ(zone.interval, Zone::intervalDefault);
 
   const RpCandidate& rp = settings.rpCandidates.at("eth0");
@@ -76,17 +82,8 @@ TEST(Config, HasTheDefaultsOfTheLibrary) {
   EXPECT_EQ(hello.overrideInterval, Pim::HelloConfig().overrideInterval);
 
   const Pim::Bsr::PimBsrLimits limits;
-  EXPECT_EQ(config.limits.zones, limits.maxZones());
-  EXPECT_EQ(config.limits.groups, limits.maxGroups());
-  EXPECT_EQ(config.limits.rps, limits.maxRps());
-  EXPECT_EQ(config.limits.fragments, limits.maxFragments());
-}
-
-TEST(Config, HashesMoreBitsInIpv6) {
-  const DaemonConfig config = load(bsrText(
-      "ipv6", R"({bsr-candidate: {interface: [{name: eth0, zone: [{group: "ff00::/8"}]}]}})"));
-  const auto& candidate = family(config, "default", AddressFamily::ipv6).bsrCandidates.at("eth0");
-  EXPECT_EQ(candidate.zones.at(prefix("ff00::/8")).hashMaskLen, 126U);
+  EXPECT_EQ(config.limits, (LimitSettings{limits.maxZones(), limits.maxGroups(), limits.maxRps(),
+                                          limits.maxFragments()}));
 }
 
 TEST(Config, IsReadAsWritten) {
@@ -95,6 +92,15 @@ TEST(Config, IsReadAsWritten) {
   EXPECT_EQ(config.logLevel, "debug");
   EXPECT_EQ(config.traces, (std::map<std::string, int>{{"Agent", -1}, {"Pim::Bsr", 9}}));
   EXPECT_EQ(config.limits, (LimitSettings{0, 4294967295, 2, 3}));
+
+  const AccessList& sites = config.accessLists.at({AddressFamily::ipv4, "SITES"});
+  ASSERT_EQ(sites.rules.size(), 3U);
+  EXPECT_EQ(sites.type, AclType::standard);
+  EXPECT_EQ(sites.rules.begin()->second.action, AclAction::deny);
+  EXPECT_EQ(sites.rules.at(4294967295).source.text(), "239.200.0.0 0.0.255.255");
+  const AccessList& rps = config.accessLists.at({AddressFamily::ipv4, "RPS"});
+  EXPECT_EQ(rps.type, AclType::extended);
+  EXPECT_EQ(rps.rules.at(1).destination.text(), "239.128.0.0/10");
 
   const FamilySettings& ipv4 = family(config, "default", AddressFamily::ipv4);
   EXPECT_EQ(ipv4.interfaces.at("eth0").helloInterval, 10.5);
@@ -120,60 +126,10 @@ TEST(Config, IsReadAsWritten) {
   EXPECT_EQ(interface.drPriority, 0U);
 }
 
-TEST(Config, HoldsAccessListsByFamilyAndSequence) {
-  const DaemonConfig config = load(fileText("tests/data/config/good/everything.yaml"));
-  const AccessList& sites = config.accessLists.at({AddressFamily::ipv4, "SITES"});
-  ASSERT_EQ(sites.rules.size(), 3U);
-  EXPECT_EQ(sites.type, AclType::standard);
-  EXPECT_EQ(sites.rules.begin()->second.action, AclAction::deny);
-  EXPECT_EQ(sites.rules.begin()->second.source.text(), "239.1.1.1/32");
-  EXPECT_EQ(sites.rules.at(4294967295).source.text(), "239.200.0.0 0.0.255.255");
-  const AccessList& rps = config.accessLists.at({AddressFamily::ipv4, "RPS"});
-  EXPECT_EQ(rps.type, AclType::extended);
-  EXPECT_EQ(rps.rules.at(1).destination.text(), "239.128.0.0/10");
-  EXPECT_EQ(rps.rules.at(2).destination.text(), "any");
-  EXPECT_TRUE(config.accessLists.contains({AddressFamily::ipv6, "SITES"}));
-}
-
 TEST(Config, DoesNotDependOnOrderOrNotation) {
-  const std::string yaml = R"(
-access-list:
-  - address-family: ipv4
-    rule:
-      - {sequence: 2, action: deny, source: any}
-      - {source: 10.0.0.0/8, sequence: 1, action: permit}
-    name: A
-  - {address-family: ipv4, name: B}
-vrf:
-  - name: default
-    address-family:
-      - bsr:
-          hold-time: 130  # the default
-          rp-filter: [B, A]
-        interface: [{dr-priority: 1, name: eth1}, {name: eth0}]
-        address-family: ipv4
-)";
-  const std::string json = R"({
-    "vrf": [{"address-family": [{"address-family": "ipv4",
-                                 "interface": [{"name": "eth0"}, {"name": "eth1"}],
-                                 "bsr": {"rp-filter": ["A", "B"]}}],
-             "name": "default"}],
-    "access-list": [
-      {"name": "B", "address-family": "ipv4"},
-      {"name": "A", "address-family": "ipv4", "rule": [
-        {"sequence": "1", "action": "permit", "source": "10.0.0.0/8"},
-        {"sequence": 2, "action": "deny", "source": "any"}]}]})";
-  EXPECT_EQ(load(yaml), load(json));
-  EXPECT_NE(load(yaml), load(yaml + "log-level: debug\n"));
-}
-
-TEST(Config, TakesADefaultPriorityThatIsWrittenForTheSame) {
-  const auto text = [](const std::string& priority) {
-    return bsrText("ipv4", "{rp-candidate: {interface: [{name: eth0, range: [{group: 239.0.0.0/8" +
-                               priority + "}]}]}}");
-  };
-  EXPECT_EQ(load(text("")), load(text(", priority: 192")));
-  EXPECT_NE(load(text("")), load(text(", priority: 191")));
+  const std::string block = fileText("tests/data/config/good/same-as-flow.yaml");
+  EXPECT_EQ(load(block), load(fileText("tests/data/config/good/same-as-block.yaml")));
+  EXPECT_NE(load(block), load(block + "log-level: debug\n"));
 }
 
 TEST(Config, TakesTextForTextWhateverItLooksLike) {
@@ -189,20 +145,21 @@ TEST(Config, TakesTextForTextWhateverItLooksLike) {
   EXPECT_EQ(names, (std::set<std::string>{"100", "1e3", "no", "null", "true"}));
 }
 
-TEST(Findings, ComeWithTheLineOfTheNearestThingThatIsWritten) {
-  const LoadedConfig loaded = readConfig(R"(vrf:
-  - name: default
-    address-family:
-      - address-family: ipv4
-        interface:
-          - name: eth0
-        bsr:
-          hold-time: 131
-)");
-  ASSERT_EQ(loaded.findings.size(), 1U);  // the time-out is the default, written nowhere
-  EXPECT_EQ(findingText(loaded.findings[0]),
-            "7: vrf[default]/address-family[ipv4]/bsr/scope-zone-timeout: 1300 is less than ten "
-            "hold times; taken as 1310");
+/// A list of standard type whose rules have destinations, each of which is an error.
+std::string manyErrors(unsigned rules) {
+  std::string text = "access-list:\n- {name: A, address-family: ipv4, rule: [\n";
+  for (unsigned i = 0; i < rules; ++i) {
+    text += "{sequence: " + std::to_string(i) + ", action: deny, destination: any},\n";
+  }
+  return text + "]}\n";
+}
+
+TEST(Findings, AreBoundedInNumber) {
+  EXPECT_EQ(readConfig(manyErrors(maxFindings)).findings.size(), maxFindings);
+  const Findings findings = readConfig(manyErrors(8000)).findings;
+  ASSERT_EQ(findings.size(), maxFindings + 1);
+  EXPECT_EQ(findings.back(), (Finding{Severity::error, 0, "", "... more"}));
+  EXPECT_EQ(findings[maxFindings - 1].line, 2 + maxFindings);
 }
 
 TEST(Findings, QuoteNoTextThatATerminalWouldObey) {
@@ -265,21 +222,14 @@ void expectSound(const LoadedConfig& loaded, const std::string& text) {
 }
 
 TEST(RandomMutations, OfAGoodFileAreTakenOrRefused) {
-  const std::string good = fileText("tests/data/config/good/everything.yaml");
-  ASSERT_FALSE(good.empty());
-  EXPECT_TRUE(rc::check([&good] {
-    const std::string text = mutated(good);
-    expectSound(readConfig(text), text);
-  }));
-}
-
-TEST(RandomMutations, OfJsonAreTakenOrRefused) {
-  const std::string good = fileText("tests/data/config/good/json.yaml");
-  ASSERT_FALSE(good.empty());
-  EXPECT_TRUE(rc::check([&good] {
-    const std::string text = mutated(good);
-    expectSound(readConfig(text), text);
-  }));
+  for (const char* file : {"everything.yaml", "json.yaml"}) {
+    const std::string good = fileText(std::string("tests/data/config/good/") + file);
+    ASSERT_FALSE(good.empty());
+    EXPECT_TRUE(rc::check([&good] {
+      const std::string text = mutated(good);
+      expectSound(readConfig(text), text);
+    }));
+  }
 }
 
 }  // namespace

@@ -7,13 +7,14 @@
 
 #include "agent/config/ConfigFile.h"
 
-// The files under tests/data/config. A bad one begins with the errors that it must give, each as
-// "# expect: LINE: PATH: TEXT"; these and no others.
+// The files under tests/data/config. A bad one begins with the errors that it must give, one in
+// "judged" with the warnings, each as "# expect: LINE: PATH: TEXT"; these and no others.
 
 namespace Routing::Agent {
 namespace {
 
 using Files = std::vector<std::filesystem::path>;
+using Texts = std::vector<std::string>;
 
 Files filesOf(const std::string& directory) {
   Files files;
@@ -25,17 +26,17 @@ Files filesOf(const std::string& directory) {
   return files;
 }
 
-std::vector<std::string> errorsOf(const Findings& findings) {
-  std::vector<std::string> errors;
+Texts textsOf(const Findings& findings, Severity severity = Severity::error) {
+  Texts texts;
   for (const Finding& finding : findings) {
-    if (finding.severity == Severity::error) errors.push_back(findingText(finding));
+    if (finding.severity == severity) texts.push_back(findingText(finding));
   }
-  return errors;
+  return texts;
 }
 
-std::vector<std::string> expectedErrors(const std::filesystem::path& file) {
+Texts expectedOf(const std::filesystem::path& file) {
   constexpr std::string_view mark = "# expect: ";
-  std::vector<std::string> expected;
+  Texts expected;
   std::ifstream stream(file);
   for (std::string line; std::getline(stream, line) && line.starts_with(mark);) {
     expected.push_back(line.substr(mark.size()));
@@ -50,8 +51,19 @@ TEST(BadFiles, GiveTheErrorsThatTheyAnnounce) {
     SCOPED_TRACE(file.filename().string());
     const LoadedConfig loaded = loadConfig(file);
     EXPECT_FALSE(loaded.config);
-    EXPECT_FALSE(expectedErrors(file).empty());
-    EXPECT_EQ(errorsOf(loaded.findings), expectedErrors(file));
+    EXPECT_FALSE(expectedOf(file).empty());
+    EXPECT_EQ(textsOf(loaded.findings), expectedOf(file));
+  }
+}
+
+TEST(JudgedFiles, GiveTheWarningsThatTheyAnnounce) {
+  const Files files = filesOf("judged");
+  EXPECT_GE(files.size(), 12U);
+  for (const auto& file : files) {
+    SCOPED_TRACE(file.filename().string());
+    const LoadedConfig loaded = loadConfig(file);
+    EXPECT_TRUE(loaded.config);
+    EXPECT_EQ(textsOf(loaded.findings, Severity::warning), expectedOf(file));
   }
 }
 
@@ -62,7 +74,7 @@ TEST(GoodFiles, HaveNoErrors) {
     SCOPED_TRACE(file.filename().string());
     const LoadedConfig loaded = loadConfig(file);
     EXPECT_TRUE(loaded.config);
-    EXPECT_EQ(errorsOf(loaded.findings), std::vector<std::string>());
+    EXPECT_EQ(textsOf(loaded.findings), Texts());
   }
 }
 
@@ -76,12 +88,10 @@ TEST(ThePackagedFile, HasNothingToWarnOf) {
 
 TEST(AFileThatCannotBeRead, IsAnError) {
   const std::string directory = PIMBSR_SOURCE_DIR "/tests/data/config";
-  EXPECT_EQ(errorsOf(loadConfig(directory + "/absent.yaml").findings),
-            (std::vector<std::string>{"cannot be read: No such file or directory"}));
-  EXPECT_EQ(errorsOf(loadConfig(directory).findings),
-            (std::vector<std::string>{"cannot be read: Is a directory"}));
-  EXPECT_EQ(errorsOf(loadConfig("/dev/zero").findings),
-            (std::vector<std::string>{"longer than 1048576 octets"}));
+  EXPECT_EQ(textsOf(loadConfig(directory + "/absent.yaml").findings),
+            (Texts{"cannot be read: No such file or directory"}));
+  EXPECT_EQ(textsOf(loadConfig(directory).findings), (Texts{"cannot be read: Is a directory"}));
+  EXPECT_EQ(textsOf(loadConfig("/dev/zero").findings), (Texts{"longer than 1048576 octets"}));
 }
 
 }  // namespace

@@ -16,23 +16,6 @@ std::string nested(std::size_t levels) {
   return std::string(levels, '[') + std::string(levels, ']');
 }
 
-TEST(YamlTree, KeepsTextLinesAndRepeatedKeys) {
-  Findings findings;
-  const YamlNodePtr root = readYaml("a: 'x'\nb:\n  - 010\n  - ~\na: {}\n", findings);
-  ASSERT_NE(root, nullptr);
-  ASSERT_EQ(root->entries.size(), 3U);
-  EXPECT_EQ(root->entries[0].key, "a");
-  EXPECT_EQ(root->entries[0].value->text, "x");
-  EXPECT_EQ(root->entries[2].key, "a");
-  EXPECT_EQ(root->entries[2].line, 5U);
-  EXPECT_EQ(root->entries[2].value->kind, YamlNode::Kind::map);
-  const YamlNode& list = *root->entries[1].value;
-  ASSERT_EQ(list.items.size(), 2U);
-  EXPECT_EQ(list.items[0]->text, "010");
-  EXPECT_EQ(list.items[0]->line, 3U);
-  EXPECT_EQ(list.items[1]->kind, YamlNode::Kind::null);
-}
-
 TEST(YamlTree, IsBoundedInSizeAndDepth) {
   EXPECT_EQ(read("x: 12345", {8, 32, 100}), "good");
   EXPECT_EQ(read("x: 123456", {8, 32, 100}), "longer than 8 octets");
@@ -46,13 +29,6 @@ TEST(YamlTree, CountsWhatAliasesRepeat) {
   EXPECT_EQ(read(text, {100, 32, 14}), "good");
   EXPECT_EQ(read(text, {100, 32, 13}),
             "2: too much: more than 13 values, counting those that aliases repeat");
-}
-
-TEST(YamlTree, SharesWhatAliasesRepeat) {
-  Findings findings;
-  const YamlNodePtr root = readYaml("a: &a [1]\nb: *a\n", findings);
-  ASSERT_NE(root, nullptr);
-  EXPECT_EQ(root->entries[0].value, root->entries[1].value);
 }
 
 TEST(YamlTree, RefusesWhatTheParserWouldTakeForTheEnd) {

@@ -69,18 +69,6 @@ class ControlCommands : public testing::Test {
   FakeInstance& red_ = agent_.add("red", AddressFamily::ipv4);
 };
 
-TEST_F(ControlCommands, AnswerForTheVrfAndFamilyThatWereAsked) {
-  agent_.add("default", AddressFamily::ipv4);
-  red_.addBsr("224.0.0.0/4", "10.0.0.1");
-  const auto red =
-      Json::parse(answerLine(agent_.target(), {.topic = "bsr", .vrf = VrfName("red")}));
-  EXPECT_EQ(true, red.at("ok"));
-  EXPECT_EQ("red", red.at("data").at("vrf"));
-  EXPECT_EQ("10.0.0.1", red.at("data").at("zones")[0].at("bsr").at("address"));
-  const auto byDefault = Json::parse(answerLine(agent_.target(), {.topic = "bsr"}));
-  EXPECT_TRUE(byDefault.at("data").at("zones")[0].at("bsr").is_null());
-}
-
 TEST_F(ControlCommands, RefuseWhatDoesNotExist) {
   using Command = ControlRequest::Command;
   const VrfName red("red");
@@ -104,17 +92,11 @@ TEST_F(ControlCommands, LimitAWatchToTheAttributesOfItsTopic) {
   EXPECT_TRUE(watchScope(agent_, {.topic = "status", .vrf = VrfName("red")}).covers("= /af ipv4"));
 }
 
-TEST_F(ControlCommands, TellWhatCameOfAReload) {
-  agent_.outcome = {"/etc/p.yaml", false, false, {{Severity::error, 7, "vrf[red]", "bad"}}};
-  const auto answer =
-      Json::parse(answerLine(agent_.target(), parseControlRequest(R"({"command":"reload"})")));
-  EXPECT_TRUE(answer.at("ok"));
-  const Json error = {{"severity", "error"}, {"line", 7}, {"path", "vrf[red]"}, {"text", "bad"}};
-  const Json expected = {{"file", "/etc/p.yaml"},
-                         {"good", false},
-                         {"changed", false},
-                         {"findings", Json::array({error})}};
-  EXPECT_EQ(expected, answer.at("data"));
+TEST_F(ControlCommands, HashOnlyAddressesOfTheFamily) {
+  for (const char* group : {"", "ff0e::1", "239.1.1.0/24", "239.1.1", "group"}) {
+    const ControlRequest request{.topic = "rp-hash", .vrf = VrfName("red"), .group = group};
+    EXPECT_THROW(answerLine(agent_.target(), request), RequestError) << group;
+  }
 }
 
 TEST_F(ControlCommands, TellWhichInstancesAreReadyForAnUpgrade) {
@@ -132,6 +114,16 @@ TEST_F(ControlCommands, TellWhichInstancesAreReadyForAnUpgrade) {
   EXPECT_EQ(Json::array({ready}), ask("status"));
   EXPECT_EQ(RefusalCode::badRequest,
             refusal({.command = ControlRequest::Command::upgrade, .topic = "undo"}));
+}
+
+TEST_F(ControlCommands, SurviveNamesThatAreNoUtf8) {
+  red_.pimStatus->newPimIntf(IntfId("eth\xff"));
+  const auto data = [this](const char* topic) {
+    return Json::parse(answerLine(agent_.target(), {.topic = topic, .vrf = VrfName("red")}))
+        .at("data");
+  };
+  EXPECT_EQ("eth\xef\xbf\xbd", data("interface").at("interfaces")[0].at("interface"));
+  EXPECT_TRUE(data("status").at("pim").is_string());
 }
 
 }  // namespace

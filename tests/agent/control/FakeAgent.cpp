@@ -4,14 +4,6 @@ namespace Routing::Agent {
 
 using namespace Pim;
 
-IpGenAddr addr(std::string_view text) {
-  return IpGenAddr::fromText(text).value();
-}
-
-IpGenPrefix prefix(std::string_view text) {
-  return IpGenPrefix::fromText(text).value();
-}
-
 FakeInstance::FakeInstance(const std::string& vrf, AddressFamily family)
     : af(family),
       pimStatus(std::make_shared<PimStatus>(VrfName(vrf))),

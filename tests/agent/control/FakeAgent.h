@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "agent/control/ControlCommands.h"
+#include "tests/support/Octets.h"
 
 namespace Routing::Agent {
 
@@ -54,7 +55,7 @@ struct FakeAgent : AgentView, AgentCommands {
   std::shared_ptr<Pim::AllIntfStatusDir> interfaces = std::make_shared<Pim::AllIntfStatusDir>();
 };
 
-IpGenAddr addr(std::string_view text);
-IpGenPrefix prefix(std::string_view text);
+using TestKit::addr;
+using TestKit::prefix;
 
 }  // namespace Routing::Agent

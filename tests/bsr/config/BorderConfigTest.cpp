@@ -34,6 +34,7 @@ TEST_F(BorderConfiguration, InterfacesShareAnEntry) {
 
 TEST_F(BorderConfiguration, AGroupAndAListCountTwice) {
   bed.aclIs("inside", {"permit 239.1.0.0/16"});
+  bed.aclIs("outside", {"permit 239.2.0.0/16"});
   groupIs("eth0", "239.1.0.0/16");
   bed.start();
   bed.border("eth0")->bsrBorderAclIs("inside", true);
@@ -46,6 +47,9 @@ TEST_F(BorderConfiguration, AGroupAndAListCountTwice) {
   EXPECT_EQ(bed.borders(), Lines{"239.1.0.0/16 eth0"});
   EXPECT_TRUE(
       traces.ends("Sm", 8, "Deleted interface eth0from BsrConfigAcl object for acl inside"));
+  bed.border("eth1")->bsrBorderAclIs("outside", true);
+  EXPECT_TRUE(traces.ends("Sm", 4, "Created group 239.2.0.0/16 BSR border set"));
+  bed.border("eth1")->bsrBorderAclIs("outside", false);
   EXPECT_TRUE(bed.sm->state().bsrConfigAcl().empty());
 }
 

@@ -94,6 +94,9 @@ TEST_F(RpCandidateConfiguration, ListEditsAddBeforeTheyRemove) {
   bed.aclPriorityIs("eth0", "groups", 5);
   bed.start();
   traced(8, "Added interface eth0 to BsrConfigAcl's C-RP object for acl groups");
+  traced(4, "Created C-RP with IP 10.1.1.1 advInterval=60");
+  traced(8, "Address prefix 239.1.0.0/16 as part of Aclgroups to C-RP 10.1.1.1");
+  traced(8, "Created priority 5 to prefix 239.1.0.0/16 to C-RP 10.1.1.1");
   bed.changes();
   bed.aclIs("groups", {"permit 239.3.0.0/16"});
   EXPECT_EQ(bed.changes(), (Lines{"+ /crp[10.1.1.1]/prefixSet[239.3.0.0/16]",

@@ -8,6 +8,7 @@
 #include "platform/entity/Assertion.h"
 #include "platform/entity/MountTable.h"
 #include "tests/platform/entity/SampleEntities.h"
+#include "tests/support/Octets.h"
 
 namespace Routing {
 namespace {
@@ -22,9 +23,7 @@ std::shared_ptr<Router> router() {
   return std::make_shared<Router>(VrfName("default"));
 }
 
-IpGenPrefix prefix(const char* text) {
-  return *IpGenPrefix::fromText(text);
-}
+using TestKit::prefix;
 
 // --- setters ----------------------------------------------------------------------------------
 
@@ -49,34 +48,6 @@ TEST(Entity, SetterComparesStoresChecksAndNotifiesInThatOrder) {
   EXPECT_EQ(seen.size(), 2U) << "the value of before is a change again";
 }
 
-TEST(Entity, BoundsAreInclusive) {
-  Port port(eth0);
-  EXPECT_NO_THROW(port.priorityIs(0));
-  EXPECT_NO_THROW(port.priorityIs(256));
-  EXPECT_THROW(port.priorityIs(257), RangeError);
-  EXPECT_THROW(VrfName(std::string(101, 'x')), RangeError);
-  EXPECT_NO_THROW(VrfName(std::string(100, 'x')));
-}
-
-TEST(Entity, CounterWraps) {
-  const auto r = router();
-  r->rxIs(0xffffffff);
-  r->rxInc();
-  EXPECT_EQ(r->rx(), 0U);
-}
-
-TEST(Entity, PointersCompareByIdentity) {
-  const auto r = router();
-  int changes = 0;
-  const auto reactor = r->messageReactor([&] { ++changes; });
-  const auto message = std::make_shared<std::string>("one");
-  r->messageIs(message);
-  r->messageIs(message);
-  EXPECT_EQ(changes, 1);
-  r->messageIs(std::make_shared<std::string>("one"));
-  EXPECT_EQ(changes, 2);
-}
-
 TEST(Entity, KeyedAttributesNotifyOncePerChangeWithTheKey) {
   const auto r = router();
   std::vector<std::string> events;
@@ -94,6 +65,9 @@ TEST(Entity, KeyedAttributesNotifyOncePerChangeWithTheKey) {
   EXPECT_EQ(r->newPort(eth0), port) << "an existing entry is returned";
   r->newPort(eth1);
   r->portDelAll();
+  r->uplinkIs("a", port);
+  r->uplinkDelAll();
+  EXPECT_TRUE(r->uplink().empty());
   EXPECT_EQ(events, (std::vector<std::string>{"239.0.0.0/8+", "239.0.0.0/8+", "239.0.0.0/8-",
                                               "eth0+", "eth1+", "eth0-", "eth1-"}));
 }
@@ -199,22 +173,6 @@ TEST(Notification, TheSubjectMayDieInside) {
   port->priorityIs(1);
   EXPECT_EQ(log, "1") << "reactors that were not reached are not called any more";
   EXPECT_FALSE(first.active());
-}
-
-TEST(Notification, AReactorThatOwnsOthersSubscriptionsMayDie) {
-  Port port(eth0);
-  int calls = 0;
-  auto inner = std::make_shared<std::optional<Subscription>>();
-  Subscription outer = port.priorityReactor([&calls, inner] { ++calls; });
-  inner->emplace(port.priorityReactor([&calls] { calls += 10; }));
-  const auto killer = port.priorityReactor([&, weak = std::weak_ptr(inner)] {
-    inner.reset();
-    outer.reset();
-  });
-  port.priorityIs(1);
-  EXPECT_EQ(calls, 11);
-  port.priorityIs(2);
-  EXPECT_EQ(calls, 11);
 }
 
 TEST(Notification, OneThatThrowsKeepsNobodyElseFromBeingTold) {

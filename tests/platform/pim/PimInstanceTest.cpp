@@ -42,9 +42,6 @@ struct PimInstanceTest : ::testing::Test {
     bsm.bsrAddressIs(addr("192.0.2.1"));
     return bsm;
   }
-  static std::uint32_t triggered(const PimRouter& router) {
-    return router.intf("eth0").triggeredHelloSent();
-  }
 
   TestKit::VirtualWorld world;
   TestKit::PimLan lan{world.wheel};
@@ -166,48 +163,6 @@ TEST_F(PimInstanceTest, AChangeOfTheOwnAddressDoesNotShakeTheDr) {
   a.intfIs("eth0", "10.0.0.4");
   EXPECT_EQ(drOf(a), "10.0.0.4 self");
   EXPECT_EQ(changes, 1);
-}
-
-TEST_F(PimInstanceTest, ARestartIsNoticedByItsGenerationId) {
-  connectAll();
-  a.intfIs("eth0", "10.0.0.1");
-  {
-    PimRouter crashing(AddressFamily::ipv4, world.wheel, 0.9);
-    crashing.connect("eth0", lan);
-    crashing.intfIs("eth0", "10.0.0.2");
-    goTo(20);
-    ASSERT_EQ(neighborsOf(a), (Lines{"10.0.0.2"}));
-    ASSERT_EQ(triggered(a), 1u);
-    lan.detach(crashing);
-  }  // without a goodbye
-  b.intfIs("eth0", "10.0.0.2");
-  goTo(justBefore(22));
-  EXPECT_EQ(a.intf("eth0").neighbor(addr("10.0.0.2"))->setupTime(), 4.5);
-  goTo(23);
-  EXPECT_EQ(a.intf("eth0").neighbor(addr("10.0.0.2"))->setupTime(), 22.0);
-  EXPECT_EQ(triggered(a), 2u);
-  EXPECT_EQ(neighborsOf(b), (Lines{"10.0.0.1"}));
-}
-
-TEST_F(PimInstanceTest, ASilencedRouterExpiresAtTheInstantAndAnAnnouncedEndAtOnce) {
-  connectAll();
-  a.intfIs("eth0", "10.0.0.1");
-  b.intfIs("eth0", "10.0.0.2");
-  c.intfIs("eth0", "10.0.0.3");
-  goTo(10);
-  b.mute = true;  // its last Hello left at 4, triggered by c
-  b.pim.shutdown();
-  c.pim.shutdown();
-  goTo(10);
-  EXPECT_EQ(neighborsOf(a), (Lines{"10.0.0.2"}));
-  EXPECT_EQ(drOf(a), "10.0.0.2");
-  const double expiry = a.intf("eth0").neighbor(addr("10.0.0.2"))->expiryTime();
-  EXPECT_EQ(expiry, b.sent.back().at + 105);
-  goTo(justBefore(expiry));
-  EXPECT_EQ(neighborsOf(a), (Lines{"10.0.0.2"}));
-  goTo(expiry);
-  EXPECT_TRUE(neighborsOf(a).empty());
-  EXPECT_EQ(drOf(a), "10.0.0.1 self");
 }
 
 TEST_F(PimInstanceTest, FindsTheRpfNeighborByItsIpv6AddressList) {

@@ -2,16 +2,16 @@
 #include <rapidcheck/gtest.h>
 
 #include <map>
-#include <sstream>
+#include <tuple>
+#include <vector>
 
-#include "platform/pim/PimCodec.h"
+#include "platform/pim/BootstrapMessage.h"
 #include "tests/support/Octets.h"
 #include "tests/support/PimGenerators.h"
 
 namespace Routing::Pim {
 namespace {
 
-using TestKit::addr;
 using TestKit::prefix;
 
 TEST(BootstrapMessage, ItsZoneIsTheFirstRangeIfThatHasTheZoneBit) {
@@ -25,37 +25,6 @@ TEST(BootstrapMessage, ItsZoneIsTheFirstRangeIfThatHasTheZoneBit) {
   EXPECT_EQ(zoneOf(bsm, global), global) << "the bit on a later range means nothing";
   bsm.groupRpDataIs({scoped, plain});
   EXPECT_EQ(zoneOf(bsm, global), prefix("239.2.0.0/16"));
-}
-
-TEST(BootstrapMessage, IsForwardedUnlessSaidOtherwise) {
-  EXPECT_TRUE(BootstrapMessage{}.forward());
-}
-
-TEST(PimMessages, CompareByAllTheyHold) {
-  const auto differsIn = [](auto change) {
-    BootstrapMessage bsm, other;
-    EXPECT_EQ(bsm, other);
-    change(other);
-    return !(bsm == other);
-  };
-  EXPECT_TRUE(differsIn([](auto& m) { m.sourceIs(addr("192.0.2.1")); }));
-  EXPECT_TRUE(differsIn([](auto& m) { m.forwardIs(false); }));
-  EXPECT_TRUE(differsIn([](auto& m) { m.fragmentTagIs(1); }));
-  EXPECT_TRUE(differsIn([](auto& m) {
-    m.groupRpDataAppend(BootstrapGroupData(prefix("239.0.0.0/8"))).rpCountIs(1);
-  }));
-}
-
-TEST(PimMessages, PrintOneLineForTraces) {
-  BootstrapMessage bsm;
-  bsm.sourceIs(addr("10.0.0.2"));
-  bsm.bsrAddressIs(addr("192.0.2.1"));
-  bsm.bsrPriorityIs(100);
-  bsm.fragmentTagIs(4097);
-  bsm.forwardIs(false);
-  std::ostringstream out;
-  out << bsm;
-  EXPECT_EQ(out.str(), "BSM from 10.0.0.2 BSR 192.0.2.1 priority 100 tag 4097 groups 0 no-forward");
 }
 
 // The sorted array against the map it stands for.
@@ -82,16 +51,6 @@ RC_GTEST_PROP(BootstrapRpList, BehavesAsAMap, ()) {
     RC_ASSERT(*list.find(address) == data);
     ++expected;
   }
-}
-
-TEST(BootstrapRpList, IsMadeFromRpsInAnyOrderButNotTwiceTheSame) {
-  const BootstrapRp a{addr("192.0.2.1"), {150, 1}}, b{addr("192.0.2.2"), {150, 2}};
-  const auto list = BootstrapRpList::fromRps({b, a});
-  ASSERT_TRUE(list);
-  EXPECT_EQ(*list->begin(), a);
-  EXPECT_EQ(list->find(b.address)->rpPriority(), 2);
-  EXPECT_EQ(list->find(addr("192.0.2.3")), nullptr);
-  EXPECT_FALSE(BootstrapRpList::fromRps({b, a, b}));
 }
 
 }  // namespace

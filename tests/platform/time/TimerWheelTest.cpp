@@ -18,21 +18,6 @@ struct World {
   std::string log;
 };
 
-TEST(Timer, IsIdleUntilArmedAndAfterFiring) {
-  World w;
-  double inside = 0.0;
-  Timer timer(w.wheel, [&] { inside = timer.expiry(); });
-  EXPECT_EQ(timer.expiry(), never);
-  timer.expiryIs(5.0);
-  EXPECT_EQ(w.wheel.nextExpiry(), 5.0);
-  w.clock.nowIs(TestKit::justBefore(5.0));
-  EXPECT_EQ(w.wheel.fireDue(), 0U);
-  w.clock.nowIs(5.0);
-  EXPECT_EQ(w.wheel.fireDue(), 1U);
-  EXPECT_EQ(inside, never) << "idle already while its callback runs";
-  EXPECT_EQ(w.wheel.nextExpiry(), never);
-}
-
 TEST(Timer, EqualExpiriesFireInTheOrderOfArming) {
   World w;
   Timer a(w.wheel, [&] { w.log += 'a'; });

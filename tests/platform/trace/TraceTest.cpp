@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "platform/net/VrfName.h"
-#include "platform/trace/SysLogMessage.h"
 #include "platform/trace/Trace.h"
 
 namespace Routing {
@@ -61,26 +60,6 @@ TEST(Trace, ThresholdsGoByPrefixAndReachLaterFacilities) {
   EXPECT_EQ(other.threshold(), TraceHandle::off);
   traceThresholdIs("Prefix::", TraceHandle::off);
   EXPECT_FALSE(late.enabled(0));
-}
-
-class LogRecorder final : public SysLogSink {
- public:
-  LogRecorder() { sysLogSinkIs(*this); }
-  ~LogRecorder() override { sysLogSinkDel(*this); }
-  void log(const SysLogMessage& message, std::string_view text) override {
-    lines.push_back(message.id() + ' ' + std::string(text));
-  }
-  std::vector<std::string> lines;
-};
-
-TEST(SysLogMessage, IsRegisteredAndFillsItsFormat) {
-  const SysLogMessage message("TEST_ID", 5, "%s met %s.", "Why.", "What to do.");
-  EXPECT_EQ(SysLogMessage::all().back(), &message);
-  LogRecorder recorder;
-  message.emit({"a", "%s"});
-  message.emit({"only"});
-  EXPECT_EQ(recorder.lines,
-            (std::vector<std::string>{"TEST_ID a met %s.", "TEST_ID only met %s."}));
 }
 
 }  // namespace

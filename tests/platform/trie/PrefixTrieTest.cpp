@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/trie/PrefixTrie.h"
 #include "tests/platform/trie/PrefixGen.h"
+#include "tests/support/Octets.h"
 
 namespace Routing {
 namespace {
@@ -18,9 +18,7 @@ namespace {
 using Test::prefixOf;
 using Stored = std::pair<IpGenPrefix, int>;
 
-IpGenPrefix pfx(const char* text) {
-  return IpGenPrefix::fromText(text).value();
-}
+const auto pfx = TestKit::prefix;
 
 /// What a PrefixTrie does, done by looking at everything.
 class ListOracle {
@@ -121,39 +119,6 @@ RC_GTEST_PROP(PrefixTrie, BehavesAsAListIpv6, ()) {
   behavesAsList(AddressFamily::ipv6);
 }
 
-TEST(PrefixTrie, MatchesTheWholeQueryNotItsFirstAddress) {
-  Trie trie(AddressFamily::ipv4);
-  for (const char* stored : {"224.0.0.0/4", "239.0.0.0/8", "239.0.0.0/16"})
-    trie.insert(pfx(stored));
-  const std::pair<const char*, const char*> cases[] = {
-      {"239.0.0.0/8", "239.0.0.0/8"},   {"239.0.0.0/12", "239.0.0.0/8"},
-      {"239.0.5.0/24", "239.0.0.0/16"}, {"238.0.0.0/7", "224.0.0.0/4"},
-      {"239.0.0.1/32", "239.0.0.0/16"}, {"0.0.0.0/0", "none"},
-      {"192.0.2.1/32", "none"},
-  };
-  for (const auto& [query, match] : cases) {
-    EXPECT_EQ(trie.longestMatch(pfx(query)).prefix, pfx(match)) << query;
-  }
-}
-
-TEST(PrefixTrie, RefusesOtherFamiliesAndNone) {
-  for (const AddressFamily af : {AddressFamily::ipv4, AddressFamily::ipv6, AddressFamily::unset}) {
-    Trie trie(af);
-    if (af != AddressFamily::unset) trie.insert(IpGenPrefix::zero(af), 1);
-    const std::size_t before = trie.size();
-    for (const char* text : {"none", "0.0.0.0/0", "232.1.1.1/32", "::/0", "ff0e::1/128"}) {
-      const IpGenPrefix foreign = pfx(text);
-      if (foreign.af() == af && af != AddressFamily::unset) continue;
-      EXPECT_FALSE(trie.insert(foreign)) << text;
-      EXPECT_FALSE(trie.erase(foreign)) << text;
-      EXPECT_FALSE(trie.longestMatch(foreign) || trie.parent(foreign) || trie.next(foreign));
-      EXPECT_EQ(trie.find(foreign), nullptr) << text;
-      trie.forEachInside(foreign, [&](const IpGenPrefix& p, int) { ADD_FAILURE() << p; });
-    }
-    EXPECT_EQ(trie.size(), before);
-  }
-}
-
 // A chain of every length is the deepest trie there is: 129 nodes on one path.
 TEST(PrefixTrie, HoldsAChainOfEveryLength) {
   Trie trie(AddressFamily::ipv6);
@@ -203,17 +168,6 @@ TEST(PrefixTrie, WalkSurvivesChangesMadeOnTheWay) {
   });
   EXPECT_EQ(seen, "10.0.0.0/8 10.1.0.0/16 10.3.0.0/16 11.0.0.0/8 ");
   EXPECT_EQ(trie.size(), 1U);
-}
-
-TEST(PrefixTrie, KeepsMoveOnlyValuesAndLetsThemBeChanged) {
-  PrefixTrie<std::unique_ptr<int>> trie(AddressFamily::ipv4);
-  EXPECT_TRUE(trie.insert(pfx("239.0.0.0/8"), std::make_unique<int>(1)));
-  EXPECT_FALSE(trie.insert(pfx("239.0.0.0/8"), std::make_unique<int>(2)));
-  EXPECT_EQ(**trie.find(pfx("239.0.0.0/8")), 1);
-  *trie.find(pfx("239.0.0.0/8")) = std::make_unique<int>(3);
-  trie.insert(pfx("224.0.0.0/4"), std::make_unique<int>(4));
-  EXPECT_EQ(**trie.longestMatch(pfx("239.1.1.1")).value, 3);
-  EXPECT_EQ(**trie.parent(pfx("239.0.0.0/8")).value, 4);
 }
 
 }  // namespace

@@ -8,15 +8,14 @@
 
 #include "platform/trie/TrieGen.h"
 #include "tests/platform/trie/PrefixGen.h"
+#include "tests/support/Octets.h"
 
 namespace Routing {
 namespace {
 
 using Test::prefixOf;
 
-IpGenPrefix pfx(const char* text) {
-  return IpGenPrefix::fromText(text).value();
-}
+const auto pfx = TestKit::prefix;
 
 std::string eventText(const IpGenPrefix& prefix, TrieEvent event) {
   const char marks[] = {'+', '-', '*'};
@@ -46,56 +45,6 @@ TEST(TrieGen, TellsOfRealChangesOnly) {
   EXPECT_TRUE(trie.routeDel(pfx("239.0.0.0/8")));
   EXPECT_FALSE(trie.routeDel(pfx("239.0.0.0/8")));
   EXPECT_EQ(events, (Events{"+239.0.0.0/8", "*239.0.0.0/8", "-239.0.0.0/8"}));
-}
-
-TEST(TrieGen, AnswersNoneWithoutMatch) {
-  TrieGen trie("PimBsr6Trie", AddressFamily::ipv6);
-  EXPECT_TRUE(trie.longestMatch(pfx("ff0e::1")).isNone());
-  trie.routeIs(pfx("ff00::/8"));
-  trie.routeIs(pfx("ff05::/16"));
-  EXPECT_EQ(trie.longestMatch(pfx("ff05::1")), pfx("ff05::/16"));
-  EXPECT_EQ(trie.longestMatch(pfx("ff05::/15")), pfx("ff00::/8"));
-  EXPECT_EQ(trie.parent(pfx("ff05::/16")), pfx("ff00::/8"));
-  EXPECT_TRUE(trie.parent(pfx("ff00::/8")).isNone());
-  EXPECT_TRUE(trie.longestMatch(pfx("239.1.1.1")).isNone());
-}
-
-// The trie is up to date when its reactors run, and they run in the order of subscription.
-TEST(TrieGen, ReactorsRunInOrderAfterTheChange) {
-  TrieGen trie("t", AddressFamily::ipv4);
-  Events events;
-  std::vector<Subscription> subscriptions;
-  for (const char* who : {"a", "b", "c"}) {
-    subscriptions.push_back(trie.routeReactor([&, who](const IpGenPrefix& p, TrieEvent e) {
-      events.push_back(who + eventText(p, e));
-      EXPECT_EQ(trie.route(p), e != TrieEvent::deleted);
-    }));
-  }
-  subscriptions.erase(subscriptions.begin());
-  trie.routeIs(pfx("224.0.0.0/4"));
-  trie.routeDel(pfx("224.0.0.0/4"));
-  EXPECT_EQ(events, (Events{"b+224.0.0.0/4", "c+224.0.0.0/4", "b-224.0.0.0/4", "c-224.0.0.0/4"}));
-}
-
-TEST(TrieGen, ReactorsComeAndGoInsideANotification) {
-  TrieGen trie("t", AddressFamily::ipv4);
-  Events events;
-  Subscription once;
-  Subscription late;
-  auto doomed = std::make_unique<Subscription>();
-  once = trie.routeReactor([&](const IpGenPrefix& p, TrieEvent e) {
-    events.push_back("once" + eventText(p, e));
-    once.reset();
-    doomed.reset();
-    late = trie.routeReactor(recorder(events, "late"));
-  });
-  const Subscription steady = trie.routeReactor(recorder(events, "steady"));
-  *doomed = trie.routeReactor(recorder(events, "doomed"));
-  trie.routeIs(pfx("224.0.0.0/4"));
-  EXPECT_EQ(events, (Events{"once+224.0.0.0/4", "steady+224.0.0.0/4"}));
-  events.clear();
-  trie.changedRouteIs(pfx("224.0.0.0/4"));
-  EXPECT_EQ(events, (Events{"steady*224.0.0.0/4", "late*224.0.0.0/4"}));
 }
 
 TEST(TrieGen, MayBeDeletedInsideItsOwnNotification) {
