@@ -88,30 +88,6 @@ TEST_F(RpCandidateConfiguration, TheEntryMovesWithTheAddress) {
   EXPECT_EQ(counts, (std::map<IpGenPrefix, std::uint32_t>{{prefix("238.0.0.0/8"), 1}}));
 }
 
-TEST_F(RpCandidateConfiguration, ListEditsAddBeforeTheyRemove) {
-  bed.aclIs("groups", {"permit 239.1.0.0/16"});
-  bed.rp("eth0")->aclIs("groups", true);
-  bed.aclPriorityIs("eth0", "groups", 5);
-  bed.start();
-  traced(8, "Added interface eth0 to BsrConfigAcl's C-RP object for acl groups");
-  bed.changes();
-  bed.aclIs("groups", {"permit 239.3.0.0/16"});
-  EXPECT_EQ(bed.changes(), (Lines{"+ /crp[10.1.1.1]/prefixSet[239.3.0.0/16]",
-                                  "+ /crp[10.1.1.1]/prefixOptions[239.3.0.0/16]",
-                                  "= /crp[10.1.1.1]/prefixOptions[239.3.0.0/16]/priority 256",
-                                  "= /crp[10.1.1.1]/prefixOptions[239.3.0.0/16]/priority 5",
-                                  "- /crp[10.1.1.1]/prefixOptions[239.1.0.0/16]",
-                                  "- /crp[10.1.1.1]/prefixSet[239.1.0.0/16]"}));
-  bed.aclIs("groups", {"deny any"});
-  EXPECT_EQ(bed.crp(), Lines{}) << "it serves no group";
-  bed.aclIs("groups", {"permit 239.3.0.0/16"});
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 239.3.0.0/16=5"});
-  bed.aclDel("groups");
-  EXPECT_EQ(bed.crp(), Lines{});
-  bed.rp("eth0")->aclIs("groups", false);
-  EXPECT_TRUE(bed.sm->state().bsrConfigAcl().empty());
-}
-
 TEST_F(RpCandidateConfiguration, APriorityThatGoesLeavesTheNextOne) {
   bed.aclIs("a", {"permit 239.0.0.0/8"});
   bed.aclIs("b", {"permit 239.0.0.0/8", "permit 225.0.0.0/8"});
@@ -143,26 +119,6 @@ TEST_F(RpCandidateConfiguration, APriorityThatGoesLeavesTheNextOne) {
   bed.rangePriorityIs("eth0", "239.0.0.0/8", 10);
   rangeIs("eth0", "239.0.0.0/8", false);
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8 239.0.0.0/8"});
-}
-
-TEST_F(RpCandidateConfiguration, InterfacesMayShareAnAddress) {
-  bed.addressIs("eth1", "10.1.1.1");
-  rangeIs("eth1", "239.0.0.0/8");
-  bed.rp("eth1")->advIntervalIs(Pim::Bsr::CrpAdvInterval(33));
-  bed.start();
-  rangeIs("eth0", "225.0.0.0/8");
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8 239.0.0.0/8"});
-  bed.rp("eth1")->advIntervalIs(Pim::Bsr::CrpAdvInterval(34));
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8 239.0.0.0/8"});
-  bed.config->rpCandidateConfigDel(IntfId("eth0"));
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth1 34 sparse 239.0.0.0/8"});
-  rangeIs("eth0", "225.0.0.0/8");
-  bed.addressIs("eth1", "10.1.1.2");
-  EXPECT_EQ(bed.crp(),
-            (Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8", "10.1.1.2 eth1 34 sparse 239.0.0.0/8"}));
-  bed.config->rpCandidateConfigDelAll();
-  EXPECT_EQ(bed.crp(), Lines{});
-  EXPECT_TRUE(bed.sm->state().crpPfxRefCount().empty());
 }
 
 TEST_F(RpCandidateConfiguration, AStretchedIntervalOutlastsOtherChanges) {

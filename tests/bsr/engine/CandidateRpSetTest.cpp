@@ -18,7 +18,6 @@ const char* const rpA = "10.9.9.1";
 const char* const rpB = "10.9.9.2";
 
 struct CandidateRpSetTest : CandidateFixture {
-  bool traced(int level, std::string_view text) { return traces.ends("CandidateSm", level, text); }
   bool tracedByRoot(int level, std::string_view text) { return traces.ends("Sm", level, text); }
   /// What the next message, ten seconds from now at the latest, says of the ranges.
   Lines announcedSoon() {
@@ -70,21 +69,6 @@ TEST_F(CandidateRpSetTest, ANewRpIsHeldAnnouncedAndUsedAtOnce) {
   EXPECT_DOUBLE_EQ(machine().bsExpiry(), now() + 60);
 }
 
-TEST_F(CandidateRpSetTest, ANewRpDoesNotDelayAMessageThatIsNear) {
-  standAndWin();
-  const double next = machine().bsExpiry();
-  goTo(next - 8);
-  advertise(range, rpA);
-  EXPECT_DOUBLE_EQ(machine().bsExpiry(), next);
-  EXPECT_TRUE(traced(5, "Bootstrap timer to expire in 8 seconds"));
-  goTo(next + 50);  // ten seconds left: as near as it may be
-  advertise(range, rpB);
-  EXPECT_DOUBLE_EQ(machine().bsExpiry(), next + 60);
-  wait(0.5);
-  advertise("226.0.0.0/8", rpB);
-  EXPECT_DOUBLE_EQ(machine().bsExpiry(), next + 60);
-}
-
 TEST_F(CandidateRpSetTest, AKnownRpIsRefreshedWithoutHaste) {
   standAndWin();
   advertise(range, rpA, 200, 7);
@@ -98,22 +82,6 @@ TEST_F(CandidateRpSetTest, AKnownRpIsRefreshedWithoutHaste) {
   EXPECT_DOUBLE_EQ(rp(range, rpA).expiryTime(), now() + 300);
   EXPECT_DOUBLE_EQ(machine().bsExpiry(), next);
   EXPECT_EQ(traces.count("CandidateSm", 4, "Adding RP"), 0u);
-}
-
-TEST_F(CandidateRpSetTest, RangesAndRpsOfOneMessageAreHeldApart) {
-  standAndWin();
-  Pim::CrpAdvMessage adv;
-  adv.prefixCountIs(3);
-  adv.holdtimeIs(160);
-  adv.rpAddressIs(addr(rpA));
-  for (const char* each : {"225.0.0.0/8", "225.1.0.0/16", "239.0.0.0/8"}) {
-    adv.groupData().emplace_back(prefix(each));
-  }
-  hearAdv(adv, "10.50.0.1");
-  advertise(range, rpB);
-  EXPECT_EQ(router.rpSetOf(g4),
-            (Lines{"225.0.0.0/8 10.9.9.1 160 0", "225.0.0.0/8 10.9.9.2 200 0",
-                   "225.1.0.0/16 10.9.9.1 160 0", "239.0.0.0/8 10.9.9.1 160 0"}));
 }
 
 // --- hold times -------------------------------------------------------------------------------
@@ -198,30 +166,6 @@ TEST_F(CandidateRpSetTest, AWithdrawnRpIsAnnouncedOnceMoreAndGoes) {
   EXPECT_EQ(announcedSoon(), Lines{"225.0.0.0/8 10.9.9.2 200"});
 }
 
-TEST_F(CandidateRpSetTest, TheLastRpOfTheZoneCanBeWithdrawn) {
-  standAndWin();
-  advertise(range, rpA);
-  advertise(range, rpA, 0);
-  EXPECT_EQ(announcedSoon(), Lines{"225.0.0.0/8 10.9.9.1 0"});
-  EXPECT_TRUE(router.status->crpStatus().empty());
-  EXPECT_TRUE(router.pimRpStatus->crpSet().empty());
-}
-
-TEST_F(CandidateRpSetTest, AWithdrawnRpMayComeBackBeforeItIsAnnounced) {
-  standAndWin();
-  advertise(range, rpA, 200);
-  wait(20);
-  advertise(range, rpA, 0);
-  wait(4);
-  const double next = machine().bsExpiry();
-  advertise(range, rpA, 250);
-  EXPECT_DOUBLE_EQ(machine().bsExpiry(), next);
-  EXPECT_DOUBLE_EQ(rp(range, rpA).expiryTime(), now() + 250);
-  router.sentBsms();
-  EXPECT_EQ(announcedSoon(), Lines{"225.0.0.0/8 10.9.9.1 250"});
-  EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.9.9.1 250 0"});
-}
-
 TEST_F(CandidateRpSetTest, NothingIsMadeForAWithdrawalOfTheUnknown) {
   standAndWin();
   const double next = machine().bsExpiry();
@@ -304,15 +248,6 @@ TEST_F(CandidateRpSetTest, TheZoneBitIsLoggedAndChangesNothing) {
 
 // --- whose range it is ------------------------------------------------------------------------
 
-TEST_F(CandidateRpSetTest, ARangeGoesToTheMostSpecificZoneThatHoldsAllOfIt) {
-  standAndWin();
-  standAndWin(site);
-  advertise("239.1.2.0/24", rpA);
-  advertise("239.0.0.0/8", rpB);
-  EXPECT_EQ(router.rpSetOf(site), Lines{"239.1.2.0/24 10.9.9.1 200 0"});
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"239.0.0.0/8 10.9.9.2 200 0"});
-}
-
 TEST_F(CandidateRpSetTest, RangesThatNobodyTakesCountOncePerMessage) {
   stand();
   advertise(range, rpA);  // pending
@@ -337,27 +272,6 @@ TEST_F(CandidateRpSetTest, RangesThatNobodyTakesCountOncePerMessage) {
   hearAdv(adv, rpA);
   expectErrors(3);
   EXPECT_EQ(router.counters().rxCrpAdvSuccess(), 3u);
-}
-
-TEST_F(CandidateRpSetTest, AFollowerAndALosingBsrTakeNothing) {
-  hear(better());
-  advertise(range, rpA);
-  expectErrors(1);
-  stand();
-  hear(better());
-  ASSERT_EQ(state(), "cBsr");
-  advertise(range, rpA);
-  expectErrors(2);
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.9 150 0"});
-}
-
-TEST_F(CandidateRpSetTest, AnAdvertisementWithoutRangesServesAllGroups) {
-  standAndWin();
-  Pim::CrpAdvMessage adv;
-  adv.holdtimeIs(200);
-  adv.rpAddressIs(addr(rpA));
-  hearAdv(adv, rpA);
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"224.0.0.0/4 10.9.9.1 200 0"});
 }
 
 // --- what the message can say -----------------------------------------------------------------
@@ -422,18 +336,6 @@ TEST_F(CandidateRpSetTest, BoundsRefuseWhatIsNewAndKeepWhatIsHeld) {
   advertise("227.0.0.0/8", rpA);
   EXPECT_EQ(router.rpSetOf(g4), (Lines{"225.0.0.0/8 10.9.9.1 300 0", "227.0.0.0/8 10.9.9.1 200 0"}))
       << "there is room again";
-}
-
-TEST_F(CandidateRpSetTest, AnImpossibleHashMaskLengthLeavesNothingHalfMade) {
-  Bsr::CandidateRpSet set(prefix(g4), router.status, router.engine().rpSets(), world.wheel);
-  const Pim::CrpGroupInfo group(prefix(range));
-  try {
-    set.doAddCrp(group, addr(rpA), Pim::RpPriority(0), Pim::CrpHoldTime(200), {129, 60});
-    ADD_FAILURE() << "no range error";
-  } catch (const RangeError& error) {
-    EXPECT_STREQ(error.what(), "RpHashMaskLen::value < 0 or > 128 not allowed");
-  }
-  EXPECT_TRUE(router.status->crpStatus().empty());
 }
 
 }  // namespace

@@ -15,14 +15,7 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 using State = BsrNonCandidateState;
-using TestKit::addr;
-using TestKit::Bsm;
-using TestKit::bsrFault;
-using TestKit::BsrRouter;
-using TestKit::Lines;
-using TestKit::prefix;
-using TestKit::TraceRecorder;
-using TestKit::VirtualWorld;
+using namespace TestKit;
 
 const char* const global = "224.0.0.0/4";
 const char* const scoped = "239.1.0.0/16";
@@ -100,15 +93,6 @@ TEST_F(PimBsrSmTest, ZonesBeyondTheLimitAreRefusedAndLeaveNothing) {
   EXPECT_NE(router.follower("239.3.0.0/16"), nullptr);
   hear(scopedBsm("239.4.0.0/16"));
   EXPECT_EQ(router.limits->refusedZones(), 2U);
-}
-
-TEST_F(PimBsrSmTest, TheGlobalZoneComesOnTopOfTheLimitWhenItIsFirstToo) {
-  router.limits->maxZonesIs(1);
-  hear(bsm());
-  hear(scopedBsm("239.1.0.0/16"));
-  hear(scopedBsm("239.2.0.0/16"));
-  EXPECT_EQ(router.engine().nonCandidateSm().size(), 2U);
-  EXPECT_EQ(router.limits->refusedZones(), 1U);
 }
 
 // --- a candidate in a follower's place --------------------------------------------------------
@@ -215,14 +199,6 @@ TEST_F(PimBsrSmTest, AnElectedZoneLosesItsRecordAtTeardown) {
   EXPECT_TRUE(router.sentBsms().empty()) << "no farewell";
 }
 
-TEST_F(PimBsrSmTest, AnotherFamilyMeansNothingToAnEngineThatRuns) {
-  hear(bsm());
-  const auto machine = router.follower(global);
-  router.status->afIs(AddressFamily::ipv6);
-  EXPECT_EQ(router.follower(global), machine);
-  EXPECT_EQ(router.engine().globalOrNonScopeZone(), prefix(global));
-}
-
 TEST(PimBsrSm, IsInertUntilItHasAnAddressFamily) {
   VirtualWorld world;
   TraceRecorder traces;
@@ -252,7 +228,6 @@ TEST(PimBsrSm, IsInertUntilItHasAnAddressFamily) {
 }
 
 TEST(PimBsrSm, NamesTheInputThatIsMissing) {
-  const TestKit::ThrowingAssertions guard;
   VirtualWorld world;
   const char* const names[] = {"bsrStatus()",    "pimStatus()",         "bsmStatus()",
                                "crpMsgStatus()", "rpCandidateStatus()", "allIntfStatusDir()"};
@@ -260,18 +235,15 @@ TEST(PimBsrSm, NamesTheInputThatIsMissing) {
     const auto unless = [missing](int index, auto entity) {
       return index == missing ? nullptr : entity;
     };
-    std::string said = "nothing";
-    try {
-      PimBsrSm(unless(0, std::make_shared<Status>(VrfName("red"))),
-               unless(1, std::make_shared<PimStatus>(VrfName("red"))),
-               unless(2, std::make_shared<PimBsmStatus>()),
-               unless(3, std::make_shared<PimCrpMsgStatus>()),
-               unless(4, std::make_shared<RpCandidateStatus>(VrfName("red"))), world.wheel,
-               unless(5, std::make_shared<AllIntfStatusDir>()));
-    } catch (const AssertionError& error) {
-      said = error.what();
-    }
-    EXPECT_EQ(said, names[missing]);
+    EXPECT_EQ(refusal([&] {
+                PimBsrSm(unless(0, std::make_shared<Status>(VrfName("red"))),
+                         unless(1, std::make_shared<PimStatus>(VrfName("red"))),
+                         unless(2, std::make_shared<PimBsmStatus>()),
+                         unless(3, std::make_shared<PimCrpMsgStatus>()),
+                         unless(4, std::make_shared<RpCandidateStatus>(VrfName("red"))),
+                         world.wheel, unless(5, std::make_shared<AllIntfStatusDir>()));
+              }),
+              names[missing]);
   }
 }
 
@@ -327,16 +299,6 @@ TEST_F(PimBsrSmTest, ARestartGoesOnWithWhatTheStatusHolds) {
   EXPECT_EQ(router.bsrOf(global), "none");
   EXPECT_EQ(router.follower(scoped)->szExpiry(), 1530);
   EXPECT_EQ(bsrFault(router), "");
-}
-
-TEST_F(PimBsrSmTest, ARestartTakesANoForwardMessageAgain) {
-  hear(bsm());
-  router.stop();
-  world.runUntil(100);
-  router.start();
-  hear(Bsm("10.9.9.9").noForward().group("226.0.0.0/8", {{"10.1.1.1"}}));
-  EXPECT_EQ(router.counters().rxSuccess(), 1U);
-  EXPECT_EQ(router.follower(global)->bsExpiry(), 230);
 }
 
 }  // namespace

@@ -189,20 +189,6 @@ TEST_F(RpCandidateSmTest, ANewIntervalCountsFromNow) {
   EXPECT_EQ(advertised(), Lines{"192.0.2.9 C-RP 10.0.0.1*10*65535s count 1; 225.0.0.0/8"});
 }
 
-TEST_F(RpCandidateSmTest, ANewIntervalInterruptsABurst) {
-  const auto crp = serve({"225.0.0.0/8"});
-  settle();
-  hear(Bsm("192.0.2.10", 193));
-  ASSERT_EQ(machine().crpAdvBackoffCount(), 2);
-  crp->intervalIs(Bsr::CrpAdvInterval(40));
-  const double next = now() + 40;
-  EXPECT_DOUBLE_EQ(machine().crpAdvExpiry(), next);
-  goTo(justBefore(next));
-  EXPECT_EQ(advertised(), Lines{});
-  goTo(next + 6);
-  EXPECT_EQ(advertised(), Lines(3, "192.0.2.10 C-RP 10.0.0.1*10*120s count 1; 225.0.0.0/8"));
-}
-
 // --- what, and to whom ------------------------------------------------------------------------
 
 TEST_F(RpCandidateSmTest, EachPriorityHasAnAdvertiserOfItsOwn) {
@@ -275,31 +261,6 @@ TEST_F(RpCandidateSmTest, AZoneTakesItsRangesAndGivesThemBack) {
   EXPECT_EQ(advertised(), Lines(3, global.front()));
 }
 
-TEST_F(RpCandidateSmTest, AZoneWithoutItsRangesIsToldNothing) {
-  serve({"225.0.0.0/8"});
-  settle();
-  const double next = machine().crpAdvExpiry();
-  hear(Bsm("192.0.2.20", 64).zone(site));
-  EXPECT_EQ(machine().crpAdvExpiry(), next);
-  goTo(next);
-  EXPECT_EQ(advertised(), Lines{plain});
-  EXPECT_TRUE(traced(8,
-                     "Skipping sending C-RP Advertisement Message since crpAdvSet is empty or "
-                     "number of prefixes is 0"));
-}
-
-TEST_F(RpCandidateSmTest, ARangeOfAZoneThatIsYetUnknownWaitsForIt) {
-  keepAlive(site);
-  serve({"225.0.0.0/8", "239.1.2.0/24"});
-  wait(3);
-  EXPECT_EQ(advertised(), Lines{"192.0.2.9 C-RP 10.0.0.1*10*180s count 1; 239.1.2.0/24"});
-  keepAlive();
-  wait(6);
-  const Lines sent = advertised();
-  ASSERT_FALSE(sent.empty());
-  EXPECT_EQ(sent.front(), plain);
-}
-
 TEST_F(RpCandidateSmTest, ABsrWhoseAddressIsNotKnownYetIsPassedOver) {
   serve({"225.0.0.0/8"});
   router.status->newBootstrapRouter(prefix(g4));
@@ -350,15 +311,6 @@ struct RpCandidateAtBsrTest : RpCandidateSmTest {
   }
 };
 
-TEST_F(RpCandidateAtBsrTest, TheElectedBsrHearsItself) {
-  serveAsBsr({"225.0.0.0/8"});
-  EXPECT_EQ(advertised(), Lines{}) << "not by way of the network";
-  EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.0.0.1 180 10"});
-  wait(500);
-  EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.0.0.1 180 10"});
-  EXPECT_EQ(router.counters().rxError(), 0u);
-}
-
 TEST_F(RpCandidateAtBsrTest, All256RangesReachItLocally) {
   Ranges many;
   for (int i = 0; i < 300; ++i) {
@@ -378,16 +330,6 @@ TEST_F(RpCandidateAtBsrTest, ARangeThatGoesIsWithdrawnAndNoOther) {
   wait(10);
   EXPECT_EQ(router.pimRps(), (Lines{"225.0.0.0/8 10.0.0.1 180 10", "227.0.0.0/8 10.0.0.1 180 10"}));
   wait(200);
-  EXPECT_TRUE(guard.unharmed());
-}
-
-TEST_F(RpCandidateAtBsrTest, APriorityThatIsTakenBackWithdrawsTheRange) {
-  serveAsBsr({"225.0.0.0/8", "226.0.0.0/8"});
-  const Guard guard(router, {"225.0.0.0/8"});
-  option("226.0.0.0/8").priorityIs(Pim::RpPriority(Pim::rpPriorityUnknown));
-  wait(10);
-  EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.0.0.1 180 10"});
-  option("225.0.0.0/8");  // touched, not changed
   EXPECT_TRUE(guard.unharmed());
 }
 
@@ -413,14 +355,6 @@ TEST_F(RpCandidateAtBsrTest, AChangedPriorityWithdrawsNothing) {
   serve({"226.0.0.0/8"}, 20);
   wait(2);
   EXPECT_TRUE(Guard(router, {"225.0.0.0/8", "226.0.0.0/8"}).unharmed());
-}
-
-TEST_F(RpCandidateAtBsrTest, ARangeThatComesIsAdvertisedSoon) {
-  serveAsBsr({"225.0.0.0/8"});
-  wait(20);
-  serve({"226.0.0.0/8"});
-  wait(2);
-  EXPECT_EQ(router.pimRps(), (Lines{"225.0.0.0/8 10.0.0.1 180 10", "226.0.0.0/8 10.0.0.1 180 10"}));
 }
 
 TEST_F(RpCandidateAtBsrTest, ACandidateThatGoesWithdrawsAllItsRanges) {
@@ -487,21 +421,6 @@ TEST_F(RpCandidateSmTest, WithoutItsAddressFamilyItAdvertisesNothing) {
   keepAlive();
   wait(6);
   EXPECT_EQ(advertised(), Lines{plain}) << "the BSR is no new one";
-}
-
-TEST_F(RpCandidateSmTest, IPv6RangesGoToTheIPv6Bsr) {
-  BsrRouter six(AddressFamily::ipv6, world.wheel);
-  six.linkIs("eth0", "fe80::1");
-  six.neighborIs("eth0", "fe80::2");
-  six.routeIs("2001:db8::9", "eth0", "fe80::2");
-  const auto crp = six.status->newCrp(addr("2001:db8::1"));
-  crp->newPrefixOptions(prefix("ff0e::/16"))->priorityIs(Pim::RpPriority(5));
-  six.hear("eth0", "fe80::2", Bsm("2001:db8::9", 192));
-  wait(6);
-  const auto advs = six.sentAdvs();
-  ASSERT_EQ(advs.size(), 3u);
-  EXPECT_EQ(describe(*advs[0].adv), "C-RP 2001:db8::1*5*180s count 1; ff0e::/16");
-  EXPECT_EQ(advs[0].adv->destination(), addr("2001:db8::9"));
 }
 
 }  // namespace

@@ -20,12 +20,7 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
-using TestKit::addr;
-using TestKit::Bsm;
-using TestKit::BsrRouter;
-using TestKit::Octets;
-using TestKit::prefix;
-using TestKit::VirtualWorld;
+using namespace TestKit;
 
 /// Every BSR is behind the neighbour on eth0.
 class GullibleRouter : public BsrRouter {
@@ -70,7 +65,7 @@ rc::Gen<Octets> genCraftedBsm(AddressFamily af) {
     const unsigned blocks = *rc::gen::inRange(0U, 6U);
     const bool scoped = *rc::gen::arbitrary<bool>();
     for (unsigned i = 0; i < blocks; ++i) {
-      TestKit::Rps rps;
+      Rps rps;
       const unsigned carried = *rc::gen::inRange(0U, 4U);
       for (unsigned k = 0; k < carried; ++k) {
         rps.push_back({names.host(*rc::gen::inRange(0U, 6U)), *rc::gen::element(0U, 1U, 9U, 65535U),
@@ -102,11 +97,10 @@ rc::Gen<Octets> genValid(AddressFamily af) {
     };
     if (*rc::gen::arbitrary<bool>()) {
       BootstrapMessage bsm = *rc::gen::suchThat(
-          TestKit::genBsm(),
-          [af](const BootstrapMessage& each) { return each.bsrAddress().af() == af; });
+          genBsm(), [af](const BootstrapMessage& each) { return each.bsrAddress().af() == af; });
       if (!encoded(bsm)) octets.clear();
     } else {
-      HelloMessage hello = *TestKit::genHello();
+      HelloMessage hello = *genHello();
       if (!encoded(hello)) octets.clear();
     }
     return octets;
@@ -246,14 +240,14 @@ struct Victim {
 };
 
 TEST(Hostile, NoSequenceOfPacketsBreaksTheRouter) {
-  const TestKit::ThrowingAssertions guard;
+  const ThrowingAssertions guard;
   ASSERT_TRUE(rc::check("whatever a neighbour sends", [] {
-    const AddressFamily af = *TestKit::genFamily();
+    const AddressFamily af = *genFamily();
     Victim victim(af);
     const auto events = *rc::gen::container<std::vector<Event>>(40, genEvent(af));
     for (const Event& event : events) {
       victim.take(event);
-      RC_ASSERT(TestKit::bsrFault(victim.router) == "");
+      RC_ASSERT(bsrFault(victim.router) == "");
       // All that it sends can be read by others.
       static_cast<void>(victim.router.sentBsms());
       static_cast<void>(victim.router.sentAdvs());
