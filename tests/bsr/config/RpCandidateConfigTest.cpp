@@ -71,6 +71,7 @@ TEST_F(RpCandidateConfiguration, TheEntryMovesWithTheAddress) {
   EXPECT_EQ(bed.crp(), Lines{});
   bed.addressIs("eth0", "10.1.1.1");
   traced(8, "Interface eth0 assigned IP 10.1.1.1 for the first time.");
+  traced(8, "Added interface eth0 to BsrConfigAcl's C-RP object for acl groups");
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 bidirectional 224.1.0.0/16=1 239.0.0.0/8"});
   bed.addressIs("eth0", "10.1.1.2");
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.2 eth0 60 bidirectional 224.1.0.0/16=1 239.0.0.0/8"});

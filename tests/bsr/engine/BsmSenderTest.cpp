@@ -171,6 +171,7 @@ TEST_F(BsmSenderTest, WholeRangesGoFirstAndIntoTheFirstFragmentWithRoom) {
     const auto zone = zoneOf(each.message, prefix(global));
     EXPECT_EQ(forward(each.message, zone.text().c_str()), each.sent) << each.mtu;
   }
+  EXPECT_EQ(traces.count("Sm", 1, " fragments to be generated"), 8U) << "all but the first two";
   for (const char* text :
        {" Group-Rp data needs to be split across fragments", "Length of fragment 0 is 120",
         "Fragment 0 to house prefix 228.0.0.0/8 with 1 RPs",
@@ -340,6 +341,8 @@ TEST_F(BsmBuildTest, NoMoreRpsAreAnnouncedThanTheCountCanSay) {
   for (const auto& rp : rps(300)) rpIs(rp.address, 150);
   EXPECT_EQ(entry(0).rpCount(), 255);
   EXPECT_EQ(entry(0).rpList().size(), 255U);
+  EXPECT_EQ(entry(0).rpList().find(addr("10.5.1.100")), nullptr) << "the last ones in order";
+  EXPECT_TRUE(traces.ends("Sm", 3, "Announcing 255 of 300 RPs of 225.0.0.0/8"));
 }
 
 }  // namespace

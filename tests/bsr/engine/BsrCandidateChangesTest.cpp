@@ -126,6 +126,7 @@ TEST_F(BsrCandidateChangesTest, ARunningBackOffIsShortenedAndNeverLengthened) {
   EXPECT_EQ(record().expiryTime(), expiryOfRecord) << "the dead BSR's";
   own->hashMaskLenIs(8);
   own->bsPeriodIs(1);
+  router.status->bsTimeoutIs(2);
   expectTimer(now() + 6);
   wait(6);
   EXPECT_EQ(sent(), onBoth(now(), "10.0.0.1 200 8 tag * 225.0.0.0/8 0 1/1(10.9.9.9 150 0)"));
@@ -213,32 +214,6 @@ TEST_F(BsrCandidateChangesTest, DeconfiguredWhileElectedItSaysSoWithItsRpSet) {
   EXPECT_EQ(router.bsrOf(g4), "192.0.2.9 192 30");
 }
 
-TEST_F(BsrCandidateChangesTest, DeconfiguredWhileFollowingItGoesOnAsAFollower) {
-  standAndFollow();
-  wait(60);
-  Minutes minutes(router);
-  router.status->cbsrDel(prefix(g4));
-  EXPECT_EQ(minutes.read(), Lines{"record's expiryTime"});
-  EXPECT_EQ(sent(), Lines{});
-  ASSERT_NE(router.follower(g4), nullptr);
-  EXPECT_EQ(router.bsrOf(g4), "192.0.2.9 192 30");
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.9 150 0"});
-  EXPECT_DOUBLE_EQ(record().expiryTime(), now() + timeout);
-  wait(timeout);
-  EXPECT_EQ(router.bsrOf(g4), "none") << "somebody ages the record";
-}
-
-TEST_F(BsrCandidateChangesTest, DeconfiguredBeforeItKnewAnybodyItLeavesNothing) {
-  stand();
-  hear(worse());
-  router.sentBsms();
-  router.status->cbsrDel(prefix(g4));
-  EXPECT_EQ(router.follower(g4), nullptr);
-  EXPECT_EQ(world.wheel.armed(), 0u);
-  wait(100);
-  EXPECT_EQ(sent(), Lines{});
-}
-
 // It was elected before a restart, and its configuration has not come back in full.
 TEST_F(BsrCandidateChangesTest, DeconfiguredBeforeItCouldResumeItTakesItsRecordAlong) {
   standAndWin();
@@ -251,20 +226,6 @@ TEST_F(BsrCandidateChangesTest, DeconfiguredBeforeItCouldResumeItTakesItsRecordA
   EXPECT_EQ(router.bsrOf(g4), "none");
   EXPECT_EQ(sent(), Lines{}) << "it cannot speak";
   EXPECT_EQ(world.wheel.armed(), 0u);
-}
-
-TEST_F(BsrCandidateChangesTest, WithoutItsAddressFamilyItRestsAndThenResumes) {
-  standAndWin();
-  advertise("228.0.0.0/8", "10.6.6.6");
-  router.status->afIs(AddressFamily::unset);
-  EXPECT_EQ(sent(), Lines{}) << "a teardown is no shutdown";
-  EXPECT_EQ(router.bsrOf(g4), "none");
-  EXPECT_EQ(router.pimRps(), Lines{});
-  EXPECT_EQ(world.wheel.armed(), 0u);
-  wait(7);
-  router.status->afIs(AddressFamily::ipv4);
-  EXPECT_EQ(state(), "eBsr");
-  EXPECT_EQ(sent(), onBoth(now(), ownText));
 }
 
 // --- what it sends, and where -----------------------------------------------------------------

@@ -291,6 +291,8 @@ TEST_P(FollowerTest, AScopedZoneIsForgottenAtTheInstantAndTheGlobalOneNever) {
 
 TEST_P(FollowerTest, AMessageInTheLastInstantKeepsTheZone) {
   hear(bsm("5", 64));
+  hear(bsm("5", 64).hashMask(7));
+  EXPECT_EQ(record()->hashMaskLen(), 7U);
   const auto kept = machine();
   world.runUntil(justBefore(1430));
   hear(bsm("1", 0));

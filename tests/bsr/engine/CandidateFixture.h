@@ -145,6 +145,12 @@ struct CandidateFixture : ::testing::Test {
     EXPECT_DOUBLE_EQ(record().expiryTime(), at);
   }
   bool traced(int level, std::string_view text) { return traces.ends("CandidateSm", level, text); }
+  /// Lines "LEVEL TEXT".
+  void expectTraced(const Lines& lines) {
+    for (const std::string& each : lines) {
+      EXPECT_TRUE(traced(each[0] - '0', each.substr(2))) << each << traces.text();
+    }
+  }
   void standAndFollow() {
     stand();
     hear(better());

@@ -47,6 +47,8 @@ TEST_F(PimBsrSmTest, AZoneGetsAFollowerWithItsFirstMessage) {
   const auto machine = router.follower(scoped);
   traces.clear();
   hear(scopedBsm());
+  router.status->afIs(AddressFamily::ipv6);  // means nothing to an engine that runs
+  EXPECT_EQ(router.engine().globalOrNonScopeZone(), prefix(global));
   EXPECT_EQ(router.follower(scoped), machine);
   EXPECT_FALSE(traces.contains("Sm", 4, "Instantiated"));
   EXPECT_EQ(router.engine().nonCandidateSm().size(), 2U);
@@ -115,7 +117,10 @@ TEST_F(PimBsrSmTest, AFollowerTakesOverWhatAWithdrawnCandidateFollowed) {
   hear(bsm());
   ASSERT_EQ(router.candidate(global)->state(), BsrCandidateState::cBsr);
   world.runUntil(50);
+  static_cast<void>(router.sentBsms());
   router.status->cbsrDel(prefix(global));
+  EXPECT_TRUE(router.sentBsms().empty()) << "it was not elected";
+  EXPECT_EQ(router.rpSetOf(global), (Lines{"225.0.0.0/8 10.1.1.1 150 0"}));
   EXPECT_EQ(router.candidate(global), nullptr);
   EXPECT_TRUE(traced(4, "Deleted Candidate SM for zone 224.0.0.0/4"));
   ASSERT_NE(router.follower(global), nullptr);
@@ -145,11 +150,14 @@ TEST_F(PimBsrSmTest, AWithdrawnCandidateWithoutBsrLeavesNothingOfItsZone) {
 TEST_F(PimBsrSmTest, LosesEverythingWithTheAddressFamilyAndStartsAnewWithIt) {
   hear(bsm());
   hear(scopedBsm().group("239.1.1.0/24", {{"10.2.2.2"}}));
+  const auto crp = router.status->newCrp(addr("10.0.0.1"));
+  crp->newPrefixOptions(prefix("225.0.0.0/8"))->priorityIs(RpPriority(5));
   traces.clear();
   router.status->afIs(AddressFamily::unset);
   PimBsrSm& engine = router.engine();
   EXPECT_FALSE(engine.initialized());
   EXPECT_EQ(engine.bsrTrie(), nullptr);
+  EXPECT_TRUE(engine.rpCandidateSm().empty());
   EXPECT_TRUE(engine.nonCandidateSm().empty());
   EXPECT_TRUE(router.status->crpStatus().empty());
   EXPECT_TRUE(router.pimRpStatus->crpSet().empty());

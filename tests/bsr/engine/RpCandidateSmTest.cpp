@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -261,6 +260,19 @@ TEST_F(RpCandidateSmTest, AZoneTakesItsRangesAndGivesThemBack) {
   EXPECT_EQ(advertised(), Lines(3, global.front()));
 }
 
+TEST_F(RpCandidateSmTest, AZoneWithoutItsRangesIsToldNothing) {
+  serve({"225.0.0.0/8"});
+  settle();
+  const double next = machine().crpAdvExpiry();
+  hear(Bsm("192.0.2.20", 64).zone(site));
+  EXPECT_EQ(machine().crpAdvExpiry(), next);
+  goTo(next);
+  EXPECT_EQ(advertised(), Lines{plain});
+  EXPECT_TRUE(traced(8,
+                     "Skipping sending C-RP Advertisement Message since crpAdvSet is empty or "
+                     "number of prefixes is 0"));
+}
+
 TEST_F(RpCandidateSmTest, ABsrWhoseAddressIsNotKnownYetIsPassedOver) {
   serve({"225.0.0.0/8"});
   router.status->newBootstrapRouter(prefix(g4));
@@ -311,15 +323,6 @@ struct RpCandidateAtBsrTest : RpCandidateSmTest {
   }
 };
 
-TEST_F(RpCandidateAtBsrTest, All256RangesReachItLocally) {
-  Ranges many;
-  for (int i = 0; i < 300; ++i) {
-    many.push_back("225." + std::to_string(i / 100) + "." + std::to_string(i % 100) + ".0/24");
-  }
-  serveAsBsr(many);
-  EXPECT_EQ(router.rpSetOf(g4).size(), 256u);
-}
-
 TEST_F(RpCandidateAtBsrTest, ARangeThatGoesIsWithdrawnAndNoOther) {
   serveAsBsr({"225.0.0.0/8", "226.0.0.0/8", "227.0.0.0/8"});
   const Guard guard(router, {"225.0.0.0/8", "227.0.0.0/8"});
@@ -330,6 +333,16 @@ TEST_F(RpCandidateAtBsrTest, ARangeThatGoesIsWithdrawnAndNoOther) {
   wait(10);
   EXPECT_EQ(router.pimRps(), (Lines{"225.0.0.0/8 10.0.0.1 180 10", "227.0.0.0/8 10.0.0.1 180 10"}));
   wait(200);
+  EXPECT_TRUE(guard.unharmed());
+}
+
+TEST_F(RpCandidateAtBsrTest, APriorityThatIsTakenBackWithdrawsTheRange) {
+  serveAsBsr({"225.0.0.0/8", "226.0.0.0/8"});
+  const Guard guard(router, {"225.0.0.0/8"});
+  option("226.0.0.0/8").priorityIs(Pim::RpPriority(Pim::rpPriorityUnknown));
+  wait(10);
+  EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.0.0.1 180 10"});
+  option("225.0.0.0/8");  // touched, not changed
   EXPECT_TRUE(guard.unharmed());
 }
 
@@ -406,21 +419,6 @@ TEST_F(RpCandidateSmTest, CandidatesThatAreThereBeforeTheEngineAreServed) {
   EXPECT_EQ(advertised(), Lines(3, plain));
   router.stop();
   EXPECT_EQ(advertised(), Lines{}) << "a restart withdraws nothing";
-}
-
-TEST_F(RpCandidateSmTest, WithoutItsAddressFamilyItAdvertisesNothing) {
-  serve({"225.0.0.0/8"});
-  settle();
-  router.status->afIs(AddressFamily::unset);
-  EXPECT_EQ(machines(), 0u);
-  EXPECT_TRUE(traces.ends("Sm", 4, "Deleted all RP Candidate SMs"));
-  wait(100);
-  EXPECT_EQ(advertised(), Lines{});
-  router.status->afIs(AddressFamily::ipv4);
-  EXPECT_EQ(machines(), 1u);
-  keepAlive();
-  wait(6);
-  EXPECT_EQ(advertised(), Lines{plain}) << "the BSR is no new one";
 }
 
 }  // namespace

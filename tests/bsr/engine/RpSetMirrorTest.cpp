@@ -43,21 +43,6 @@ struct RpSetMirrorTest : ::testing::Test {
   BsrRouter router{AddressFamily::ipv4, world.wheel};
 };
 
-TEST_F(RpSetMirrorTest, AZoneThatAppearsTakesItsGroupsOver) {
-  hear(bsm("224.0.0.0/4")
-           .group("224.0.0.0/4", {{"10.1.1.1"}})
-           .group("239.0.0.0/8", {{"10.1.1.2"}})
-           .group("239.1.0.0/16", {{"10.1.1.3"}})
-           .group("239.1.1.0/24", {{"10.1.1.4"}})
-           .group("239.2.0.0/16", {{"10.1.1.5"}}));
-  EXPECT_EQ(pim(), router.rpSetOf("224.0.0.0/4"));
-  hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.2"}, {"10.2.2.3"}}));
-  EXPECT_EQ(pim(), (Lines{"224.0.0.0/4 10.1.1.1 150 0", "239.0.0.0/8 10.1.1.2 150 0",
-                          "239.1.1.0/24 10.2.2.2 150 0", "239.1.1.0/24 10.2.2.3 150 0",
-                          "239.2.0.0/16 10.1.1.5 150 0"}))
-      << "also 239.1.0.0/16, of which the zone says nothing";
-}
-
 TEST_F(RpSetMirrorTest, AWiderZoneCannotTakeWhatAMoreSpecificOneHas) {
   TraceRecorder traces;
   hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.2"}}));

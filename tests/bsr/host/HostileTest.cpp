@@ -2,7 +2,6 @@
 #include <rapidcheck.h>
 
 #include <map>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -248,44 +247,27 @@ TEST(Hostile, NoSequenceOfPacketsBreaksTheRouter) {
     for (const Event& event : events) {
       victim.take(event);
       RC_ASSERT(bsrFault(victim.router) == "");
-      // All that it sends can be read by others.
       static_cast<void>(victim.router.sentBsms());
       static_cast<void>(victim.router.sentAdvs());
-      for (const auto& each : victim.router.sent) {
-        const auto fault = decode(each.payload, each.source, each.destination);
-        RC_LOG() << each.source << " > " << each.destination << " on " << each.intf.text() << ": "
-                 << static_cast<int>(std::get<DropReason>(fault)) << " ";
-        for (const unsigned octet : each.payload) RC_LOG() << octet << " ";
-      }
-      RC_ASSERT(victim.router.sent.empty());
+      RC_ASSERT(victim.router.sent.empty());  // all that it sends can be read by others
     }
+    // In the end nothing is left but what the global zone, which is never forgotten, keeps until
+    // its next BSR: its machine, its last message, and ranges without RP.
+    victim.router.status->cbsrDelAll();
+    victim.world.runUntil(victim.world.clock.now() + 140000);
+    RC_ASSERT(bsrFault(victim.router) == "");
+    RC_ASSERT(victim.world.wheel.armed() == 0U);
+    RC_ASSERT(victim.router.status->bootstrapRouter().empty());
+    RC_ASSERT(victim.router.status->crpStatus().size() <= 1U);
+    RC_ASSERT(victim.router.pimRpStatus->crpSet().empty());
+    RC_ASSERT(victim.router.engine().nonCandidateSm().size() <= 1U);
+    RC_ASSERT(victim.router.instance->bsmIntake().lastBsm().size() <= 1U);
     RC_CLASSIFY(victim.router.counters().rxBsmSuccess() > 10, "ten messages accepted");
     RC_CLASSIFY(victim.router.limits->refusedRps() > 0, "RPs refused");
     RC_CLASSIFY(victim.router.limits->refusedGroups() > 0, "ranges refused");
     RC_CLASSIFY(victim.router.limits->refusedFragments() > 0, "fragments refused");
     RC_CLASSIFY(victim.router.limits->refusedZones() > 0, "zones refused");
   }));
-}
-
-TEST(Hostile, AllThatANeighbourLeftIsGoneInTheEnd) {
-  Victim victim(AddressFamily::ipv4);
-  for (const char* zone : {"224.0.0.0/4", "239.1.0.0/16", "239.1.1.0/24"}) {
-    victim.router.status->cbsrDelAll();
-    Bsm bsm("10.5.5.1");
-    if (std::string(zone) != "224.0.0.0/4") bsm.zone(zone);
-    victim.router.hear("eth0", "10.0.0.2",
-                       bsm.group("239.1.1.128/25", {{"10.1.1.1", 65535}})
-                           .piece("239.1.1.64/26", 2, {{"10.1.1.1", 65535}}));
-  }
-  EXPECT_EQ(victim.router.engine().nonCandidateSm().size(), 3U);
-  victim.world.runUntil(140000);
-  EXPECT_EQ(victim.world.wheel.armed(), 0U);
-  EXPECT_TRUE(victim.router.status->bootstrapRouter().empty());
-  EXPECT_TRUE(victim.router.status->crpStatus().empty());
-  EXPECT_TRUE(victim.router.pimRpStatus->crpSet().empty());
-  EXPECT_EQ(victim.router.engine().nonCandidateSm().size(), 1U) << "the global zone's";
-  EXPECT_EQ(victim.router.instance->bsmIntake().lastBsm().size(), 1U);
-  EXPECT_EQ(victim.router.engine().bsrTrie()->size(), 0U);
 }
 
 TEST(Hostile, ALargePacketOfLargeClaimsIsDealtWithInProportion) {

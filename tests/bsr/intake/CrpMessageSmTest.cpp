@@ -100,6 +100,11 @@ TEST_F(CrpMessageSmTest, EveryRangeIsHandedOverByItself) {
   EXPECT_EQ(router.instance->crpMsgStatus()->readCount(), before + 3);
   EXPECT_EQ(router.counters().rxCrpAdvSuccess(), 1u);
   EXPECT_TRUE(traces.ends("IO", 4, "RX - Accepted CrpAdv from 10.50.0.1"));
+  hear(adv({}));
+  EXPECT_EQ(handed(), Lines{"224.0.0.0/4 of 10.9.9.9 priority 7 hold 200 for 10.0.0.1"});
+  EXPECT_TRUE(traces.ends("IO", 1,
+                          "RX - Received CRP Advertisement with 0 groups. Assuming "
+                          "224.0.0.0/4 or ff00::/8"));
 }
 
 TEST_F(CrpMessageSmTest, OnlyPermittedSourcesPass) {
@@ -195,6 +200,10 @@ TEST_F(CrpMessageSmTest, AMessageToThisRouterIsTakenInDirectly) {
   EXPECT_EQ(handed(), Lines{"225.0.0.0/8 of 10.9.9.9 priority 7 hold 200 for 10.0.0.1"});
   EXPECT_EQ(counts(), "1 1 1 0 0 | 0 1 0") << "sent, though not by the packet layer";
   EXPECT_TRUE(traces.ends("IO", 1, "TX - Sending CRP Advertisement locally"));
+  permitOnly({"10.50.0.0/24"});
+  send("10.0.0.1");
+  EXPECT_EQ(handed(), Lines{}) << "the filter is for this router too";
+  EXPECT_EQ(counts(), "2 2 1 1 1 | 0 2 0");
 }
 
 TEST_F(CrpMessageSmTest, NothingIsSentBeforeInitialisation) {

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <rapidcheck.h>
 
 #include <cmath>
 #include <sstream>
@@ -8,7 +7,6 @@
 
 #include "bsr/types/PimBsr.h"
 #include "tests/support/BsrRouter.h"
-#include "tests/support/PimGenerators.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -81,16 +79,6 @@ TEST(PimBsrValues, HaveTheNotationOfStructuredValues) {
             "2, 'rxNoForwardBsm': 3, 'rxUnicastBsm': 4, 'rxScopeMismatch': 5, 'rxInvalid': "
             "4294967295})");
   EXPECT_EQ(parseValue<PimBsrErrorCounters>(out.str()), errors);
-}
-
-TEST(PimBsrValues, AreReadBackFromWhatTheyWrite) {
-  ASSERT_TRUE(rc::check("weight and options", [] {
-    const IpGenAddr address = *genUnicast(*genFamily());
-    const PimBsrWeight weight(*rc::gen::arbitrary<std::uint8_t>(), address);
-    RC_ASSERT(parseValue<PimBsrWeight>(valueText(weight)) == weight);
-    const CrpOptions options(address, RpPriority(*rc::gen::inRange<std::uint64_t>(0, 257)));
-    RC_ASSERT(parseValue<CrpOptions>(valueText(options)) == options);
-  }));
 }
 
 TEST(PimBsrValues, RefuseTextThatIsNotTheirs) {

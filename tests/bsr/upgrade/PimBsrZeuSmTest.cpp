@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "bsr/upgrade/PimBsrZeuSm.h"
 #include "tests/support/PimLan.h"
 #include "tests/support/Refusal.h"
@@ -30,7 +28,9 @@ TEST_F(Upgrade, StretchesEveryCandidateAndReportsAfterTheDelay) {
   status->newCrp(addr("10.1.1.1"));
   status->newCrp(addr("10.1.1.2"));
   start();
+  EXPECT_TRUE(sm->initialized());
   world.runUntil(10);
+  EXPECT_EQ(interval("10.1.1.1"), 60U) << "nothing is done without shutdown";
   controller->shutdownIs(true);
   EXPECT_EQ(interval("10.1.1.1"), 120U);
   EXPECT_EQ(interval("10.1.1.2"), 120U);
