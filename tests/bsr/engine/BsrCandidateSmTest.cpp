@@ -359,6 +359,15 @@ TEST_F(BsrCandidateSmTest, ItsOwnMessageComesBackAfterARestart) {
   EXPECT_EQ(state(), "eBsr");
 }
 
+TEST_F(BsrCandidateSmTest, SavedFragmentsOfAnOlderTagAreDropped) {
+  stand();
+  for (const unsigned tag : {100U, 200U}) {
+    hear(Bsm("192.0.2.9", 192).tag(tag).piece("225.0.0.0/8", 2, {{"10.9.9.9"}}));
+  }
+  EXPECT_TRUE(traced(8, "Removing saved fragments related to tag 100"));
+  EXPECT_EQ(router.engine().bsmRxFragments(100), nullptr);
+}
+
 // --- cells that cannot be ---------------------------------------------------------------------
 
 TEST_F(BsrCandidateSmTest, EventsWithoutAStateAreImpossible) {

@@ -181,6 +181,7 @@ TEST_F(PimBsrSmTest, LosesEverythingWithTheAddressFamilyAndStartsAnewWithIt) {
 
   router.status->afIs(AddressFamily::ipv4);
   EXPECT_TRUE(engine.initialized());
+  EXPECT_EQ(engine.rpCandidateSm().size(), 1U);
   EXPECT_EQ(router.follower(global)->state(), State::acceptPreferred);
   EXPECT_EQ(router.follower(scoped)->bsExpiry(), 150);
   EXPECT_NE(router.candidate("239.5.0.0/16"), nullptr);
