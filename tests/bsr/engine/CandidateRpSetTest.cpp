@@ -87,6 +87,7 @@ const AdvCase advCases[] = {
      {"8 C-RP Adv message contains holdtime 150 seconds which is less than 2.5 times bsPeriod of "
       "60 seconds."}},
     {"more than 2.5 periods are not", {{0, 151}}, {"151 0", 151, true, 10}, {}},
+    {"one second is no withdrawal", {{0, 1}}, {"180 0", 180, true, 10}, {}},
     {"withdrawn, it lives on as it would have",
      {{0, 200}, {20, 0}},
      {"0 0", 200, false, 10},
