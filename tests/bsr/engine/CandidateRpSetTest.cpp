@@ -123,7 +123,7 @@ TEST_P(AdvertisedRp, IsHeldAnnouncedAndUsedAtOnce) {
     advertise(range, rpA, adv.holdtime, adv.priority, adv.flags);
   }
   const std::string held(each.held.text);
-  EXPECT_EQ(router.rpSetOf(g4), held.empty() ? Lines{} : Lines{"225.0.0.0/8 10.9.9.1 " + held});
+  ASSERT_EQ(router.rpSetOf(g4), held.empty() ? Lines{} : Lines{"225.0.0.0/8 10.9.9.1 " + held});
   EXPECT_EQ(router.pimRps(), router.rpSetOf(g4)) << "the BSR sees what all will see";
   expectTimerAndRecord(now() + each.held.next);
   expectTraced(each.traces);
