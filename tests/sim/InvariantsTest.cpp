@@ -18,7 +18,7 @@ std::vector<std::uint8_t> octets(Pim::BootstrapMessage& bsm, const IpGenAddr& so
 
 /// Three routers in a line: r1 is candidate BSR, r3 candidate RP; a fault can be planted in it.
 class InvariantsTest : public testing::Test {
- protected:
+ public:
   InvariantsTest() {
     assertionHandlerIs(throwOnAssertion);
     topology.addLine(3);
@@ -44,6 +44,13 @@ class InvariantsTest : public testing::Test {
     ASSERT_GT(invariants->judgedQuiet(), 0U);
   }
   Pim::Bsr::Status& status(RouterId id) { return *world->speaker(id, v4).status(); }
+  Pim::Bsr::ElectedBsrStatus& record(RouterId id) { return *status(id).bootstrapRouter(all); }
+  void betterRpIs(Pim::RpCandidateStatus& set) {
+    const auto rp = set.newCrpSet(all)->newRp(IpGenAddr::v4(0x0a070707));
+    rp->priorityIs(Pim::RpPriority(1));
+    rp->holdTimeIs(Pim::CrpHoldTime(1000));
+    rp->expiryTimeIs(world->instant() + 1000);
+  }
   Pim::RpEntry& rpInView(RouterId id) {
     return *world->speaker(id, v4).view()->crpSet(all)->rp(Topology::loopback(2, v4));
   }
@@ -82,163 +89,103 @@ class InvariantsTest : public testing::Test {
   std::optional<World> world;
   std::optional<Beliefs> beliefs;
   std::optional<StandingInvariants> invariants;
+  std::vector<std::unique_ptr<Timer>> timers;
 };
 
-TEST_F(InvariantsTest, AHealthyNetworkViolatesNothing) {
+/// A fault that is planted in a network at rest, and the rule that finds it first.
+struct Fault {
+  const char* name;
+  const char* invariant;
+  double seconds;  // until it must have been found
+  void (*plant)(InvariantsTest& net);
+};
+
+const Fault faults[] = {
+    {"Nothing", "none", 500, [](InvariantsTest&) {}},
+    {"ARouterThatBelievesInAnotherBsr", "one BSR", 20,
+     [](InvariantsTest& net) { net.record(2).ipAddrIs(IpGenAddr::v4(0x0a090909)); }},
+    {"ASecondElectedBsr", "one BSR", 20,
+     [](InvariantsTest& net) { net.status(1).newCbsr(net.all)->electedIs(true); }},
+    {"ABsrThatNobodyIs", "one BSR", 20,
+     [](InvariantsTest& net) {
+       for (RouterId id = 0; id < 3; ++id) net.record(id).ipAddrIs(IpGenAddr::v4(0x0a090909));
+     }},
+    {"AnRpThatIsMissingOnOneRouter", "one RP set", 20,
+     [](InvariantsTest& net) {
+       const auto set = net.status(1).crpStatus(net.all)->status()->crpSet(net.all);
+       set->rpDel(Topology::loopback(2, v4));
+     }},
+    {"AnRpWithAnotherPriorityInPimsView", "one RP set", 20,
+     [](InvariantsTest& net) { net.rpInView(1).priorityIs(Pim::RpPriority(3)); }},
+    // The BSR permits everybody, so a candidate that nobody advertises has been forgotten.
+    {"ACandidateThatIsNotInItsOwnRpSet", "candidates serve", 1500,
+     [](InvariantsTest& net) {
+       RouterConfig config;
+       config.candidateRps.push_back({{}, {{net.all, 192}}, 60, false});
+       net.world->speaker(1, v4).configIs(config);
+       net.status(1).crpDel(Topology::loopback(1, v4));
+       net.world->configIs(2, v4, config);  // a disturbance, after which all is judged anew
+     }},
+    {"AnRpThatOutlivesItsHoldTime", "RPs expire", 20,
+     [](InvariantsTest& net) { net.rpInView(1).expiryTimeIs(net.world->instant() + 0.5); }},
+    {"AnRpThatNoZoneKnows", "RPs expire", 20,
+     [](InvariantsTest& net) { net.betterRpIs(*net.world->speaker(1, v4).view()); }},
+    {"ACounterThatDoesNotAddUp", "counters add up", 70,
+     [](InvariantsTest& net) { net.status(1).counters()->rxSuccessInc(); }},
+    {"AnErrorWithoutAReason", "counters add up", 70,
+     [](InvariantsTest& net) {
+       net.status(2).counters()->rxInc();
+       net.status(2).counters()->rxErrorInc();
+     }},
+    {"AnAssertionInTheLibrary", "no errors", 20,
+     [](InvariantsTest&) { ROUTING_ASSERT_TEXT(false, "planted"); }},
+    {"AMessageAcrossABorder", "borders hold", 20,
+     [](InvariantsTest& net) {
+       RouterConfig config;
+       config.borders.push_back({net.all, 1});
+       net.world->speaker(1, v4).configIs(config);
+       net.sendFromR2(1);
+     }},
+    {"TwoMessagesInOneEvent", "no storms", 20,
+     [](InvariantsTest& net) {
+       net.sendFromR2(1);
+       net.sendFromR2(2);
+     }},
+    {"TooManyMessagesInAMinute", "no storms", 50,
+     [](InvariantsTest& net) {
+       for (std::uint16_t tag = 1; tag <= 100; ++tag) {
+         net.world->at(net.world->now() + 0.4 * tag, [&net, tag] { net.sendFromR2(tag); });
+       }
+     }},
+    {"ARouterThatHoldsMoreThanItsLimits", "memory bounded", 70,
+     [](InvariantsTest& net) { net.world->speaker(1, v4).limits()->maxRpsIs(0); }},
+    {"TimersThatPileUp", "memory bounded", 70,
+     [](InvariantsTest& net) {
+       for (int i = 0; i < 5'000; ++i) {
+         net.timers.push_back(std::make_unique<Timer>(net.world->wheel(), [] {}));
+         net.timers.back()->expiryInIs(1e6);
+       }
+     }},
+};
+
+class PlantedFault : public InvariantsTest, public testing::WithParamInterface<Fault> {};
+
+TEST_P(PlantedFault, IsFound) {
   settle();
-  EXPECT_EQ(planted([] {}, 500), "none");
+  EXPECT_EQ(planted([this] { GetParam().plant(*this); }, GetParam().seconds), GetParam().invariant);
 }
 
-TEST_F(InvariantsTest, ARouterThatBelievesInAnotherBsr) {
-  settle();
-  EXPECT_EQ(planted([&] { status(2).bootstrapRouter(all)->ipAddrIs(IpGenAddr::v4(0x0a090909)); }),
-            "one BSR");
-}
-
-TEST_F(InvariantsTest, ASecondElectedBsr) {
-  settle();
-  EXPECT_EQ(planted([&] { status(1).newCbsr(all)->electedIs(true); }), "one BSR");
-}
-
-// All agree, but on an address that is not the elected BSR's.
-TEST_F(InvariantsTest, ABsrThatNobodyIs) {
-  settle();
-  EXPECT_EQ(planted([&] {
-              for (RouterId id = 0; id < 3; ++id) {
-                status(id).bootstrapRouter(all)->ipAddrIs(IpGenAddr::v4(0x0a090909));
-              }
-            }),
-            "one BSR");
-  EXPECT_NE(invariants->violations()[0].what.find("which nobody is"), std::string::npos);
-}
-
-TEST_F(InvariantsTest, AnRpThatIsMissingOnOneRouter) {
-  settle();
-  EXPECT_EQ(planted([&] {
-              status(1).crpStatus(all)->status()->crpSet(all)->rpDel(Topology::loopback(2, v4));
-            }),
-            "one RP set");
-}
-
-TEST_F(InvariantsTest, AnRpWithAnotherPriorityInPimsView) {
-  settle();
-  EXPECT_EQ(planted([&] { rpInView(1).priorityIs(Pim::RpPriority(3)); }), "one RP set");
-}
-
-// The BSR permits everybody, so a candidate that nobody advertises has been forgotten.
-TEST_F(InvariantsTest, ACandidateThatIsNotInItsOwnRpSet) {
-  settle();
-  RouterConfig config;
-  config.candidateRps.push_back({{}, {{all, 192}}, 60, false});
-  const auto violation = planted(
-      [&] {
-        world->speaker(1, v4).configIs(config);
-        status(1).crpDel(Topology::loopback(1, v4));
-        world->configIs(2, v4, config);  // a disturbance, after which all is judged anew
-      },
-      1500);
-  EXPECT_EQ(violation, "candidates serve");
-}
+INSTANTIATE_TEST_SUITE_P(Invariants, PlantedFault, testing::ValuesIn(faults),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // A better RP that one router alone knows of: its set differs, and so does what it makes of it.
 TEST_F(InvariantsTest, AnotherRpForTheSameGroup) {
   settle();
   planted([&] {
-    const auto plant = [&](Pim::RpCandidateStatus& set) {
-      const auto rp = set.newCrpSet(all)->newRp(IpGenAddr::v4(0x0a070707));
-      rp->priorityIs(Pim::RpPriority(1));
-      rp->holdTimeIs(Pim::CrpHoldTime(1000));
-      rp->expiryTimeIs(world->instant() + 1000);
-    };
-    plant(*status(1).crpStatus(all)->status());
-    plant(*world->speaker(1, v4).view());
+    betterRpIs(*status(1).crpStatus(all)->status());
+    betterRpIs(*world->speaker(1, v4).view());
   });
   EXPECT_TRUE(found("same RP")) << first();
-}
-
-TEST_F(InvariantsTest, AnRpThatOutlivesItsHoldTime) {
-  settle();
-  EXPECT_EQ(planted([&] { rpInView(1).expiryTimeIs(world->instant() + 0.5); }), "RPs expire");
-}
-
-TEST_F(InvariantsTest, AnRpThatNoZoneKnows) {
-  settle();
-  EXPECT_EQ(planted([&] {
-              const auto rp =
-                  world->speaker(1, v4).view()->newCrpSet(all)->newRp(IpGenAddr::v4(0x0a636363));
-              rp->holdTimeIs(Pim::CrpHoldTime(100));
-              rp->expiryTimeIs(world->instant() + 100);
-            }),
-            "RPs expire");
-}
-
-TEST_F(InvariantsTest, ACounterThatDoesNotAddUp) {
-  settle();
-  EXPECT_EQ(planted([&] { status(1).counters()->rxSuccessInc(); }, 70), "counters add up");
-}
-
-TEST_F(InvariantsTest, AnErrorWithoutAReason) {
-  settle();
-  EXPECT_EQ(planted(
-                [&] {
-                  status(2).counters()->rxInc();
-                  status(2).counters()->rxErrorInc();
-                },
-                70),
-            "counters add up");
-}
-
-TEST_F(InvariantsTest, AnAssertionInTheLibrary) {
-  settle();
-  EXPECT_EQ(planted([] { ROUTING_ASSERT_TEXT(false, "planted"); }), "no errors");
-  EXPECT_EQ(invariants->violations()[0].what, "planted");
-}
-
-TEST_F(InvariantsTest, AMessageAcrossABorder) {
-  settle();
-  const auto violation = planted([&] {
-    RouterConfig config;
-    config.borders.push_back({all, 1});
-    world->speaker(1, v4).configIs(config);
-    sendFromR2(1);
-  });
-  EXPECT_EQ(violation, "borders hold");
-}
-
-TEST_F(InvariantsTest, TwoMessagesInOneEvent) {
-  settle();
-  const auto violation = planted([&] {
-    sendFromR2(1);
-    sendFromR2(2);
-  });
-  EXPECT_EQ(violation, "no storms");
-}
-
-TEST_F(InvariantsTest, TooManyMessagesInAMinute) {
-  settle();
-  for (std::uint16_t tag = 1; tag <= 100; ++tag) {
-    world->at(world->now() + 0.4 * tag, [this, tag] { sendFromR2(tag); });
-  }
-  EXPECT_EQ(planted([] {}, 50), "no storms");
-}
-
-TEST_F(InvariantsTest, ARouterThatHoldsMoreThanItsLimits) {
-  settle();
-  EXPECT_EQ(planted([&] { world->speaker(1, v4).limits()->maxRpsIs(0); }, 70), "memory bounded");
-}
-
-TEST_F(InvariantsTest, TimersThatPileUp) {
-  settle();
-  std::vector<std::unique_ptr<Timer>> timers;
-  EXPECT_EQ(planted(
-                [&] {
-                  for (int i = 0; i < 5'000; ++i) {
-                    timers.push_back(std::make_unique<Timer>(world->wheel(), [] {}));
-                    timers.back()->expiryInIs(1e6);
-                  }
-                },
-                70),
-            "memory bounded");
 }
 
 /// A fragment that arrives, and a router that takes its RPs although others are missing.

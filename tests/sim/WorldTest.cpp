@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
-#include "sim/core/Beliefs.h"
 #include "sim/core/Random.h"
 #include "sim/core/World.h"
 
@@ -102,64 +99,6 @@ TEST(World, LosesAndRepeatsAsMuchAsItIsTold) {
   const double copies = tally.sent * 9 * 1.5;
   EXPECT_NEAR(tally.delivered / copies, 0.75, 0.02);
   EXPECT_NEAR(tally.lostOnes / copies, 0.25, 0.02);
-}
-
-TEST(World, AdvertisementsTravelHopByHop) {
-  Topology line;
-  line.addLine(5);
-  World world(line, {});
-  const IpGenPrefix all = IpGenPrefix::multicast(v4);
-  RouterConfig bsr;
-  bsr.candidateBsrs.push_back({all, {}, 64, 30, 60});
-  RouterConfig rp;
-  rp.candidateRps.push_back({{}, {{all, 192}}, 60, false});
-  world.speaker(0, v4).configIs(bsr);
-  world.speaker(4, v4).configIs(rp);
-  for (RouterId id = 0; id < 5; ++id) world.start(id, World::Memory::kept);
-  Tally tally(world);
-  world.runUntil(200);
-  EXPECT_GT(tally.unicastHops, 0U);
-  EXPECT_EQ(tally.unicastHops % 4, 0U) << "four hops each";
-  EXPECT_NE(world.speaker(0, v4).view()->crpSet(all), nullptr);
-}
-
-TEST(World, APartitionHasParts) {
-  Topology line;
-  line.addLine(4);
-  World world(line, {});
-  for (RouterId id = 0; id < 4; ++id) world.start(id, World::Memory::kept);
-  world.networkIs(1, false);
-  const auto parts = world.parts([](RouterId, NetworkId) { return true; });
-  EXPECT_EQ(parts[0], parts[1]);
-  EXPECT_EQ(parts[2], parts[3]);
-  EXPECT_NE(parts[1], parts[2]);
-}
-
-TEST(Beliefs, FollowStartAndDeath) {
-  Topology line;
-  line.addLine(2);
-  World world(line, {});
-  const IpGenPrefix all = IpGenPrefix::multicast(v4);
-  RouterConfig bsr;
-  bsr.candidateBsrs.push_back({all, {}, 64, 30, 60});
-  world.speaker(0, v4).configIs(bsr);
-  Beliefs beliefs(world);
-  std::vector<RouterId> changed;
-  beliefs.listenerIs([&](RouterId id, AddressFamily, const Belief&) { changed.push_back(id); });
-  for (RouterId id = 0; id < 2; ++id) {
-    world.at(0, [&world, id] { world.start(id, World::Memory::kept); });
-  }
-  world.runUntil(100);
-  ASSERT_NE(beliefs.of(1, v4).zone(all), nullptr);
-  EXPECT_EQ(beliefs.of(1, v4).zone(all)->bsr, Topology::loopback(0, v4));
-  EXPECT_TRUE(beliefs.of(0, v4).zone(all)->elected);
-  world.at(101, [&] { world.crash(0); });
-  world.runUntil(102);
-  EXPECT_TRUE(beliefs.of(0, v4).zones.empty());
-  EXPECT_FALSE(beliefs.of(1, v4).zones.empty());
-  world.runUntil(300);
-  EXPECT_TRUE(beliefs.of(1, v4).zones.empty());
-  EXPECT_EQ(changed.back(), 1U);
 }
 
 }  // namespace

@@ -10,15 +10,17 @@ namespace {
 using Pim::RpCandidateStatus;
 
 /// All that PIM is to know of the RPs of a range.
-using Range = std::map<IpGenAddr, std::tuple<Pim::PimMode, unsigned, unsigned, unsigned, double>>;
+using Range =
+    std::map<IpGenAddr, std::tuple<Pim::PimMode, unsigned, unsigned, unsigned, double, double>>;
 
 Range rangeOf(const RpCandidateStatus& status, const IpGenPrefix& prefix) {
   Range range;
   const auto& set = status.crpSet(prefix);
   if (!set) return range;
   for (const auto& [address, rp] : set->rp()) {
-    range[address] = {rp->mode(), rp->priority().value(), rp->holdTime().value(),
-                      rp->hashMaskLen().value(), rp->expiryTime()};
+    range[address] = {
+        rp->mode(),      rp->priority().value(), rp->holdTime().value(), rp->hashMaskLen().value(),
+        rp->setupTime(), rp->expiryTime()};
   }
   return range;
 }

@@ -12,8 +12,8 @@
 #include "bsr/host/BsrInstance.h"
 #include "bsr/intake/BootstrapMessageSm.h"
 #include "bsr/intake/CrpMessageSm.h"
-#include "platform/entity/Assertion.h"
 #include "tests/support/PimLan.h"
+#include "tests/support/Refusal.h"
 #include "tests/support/TraceRecorder.h"
 
 // A router with the whole BSR mechanism on it, in virtual time: from octets to octets.
@@ -61,18 +61,6 @@ class Bsm {
   Bsm& append(std::string_view prefix, std::uint8_t flags, unsigned rpCount, const Rps& rps);
 
   Pim::BootstrapMessage bsm_;
-};
-
-/// Makes failed assertions throw AssertionError while it lives.
-class ThrowingAssertions {
- public:
-  ThrowingAssertions() : before_(assertionHandlerIs(throwOnAssertion)) {}
-  ThrowingAssertions(const ThrowingAssertions&) = delete;
-  ThrowingAssertions& operator=(const ThrowingAssertions&) = delete;
-  ~ThrowingAssertions() { assertionHandlerIs(before_); }
-
- private:
-  AssertionHandler before_;
 };
 
 /// A PimRouter with a BSR instance. Interfaces and neighbours can be had in two ways: by linkIs()

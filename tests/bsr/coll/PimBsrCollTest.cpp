@@ -4,7 +4,7 @@
 
 #include "bsr/coll/PimBsrColl.h"
 #include "platform/entity/MountTable.h"
-#include "tests/support/BsrRouter.h"
+#include "tests/support/Refusal.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -19,15 +19,10 @@ TEST(PimBsrColl, PathsDifferAndOtherFamiliesFail) {
                        "routing/pim/bsr/configcoll", "routing6/pim/bsr/configcoll",
                        "routing/pim/bsr/clear/configcoll", "routing6/pim/bsr/clear/configcoll",
                        "routing/pim/bsr/statuscoll", "routing6/pim/bsr/statuscoll"}));
-  const TestKit::ThrowingAssertions throwing;
   for (const auto path :
        {&ConfigColl::mountPath, &ClearConfigColl::mountPath, &StatusColl::mountPath}) {
-    try {
-      path(AddressFamily::unset);
-      ADD_FAILURE() << "no assertion";
-    } catch (const AssertionError& error) {
-      EXPECT_STREQ(error.what(), "false && \"Unsupported address family\"");
-    }
+    EXPECT_EQ(TestKit::refusal([&] { path(AddressFamily::unset); }),
+              "false && \"Unsupported address family\"");
   }
 }
 

@@ -71,8 +71,14 @@ TEST_F(BorderConfiguration, ListsAreFollowed) {
   EXPECT_EQ(bed.borders(), Lines{"224.0.0.0/4 eth0 eth1"});
   EXPECT_TRUE(traces.ends("Sm", 4, "Deleted interfaceeth0 from 239.1.0.0/16 BSR border set."));
   EXPECT_TRUE(traces.ends("Sm", 8, "Removing interface eth0 for prefix 239.1.0.0/16"));
+  groupIs("eth0", "224.0.0.0/4");
+  EXPECT_TRUE(traces.ends("Sm", 8, "PrefixCounter for prefix 224.0.0.0/4 is 2"));
+  bed.border("eth0")->bsrBorderAclIs("inside", false);
+  EXPECT_EQ(bed.borders(), Lines{"224.0.0.0/4 eth0 eth1"});
+  EXPECT_TRUE(
+      traces.ends("Sm", 8, "Deleted interface eth0from BsrConfigAcl object for acl inside"));
   bed.aclDel("inside");
-  EXPECT_EQ(bed.borders(), Lines{});
+  EXPECT_EQ(bed.borders(), Lines{"224.0.0.0/4 eth0"});
 }
 
 TEST_F(BorderConfiguration, AnotherEntityOfAnInterfaceIsADifference) {
@@ -87,33 +93,6 @@ TEST_F(BorderConfiguration, AnotherEntityOfAnInterfaceIsADifference) {
   EXPECT_EQ(bed.changes(),
             (Lines{"+ /bsBorder[239.3.0.0/16]", "+ /bsBorder[239.3.0.0/16]/intfId['eth0']",
                    "- /bsBorder[239.1.0.0/16]/intfId['eth0']", "- /bsBorder[239.1.0.0/16]"}));
-}
-
-TEST_F(BorderConfiguration, OneListMayHaveFourUsers) {
-  bed.addressIs("eth0", "10.1.1.1");
-  bed.aclIs("all", {"permit 239.1.0.0/16", "permit 10.0.0.0/8"});
-  bed.border("eth0")->bsrBorderAclIs("all", true);
-  bed.groupAclIs("eth0", "all");
-  bed.rp("eth0")->aclIs("all", true);
-  bed.config->crpFilterAclIs("all", true);
-  bed.start();
-  bed.aclIs("all", {"permit 239.2.0.0/16", "permit 11.0.0.0/8"});
-  EXPECT_EQ(bed.borders(), Lines{"239.2.0.0/16 eth0"});
-  EXPECT_EQ(bed.cbsr(), Lines{"239.2.0.0/16 eth0 10.1.1.1 64/30/60"});
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 239.2.0.0/16"});
-  EXPECT_EQ(bed.permit(), Lines{"11.0.0.0/8"});
-  const auto& lists = bed.sm->state().bsrConfigAcl();
-  bed.config->crpFilterAclIs("all", false);
-  bed.config->bsrCandidateConfigDel(IntfId("eth0"));
-  bed.config->rpCandidateConfigDel(IntfId("eth0"));
-  EXPECT_EQ(lists.size(), 1U);
-  bed.aclIs("all", {"permit 239.3.0.0/16", "permit 11.0.0.0/8"});
-  EXPECT_EQ(bed.borders(), Lines{"239.3.0.0/16 eth0"});
-  bed.vrfIntfConfig->intfConfigDel("eth0");
-  EXPECT_TRUE(lists.empty());
-  bed.aclIs("all", {"permit any"});
-  EXPECT_EQ(bed.borders(), Lines{});
-  EXPECT_EQ(bed.violations, Lines{});
 }
 
 }  // namespace

@@ -67,63 +67,13 @@ TEST_F(BsrCandidateConfiguration, SettingsAreWrittenInPlace) {
   group->priorityIs(256);
   EXPECT_EQ(bed.changes(), Lines{"= /cbsr[239.0.0.0/8]/priority 256"})
       << "back to not set is shown, for the engine to ignore";
-}
-
-TEST_F(BsrCandidateConfiguration, AnAddressMayGoAndReturn) {
-  bed.addressIs("eth0", "10.1.1.1");
-  bed.aclIs("zones", {"permit 239.1.0.0/16", "permit 239.3.0.0/16"});
-  bed.groupIs("eth0", "239.0.0.0/8");
-  bed.groupAclIs("eth0", "zones", 9);
-  bed.start();
-  const auto before = bed.statusText();
-  bed.addressIs("eth0", "");
-  EXPECT_EQ(bed.cbsr(), Lines{});
-  EXPECT_TRUE(traces.ends("Sm", 8, "Interface eth0 IP unset"));
-  EXPECT_EQ(count("eth0", "239.0.0.0/8"), 1U);
-  EXPECT_TRUE(bed.status->zoneGroup(prefix("239.0.0.0/8")));
-  EXPECT_TRUE(bed.status->zoneAcl("zones"));
-  // Meanwhile the configuration changes.
-  bed.config->bsrCandidateConfig(IntfId("eth0"))->acl("zones")->priorityIs(10);
-  bed.aclIs("zones", {"permit 239.1.0.0/16", "permit 239.5.0.0/16"});
-  EXPECT_EQ(bed.cbsr(), Lines{});
-  bed.addressIs("eth0", "0.0.0.0");
-  EXPECT_EQ(bed.cbsr(), Lines{});
-  bed.addressIs("eth0", "2001:db8::1");
-  EXPECT_EQ(bed.cbsr(), Lines{}) << "an address of another family is none";
-  bed.addressIs("eth0", "10.1.1.1");
-  EXPECT_EQ(bed.cbsr(),
-            (Lines{"239.0.0.0/8 eth0 10.1.1.1 64/30/60", "239.1.0.0/16 eth0 10.1.1.1 10/30/60",
-                   "239.5.0.0/16 eth0 10.1.1.1 10/30/60"}));
-  bed.config->bsrCandidateConfig(IntfId("eth0"))->acl("zones")->priorityIs(9);
-  bed.aclIs("zones", {"permit 239.1.0.0/16", "permit 239.3.0.0/16"});
-  EXPECT_EQ(bed.statusText(), before);
-}
-
-TEST_F(BsrCandidateConfiguration, AGroupAndAListMayGiveOneZone) {
-  bed.addressIs("eth0", "10.1.1.1");
-  bed.aclIs("a", {"permit 239.0.0.0/8"});
-  bed.aclIs("b", {"permit 239.0.0.0/8"});
-  const auto group = bed.groupIs("eth0", "239.0.0.0/8", 1);
-  bed.start();
-  bed.changes();
-  const auto b = bed.groupAclIs("eth0", "b", 3);
-  const auto a = bed.groupAclIs("eth0", "a", 2);
-  EXPECT_EQ(count("eth0", "239.0.0.0/8"), 3U);
-  EXPECT_TRUE(traces.ends("Sm", 8, "PrefixCounter for prefix 239.0.0.0/8 is 3"));
-  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth0 10.1.1.1 3/30/60"});
-  group->priorityIs(11);
-  a->priorityIs(12);
-  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth0 10.1.1.1 3/30/60"});
-  b->priorityIs(13);
-  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth0 10.1.1.1 13/30/60"});
-  bed.changes();
-  bed.bsr("eth0")->aclDel("b");
-  EXPECT_EQ(bed.changes(), (Lines{"= /cbsr[239.0.0.0/8]/priority 12", "- /zoneAcl['b']"}));
-  bed.aclIs("a", {"deny any"});
-  EXPECT_EQ(bed.changes(), Lines{"= /cbsr[239.0.0.0/8]/priority 11"});
-  bed.bsr("eth0")->groupDel(prefix("239.0.0.0/8"));
-  EXPECT_EQ(bed.changes(), (Lines{"- /cbsr[239.0.0.0/8]", "- /zoneGroup[239.0.0.0/8]"}));
-  EXPECT_EQ(count("eth0", "239.0.0.0/8"), 0U);
+  for (const char* none : {"", "0.0.0.0", "2001:db8::1"}) {
+    bed.addressIs("eth0", none);
+    EXPECT_EQ(bed.cbsr(), Lines{}) << none;
+    EXPECT_TRUE(traces.ends("Sm", 8, "Interface eth0 IP unset"));
+    bed.addressIs("eth0", "10.1.1.1");
+    EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth0 10.1.1.1 256/24/10"});
+  }
 }
 
 TEST_F(BsrCandidateConfiguration, RuleEditsChangeTheZonesTheyTouch) {
@@ -149,43 +99,19 @@ TEST_F(BsrCandidateConfiguration, RuleEditsChangeTheZonesTheyTouch) {
   EXPECT_EQ(bed.changes(), Lines{});
   acl->typeIs(AclType::extended);
   EXPECT_EQ(bed.cbsr(), Lines{"224.0.0.0/4 eth0 10.1.1.1 64/30/60"});
-}
-
-TEST_F(BsrCandidateConfiguration, DeletionTakesEverythingAndOnlyOnce) {
-  bed.addressIs("eth0", "10.1.1.1");
-  bed.aclIs("zones", {"permit 239.1.0.0/16"});
-  bed.groupIs("eth0", "239.0.0.0/8");
-  bed.groupAclIs("eth0", "zones");
-  bed.groupIs("eth1", "239.9.0.0/16");  // never gets an address
-  bed.bsr("eth0")->newGroup(prefix("239.7.0.0/16"));
-  bed.start();
-  bed.config->bsrCandidateConfigDel(IntfId("eth0"));
-  bed.config->bsrCandidateConfigDel(IntfId("eth1"));
+  EXPECT_TRUE(traces.ends("Sm", 8, "PrefixCounter for prefix 224.0.0.0/4 is 1"));
+  bed.bsr("eth0")->aclDel("zones");
   EXPECT_EQ(bed.cbsr(), Lines{});
-  EXPECT_TRUE(bed.status->zoneGroup().empty());
-  EXPECT_TRUE(bed.status->zoneAcl().empty());
-  EXPECT_TRUE(bed.sm->state().cbsrPfxRefCount().empty());
-  EXPECT_TRUE(bed.sm->state().bsrConfigAcl().empty());
   EXPECT_TRUE(traces.ends("Sm", 8, "Deleted interface eth0from BsrConfigAcl object for acl zones"));
-  bed.groupIs("eth1", "239.0.0.0/8");
-  bed.addressIs("eth1", "10.2.2.2");
-  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth1 10.2.2.2 64/30/60"});
-}
-
-TEST_F(BsrCandidateConfiguration, Ipv6HashMaskOf128IsNotSet) {
-  ConfigBed six(AddressFamily::ipv6);
-  six.addressIs("eth0", "2001:db8::1");
-  six.groupIs("eth0", "ff05::/16", 64, 128);
-  six.groupIs("eth0", "ff00::/8", 64, 126);
-  six.start();
-  EXPECT_EQ(six.cbsr(), Lines{"ff00::/8 eth0 2001:db8::1 64/126/60"});
+  bed.addressIs("eth0", "");
+  bed.groupAclIs("eth0", "zones");
+  bed.aclIs("zones", {"permit 239.1.0.0/16", "permit 239.7.0.0/16"});
+  EXPECT_EQ(bed.cbsr(), Lines{}) << "not before there is an address";
 }
 
 // --- one zone, one interface ------------------------------------------------------------------
 
 struct ZoneConflicts : BsrCandidateConfiguration {
-  static constexpr const char* text = "intfId == kelBsrCandidateConfig()->intfId()";
-
   void SetUp() override {
     bed.addressIs("eth0", "10.1.1.1");
     bed.addressIs("eth1", "10.2.2.2");
@@ -194,13 +120,7 @@ struct ZoneConflicts : BsrCandidateConfiguration {
   }
   void expectFatal(const std::function<void()>& edit) {
     const auto before = bed.cbsr();
-    const ThrowingAssertions throwing;
-    try {
-      edit();
-      ADD_FAILURE() << "no assertion";
-    } catch (const AssertionError& error) {
-      EXPECT_STREQ(error.what(), text);
-    }
+    EXPECT_EQ(refusal(edit), "intfId == kelBsrCandidateConfig()->intfId()");
     EXPECT_TRUE(traces.ends("Sm", 3, "Interface eth0 already BSR for zone. Asserting..."));
     EXPECT_EQ(bed.cbsr(), before);
   }
@@ -212,12 +132,6 @@ TEST_F(ZoneConflicts, GroupAgainstGroup) {
   EXPECT_TRUE(bed.sm->wouldConflict(IntfId("eth1"), {prefix("239.1.0.0/16")}));
   EXPECT_FALSE(bed.sm->wouldConflict(IntfId("eth0"), {prefix("239.1.0.0/16")}));
   expectFatal([&] { bed.groupIs("eth1", "239.1.0.0/16"); });
-}
-
-TEST_F(ZoneConflicts, ListAgainstList) {
-  bed.groupAclIs("eth0", "zones");
-  bed.start();
-  expectFatal([&] { bed.groupAclIs("eth1", "zones"); });
 }
 
 TEST_F(ZoneConflicts, ListsThatPermitOneZone) {
@@ -249,23 +163,6 @@ TEST_F(ZoneConflicts, RuleEdit) {
   ASSERT_EQ(conflicts.size(), 1U);
   EXPECT_EQ(conflicts[0],
             (Bsr::ZoneConflict{prefix("239.1.0.0/16"), "", IntfId("eth0"), IntfId("eth1")}));
-}
-
-TEST_F(ZoneConflicts, ADeferredClaimBitesWithTheAddress) {
-  bed.addressIs("eth1", "");
-  bed.groupIs("eth0", "239.1.0.0/16");
-  bed.groupIs("eth1", "239.1.0.0/16");
-  bed.start();
-  EXPECT_EQ(Bsr::zoneConflicts(*bed.config, *bed.acls).size(), 1U);
-  expectFatal([&] { bed.addressIs("eth1", "10.2.2.2"); });
-}
-
-TEST_F(ZoneConflicts, AZoneMayMoveWhenItIsGivenUpFirst) {
-  bed.groupIs("eth0", "239.1.0.0/16");
-  bed.start();
-  bed.bsr("eth0")->groupDel(prefix("239.1.0.0/16"));
-  bed.groupAclIs("eth1", "zones");
-  EXPECT_EQ(bed.cbsr(), Lines{"239.1.0.0/16 eth1 10.2.2.2 64/30/60"});
 }
 
 }  // namespace

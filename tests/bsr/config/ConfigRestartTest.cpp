@@ -102,33 +102,6 @@ TEST_F(ConfigRestart, SurvivorsAreBroughtUpToDateInPlace) {
   EXPECT_EQ(bed.status->cbsr(prefix("239.3.0.0/16")), candidate);
 }
 
-TEST_F(ConfigRestart, AZoneThatMovedBetweenInterfacesIsNoConflict) {
-  bed.stop();
-  bed.bsr("eth0")->groupDel(prefix("224.0.0.0/4"));
-  bed.groupIs("eth1", "224.0.0.0/4", 5);
-  bed.bsr("eth1")->aclDel("zones");
-  bed.groupAclIs("eth0", "zones");
-  bed.bsr("eth1")->groupDel(prefix("239.1.0.0/16"));
-  bed.restart();
-  EXPECT_EQ(bed.statusText(), fresh());
-  EXPECT_EQ(*bed.status->zoneGroup(prefix("224.0.0.0/4")), IntfId("eth1"));
-}
-
-TEST_F(ConfigRestart, NothingIsCountedTwice) {
-  bed.restart();
-  bed.restart();
-  bed.bsr("eth1")->aclDel("zones");
-  bed.bsr("eth1")->groupDel(prefix("239.1.0.0/16"));
-  bed.config->rpCandidateConfigDelAll();
-  bed.vrfIntfConfig->intfConfigDel("eth0");
-  bed.config->crpFilterAclDelAll();
-  EXPECT_EQ(bed.cbsr(), Lines{"224.0.0.0/4 eth0 10.1.1.1 5/30/60"});
-  EXPECT_EQ(bed.crp(), Lines{});
-  EXPECT_EQ(bed.borders(), Lines{});
-  EXPECT_EQ(bed.permit(), Lines{"0.0.0.0/0"});
-  EXPECT_TRUE(bed.sm->state().bsrConfigAcl().empty());
-}
-
 TEST_F(ConfigRestart, AddressesThatChangedWhileItWasDown) {
   bed.stop();
   bed.addressIs("eth0", "10.1.1.9");
@@ -166,14 +139,6 @@ TEST_F(ConfigRestart, WhatHasNoAddressAfterTheDumpGoes) {
   bed.sourceIntfSm->initialDumpDoneIs(true);
   EXPECT_EQ(bed.cbsr(), Lines{"224.0.0.0/4 eth0 10.1.1.7 5/30/60"});
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.7 eth0 60 sparse 225.0.0.0/8"});
-}
-
-TEST_F(ConfigRestart, SettingsThatAreNotSetExplainNothing) {
-  bed.stop();
-  bed.config->bsrCandidateConfig(IntfId("eth0"))->group(prefix("224.0.0.0/4"))->priorityIs(256);
-  bed.restart();
-  EXPECT_FALSE(bed.status->cbsr(prefix("224.0.0.0/4")));
-  EXPECT_FALSE(bed.status->zoneGroup(prefix("224.0.0.0/4")));
 }
 
 }  // namespace

@@ -71,6 +71,7 @@ TEST_F(RpCandidateConfiguration, TheEntryMovesWithTheAddress) {
   EXPECT_EQ(bed.crp(), Lines{});
   bed.addressIs("eth0", "10.1.1.1");
   traced(8, "Interface eth0 assigned IP 10.1.1.1 for the first time.");
+  traced(8, "Added interface eth0 to BsrConfigAcl's C-RP object for acl groups");
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 bidirectional 224.1.0.0/16=1 239.0.0.0/8"});
   bed.addressIs("eth0", "10.1.1.2");
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.2 eth0 60 bidirectional 224.1.0.0/16=1 239.0.0.0/8"});
@@ -146,26 +147,6 @@ TEST_F(RpCandidateConfiguration, APriorityThatGoesLeavesTheNextOne) {
   bed.rangePriorityIs("eth0", "239.0.0.0/8", 10);
   rangeIs("eth0", "239.0.0.0/8", false);
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8 239.0.0.0/8"});
-}
-
-TEST_F(RpCandidateConfiguration, InterfacesMayShareAnAddress) {
-  bed.addressIs("eth1", "10.1.1.1");
-  rangeIs("eth1", "239.0.0.0/8");
-  bed.rp("eth1")->advIntervalIs(Pim::Bsr::CrpAdvInterval(33));
-  bed.start();
-  rangeIs("eth0", "225.0.0.0/8");
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8 239.0.0.0/8"});
-  bed.rp("eth1")->advIntervalIs(Pim::Bsr::CrpAdvInterval(34));
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8 239.0.0.0/8"});
-  bed.config->rpCandidateConfigDel(IntfId("eth0"));
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth1 34 sparse 239.0.0.0/8"});
-  rangeIs("eth0", "225.0.0.0/8");
-  bed.addressIs("eth1", "10.1.1.2");
-  EXPECT_EQ(bed.crp(),
-            (Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8", "10.1.1.2 eth1 34 sparse 239.0.0.0/8"}));
-  bed.config->rpCandidateConfigDelAll();
-  EXPECT_EQ(bed.crp(), Lines{});
-  EXPECT_TRUE(bed.sm->state().crpPfxRefCount().empty());
 }
 
 TEST_F(RpCandidateConfiguration, AStretchedIntervalOutlastsOtherChanges) {

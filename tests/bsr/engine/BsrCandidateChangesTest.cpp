@@ -2,14 +2,14 @@
 
 #include <string>
 
-#include "tests/bsr/engine/BsrCandidateFixture.h"
+#include "tests/bsr/engine/CandidateFixture.h"
 
 // What becomes of a candidate BSR when its configuration changes or ends, and what it sends where.
 
 namespace Routing::TestKit {
 namespace {
 
-using BsrCandidateChangesTest = BsrCandidateFixture;
+using BsrCandidateChangesTest = CandidateFixture;
 
 // --- the BS time-out --------------------------------------------------------------------------
 
@@ -53,19 +53,6 @@ TEST_F(BsrCandidateChangesTest, AShorterTimeoutCutsTheWaitAndALongerOneDoesNotEx
   expectTimerAndRecord(now() + 70);
   hear(better());
   expectTimerAndRecord(now() + 1000);
-}
-
-TEST_F(BsrCandidateChangesTest, TheTimeoutLeavesAPendingOrElectedCandidateAlone) {
-  hear(better());
-  router.candidateBsrIs(g4, "10.0.0.1", 64, 30, 10);
-  const double start = now();
-  router.status->bsTimeoutIs(11);
-  EXPECT_EQ(machine().bsTimeout(), 11u);
-  expectTimer(start + backOffFrom192);
-  goTo(start + backOffFrom192);
-  ASSERT_EQ(state(), "eBsr");
-  router.status->bsTimeoutIs(1);
-  expectTimerAndRecord(now() + 10);
 }
 
 // --- configuration changes --------------------------------------------------------------------
@@ -122,18 +109,6 @@ TEST_F(BsrCandidateChangesTest, ARaisedPriorityIsContestedAndALoweredOneIsNot) {
   EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 193 30");
 }
 
-TEST_F(BsrCandidateChangesTest, ARaisedAddressIsContested) {
-  stand();
-  hear(Bsm("10.0.0.3", 64));
-  ASSERT_EQ(state(), "cBsr");
-  const auto own = router.status->cbsr(prefix(g4));
-  own->addressIs(addr("10.0.0.2"));
-  EXPECT_EQ(state(), "cBsr");
-  own->addressIs(addr("10.0.0.4"));
-  EXPECT_EQ(state(), "pBsr");
-  expectTimer(now() + 5);
-}
-
 TEST_F(BsrCandidateChangesTest, ARunningBackOffIsShortenedAndNeverLengthened) {
   standAndFollow();
   wait(timeout);
@@ -151,6 +126,7 @@ TEST_F(BsrCandidateChangesTest, ARunningBackOffIsShortenedAndNeverLengthened) {
   EXPECT_EQ(record().expiryTime(), expiryOfRecord) << "the dead BSR's";
   own->hashMaskLenIs(8);
   own->bsPeriodIs(1);
+  router.status->bsTimeoutIs(2);
   expectTimer(now() + 6);
   wait(6);
   EXPECT_EQ(sent(), onBoth(now(), "10.0.0.1 200 8 tag * 225.0.0.0/8 0 1/1(10.9.9.9 150 0)"));
@@ -175,14 +151,6 @@ TEST_F(BsrCandidateChangesTest, AShorterPeriodCountsAtOnceAndALongerOneFromTheNe
   goTo(elected + 40);
   EXPECT_EQ(sent(), onBoth(elected + 40, ownText));
   expectTimerAndRecord(elected + 80);
-}
-
-TEST_F(BsrCandidateChangesTest, AShorterPeriodDoesNotCutTheWaitForALiveBsr) {
-  standAndFollow();
-  router.status->cbsr(prefix(g4))->bsPeriodIs(10);
-  expectTimerAndRecord(now() + timeout);
-  wait(100);
-  EXPECT_EQ(state(), "cBsr");
 }
 
 TEST_F(BsrCandidateChangesTest, ValuesThatAreTakenBackStayInForce) {
@@ -246,42 +214,6 @@ TEST_F(BsrCandidateChangesTest, DeconfiguredWhileElectedItSaysSoWithItsRpSet) {
   EXPECT_EQ(router.bsrOf(g4), "192.0.2.9 192 30");
 }
 
-TEST_F(BsrCandidateChangesTest, DeconfiguredWhileFollowingItGoesOnAsAFollower) {
-  standAndFollow();
-  wait(60);
-  Minutes minutes(router);
-  router.status->cbsrDel(prefix(g4));
-  EXPECT_EQ(minutes.read(), Lines{"record's expiryTime"});
-  EXPECT_EQ(sent(), Lines{});
-  ASSERT_NE(router.follower(g4), nullptr);
-  EXPECT_EQ(router.bsrOf(g4), "192.0.2.9 192 30");
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.9 150 0"});
-  EXPECT_DOUBLE_EQ(record().expiryTime(), now() + timeout);
-  wait(timeout);
-  EXPECT_EQ(router.bsrOf(g4), "none") << "somebody ages the record";
-}
-
-TEST_F(BsrCandidateChangesTest, DeconfiguredWhilePendingItLeavesTheDeadBsrToAFollower) {
-  standAndFollow();
-  wait(timeout + 1);
-  ASSERT_EQ(state(), "pBsr");
-  router.status->cbsrDel(prefix(g4));
-  ASSERT_NE(router.follower(g4), nullptr);
-  wait(timeout);
-  EXPECT_EQ(router.bsrOf(g4), "none");
-}
-
-TEST_F(BsrCandidateChangesTest, DeconfiguredBeforeItKnewAnybodyItLeavesNothing) {
-  stand();
-  hear(worse());
-  router.sentBsms();
-  router.status->cbsrDel(prefix(g4));
-  EXPECT_EQ(router.follower(g4), nullptr);
-  EXPECT_EQ(world.wheel.armed(), 0u);
-  wait(100);
-  EXPECT_EQ(sent(), Lines{});
-}
-
 // It was elected before a restart, and its configuration has not come back in full.
 TEST_F(BsrCandidateChangesTest, DeconfiguredBeforeItCouldResumeItTakesItsRecordAlong) {
   standAndWin();
@@ -294,20 +226,6 @@ TEST_F(BsrCandidateChangesTest, DeconfiguredBeforeItCouldResumeItTakesItsRecordA
   EXPECT_EQ(router.bsrOf(g4), "none");
   EXPECT_EQ(sent(), Lines{}) << "it cannot speak";
   EXPECT_EQ(world.wheel.armed(), 0u);
-}
-
-TEST_F(BsrCandidateChangesTest, WithoutItsAddressFamilyItRestsAndThenResumes) {
-  standAndWin();
-  advertise("228.0.0.0/8", "10.6.6.6");
-  router.status->afIs(AddressFamily::unset);
-  EXPECT_EQ(sent(), Lines{}) << "a teardown is no shutdown";
-  EXPECT_EQ(router.bsrOf(g4), "none");
-  EXPECT_EQ(router.pimRps(), Lines{});
-  EXPECT_EQ(world.wheel.armed(), 0u);
-  wait(7);
-  router.status->afIs(AddressFamily::ipv4);
-  EXPECT_EQ(state(), "eBsr");
-  EXPECT_EQ(sent(), onBoth(now(), ownText));
 }
 
 // --- what it sends, and where -----------------------------------------------------------------
@@ -327,60 +245,6 @@ TEST_F(BsrCandidateChangesTest, AScopedZonesMessageBeginsWithTheZone) {
                            "10.0.0.1 64 30 tag * 239.1.0.0/16 1 1/1(10.5.5.5 200 0) "
                            "239.1.2.0/24 128 1/1(10.6.6.6 200 3)"))
       << "the zone's own range once, with its RPs";
-}
-
-TEST_F(BsrCandidateChangesTest, EachZoneHasAnElectionOfItsOwn) {
-  stand();
-  stand(site);
-  hear(better());
-  EXPECT_EQ(state(), "cBsr");
-  EXPECT_EQ(state(site), "pBsr");
-  router.sentBsms();
-  wait(5);
-  EXPECT_EQ(state(site), "eBsr");
-  EXPECT_EQ(router.bsrOf(g4), "192.0.2.9 192 30");
-  EXPECT_EQ(router.bsrOf(site), "10.0.0.1 64 30");
-  hear(Bsm("192.0.2.9", 192).zone(site));
-  EXPECT_EQ(state(site), "cBsr");
-  EXPECT_EQ(router.bsrOf(site), "192.0.2.9 192 30");
-}
-
-TEST_F(BsrCandidateChangesTest, ItsMessagesRespectBordersAndSilentLinks) {
-  router.linkIs("eth2", "10.0.2.1");  // nobody there
-  router.borderIs(site, "eth1");
-  stand();
-  stand(site);
-  wait(5);
-  Lines where;
-  for (const auto& each : router.sentBsms()) {
-    where.push_back(each.intf + " " + zoneOf(*each.bsm, prefix(g4)).text());
-  }
-  EXPECT_EQ(where, (Lines{"eth0 224.0.0.0/4", "eth1 224.0.0.0/4", "eth0 239.1.0.0/16"}));
-}
-
-// The message that new neighbours are primed with is the last one of the table's column.
-TEST_F(BsrCandidateChangesTest, ItPrimesANewNeighbourWithTheLastMessage) {
-  stand();
-  router.link("eth1").isDrIs(true);
-  router.triggeredHello("eth1");
-  EXPECT_EQ(sent(), Lines{}) << "no message yet";
-  hear(better());
-  router.sentBsms();
-  router.triggeredHello("eth1");
-  const std::string noForward =
-      "192.0.2.9 192 30 tag * no-forward 225.0.0.0/8 0 "
-      "1/1(10.9.9.9 150 0)";
-  EXPECT_EQ(sent().at(0), "1000 eth1 " + noForward);
-  router.status->cbsr(prefix(g4))->priorityIs(255);
-  wait(7);
-  ASSERT_EQ(state(), "eBsr");
-  router.sentBsms();
-  router.triggeredHello("eth1");
-  EXPECT_EQ(sent().at(0),
-            "1007 eth1 10.0.0.1 255 30 tag * no-forward 225.0.0.0/8 0 "
-            "1/1(10.9.9.9 150 0)");
-  wait(60);
-  EXPECT_EQ(sent().size(), 2u) << "its regular messages are to be forwarded again";
 }
 
 }  // namespace

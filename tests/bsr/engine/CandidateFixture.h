@@ -14,11 +14,19 @@
 //
 //   192.0.2.0/24 ... 10.0.0.2 --eth0-- this router --eth1-- 10.0.1.2
 //                                      10.0.0.1
+//
+// Unless a play says otherwise this router is 64@10.0.0.1 with a period of 60 s, the BS time-out is
+// 130 s, and others are 192@192.0.2.9, better, and 10@192.0.2.1, worse.
 
 namespace Routing::TestKit {
 
 inline const char* const g4 = "224.0.0.0/4";
 inline const char* const site = "239.1.0.0/16";
+inline const char* const betterText = "192.0.2.9 192 30 tag * 225.0.0.0/8 0 1/1(10.9.9.9 150 0)";
+inline const char* const worseText = "192.0.2.1 10 30 tag * 226.0.0.0/8 0 1/1(10.8.8.8 150 0)";
+inline const char* const ownText = "10.0.0.1 64 30 tag *";
+inline const char* const notForwarded =
+    "Not Forwarding bootstrap message since noForward bit is set";
 
 /// Writes down, in order, what a candidate's arm does: its state, whether it is elected, the zone's
 /// record, ranges of RP sets, and every message sent.
@@ -58,8 +66,14 @@ class Minutes {
   Subscription sent_;
 };
 
-/// A router at 10.0.0.1 that may stand for election; the clock shows 1000 when it boots.
+/// A router that may stand for election, and words for plays about it; the clock shows 1000 when it
+/// boots.
 struct CandidateFixture : ::testing::Test {
+  static constexpr double period = 60;
+  static constexpr double timeout = 130;
+  static constexpr double backOffOfEqual = 5;   // nobody better known
+  static constexpr double backOffFrom192 = 20;  // 5 + 14.02 + 1.92, truncated
+
   struct Stage : VirtualWorld {
     Stage() { clock.nowIs(1000); }
   };
@@ -122,6 +136,27 @@ struct CandidateFixture : ::testing::Test {
   }
   const Bsr::ElectedBsrStatus& record(const std::string& zone = g4) {
     return *router.status->bootstrapRouter(prefix(zone));
+  }
+  /// The timer fires at an instant, not before.
+  void expectTimer(double at) { EXPECT_DOUBLE_EQ(machine().bsExpiry(), at); }
+  /// So it does, and the record says so.
+  void expectTimerAndRecord(double at) {
+    expectTimer(at);
+    EXPECT_DOUBLE_EQ(record().expiryTime(), at);
+  }
+  bool traced(int level, std::string_view text) { return traces.ends("CandidateSm", level, text); }
+  /// Lines "LEVEL TEXT".
+  void expectTraced(const Lines& lines) {
+    for (const std::string& each : lines) {
+      EXPECT_TRUE(traced(each[0] - '0', each.substr(2))) << each << traces.text();
+    }
+  }
+  void standAndFollow() {
+    stand();
+    hear(better());
+    ASSERT_EQ(state(), "cBsr");
+    router.sentBsms();
+    traces.clear();
   }
   std::string stored() {
     const auto& bsr = machine().storedBsr();

@@ -18,10 +18,7 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
-using TestKit::addr;
-using TestKit::BsrRouter;
-using TestKit::prefix;
-using TestKit::VirtualWorld;
+using namespace TestKit;
 
 constexpr std::uint32_t fixedPart = 36;
 constexpr std::uint32_t entry = 12;
@@ -223,7 +220,7 @@ TEST(Fragments, InstallWhatTheWholeMessageWouldInstallInAnyOrder) {
     const std::string zone = c.zone().text();
     RC_ASSERT(pieces.router.rpSetOf(zone) == whole.router.rpSetOf(zone));
     RC_ASSERT(pieces.router.pimRps() == whole.router.pimRps());
-    RC_ASSERT(TestKit::bsrFault(pieces.router) == "");
+    RC_ASSERT(bsrFault(pieces.router) == "");
     // And a new neighbour of theirs hears the same from either.
     const auto said = [&](BsrRouter& router) {
       BootstrapMessage last = *router.follower(zone)->lastBsm();

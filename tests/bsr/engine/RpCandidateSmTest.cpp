@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -189,20 +188,6 @@ TEST_F(RpCandidateSmTest, ANewIntervalCountsFromNow) {
   EXPECT_EQ(advertised(), Lines{"192.0.2.9 C-RP 10.0.0.1*10*65535s count 1; 225.0.0.0/8"});
 }
 
-TEST_F(RpCandidateSmTest, ANewIntervalInterruptsABurst) {
-  const auto crp = serve({"225.0.0.0/8"});
-  settle();
-  hear(Bsm("192.0.2.10", 193));
-  ASSERT_EQ(machine().crpAdvBackoffCount(), 2);
-  crp->intervalIs(Bsr::CrpAdvInterval(40));
-  const double next = now() + 40;
-  EXPECT_DOUBLE_EQ(machine().crpAdvExpiry(), next);
-  goTo(justBefore(next));
-  EXPECT_EQ(advertised(), Lines{});
-  goTo(next + 6);
-  EXPECT_EQ(advertised(), Lines(3, "192.0.2.10 C-RP 10.0.0.1*10*120s count 1; 225.0.0.0/8"));
-}
-
 // --- what, and to whom ------------------------------------------------------------------------
 
 TEST_F(RpCandidateSmTest, EachPriorityHasAnAdvertiserOfItsOwn) {
@@ -288,18 +273,6 @@ TEST_F(RpCandidateSmTest, AZoneWithoutItsRangesIsToldNothing) {
                      "number of prefixes is 0"));
 }
 
-TEST_F(RpCandidateSmTest, ARangeOfAZoneThatIsYetUnknownWaitsForIt) {
-  keepAlive(site);
-  serve({"225.0.0.0/8", "239.1.2.0/24"});
-  wait(3);
-  EXPECT_EQ(advertised(), Lines{"192.0.2.9 C-RP 10.0.0.1*10*180s count 1; 239.1.2.0/24"});
-  keepAlive();
-  wait(6);
-  const Lines sent = advertised();
-  ASSERT_FALSE(sent.empty());
-  EXPECT_EQ(sent.front(), plain);
-}
-
 TEST_F(RpCandidateSmTest, ABsrWhoseAddressIsNotKnownYetIsPassedOver) {
   serve({"225.0.0.0/8"});
   router.status->newBootstrapRouter(prefix(g4));
@@ -350,24 +323,6 @@ struct RpCandidateAtBsrTest : RpCandidateSmTest {
   }
 };
 
-TEST_F(RpCandidateAtBsrTest, TheElectedBsrHearsItself) {
-  serveAsBsr({"225.0.0.0/8"});
-  EXPECT_EQ(advertised(), Lines{}) << "not by way of the network";
-  EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.0.0.1 180 10"});
-  wait(500);
-  EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.0.0.1 180 10"});
-  EXPECT_EQ(router.counters().rxError(), 0u);
-}
-
-TEST_F(RpCandidateAtBsrTest, All256RangesReachItLocally) {
-  Ranges many;
-  for (int i = 0; i < 300; ++i) {
-    many.push_back("225." + std::to_string(i / 100) + "." + std::to_string(i % 100) + ".0/24");
-  }
-  serveAsBsr(many);
-  EXPECT_EQ(router.rpSetOf(g4).size(), 256u);
-}
-
 TEST_F(RpCandidateAtBsrTest, ARangeThatGoesIsWithdrawnAndNoOther) {
   serveAsBsr({"225.0.0.0/8", "226.0.0.0/8", "227.0.0.0/8"});
   const Guard guard(router, {"225.0.0.0/8", "227.0.0.0/8"});
@@ -413,14 +368,6 @@ TEST_F(RpCandidateAtBsrTest, AChangedPriorityWithdrawsNothing) {
   serve({"226.0.0.0/8"}, 20);
   wait(2);
   EXPECT_TRUE(Guard(router, {"225.0.0.0/8", "226.0.0.0/8"}).unharmed());
-}
-
-TEST_F(RpCandidateAtBsrTest, ARangeThatComesIsAdvertisedSoon) {
-  serveAsBsr({"225.0.0.0/8"});
-  wait(20);
-  serve({"226.0.0.0/8"});
-  wait(2);
-  EXPECT_EQ(router.pimRps(), (Lines{"225.0.0.0/8 10.0.0.1 180 10", "226.0.0.0/8 10.0.0.1 180 10"}));
 }
 
 TEST_F(RpCandidateAtBsrTest, ACandidateThatGoesWithdrawsAllItsRanges) {
@@ -472,36 +419,6 @@ TEST_F(RpCandidateSmTest, CandidatesThatAreThereBeforeTheEngineAreServed) {
   EXPECT_EQ(advertised(), Lines(3, plain));
   router.stop();
   EXPECT_EQ(advertised(), Lines{}) << "a restart withdraws nothing";
-}
-
-TEST_F(RpCandidateSmTest, WithoutItsAddressFamilyItAdvertisesNothing) {
-  serve({"225.0.0.0/8"});
-  settle();
-  router.status->afIs(AddressFamily::unset);
-  EXPECT_EQ(machines(), 0u);
-  EXPECT_TRUE(traces.ends("Sm", 4, "Deleted all RP Candidate SMs"));
-  wait(100);
-  EXPECT_EQ(advertised(), Lines{});
-  router.status->afIs(AddressFamily::ipv4);
-  EXPECT_EQ(machines(), 1u);
-  keepAlive();
-  wait(6);
-  EXPECT_EQ(advertised(), Lines{plain}) << "the BSR is no new one";
-}
-
-TEST_F(RpCandidateSmTest, IPv6RangesGoToTheIPv6Bsr) {
-  BsrRouter six(AddressFamily::ipv6, world.wheel);
-  six.linkIs("eth0", "fe80::1");
-  six.neighborIs("eth0", "fe80::2");
-  six.routeIs("2001:db8::9", "eth0", "fe80::2");
-  const auto crp = six.status->newCrp(addr("2001:db8::1"));
-  crp->newPrefixOptions(prefix("ff0e::/16"))->priorityIs(Pim::RpPriority(5));
-  six.hear("eth0", "fe80::2", Bsm("2001:db8::9", 192));
-  wait(6);
-  const auto advs = six.sentAdvs();
-  ASSERT_EQ(advs.size(), 3u);
-  EXPECT_EQ(describe(*advs[0].adv), "C-RP 2001:db8::1*5*180s count 1; ff0e::/16");
-  EXPECT_EQ(advs[0].adv->destination(), addr("2001:db8::9"));
 }
 
 }  // namespace

@@ -17,16 +17,7 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
-using TestKit::addr;
-using TestKit::Bsm;
-using TestKit::bsrFault;
-using TestKit::BsrRouter;
-using TestKit::justBefore;
-using TestKit::Lines;
-using TestKit::prefix;
-using TestKit::Rps;
-using TestKit::TraceRecorder;
-using TestKit::VirtualWorld;
+using namespace TestKit;
 
 struct RpSetMirrorTest : ::testing::Test {
   RpSetMirrorTest() {
@@ -52,21 +43,6 @@ struct RpSetMirrorTest : ::testing::Test {
   BsrRouter router{AddressFamily::ipv4, world.wheel};
 };
 
-TEST_F(RpSetMirrorTest, AZoneThatAppearsTakesItsGroupsOver) {
-  hear(bsm("224.0.0.0/4")
-           .group("224.0.0.0/4", {{"10.1.1.1"}})
-           .group("239.0.0.0/8", {{"10.1.1.2"}})
-           .group("239.1.0.0/16", {{"10.1.1.3"}})
-           .group("239.1.1.0/24", {{"10.1.1.4"}})
-           .group("239.2.0.0/16", {{"10.1.1.5"}}));
-  EXPECT_EQ(pim(), router.rpSetOf("224.0.0.0/4"));
-  hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.2"}, {"10.2.2.3"}}));
-  EXPECT_EQ(pim(), (Lines{"224.0.0.0/4 10.1.1.1 150 0", "239.0.0.0/8 10.1.1.2 150 0",
-                          "239.1.1.0/24 10.2.2.2 150 0", "239.1.1.0/24 10.2.2.3 150 0",
-                          "239.2.0.0/16 10.1.1.5 150 0"}))
-      << "also 239.1.0.0/16, of which the zone says nothing";
-}
-
 TEST_F(RpSetMirrorTest, AWiderZoneCannotTakeWhatAMoreSpecificOneHas) {
   TraceRecorder traces;
   hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.2"}}));
@@ -78,19 +54,6 @@ TEST_F(RpSetMirrorTest, AWiderZoneCannotTakeWhatAMoreSpecificOneHas) {
                           "Not updating RpCandidateStatus since our zone 224.0.0.0/4 does not "
                           "match the longest prefix match 239.1.0.0/16 for prefix 239.1.1.0/24"))
       << traces.text(8);
-}
-
-TEST_F(RpSetMirrorTest, AZoneSpeaksForItsOwnGroupsOnly) {
-  hear(bsm("239.1.0.0/16")
-           .group("239.1.0.0/16", {{"10.2.2.1"}})
-           .group("239.2.0.0/16", {{"10.2.2.2"}})
-           .group("239.0.0.0/8", {{"10.2.2.3"}})
-           .group("224.0.0.0/4", {{"10.2.2.4"}}));
-  EXPECT_EQ(pim(), Lines{}) << "not even its own, which it did not announce as a range";
-  hear(bsm("239.1.0.0/16").group("239.1.0.0/17", {{"10.2.2.1"}}));
-  EXPECT_EQ(pim(), (Lines{"239.1.0.0/17 10.2.2.1 150 0"}));
-  hear(Bsm("10.9.9.9").zone("239.1.0.0/16", {{"10.2.2.5"}}));
-  EXPECT_EQ(pim(), (Lines{"239.1.0.0/16 10.2.2.5 150 0", "239.1.0.0/17 10.2.2.1 150 0"}));
 }
 
 TEST_F(RpSetMirrorTest, ASilentZoneKeepsWhatNobodyElseServesUntilItExpires) {
@@ -122,60 +85,6 @@ TEST_F(RpSetMirrorTest, ASilentZoneGivesBackWhatAWiderOneServes) {
   goTo(141);
   hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.4"}}));
   EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.4 150 0"})) << "and it comes back";
-}
-
-TEST_F(RpSetMirrorTest, ASilentZoneYieldsToAMoreSpecificOne) {
-  hear(bsm("239.0.0.0/8")
-           .group("239.1.1.0/24", {{"10.2.2.2"}})
-           .group("239.9.0.0/16", {{"10.2.2.3"}}));
-  goTo(130);
-  EXPECT_EQ(pim().size(), 2U);
-  hear(bsm("239.1.0.0/16"));
-  EXPECT_EQ(pim(), (Lines{"239.9.0.0/16 10.2.2.3 150 0"}));
-}
-
-TEST_F(RpSetMirrorTest, ThreeNestedZonesHandARangeDownAndUp) {
-  const auto range = [&](const char* rp) {
-    return Lines{std::string("239.1.2.0/28 ") + rp + " 600 0"};
-  };
-  const auto announce = [&](const char* zone, const char* rp) {
-    hear(bsm(zone).group("239.1.2.0/28", {{rp, 600}}));
-  };
-  announce("239.0.0.0/8", "10.1.1.1");
-  EXPECT_EQ(pim(), range("10.1.1.1"));
-  announce("239.1.2.0/24", "10.3.3.3");
-  EXPECT_EQ(pim(), range("10.3.3.3"));
-  goTo(10);
-  announce("239.1.0.0/16", "10.2.2.2");
-  EXPECT_EQ(pim(), range("10.3.3.3"));
-  goTo(100);
-  announce("239.0.0.0/8", "10.1.1.1");
-  announce("239.1.0.0/16", "10.2.2.2");
-  goTo(130);  // 239.1.2.0/24 falls silent
-  EXPECT_EQ(pim(), range("10.2.2.2"));
-  goTo(150);
-  announce("239.0.0.0/8", "10.1.1.1");
-  goTo(230);  // and 239.1.0.0/16
-  EXPECT_EQ(pim(), range("10.1.1.1"));
-}
-
-TEST_F(RpSetMirrorTest, ANewBsrsRpsReplaceTheOldOnes) {
-  hear(bsm("224.0.0.0/4", "10.9.9.1").group("225.0.0.0/8", {{"10.1.1.1"}, {"10.1.1.2"}}));
-  hear(bsm("224.0.0.0/4", "10.9.9.9").group("225.0.0.0/8", {{"10.1.1.2", 90, 5}}));
-  EXPECT_EQ(pim(), (Lines{"225.0.0.0/8 10.1.1.2 90 5"}));
-}
-
-TEST_F(RpSetMirrorTest, EveryAttributeFollows) {
-  hear(bsm("224.0.0.0/4").group("225.0.0.0/8", {{"10.1.1.1"}}));
-  goTo(10);
-  hear(bsm("224.0.0.0/4").hashMask(3).bidirGroup("225.0.0.0/8", {{"10.1.1.1", 77, 8}}));
-  const auto copy = router.pimRpStatus->crpSet(prefix("225.0.0.0/8"))->rp(addr("10.1.1.1"));
-  EXPECT_EQ(copy->mode(), PimMode::bidirectional);
-  EXPECT_EQ(copy->priority(), RpPriority(8));
-  EXPECT_EQ(copy->holdTime(), CrpHoldTime(77));
-  EXPECT_EQ(copy->hashMaskLen(), RpHashMaskLen(3));
-  EXPECT_EQ(copy->setupTime(), 0);
-  EXPECT_EQ(copy->expiryTime(), 87);
 }
 
 TEST_F(RpSetMirrorTest, SetsThatAreDeletedWholeLeaveNothing) {

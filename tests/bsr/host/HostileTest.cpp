@@ -2,7 +2,6 @@
 #include <rapidcheck.h>
 
 #include <map>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -20,12 +19,7 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
-using TestKit::addr;
-using TestKit::Bsm;
-using TestKit::BsrRouter;
-using TestKit::Octets;
-using TestKit::prefix;
-using TestKit::VirtualWorld;
+using namespace TestKit;
 
 /// Every BSR is behind the neighbour on eth0.
 class GullibleRouter : public BsrRouter {
@@ -70,7 +64,7 @@ rc::Gen<Octets> genCraftedBsm(AddressFamily af) {
     const unsigned blocks = *rc::gen::inRange(0U, 6U);
     const bool scoped = *rc::gen::arbitrary<bool>();
     for (unsigned i = 0; i < blocks; ++i) {
-      TestKit::Rps rps;
+      Rps rps;
       const unsigned carried = *rc::gen::inRange(0U, 4U);
       for (unsigned k = 0; k < carried; ++k) {
         rps.push_back({names.host(*rc::gen::inRange(0U, 6U)), *rc::gen::element(0U, 1U, 9U, 65535U),
@@ -102,11 +96,10 @@ rc::Gen<Octets> genValid(AddressFamily af) {
     };
     if (*rc::gen::arbitrary<bool>()) {
       BootstrapMessage bsm = *rc::gen::suchThat(
-          TestKit::genBsm(),
-          [af](const BootstrapMessage& each) { return each.bsrAddress().af() == af; });
+          genBsm(), [af](const BootstrapMessage& each) { return each.bsrAddress().af() == af; });
       if (!encoded(bsm)) octets.clear();
     } else {
-      HelloMessage hello = *TestKit::genHello();
+      HelloMessage hello = *genHello();
       if (!encoded(hello)) octets.clear();
     }
     return octets;
@@ -246,52 +239,35 @@ struct Victim {
 };
 
 TEST(Hostile, NoSequenceOfPacketsBreaksTheRouter) {
-  const TestKit::ThrowingAssertions guard;
+  const ThrowingAssertions guard;
   ASSERT_TRUE(rc::check("whatever a neighbour sends", [] {
-    const AddressFamily af = *TestKit::genFamily();
+    const AddressFamily af = *genFamily();
     Victim victim(af);
     const auto events = *rc::gen::container<std::vector<Event>>(40, genEvent(af));
     for (const Event& event : events) {
       victim.take(event);
-      RC_ASSERT(TestKit::bsrFault(victim.router) == "");
-      // All that it sends can be read by others.
+      RC_ASSERT(bsrFault(victim.router) == "");
       static_cast<void>(victim.router.sentBsms());
       static_cast<void>(victim.router.sentAdvs());
-      for (const auto& each : victim.router.sent) {
-        const auto fault = decode(each.payload, each.source, each.destination);
-        RC_LOG() << each.source << " > " << each.destination << " on " << each.intf.text() << ": "
-                 << static_cast<int>(std::get<DropReason>(fault)) << " ";
-        for (const unsigned octet : each.payload) RC_LOG() << octet << " ";
-      }
-      RC_ASSERT(victim.router.sent.empty());
+      RC_ASSERT(victim.router.sent.empty());  // all that it sends can be read by others
     }
+    // In the end nothing is left but what the global zone, which is never forgotten, keeps until
+    // its next BSR: its machine, its last message, and ranges without RP.
+    victim.router.status->cbsrDelAll();
+    victim.world.runUntil(victim.world.clock.now() + 140000);
+    RC_ASSERT(bsrFault(victim.router) == "");
+    RC_ASSERT(victim.world.wheel.armed() == 0U);
+    RC_ASSERT(victim.router.status->bootstrapRouter().empty());
+    RC_ASSERT(victim.router.status->crpStatus().size() <= 1U);
+    RC_ASSERT(victim.router.pimRpStatus->crpSet().empty());
+    RC_ASSERT(victim.router.engine().nonCandidateSm().size() <= 1U);
+    RC_ASSERT(victim.router.instance->bsmIntake().lastBsm().size() <= 1U);
     RC_CLASSIFY(victim.router.counters().rxBsmSuccess() > 10, "ten messages accepted");
     RC_CLASSIFY(victim.router.limits->refusedRps() > 0, "RPs refused");
     RC_CLASSIFY(victim.router.limits->refusedGroups() > 0, "ranges refused");
     RC_CLASSIFY(victim.router.limits->refusedFragments() > 0, "fragments refused");
     RC_CLASSIFY(victim.router.limits->refusedZones() > 0, "zones refused");
   }));
-}
-
-TEST(Hostile, AllThatANeighbourLeftIsGoneInTheEnd) {
-  Victim victim(AddressFamily::ipv4);
-  for (const char* zone : {"224.0.0.0/4", "239.1.0.0/16", "239.1.1.0/24"}) {
-    victim.router.status->cbsrDelAll();
-    Bsm bsm("10.5.5.1");
-    if (std::string(zone) != "224.0.0.0/4") bsm.zone(zone);
-    victim.router.hear("eth0", "10.0.0.2",
-                       bsm.group("239.1.1.128/25", {{"10.1.1.1", 65535}})
-                           .piece("239.1.1.64/26", 2, {{"10.1.1.1", 65535}}));
-  }
-  EXPECT_EQ(victim.router.engine().nonCandidateSm().size(), 3U);
-  victim.world.runUntil(140000);
-  EXPECT_EQ(victim.world.wheel.armed(), 0U);
-  EXPECT_TRUE(victim.router.status->bootstrapRouter().empty());
-  EXPECT_TRUE(victim.router.status->crpStatus().empty());
-  EXPECT_TRUE(victim.router.pimRpStatus->crpSet().empty());
-  EXPECT_EQ(victim.router.engine().nonCandidateSm().size(), 1U) << "the global zone's";
-  EXPECT_EQ(victim.router.instance->bsmIntake().lastBsm().size(), 1U);
-  EXPECT_EQ(victim.router.engine().bsrTrie()->size(), 0U);
 }
 
 TEST(Hostile, ALargePacketOfLargeClaimsIsDealtWithInProportion) {

@@ -10,9 +10,7 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
-using TestKit::addr;
-using TestKit::Lines;
-using TestKit::prefix;
+using namespace TestKit;
 
 /// A status, a trie, and what the trie's users were told.
 struct TrieTest : ::testing::Test {
@@ -29,7 +27,7 @@ struct TrieTest : ::testing::Test {
   }
   Lines told() { return std::exchange(events, {}); }
 
-  TestKit::TraceRecorder traces;
+  TraceRecorder traces;
   std::shared_ptr<Status> status = std::make_shared<Status>(VrfName("default"));
   std::shared_ptr<TrieGen> trie = std::make_shared<TrieGen>("T", AddressFamily::ipv4);
   Lines events;
@@ -71,14 +69,6 @@ TEST_F(ZoneTrie, AChangedAddressIsOneChangeEvent) {
       << traces.text();
 }
 
-TEST_F(ZoneTrie, ARecordThatWasThereBeforeReportsItsFirstChange) {
-  status->newBootstrapRouter(prefix("224.0.0.0/4"))->ipAddrIs(addr("10.0.0.1"));
-  PimBsrTrieBuilderSm builder(status, trie);
-  EXPECT_EQ(told(), (Lines{"added 224.0.0.0/4"}));
-  status->bootstrapRouter(prefix("224.0.0.0/4"))->ipAddrIs(addr("10.0.0.2"));
-  EXPECT_EQ(told(), (Lines{"changed 224.0.0.0/4"}));
-}
-
 TEST_F(ZoneTrie, ARecordMadeAnewStartsAnew) {
   PimBsrTrieBuilderSm builder(status, trie);
   const auto old = status->newBootstrapRouter(prefix("224.0.0.0/4"));
@@ -105,12 +95,6 @@ TEST_F(ZoneTrie, TheFullWalkBringsBothSidesInStepAndRepeatsNothing) {
   EXPECT_EQ(builder.trieUpdates(), 2U);
 }
 
-TEST_F(ZoneTrie, IsLeftAloneByABuilderThatIsGone) {
-  { PimBsrTrieBuilderSm builder(status, trie); }
-  status->newBootstrapRouter(prefix("224.0.0.0/4"))->ipAddrIs(addr("10.0.0.1"));
-  EXPECT_EQ(told(), Lines{});
-}
-
 TEST_F(PermitTrie, HoldsThePermittedPrefixes) {
   status->crpPermitIs(prefix("0.0.0.0/0"), true);
   PimBsrCrpPermitTrieBuilderSm builder(status, trie);
@@ -134,18 +118,6 @@ TEST_F(PermitTrie, TheFullWalkBringsBothSidesInStepAndRepeatsNothing) {
   EXPECT_EQ(builder.trieUpdates(), 2U);
   builder.handleCrpPermit();
   EXPECT_EQ(builder.trieUpdates(), 2U);
-}
-
-TEST(Tries, AreNamedAfterTheirFamily) {
-  TestKit::VirtualWorld world;
-  for (const auto& [af, name, global] :
-       {std::tuple{AddressFamily::ipv4, "PimBsrTrie", "224.0.0.0/4"},
-        std::tuple{AddressFamily::ipv6, "PimBsr6Trie", "ff00::/8"}}) {
-    TestKit::BsrRouter router(af, world.wheel);
-    EXPECT_EQ(router.engine().bsrTrie()->name(), name);
-    EXPECT_EQ(router.engine().bsrTrie()->af(), af);
-    EXPECT_EQ(router.engine().globalOrNonScopeZone(), prefix(global));
-  }
 }
 
 }  // namespace
