@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <utility>
-#include <vector>
 
 #include "bsr/engine/ElectedBsrRecord.h"
 #include "bsr/engine/PimBsrSm.h"
@@ -303,24 +302,13 @@ void BsrCandidateSm::recordExpiryIs(double expiry) {
   if (const auto record = bsrStatus_->bootstrapRouter(zone_)) expiryTimeIs(*record, expiry, now());
 }
 
-// Ranges that the BSR before us named without RPs: no hold time would ever end them.
-void BsrCandidateSm::forgetEmptyRanges() {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone_);
-  if (!zoneStatus || !zoneStatus->status()) return;
-  std::vector<IpGenPrefix> empty;
-  for (const auto& [prefix, rpSet] : zoneStatus->status()->crpSet()) {
-    if (rpSet->rp().empty()) empty.push_back(prefix);
-  }
-  for (const IpGenPrefix& prefix : empty) zoneStatus->status()->crpSetDel(prefix);
-}
-
 void BsrCandidateSm::handleElected() {
   BSR_TRACE(9, "");
   if (candidate_->elected()) {
     if (!initialized_) return;
     BSR_TRACE(4, "We, ", candidate_->address(), " are elected as BSR for zone ", zone_);
     doUpdateElectedBsr();
-    forgetEmptyRanges();
+    engine_.rpSets().forgetEmpty(zone_);  // that the BSR before us named
     return;
   }
   BSR_TRACE(4, "We, ", candidate_->address(), " are no longer BSR for zone ", zone_);

@@ -110,7 +110,6 @@ class ROUTING_API BsrCandidateSm {
   void pullForward();
   void forwardOrTrace();
   void lastBsmIs();
-  void forgetEmptyRanges();
   void clearRpSet(const std::string& reason);
   void doUpdateElectedBsr();
   void doDelElectedBsr();

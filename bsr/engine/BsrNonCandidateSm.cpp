@@ -150,6 +150,7 @@ void BsrNonCandidateSm::handleBsrTimerExpiry() {
   state_ = State::acceptAny;
   BSR_TRACE(1, ", state=", state_, ", Zone=", zone_);
   engine_.refreshRpSet(zone_, lastBsm_.message());
+  engine_.rpSets().forgetEmpty(zone_);
   if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) {
     BSR_TRACE(4, "Removing BSR ", bsr->ipAddr(), " state for zone ", zone_);
     bsrStatus_->bootstrapRouterDel(zone_);

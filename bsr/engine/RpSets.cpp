@@ -1,6 +1,7 @@
 #include "bsr/engine/RpSets.h"
 
 #include <utility>
+#include <vector>
 
 #include "bsr/types/Traces.h"
 
@@ -38,6 +39,16 @@ std::shared_ptr<RpCandidateSet> RpSets::create(const IpGenPrefix& zone, const Ip
   const auto status = bsrStatus_->newCrpStatus(zone)->newStatus(VrfName{});
   status->rpSetTypeIs(RpSetType::bsr);
   return status->newCrpSet(prefix);
+}
+
+void RpSets::forgetEmpty(const IpGenPrefix& zone) {
+  const auto zoneStatus = bsrStatus_->crpStatus(zone);
+  if (!zoneStatus || !zoneStatus->status()) return;
+  std::vector<IpGenPrefix> empty;
+  for (const auto& [prefix, rpSet] : zoneStatus->status()->crpSet()) {
+    if (rpSet->rp().empty()) empty.push_back(prefix);
+  }
+  for (const IpGenPrefix& prefix : empty) zoneStatus->status()->crpSetDel(prefix);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -31,6 +31,9 @@ class ROUTING_API RpSets {
   /// The set of a group range in a zone, made if need be, with all that holds it.
   std::shared_ptr<RpCandidateSet> create(const IpGenPrefix& zone, const IpGenPrefix& prefix);
 
+  /// Deletes the sets of a zone that hold no RP, which no hold time would end.
+  void forgetEmpty(const IpGenPrefix& zone);
+
  private:
   const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
 

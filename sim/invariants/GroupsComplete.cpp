@@ -6,7 +6,7 @@ namespace Routing::Sim {
 namespace {
 
 constexpr std::uint8_t bootstrapType = 4;
-constexpr double memory = 600.0;  // seconds; far beyond the life of a fragment
+constexpr double memory = 60.0;  // seconds; beyond the life of a fragment
 
 }  // namespace
 
@@ -16,9 +16,10 @@ void GroupsComplete::delivering(const Packet& packet, RouterId to) {
   if (!bsm) return;
   for (const BsmPeek::Group& group : bsm->groups) {
     if (group.fragRpCount == group.rpCount || group.fragRpCount == 0) continue;
-    auto& rps = received_[{to, bsm->bsr, bsm->fragmentTag, group.range}];
-    rps.insert(group.rps.begin(), group.rps.end());
-    if (rps.size() >= group.rpCount) continue;
+    Received& received = received_[{to, bsm->bsr, bsm->fragmentTag, group.range}];
+    received.rps.insert(group.rps.begin(), group.rps.end());
+    received.last = world().now();
+    if (received.rps.size() >= group.rpCount) continue;
     incomplete_.push_back({to,
                            packet.af,
                            bsm->zone(),
@@ -56,7 +57,8 @@ GroupsComplete::RpSet GroupsComplete::rpsOf(const Incomplete& at) const {
 void GroupsComplete::forget() {
   if (world().now() - forgotten_ < memory) return;
   forgotten_ = world().now();
-  received_.clear();  // ranges under way are then judged complete too late, never too early
+  std::erase_if(received_,
+                [&](const auto& entry) { return world().now() - entry.second.last > memory; });
 }
 
 }  // namespace Routing::Sim

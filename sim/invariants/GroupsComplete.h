@@ -35,7 +35,12 @@ class GroupsComplete final : public Invariant {
   RpSet rpsOf(const Incomplete& at) const;
   void forget();
 
-  std::map<Key, std::set<IpGenAddr>> received_;
+  struct Received {
+    std::set<IpGenAddr> rps;
+    double last = 0.0;
+  };
+
+  std::map<Key, Received> received_;
   std::vector<Incomplete> incomplete_;  // during the event
   double forgotten_ = 0.0;
 };

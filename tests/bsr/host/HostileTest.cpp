@@ -252,13 +252,13 @@ TEST(Hostile, NoSequenceOfPacketsBreaksTheRouter) {
       RC_ASSERT(victim.router.sent.empty());  // all that it sends can be read by others
     }
     // In the end nothing is left but what the global zone, which is never forgotten, keeps until
-    // its next BSR: its machine, its last message, and ranges without RP.
+    // its next BSR: its machine and intake's last message.
     victim.router.status->cbsrDelAll();
     victim.world.runUntil(victim.world.clock.now() + 140000);
     RC_ASSERT(bsrFault(victim.router) == "");
     RC_ASSERT(victim.world.wheel.armed() == 0U);
     RC_ASSERT(victim.router.status->bootstrapRouter().empty());
-    RC_ASSERT(victim.router.status->crpStatus().size() <= 1U);
+    RC_ASSERT(victim.router.status->crpStatus().empty());
     RC_ASSERT(victim.router.pimRpStatus->crpSet().empty());
     RC_ASSERT(victim.router.engine().nonCandidateSm().size() <= 1U);
     RC_ASSERT(victim.router.instance->bsmIntake().lastBsm().size() <= 1U);
