@@ -61,8 +61,6 @@ IpGenAddr lastAddress(AddressFamily af) {
 
 /// From the last message of the elected BSR to the first of this candidate, at the longest.
 double failover(std::uint32_t holdTime, const BsrCandidateSettings& zone, AddressFamily af) {
-  // A hold time that does not outlast the interval is replaced (RFC 5059 section 5).
-  const double timeout = holdTime > zone.interval ? holdTime : 2.0 * zone.interval + 10;
   const Pim::Bsr::PimBsrWeight mine(zone.priority, IpGenAddr::zero(af));
   double worst = 0;
   // The delay is longest either against the best priority or against an equal one.
@@ -70,7 +68,7 @@ double failover(std::uint32_t holdTime, const BsrCandidateSettings& zone, Addres
     const Pim::Bsr::PimBsrWeight stored(priority, lastAddress(af));
     worst = std::max(worst, Pim::Bsr::backOff(mine, stored).delay);
   }
-  return timeout + worst;
+  return Pim::Bsr::bsTimeoutInForce(holdTime, zone.interval) + worst;
 }
 
 }  // namespace

@@ -52,8 +52,7 @@ Json limitsJson(const Pim::Bsr::PimBsrLimits& limits) {
           {"groups", limitJson(limits.maxGroups(), limits.refusedGroups())},
           {"rps", limitJson(limits.maxRps(), limits.refusedRps())},
           {"fragments", limitJson(limits.maxFragments(), limits.refusedFragments())},
-          {"kept",
-           limitJson(std::uint64_t{limits.maxGroups()} + limits.maxRps(), limits.refusedKept())}};
+          {"kept", limitJson(maxKept(limits), limits.refusedKept())}};
 }
 
 }  // namespace

@@ -346,7 +346,7 @@ void BsrCandidateSm::computeBsTimeout(const char* firstPiece) {
   BSR_TRACE(8, firstPiece, bsTimeout_, " secs, which is less than this C-BSR BSM interval of ",
             bsPeriod_,
             " secs. Overriding this with value ( 2 * BS_Period ) + 10 as recommended by RFC 5059.");
-  bsTimeout_ = 2 * bsPeriod_ + 10;
+  bsTimeout_ = bsTimeoutInForce(bsTimeout_, bsPeriod_);
 }
 
 // Restarts the timer if more than this is left; never lengthens it.

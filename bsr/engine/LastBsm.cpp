@@ -6,12 +6,6 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
-std::size_t entriesOf(const BootstrapMessage& bsm) {
-  std::size_t entries = bsm.groupRpData().size();
-  for (const auto& group : bsm.groupRpData()) entries += group.rpList().size();
-  return entries;
-}
-
 // The pieces of one range name the same RP count and hold no more RPs together; otherwise the newer
 // piece stands for the range. What names the zone goes on doing so, and nothing else begins to.
 void join(BootstrapGroupData& held, const BootstrapGroupData& piece) {

@@ -11,7 +11,7 @@ LastBsmBudget::LastBsmBudget(std::shared_ptr<const Status> bsrStatus,
     : bsrStatus_(std::move(bsrStatus)), limits_(std::move(limits)) {}
 
 bool LastBsmBudget::take(std::size_t entries) {
-  const std::size_t limit = std::size_t{limits_->maxGroups()} + limits_->maxRps();
+  const std::uint64_t limit = maxKept(*limits_);
   if (entries <= limit && taken_ <= limit - entries) {
     taken_ += entries;
     return true;

@@ -13,12 +13,6 @@ namespace {
 
 constexpr std::size_t longMessage = 256;  // ranges and RPs
 
-bool isLong(const BootstrapMessage& bsm) {
-  std::size_t entries = bsm.groupRpData().size();
-  for (const auto& group : bsm.groupRpData()) entries += group.rpList().size();
-  return entries > longMessage;
-}
-
 }  // namespace
 
 /// A message under examination.
@@ -182,7 +176,7 @@ std::shared_ptr<BootstrapMessage> BootstrapMessageSm::lastBsm(const IpGenPrefix&
 
 void BootstrapMessageSm::lastBsmIs(const IpGenPrefix& zone,
                                    const std::shared_ptr<BootstrapMessage>& bsm) {
-  if (!isLong(*bsm)) {
+  if (entriesOf(*bsm) <= longMessage) {
     lastBsm_[zone] = bsm;
     return;
   }

@@ -10,8 +10,8 @@ namespace Routing::Pim::Bsr {
 ///   maxGroups     group ranges with an RP set, over all zones
 ///   maxRps        RPs, over all group ranges
 ///   maxFragments  group ranges of which not all fragments have arrived
-/// The messages that are kept to prime new neighbours may hold as many ranges and RPs, over all
-/// zones, as maxGroups and maxRps allow together; one that finds no room is refusedKept.
+/// A message that is to be kept to prime new neighbours and finds no room is refusedKept; see
+/// maxKept().
 #define PIM_BSR_LIMITS(ATTR)                     \
   ATTR(VALUE, maxZones, std::uint32_t, 1024)     \
   ATTR(VALUE, maxGroups, std::uint32_t, 16384)   \
@@ -27,5 +27,11 @@ class ROUTING_API PimBsrLimits : public Entity {
  public:
   ROUTING_ENTITY(PimBsrLimits, PIM_BSR_LIMITS)
 };
+
+/// How many ranges and RPs the messages that are kept to prime new neighbours may hold together,
+/// over all zones: as many as maxGroups and maxRps allow.
+inline std::uint64_t maxKept(const PimBsrLimits& limits) {
+  return std::uint64_t{limits.maxGroups()} + limits.maxRps();
+}
 
 }  // namespace Routing::Pim::Bsr

@@ -153,6 +153,12 @@ struct BackOff {
   std::uint32_t seconds;  ///< `delay` truncated
 };
 
+/// The bootstrap time-out, in seconds, of a candidate BSR with this period: one that does not
+/// outlast the period is replaced (RFC 5059 section 5).
+constexpr std::uint32_t bsTimeoutInForce(std::uint32_t bsTimeout, std::uint32_t bsPeriod) {
+  return bsPeriod < bsTimeout ? bsTimeout : 2 * bsPeriod + 10;
+}
+
 /// The back-off of a candidate with weight `mine` while it believes in a BSR of weight `stored`.
 /// Another family than IPv4 or IPv6 is a failed assertion.
 ROUTING_API BackOff backOff(const PimBsrWeight& mine, const PimBsrWeight& stored);

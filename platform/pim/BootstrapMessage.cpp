@@ -13,6 +13,12 @@ bool operator==(const BootstrapMessage& a, const BootstrapMessage& b) {
   return a.sameAddresses(b) && fields(a) == fields(b);
 }
 
+std::size_t entriesOf(const BootstrapMessage& bsm) {
+  std::size_t entries = bsm.groupRpData().size();
+  for (const auto& group : bsm.groupRpData()) entries += group.rpList().size();
+  return entries;
+}
+
 IpGenPrefix zoneOf(const BootstrapMessage& bsm, const IpGenPrefix& globalZone) {
   const auto& groups = bsm.groupRpData();
   return !groups.empty() && groups.front().zone() ? groups.front().prefix() : globalZone;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <utility>
@@ -94,6 +95,9 @@ class ROUTING_API BootstrapMessage : public PimMessage {
   bool forward_ = true;
   std::vector<BootstrapGroupData> groupRpData_;
 };
+
+/// The group ranges of a message and the RPs in them, counted together: what it takes to keep it.
+ROUTING_API std::size_t entriesOf(const BootstrapMessage& bsm);
 
 /// The zone of a Bootstrap message: the prefix of its first group range if that has the Z bit, else
 /// (also without any range) `globalZone` (RFC 5059 section 3.1).
