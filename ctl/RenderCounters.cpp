@@ -9,7 +9,7 @@ namespace {
 
 using enum Table::Align;
 
-std::string bsrText(const Json& bsr) {
+std::string mechanismText(const Json& bsr) {
   if (bsr.is_null()) return "  No counters\n";
   Table tallies({{"Messages"}, {"All", right}, {"Good", right}, {"Error", right}});
   const auto add = [&](const char* title, const Json& tally) {
@@ -63,7 +63,7 @@ std::string limitsText(const Json& limits) {
 }  // namespace
 
 std::string renderCounters(const Json& data) {
-  return titleText("PIM counters", data) + "BSR mechanism\n" + bsrText(data.at("bsr")) +
+  return titleText("PIM counters", data) + "BSR mechanism\n" + mechanismText(data.at("bsr")) +
          "\nPacket layer\n" + messagesText(data.at("messages")) + "\nLimits\n" +
          limitsText(data.at("limits"));
 }

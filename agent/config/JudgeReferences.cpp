@@ -38,7 +38,7 @@ void judgeBorder(FamilyJudge& judge, const std::string& path, const BorderSettin
   }
 }
 
-void judgeBsrCandidate(FamilyJudge& judge, const std::string& path, const BsrCandidate& candidate) {
+void judgeZoneGroups(FamilyJudge& judge, const std::string& path, const BsrCandidate& candidate) {
   for (const auto& [group, settings] : candidate.zones) {
     const std::string where = entryPath(path, "zone", group.text());
     judgeGroup(judge, where, group);
@@ -51,7 +51,7 @@ void judgeBsrCandidate(FamilyJudge& judge, const std::string& path, const BsrCan
   }
 }
 
-void judgeRpCandidate(FamilyJudge& judge, const std::string& path, const RpCandidate& candidate) {
+void judgeRangeGroups(FamilyJudge& judge, const std::string& path, const RpCandidate& candidate) {
   for (const auto& [group, priority] : candidate.ranges) {
     judgeGroup(judge, entryPath(path, "range", group.text()), group);
   }
@@ -67,10 +67,10 @@ void judgeReferences(FamilyJudge& judge) {
     judgeBorder(judge, judge.interfacePath(name) + "/bsr-border", interface.border);
   }
   for (const auto& [name, candidate] : judge.settings.bsrCandidates) {
-    judgeBsrCandidate(judge, judge.bsrCandidatePath(name), candidate);
+    judgeZoneGroups(judge, judge.bsrCandidatePath(name), candidate);
   }
   for (const auto& [name, candidate] : judge.settings.rpCandidates) {
-    judgeRpCandidate(judge, judge.rpCandidatePath(name), candidate);
+    judgeRangeGroups(judge, judge.rpCandidatePath(name), candidate);
   }
   for (const std::string& name : judge.settings.rpFilter) {
     judgeList(judge, entryPath(judge.bsrPath(), "rp-filter", name), name);

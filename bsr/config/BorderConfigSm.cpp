@@ -1,7 +1,7 @@
 #include "bsr/config/BorderConfigSm.h"
 
 #include "bsr/config/BsrConfigAcls.h"
-#include "bsr/config/ConfigTrace.h"
+#include "bsr/types/Traces.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -24,7 +24,7 @@ void BorderConfigSm::configIs(const std::shared_ptr<const IntfConfig>& config) {
 }
 
 void BorderConfigSm::handleDel() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   groupReactor_.reset();
   aclReactor_.reset();
   keepOnly({}, {});
@@ -43,18 +43,18 @@ void BorderConfigSm::keepOnly(const std::set<IpGenPrefix>& groups,
 }
 
 void BorderConfigSm::handleBsrBorderGrp() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto groups = config_->bsrBorderGrp();
   for (const IpGenPrefix& group : groups) handleBsrBorderGrp(group);
 }
 
 void BorderConfigSm::handleBsrBorderGrp(const IpGenPrefix& group) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   config_->bsrBorderGrp(group) ? doGroupAdd(group) : doGroupRemove(group);
 }
 
 void BorderConfigSm::handleBsrBorderAcl(const std::string& acl) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   config_->bsrBorderAcl(acl) ? doAclAdd(acl) : doAclRemove(acl);
 }
 
@@ -70,7 +70,7 @@ void BorderConfigSm::doAclAdd(const std::string& name) {
   if (acls_.contains(name)) return;
   const auto acl = context_.acls->expanded(name);
   acl->borderIntfIs(intf_, true);
-  CONFIG_TRACE(8, "Added interface ", intf_, " to BsrConfigAcl object for acl ", name);
+  BSR_TRACE(sm, 8, "Added interface ", intf_, " to BsrConfigAcl object for acl ", name);
   std::set<IpGenPrefix>& counted = acls_[name];
   const auto prefixes = acl->grpPrefix();
   for (const IpGenPrefix& prefix : prefixes) {
@@ -86,21 +86,21 @@ void BorderConfigSm::doAclRemove(const std::string& name) {
   acls_.erase(it);
   for (const IpGenPrefix& prefix : prefixes) uncount(prefix, {nullptr, nullptr, intfDeleted});
   context_.state->bsrConfigAcl(name)->borderIntfDel(intf_);
-  CONFIG_TRACE(8, "Deleted interface ", intf_, "from BsrConfigAcl object for acl ", name);
+  BSR_TRACE(sm, 8, "Deleted interface ", intf_, "from BsrConfigAcl object for acl ", name);
   context_.acls->releaseUnused(name);
 }
 
 void BorderConfigSm::doAclPrefixActivate(const std::string& acl, const IpGenPrefix& prefix) {
   const auto it = acls_.find(acl);
   if (it == acls_.end() || !it->second.insert(prefix).second) return;
-  CONFIG_TRACE(8, "Writing to Status for ", prefix, " and interface  ", intf_);
+  BSR_TRACE(sm, 8, "Writing to Status for ", prefix, " and interface  ", intf_);
   count(prefix, {" Bsr Border set", " BSR border.", nullptr});
 }
 
 void BorderConfigSm::doAclPrefixDeactivate(const std::string& acl, const IpGenPrefix& prefix) {
   const auto it = acls_.find(acl);
   if (it == acls_.end() || it->second.erase(prefix) == 0) return;
-  CONFIG_TRACE(8, "Removing interface ", intf_, " for prefix ", prefix);
+  BSR_TRACE(sm, 8, "Removing interface ", intf_, " for prefix ", prefix);
   uncount(prefix, {nullptr, nullptr, "Deleted interface"});
 }
 
@@ -108,37 +108,37 @@ void BorderConfigSm::count(const IpGenPrefix& prefix, const Words& words) {
   ConfigState& state = *context_.state;
   if (!state.borderPfxRefCount(intf_)) {
     state.newBorderPfxRefCount(intf_);
-    CONFIG_TRACE(8, "Created refcount object for interface ", intf_);
+    BSR_TRACE(sm, 8, "Created refcount object for interface ", intf_);
   }
   if (!context_.status->bsBorder(prefix)) {
     context_.status->newBsBorder(prefix);
-    CONFIG_TRACE(4, "Created group ", prefix, words.created);
+    BSR_TRACE(sm, 4, "Created group ", prefix, words.created);
   }
   const auto border = context_.status->bsBorder(prefix);
   if (!border->intfId(intf_)) {
     border->intfIdIs(intf_, true);
-    CONFIG_TRACE(4, "Added interface ", intf_, " into ", prefix, words.added);
+    BSR_TRACE(sm, 4, "Added interface ", intf_, " into ", prefix, words.added);
   }
   const std::uint32_t now = counterInc(*state.borderPfxRefCount(intf_), prefix);
-  CONFIG_TRACE(8, "PrefixCounter for prefix ", prefix, " is ", now);
+  BSR_TRACE(sm, 8, "PrefixCounter for prefix ", prefix, " is ", now);
 }
 
 void BorderConfigSm::uncount(const IpGenPrefix& prefix, const Words& words) {
   const auto counts = context_.state->borderPfxRefCount(intf_);
   const std::uint32_t left = counterDec(*counts, prefix);
-  CONFIG_TRACE(8, "PrefixCounter for prefix ", prefix, " is ", left);
+  BSR_TRACE(sm, 8, "PrefixCounter for prefix ", prefix, " is ", left);
   if (left > 0) return;
   if (counts->counter().empty()) {
     context_.state->borderPfxRefCountDel(intf_);
-    CONFIG_TRACE(8, "Deleted refcount object for interface ", intf_);
+    BSR_TRACE(sm, 8, "Deleted refcount object for interface ", intf_);
   }
   const auto border = context_.status->bsBorder(prefix);
   if (!border) return;
   border->intfIdDel(intf_);
-  CONFIG_TRACE(4, words.deletedIntf, intf_, " from ", prefix, intfAdded);
+  BSR_TRACE(sm, 4, words.deletedIntf, intf_, " from ", prefix, intfAdded);
   if (!border->intfId().empty()) return;
   context_.status->bsBorderDel(prefix);
-  CONFIG_TRACE(4, "Deleted group ", prefix, groupCreated);
+  BSR_TRACE(sm, 4, "Deleted group ", prefix, groupCreated);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "bsr/config/BsrConfigAcls.h"
-#include "bsr/config/ConfigTrace.h"
+#include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
 namespace Routing::Pim::Bsr {
@@ -29,16 +29,16 @@ void BsrCandidateConfigSm::configIs(const std::shared_ptr<const BsrCandidateConf
 }
 
 void BsrCandidateConfigSm::handleInitialized() {
-  CONFIG_TRACE(9, "");
-  CONFIG_TRACE(4, "New BSR candidate configured for interface ", intf_);
+  BSR_TRACE(sm, 9, "");
+  BSR_TRACE(sm, 4, "New BSR candidate configured for interface ", intf_);
   for (const auto& entry : config_->group()) handleGroup(entry.first);
   for (const auto& entry : config_->acl()) handleAcl(entry.first);
   address_ = context_.addressOf(intf_);
   if (address_.isUnset()) {
-    CONFIG_TRACE(8,
-                 "Deferred initialization since IP address "
-                 "for interface ",
-                 intf_, " is not set");
+    BSR_TRACE(sm, 8,
+              "Deferred initialization since IP address "
+              "for interface ",
+              intf_, " is not set");
     return;
   }
   start();
@@ -66,7 +66,7 @@ void BsrCandidateConfigSm::dropStrangers() const {
 }
 
 void BsrCandidateConfigSm::handleGroup(const IpGenPrefix& group) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const std::shared_ptr<const BsrCandidateGroup> entry = config_->group(group);
   const auto it = group_.find(group);
   if (entry) {
@@ -81,7 +81,7 @@ void BsrCandidateConfigSm::handleGroup(const IpGenPrefix& group) {
 }
 
 void BsrCandidateConfigSm::handleAcl(const std::string& acl) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const std::shared_ptr<const BsrCandidateAcl> entry = config_->acl(acl);
   const auto it = acl_.find(acl);
   if (entry) {
@@ -96,16 +96,16 @@ void BsrCandidateConfigSm::handleAcl(const std::string& acl) {
 }
 
 void BsrCandidateConfigSm::handleDel() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   groupReactor_.reset();
   aclReactor_.reset();
   for (const auto& [group, sm] : group_) {
     sm->handleDel();
-    CONFIG_TRACE(4, "Deleted candidate BSR for zone ", group);
+    BSR_TRACE(sm, 4, "Deleted candidate BSR for zone ", group);
   }
   for (const auto& [acl, sm] : acl_) {
     sm->handleDel();
-    CONFIG_TRACE(4, "Deleted candidate BSR for acl ", acl);
+    BSR_TRACE(sm, 4, "Deleted candidate BSR for acl ", acl);
   }
   group_.clear();
   acl_.clear();
@@ -113,16 +113,16 @@ void BsrCandidateConfigSm::handleDel() {
 }
 
 void BsrCandidateConfigSm::handleIpAddress() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const IpGenAddr now = context_.addressOf(intf_);
   if (now == address_) return;
   address_ = now;
   if (now.isUnset()) {
-    CONFIG_TRACE(8, "Interface ", intf_, " IP unset");
+    BSR_TRACE(sm, 8, "Interface ", intf_, " IP unset");
     for (const IpGenPrefix& zone : zones()) cbsrDel(zone);
     return;
   }
-  CONFIG_TRACE(8, "Interface ", intf_, " assigned IP ", now);
+  BSR_TRACE(sm, 8, "Interface ", intf_, " assigned IP ", now);
   if (!initialized_) return start();
   for (const IpGenPrefix& zone : zones()) zoneWrite(zone);
 }
@@ -139,7 +139,7 @@ void BsrCandidateConfigSm::doAclPrefixDeactivate(const std::string& acl, const I
 
 void BsrCandidateConfigSm::ownerCheck(const IntfId* owner) const {
   if (owner == nullptr) return;
-  CONFIG_TRACE(3, "Interface ", *owner, " already BSR for zone. Asserting...");
+  BSR_TRACE(sm, 3, "Interface ", *owner, " already BSR for zone. Asserting...");
   ROUTING_ASSERT_TEXT(*owner == intf_, "intfId == kelBsrCandidateConfig()->intfId()");
 }
 
@@ -153,11 +153,11 @@ void BsrCandidateConfigSm::countIs(const IpGenPrefix& zone) {
   ConfigState& state = *context_.state;
   if (!state.cbsrPfxRefCount(intf_)) {
     state.newCbsrPfxRefCount(intf_);
-    CONFIG_TRACE(8, "Created refcount object for interface ", intf_);
+    BSR_TRACE(sm, 8, "Created refcount object for interface ", intf_);
   }
   const std::uint32_t count = counterInc(*state.cbsrPfxRefCount(intf_), zone);
   if (!held_) zoneShow(zone, count == 1);
-  CONFIG_TRACE(8, "PrefixCounter for prefix ", zone, " is ", count);
+  BSR_TRACE(sm, 8, "PrefixCounter for prefix ", zone, " is ", count);
 }
 
 void BsrCandidateConfigSm::zoneShow(const IpGenPrefix& zone, bool isNew) {
@@ -165,26 +165,26 @@ void BsrCandidateConfigSm::zoneShow(const IpGenPrefix& zone, bool isNew) {
   const auto& candidate = context_.status->cbsr(zone);
   if (!isNew || !candidate) return;
   if (created && group_.contains(zone)) {
-    CONFIG_TRACE(8, "Created CBSR zone ", zone);
+    BSR_TRACE(sm, 8, "Created CBSR zone ", zone);
   } else if (created) {
-    CONFIG_TRACE(8, "Created zone ", zone, " for CBSR");
+    BSR_TRACE(sm, 8, "Created zone ", zone, " for CBSR");
   }
-  CONFIG_TRACE(4, "Created candidate BSR for zone ", zone, " with IP ", candidate->address(),
-               ", Priority=", candidate->priority(), ", HashMaskLen=", candidate->hashMaskLen(),
-               ", Interval=", candidate->bsPeriod());
+  BSR_TRACE(sm, 4, "Created candidate BSR for zone ", zone, " with IP ", candidate->address(),
+            ", Priority=", candidate->priority(), ", HashMaskLen=", candidate->hashMaskLen(),
+            ", Interval=", candidate->bsPeriod());
 }
 
 void BsrCandidateConfigSm::countDel(const IpGenPrefix& zone) {
   const auto counts = context_.state->cbsrPfxRefCount(intf_);
   const std::uint32_t left = counterDec(*counts, zone);
-  CONFIG_TRACE(8, "PrefixCounter for prefix ", zone, " is ", left);
+  BSR_TRACE(sm, 8, "PrefixCounter for prefix ", zone, " is ", left);
   if (left > 0) {
     zoneWrite(zone);
     return;
   }
   if (counts->counter().empty()) {
     context_.state->cbsrPfxRefCountDel(intf_);
-    CONFIG_TRACE(8, "Deleted refcount object for interface ", intf_);
+    BSR_TRACE(sm, 8, "Deleted refcount object for interface ", intf_);
   }
   cbsrDel(zone);
 }
@@ -230,7 +230,7 @@ void BsrCandidateConfigSm::cbsrDel(const IpGenPrefix& zone) {
   const auto candidate = context_.status->cbsr(zone);
   if (!candidate || candidate->intfId() != intf_) return;
   context_.status->cbsrDel(zone);
-  CONFIG_TRACE(4, "Deleted candidate BSR for zone ", zone);
+  BSR_TRACE(sm, 4, "Deleted candidate BSR for zone ", zone);
 }
 
 }  // namespace Routing::Pim::Bsr

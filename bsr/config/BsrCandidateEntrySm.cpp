@@ -2,7 +2,7 @@
 
 #include "bsr/config/BsrCandidateConfigSm.h"
 #include "bsr/config/BsrConfigAcls.h"
-#include "bsr/config/ConfigTrace.h"
+#include "bsr/types/Traces.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -13,47 +13,47 @@ const VrfName& BsrCandidateEntrySm::vrfName() const {
 bool BsrCandidateEntrySm::skip() const {
   if (initialized_ || !intfSm_.initialized()) return true;
   if (settings_.usable()) return false;
-  CONFIG_TRACE(8, "Skipping initialization since priority or hashmask lengths are not set");
+  BSR_TRACE(sm, 8, "Skipping initialization since priority or hashmask lengths are not set");
   return true;
 }
 
 // The setters below write to each candidate that shows this entry's settings.
 void BsrCandidateEntrySm::handlePriority(std::uint16_t priority) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   settings_.priority = priority;
   if (!initialized_) return handleInitialize();
   for (const IpGenPrefix& zone : zones()) {
     const auto candidate = intfSm_.shownBy(*this, zone);
     if (!candidate || candidate->priority() == priority) continue;
     candidate->priorityIs(priority);
-    CONFIG_TRACE(4, "Priority for Candidate BSR in Zone ", zone, " with IP ", candidate->address(),
-                 " changed to ", priority);
+    BSR_TRACE(sm, 4, "Priority for Candidate BSR in Zone ", zone, " with IP ", candidate->address(),
+              " changed to ", priority);
   }
 }
 
 void BsrCandidateEntrySm::handleHashMaskLen(std::uint32_t hashMaskLen) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   settings_.hashMaskLen = hashMaskLen;
   if (!initialized_) return handleInitialize();
   for (const IpGenPrefix& zone : zones()) {
     const auto candidate = intfSm_.shownBy(*this, zone);
     if (!candidate || candidate->hashMaskLen() == hashMaskLen) continue;
     candidate->hashMaskLenIs(hashMaskLen);
-    CONFIG_TRACE(4, "HashMaskLen for Candidate BSR in Zone ", zone, " with IP ",
-                 candidate->address(), " changed to ", hashMaskLen);
+    BSR_TRACE(sm, 4, "HashMaskLen for Candidate BSR in Zone ", zone, " with IP ",
+              candidate->address(), " changed to ", hashMaskLen);
   }
 }
 
 void BsrCandidateEntrySm::handleInterval(std::uint32_t interval) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   settings_.interval = interval;
   if (!initialized_) return handleInitialize();
   for (const IpGenPrefix& zone : zones()) {
     const auto candidate = intfSm_.shownBy(*this, zone);
     if (!candidate || candidate->bsPeriod() == interval) continue;
     candidate->bsPeriodIs(interval);
-    CONFIG_TRACE(4, "Interval for Candidate BSR in Zone ", zone, " with IP ", candidate->address(),
-                 " changed to ", interval);
+    BSR_TRACE(sm, 4, "Interval for Candidate BSR in Zone ", zone, " with IP ", candidate->address(),
+              " changed to ", interval);
   }
 }
 
@@ -64,13 +64,13 @@ std::set<IpGenPrefix> BsrCandidateGroupSm::zones() const {
 }
 
 void BsrCandidateGroupSm::handleInitialize() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (skip()) return;
   Status& status = *intfSm_.context().status;
   intfSm_.ownerCheck(status.zoneGroup(group_));
   intfSm_.zoneCheck(group_);
   status.zoneGroupIs(group_, intfSm_.intf());
-  CONFIG_TRACE(8, group_, " forms zone with interface ", intfSm_.intf());
+  BSR_TRACE(sm, 8, group_, " forms zone with interface ", intfSm_.intf());
   initialized_ = true;
   doGroupAdd();
 }
@@ -86,27 +86,27 @@ void BsrCandidateGroupSm::doGroupRemove() {
 
 // An entry that never started may have left its claim behind from an earlier run.
 void BsrCandidateGroupSm::handleDel() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   unwatch();
   if (initialized_) doGroupRemove();
   Status& status = *intfSm_.context().status;
   const IntfId* owner = status.zoneGroup(group_);
   if (owner == nullptr || *owner != intfSm_.intf()) return;
   status.zoneGroupDel(group_);
-  CONFIG_TRACE(8, "Deleted zoneGroup ", group_);
+  BSR_TRACE(sm, 8, "Deleted zoneGroup ", group_);
 }
 
 // --- an access list ---------------------------------------------------------------------------
 
 void BsrCandidateAclSm::handleInitialize() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (skip()) return;
   Status& status = *intfSm_.context().status;
   intfSm_.ownerCheck(status.zoneAcl(acl_));
   const auto acl = intfSm_.context().acls->expanded(acl_);
   for (const IpGenPrefix& zone : acl->grpPrefix()) intfSm_.zoneCheck(zone);
   status.zoneAclIs(acl_, intfSm_.intf());
-  CONFIG_TRACE(8, "Acl ", acl_, " forms zone with interface ", intfSm_.intf());
+  BSR_TRACE(sm, 8, "Acl ", acl_, " forms zone with interface ", intfSm_.intf());
   initialized_ = true;
   doAclAdd();
 }
@@ -114,7 +114,7 @@ void BsrCandidateAclSm::handleInitialize() {
 void BsrCandidateAclSm::doAclAdd() {
   const auto acl = intfSm_.context().acls->expanded(acl_);
   acl->cbsrIntfIs(intfSm_.intf(), true);
-  CONFIG_TRACE(8, "Added interface ", intfSm_.intf(), " to BsrConfigAcl object for acl ", acl_);
+  BSR_TRACE(sm, 8, "Added interface ", intfSm_.intf(), " to BsrConfigAcl object for acl ", acl_);
   const auto zones = acl->grpPrefix();
   for (const IpGenPrefix& zone : zones) doAclPrefixActivate(zone);
 }
@@ -124,7 +124,7 @@ void BsrCandidateAclSm::doAclRemove() {
   const auto zones = zones_;
   for (const IpGenPrefix& zone : zones) doAclPrefixDeactivate(zone);
   intfSm_.context().state->bsrConfigAcl(acl_)->cbsrIntfDel(intfSm_.intf());
-  CONFIG_TRACE(8, "Deleted interface ", intfSm_.intf(), "from BsrConfigAcl object for acl ", acl_);
+  BSR_TRACE(sm, 8, "Deleted interface ", intfSm_.intf(), "from BsrConfigAcl object for acl ", acl_);
   intfSm_.context().acls->releaseUnused(acl_);
 }
 
@@ -132,25 +132,25 @@ void BsrCandidateAclSm::doAclPrefixActivate(const IpGenPrefix& zone) {
   if (!initialized_ || zones_.contains(zone)) return;
   intfSm_.zoneCheck(zone);
   zones_.insert(zone);
-  CONFIG_TRACE(8, "Writing to Status for cbsr in zone ", zone, " with key  ", intfSm_.intf());
+  BSR_TRACE(sm, 8, "Writing to Status for cbsr in zone ", zone, " with key  ", intfSm_.intf());
   intfSm_.countIs(zone);
 }
 
 void BsrCandidateAclSm::doAclPrefixDeactivate(const IpGenPrefix& zone) {
   if (zones_.erase(zone) == 0) return;
-  CONFIG_TRACE(8, "Removing CBSR with key ", intfSm_.intf(), " for zone ", zone);
+  BSR_TRACE(sm, 8, "Removing CBSR with key ", intfSm_.intf(), " for zone ", zone);
   intfSm_.countDel(zone);
 }
 
 void BsrCandidateAclSm::handleDel() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   unwatch();
   if (initialized_) doAclRemove();
   Status& status = *intfSm_.context().status;
   const IntfId* owner = status.zoneAcl(acl_);
   if (owner == nullptr || *owner != intfSm_.intf()) return;
   status.zoneAclDel(acl_);
-  CONFIG_TRACE(8, "Deleted zoneAcl for acl ", acl_);
+  BSR_TRACE(sm, 8, "Deleted zoneAcl for acl ", acl_);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include "bsr/config/ConfigTrace.h"
+#include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
 namespace Routing::Pim::Bsr {
@@ -48,17 +48,17 @@ BsrConfigAclSm::BsrConfigAclSm(const VrfName& vrf, AddressFamily af,
 }
 
 void BsrConfigAclSm::handleInitialize() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   prefixesAre(AclToPrefix::of(af_, *aclConfig_));
 }
 
 void BsrConfigAclSm::handleRule() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!aclConfig_->editing()) prefixesAre(AclToPrefix::of(af_, *aclConfig_));
 }
 
 void BsrConfigAclSm::handleCfg() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!aclConfig_->editing()) prefixesAre(AclToPrefix::of(af_, *aclConfig_));
 }
 
@@ -74,9 +74,9 @@ void BsrConfigAclSm::prefixesAre(const AclPrefixes& now) {
 
 void BsrConfigAclSm::handlePrefix(const IpGenPrefix& prefix) {
   const bool added = acl_->grpPrefix(prefix);
-  CONFIG_TRACE(
-      8, added ? "Group added to BsrConfigAcl Map " : "Group deleted from the BsrConfigAcl Map ",
-      prefix);
+  BSR_TRACE(sm, 8,
+            added ? "Group added to BsrConfigAcl Map " : "Group deleted from the BsrConfigAcl Map ",
+            prefix);
   const std::string& name = acl_->aclName();
   forward(acl_->borderIntf(), name, prefix, added,
           [this](const IntfId& intf) { return users_.borderUser(intf); });
@@ -88,10 +88,10 @@ void BsrConfigAclSm::handlePrefix(const IpGenPrefix& prefix) {
 
 void BsrConfigAclSm::handleUniPrefix(const IpGenPrefix& prefix) {
   const bool added = acl_->prefix(prefix);
-  CONFIG_TRACE(8,
-               added ? "Unicast prefix added to BsrConfigAcl Map "
-                     : "Unicast prefix deleted from the BsrConfigAcl Map ",
-               prefix);
+  BSR_TRACE(sm, 8,
+            added ? "Unicast prefix added to BsrConfigAcl Map "
+                  : "Unicast prefix deleted from the BsrConfigAcl Map ",
+            prefix);
   if (!acl_->usedByCrpAdvAclFilter()) return;
   AclPrefixUser& filter = users_.filterUser();
   added ? filter.doAclPrefixActivate(acl_->aclName(), prefix)

@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "bsr/config/ConfigTrace.h"
+#include "bsr/types/Traces.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -20,7 +20,7 @@ std::shared_ptr<BsrConfigAcl> BsrConfigAcls::expanded(const std::string& name,
                                                       std::string_view createdText) {
   if (const auto& known = state_->bsrConfigAcl(name)) return known;
   auto acl = state_->newBsrConfigAcl(name);
-  CONFIG_TRACE(8, createdText, name);
+  BSR_TRACE(sm, 8, createdText, name);
   handleAclConfig(name);
   return acl;
 }
@@ -30,7 +30,7 @@ void BsrConfigAcls::releaseUnused(const std::string& name) {
   if (!acl || acl->inUse()) return;
   bsrConfigAclSm_.erase(name);
   state_->bsrConfigAclDel(name);
-  CONFIG_TRACE(8, "Deleted BsrConfigAcl object for acl ", name);
+  BSR_TRACE(sm, 8, "Deleted BsrConfigAcl object for acl ", name);
 }
 
 void BsrConfigAcls::releaseUnused() {
@@ -40,10 +40,10 @@ void BsrConfigAcls::releaseUnused() {
 }
 
 void BsrConfigAcls::handleAclConfig(const std::string& name) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto acl = state_->bsrConfigAcl(name);
   if (!acl) return;
-  CONFIG_TRACE(8, "Acl name found in BSR config ", name);
+  BSR_TRACE(sm, 8, "Acl name found in BSR config ", name);
   const auto aclConfig = ipAclConfig_->acl(name);
   std::unique_ptr<BsrConfigAclSm>& sm = bsrConfigAclSm_[name];
   if (!aclConfig) {
@@ -51,7 +51,7 @@ void BsrConfigAcls::handleAclConfig(const std::string& name) {
     bsrConfigAclSm_.erase(name);
     return;
   }
-  CONFIG_TRACE(8, "Acl name found in ACL config");
+  BSR_TRACE(sm, 8, "Acl name found in ACL config");
   if (sm && sm->aclConfig() == aclConfig) return;
   sm.reset();  // its place is taken before the prefixes change, so that each is told of once
   sm = std::make_unique<BsrConfigAclSm>(vrfName(), status_->af(), acl, aclConfig, users_);

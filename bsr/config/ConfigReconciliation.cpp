@@ -4,7 +4,7 @@
 
 #include "bsr/config/BsrCandidateEntrySm.h"
 #include "bsr/config/BsrConfigAcls.h"
-#include "bsr/config/ConfigTrace.h"
+#include "bsr/types/Traces.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -27,7 +27,7 @@ bool ConfigReconciliation::isRestart(const Status& status) {
 // --- what the configuration explains ----------------------------------------------------------
 
 void ConfigReconciliation::doBuildBsrConfigAcl() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   explainBorders();
   explainBsrCandidates();
   explainRpCandidates();
@@ -89,7 +89,7 @@ void ConfigReconciliation::explainFilter() {
 // --- what it does not -------------------------------------------------------------------------
 
 void ConfigReconciliation::doRemoveExtraStatusEntries() const {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   removeBorders();
   removeCbsr();
   removeCrp();
@@ -106,11 +106,11 @@ void ConfigReconciliation::removeBorders() const {
       const auto explained = border_.find(intf);
       if (explained != border_.end() && explained->second.contains(prefix)) continue;
       border->intfIdDel(intf);
-      CONFIG_TRACE(8, "Deleted Interface ", intf, " from prefix ", prefix, " in status");
+      BSR_TRACE(sm, 8, "Deleted Interface ", intf, " from prefix ", prefix, " in status");
     }
     if (!border->intfId().empty()) continue;
     status.bsBorderDel(prefix);
-    CONFIG_TRACE(8, "Deleting prefix ", prefix, " from status");
+    BSR_TRACE(sm, 8, "Deleting prefix ", prefix, " from status");
   }
 }
 
@@ -120,7 +120,7 @@ void ConfigReconciliation::removeCbsr() const {
     const auto explained = cbsr_.find(status.cbsr(zone)->intfId());
     if (explained != cbsr_.end() && explained->second.contains(zone)) continue;
     status.cbsrDel(zone);
-    CONFIG_TRACE(8, "Deleting zone ", zone, " from CBSR status");
+    BSR_TRACE(sm, 8, "Deleting zone ", zone, " from CBSR status");
   }
 }
 
@@ -136,7 +136,7 @@ void ConfigReconciliation::removeCrp() const {
   for (const IpGenAddr& address : keysOf(status.crp())) {
     if (rpExplained(*status.crp(address))) continue;
     status.crpDel(address);
-    CONFIG_TRACE(8, "Deleting CRP ", address, " from status");
+    BSR_TRACE(sm, 8, "Deleting CRP ", address, " from status");
   }
 }
 
@@ -148,7 +148,7 @@ void ConfigReconciliation::removeCrpPermit() const {
   for (const IpGenPrefix& prefix : permitted) {
     if (crpPermit_.contains(prefix)) continue;
     status.crpPermitDel(prefix);
-    CONFIG_TRACE(8, "Deleting CRP Permit Prefix ", prefix, " from status");
+    BSR_TRACE(sm, 8, "Deleting CRP Permit Prefix ", prefix, " from status");
   }
 }
 
@@ -165,13 +165,13 @@ void ConfigReconciliation::removeClaims() const {
   for (const auto& [zone, intf] : groups) {
     if (claimed(intf, [&z = zone](const auto& c) { return c.group(z); })) continue;
     status.zoneGroupDel(zone);
-    CONFIG_TRACE(8, "Deleting zone group ", zone, " from status");
+    BSR_TRACE(sm, 8, "Deleting zone group ", zone, " from status");
   }
   const auto acls = status.zoneAcl();
   for (const auto& [acl, intf] : acls) {
     if (claimed(intf, [&a = acl](const auto& c) { return c.acl(a); })) continue;
     status.zoneAclDel(acl);
-    CONFIG_TRACE(8, "Deleting zone acl ", acl, " from status");
+    BSR_TRACE(sm, 8, "Deleting zone acl ", acl, " from status");
   }
 }
 

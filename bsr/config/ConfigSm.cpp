@@ -6,9 +6,9 @@
 #include "bsr/config/BsrCandidateConfigSm.h"
 #include "bsr/config/BsrConfigAcls.h"
 #include "bsr/config/ConfigReconciliation.h"
-#include "bsr/config/ConfigTrace.h"
 #include "bsr/config/CrpFilterConfig.h"
 #include "bsr/config/RpCandidateConfigSm.h"
+#include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
 namespace Routing::Pim::Bsr {
@@ -80,7 +80,7 @@ void ConfigSm::checkInputs() {
 void ConfigSm::handleInitialized() {
   if (initialized_) return;
   checkInputs();
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   zeroPfx_ = IpGenPrefix::zero(status()->af());
   globalOrNonScopedZone_ = IpGenPrefix::multicast(status()->af());
   acls_ = std::make_unique<BsrConfigAcls>(context_, ipAclConfig_, static_cast<AclUsers&>(*this));
@@ -155,54 +155,54 @@ void ConfigSm::applyCandidates() {
 }
 
 void ConfigSm::handleBsrHoldTime() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   status()->bsTimeoutIs(config_->holdTime());
-  CONFIG_TRACE(4, "BSR Hold Time is ", config_->holdTime());
+  BSR_TRACE(sm, 4, "BSR Hold Time is ", config_->holdTime());
 }
 
 // A zone must outlast ten lifetimes of its BSR (RFC 5059 section 5). The product wraps at 32 bits.
 void ConfigSm::handleSzTimeout() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const std::uint32_t least = 10 * config_->holdTime();
   const std::uint32_t wanted = config_->szTimeout();
   if (least <= wanted) {
     status()->szTimeoutIs(wanted);
-    CONFIG_TRACE(4, "Scoped Zone timeout is ", wanted, " secs");
+    BSR_TRACE(sm, 4, "Scoped Zone timeout is ", wanted, " secs");
   } else {
     status()->szTimeoutIs(least);
-    CONFIG_TRACE(4, "Scoped Zone timeout ", wanted, " secs too low. Setting it to ", least,
-                 " secs in status");
+    BSR_TRACE(sm, 4, "Scoped Zone timeout ", wanted, " secs too low. Setting it to ", least,
+              " secs in status");
   }
 }
 
 void ConfigSm::handleClearCounters() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (pimCounters_) clearMessageCounters(*pimCounters_);
 }
 
 void ConfigSm::handleBsrCandidateConfig(const IntfId& intf) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const std::shared_ptr<const BsrCandidateConfig> config = config_->bsrCandidateConfig(intf);
   reactorIs(bsrCandidateConfigSm_, intf, config,
             [&] { return std::make_unique<BsrCandidateConfigSm>(context_, intf); });
 }
 
 void ConfigSm::handleRpCandidateConfig(const IntfId& intf) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const std::shared_ptr<const RpCandidateConfig> config = config_->rpCandidateConfig(intf);
   reactorIs(rpCandidateConfigSm_, intf, config,
             [&] { return std::make_unique<RpCandidateConfigSm>(context_, rpCandidates_, intf); });
 }
 
 void ConfigSm::handleIntfConfig(const std::string& name) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const std::shared_ptr<const IntfConfig> config = vrfIntfConfig_->intfConfig(name);
   reactorIs(borderConfigSm_, name, config,
             [&] { return std::make_unique<BorderConfigSm>(context_, IntfId(name)); });
 }
 
 void ConfigSm::handleIpAddress(const IntfId& intf) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto bsr = bsrCandidateConfigSm_.find(intf);
   if (bsr != bsrCandidateConfigSm_.end()) bsr->second->handleIpAddress();
   const auto rp = rpCandidateConfigSm_.find(intf);
@@ -211,7 +211,7 @@ void ConfigSm::handleIpAddress(const IntfId& intf) {
 
 // Whatever was kept for an address that might still have come goes now.
 void ConfigSm::handleInitialDumpDone() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!sourceIntfSm()->initialDumpDone()) return;
   std::vector<IpGenPrefix> strays;
   for (const auto& [zone, candidate] : status()->cbsr()) {

@@ -1,7 +1,7 @@
 #include "bsr/config/CrpFilterConfig.h"
 
 #include "bsr/config/BsrConfigAcls.h"
-#include "bsr/config/ConfigTrace.h"
+#include "bsr/types/Traces.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -22,7 +22,7 @@ void CrpFilterConfig::configIs(const std::shared_ptr<const Config>& config) {
 // All lists are counted before anything is written, so that a prefix which an earlier run left does
 // not go and return on the way.
 void CrpFilterConfig::handleFilterAcl() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   held_ = true;
   const auto names = config_->crpFilterAcl();
   for (const std::string& name : names) handleFilterAcl(name);
@@ -35,19 +35,19 @@ void CrpFilterConfig::handleFilterAcl() {
 // The zero prefix goes unless some list permits it.
 void CrpFilterConfig::permit(const IpGenPrefix& prefix) {
   context_.status->crpPermitIs(prefix, true);
-  CONFIG_TRACE(8, "Added prefix ", prefix, " to status");
+  BSR_TRACE(sm, 8, "Added prefix ", prefix, " to status");
   if (context_.state->crpFilterAclPfxRefCount(zeroPfx_) == nullptr) {
     context_.status->crpPermitDel(zeroPfx_);
   }
 }
 
 void CrpFilterConfig::handleFilterAcl(const std::string& name) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   config_->crpFilterAcl(name) ? doFilterAclAdd(name) : doFilterAclRemove(name);
 }
 
 void CrpFilterConfig::doFilterAclAdd(const std::string& name) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto acl = context_.acls->expanded(name);
   acl->usedByCrpAdvAclFilterIs(true);
   counted_[name];
@@ -56,7 +56,7 @@ void CrpFilterConfig::doFilterAclAdd(const std::string& name) {
 }
 
 void CrpFilterConfig::doFilterAclRemove(const std::string& name) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto it = counted_.find(name);
   if (it == counted_.end()) return;
   const auto prefixes = it->second;
@@ -74,11 +74,11 @@ void CrpFilterConfig::doFilterAclPrefixActivate(const std::string& name,
   const std::uint32_t* before = state.crpFilterAclPfxRefCount(prefix);
   const std::uint32_t count = before == nullptr ? 1 : *before + 1;
   if (before == nullptr) {
-    CONFIG_TRACE(8, "Added new prefix ", prefix, " into filter acl prefix counter");
+    BSR_TRACE(sm, 8, "Added new prefix ", prefix, " into filter acl prefix counter");
   }
   state.crpFilterAclPfxRefCountIs(prefix, count);
   if (count == 1 && !held_) permit(prefix);
-  CONFIG_TRACE(8, "Filter ACL PrefixCounter for prefix ", prefix, " is ", count);
+  BSR_TRACE(sm, 8, "Filter ACL PrefixCounter for prefix ", prefix, " is ", count);
 }
 
 void CrpFilterConfig::doFilterAclPrefixDeactivate(const std::string& name,
@@ -87,18 +87,18 @@ void CrpFilterConfig::doFilterAclPrefixDeactivate(const std::string& name,
   if (it == counted_.end() || it->second.erase(prefix) == 0) return;
   ConfigState& state = *context_.state;
   const std::uint32_t count = *state.crpFilterAclPfxRefCount(prefix) - 1;
-  CONFIG_TRACE(8, "Filter ACL PrefixCounter for prefix ", prefix, " is ", count);
+  BSR_TRACE(sm, 8, "Filter ACL PrefixCounter for prefix ", prefix, " is ", count);
   if (count > 0) {
     state.crpFilterAclPfxRefCountIs(prefix, count);
     return;
   }
   state.crpFilterAclPfxRefCountDel(prefix);
-  CONFIG_TRACE(8, "Deleted refcount for prefix ", prefix);
+  BSR_TRACE(sm, 8, "Deleted refcount for prefix ", prefix);
   const bool nothingLeft = state.crpFilterAclPfxRefCount().empty();
   if (nothingLeft) context_.status->crpPermitIs(zeroPfx_, true);
   if (nothingLeft && prefix == zeroPfx_) return;
   context_.status->crpPermitDel(prefix);
-  CONFIG_TRACE(8, "Deleted prefix ", prefix, " from status");
+  BSR_TRACE(sm, 8, "Deleted prefix ", prefix, " from status");
 }
 
 }  // namespace Routing::Pim::Bsr

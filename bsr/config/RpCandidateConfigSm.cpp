@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "bsr/config/BsrConfigAcls.h"
-#include "bsr/config/ConfigTrace.h"
+#include "bsr/types/Traces.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -53,14 +53,14 @@ void RpCandidateConfigSm::watch() {
 }
 
 void RpCandidateConfigSm::handleInitialized() {
-  CONFIG_TRACE(9, "");
-  CONFIG_TRACE(4, "New RP candidate configured for interface ", intf_);
+  BSR_TRACE(sm, 9, "");
+  BSR_TRACE(sm, 4, "New RP candidate configured for interface ", intf_);
   address_ = context_.addressOf(intf_);
   if (address_.isUnset()) {
-    CONFIG_TRACE(8,
-                 "Deferred C-RP initialization since IP address "
-                 "for interface ",
-                 intf_, " is not set");
+    BSR_TRACE(sm, 8,
+              "Deferred C-RP initialization since IP address "
+              "for interface ",
+              intf_, " is not set");
     return;
   }
   start();
@@ -88,7 +88,7 @@ void RpCandidateConfigSm::applyAll() {
 }
 
 void RpCandidateConfigSm::handleDel() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   reactors_.clear();
   rangeOptions_.clear();
   aclOptions_.clear();
@@ -101,40 +101,40 @@ void RpCandidateConfigSm::handleDel() {
   }
   context_.state->crpPfxRefCountDel(intf_);
   if (entries_.detach(address_, intf_)) {
-    CONFIG_TRACE(4, "Deleted candidate RP ", address_);
+    BSR_TRACE(sm, 4, "Deleted candidate RP ", address_);
   }
   entries_.deleteStrays(&intf_);
 }
 
 void RpCandidateConfigSm::handleIpAddress() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const IpGenAddr before = address_;
   const IpGenAddr now = context_.addressOf(intf_);
   if (now == before) return;
   address_ = now;
   if (!initialized_) {
-    CONFIG_TRACE(8, "Interface ", intf_, " assigned IP ", now, " for the first time.");
+    BSR_TRACE(sm, 8, "Interface ", intf_, " assigned IP ", now, " for the first time.");
     return start();
   }
   if (now.isUnset()) {
-    CONFIG_TRACE(8, "C-RP Interface ", intf_, " IP unset");
+    BSR_TRACE(sm, 8, "C-RP Interface ", intf_, " IP unset");
   } else {
-    CONFIG_TRACE(8, "C-RP Interface ", intf_, " assigned IP ", now);
+    BSR_TRACE(sm, 8, "C-RP Interface ", intf_, " assigned IP ", now);
   }
-  if (entries_.detach(before, intf_)) CONFIG_TRACE(4, "Deleted candidate RP ", before);
+  if (entries_.detach(before, intf_)) BSR_TRACE(sm, 4, "Deleted candidate RP ", before);
   if (!now.isUnset()) entries_.attach(now, intf_, *this);
 }
 
 // --- ranges and access lists ------------------------------------------------------------------
 
 void RpCandidateConfigSm::handleGroupRange(const IpGenPrefix& range) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!initialized_) return;
   config_->groupRange(range) ? doGroupAdd(range) : doGroupRemove(range);
 }
 
 void RpCandidateConfigSm::handleAcl(const std::string& acl) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!initialized_) return;
   config_->acl(acl) ? doAclAdd(acl) : doAclRemove(acl);
 }
@@ -152,7 +152,7 @@ void RpCandidateConfigSm::doGroupRemove(const IpGenPrefix& range) {
   if (ranges_.erase(range) == 0) return;
   const bool last = countDel(range);
   const auto change = write(range);
-  if (last && change.removed) CONFIG_TRACE(8, "Deleted prefix ", range, " from prefixSet");
+  if (last && change.removed) BSR_TRACE(sm, 8, "Deleted prefix ", range, " from prefixSet");
   traceDeleted(change);
 }
 
@@ -160,7 +160,7 @@ void RpCandidateConfigSm::doAclAdd(const std::string& name) {
   if (acls_.contains(name)) return;
   const auto acl = context_.acls->expanded(name);
   acl->crpIntfIs(intf_, true);
-  CONFIG_TRACE(8, "Added interface ", intf_, " to BsrConfigAcl's C-RP object for acl ", name);
+  BSR_TRACE(sm, 8, "Added interface ", intf_, " to BsrConfigAcl's C-RP object for acl ", name);
   acls_[name];
   const auto prefixes = acl->grpPrefix();
   for (const IpGenPrefix& prefix : prefixes) doAclPrefixActivate(name, prefix);
@@ -174,7 +174,7 @@ void RpCandidateConfigSm::doAclRemove(const std::string& name) {
   for (const IpGenPrefix& prefix : prefixes) doAclPrefixDeactivate(name, prefix);
   acls_.erase(name);
   context_.state->bsrConfigAcl(name)->crpIntfDel(intf_);
-  CONFIG_TRACE(8, "Deleted interface ", intf_, "from BsrConfigAcl object for acl ", name);
+  BSR_TRACE(sm, 8, "Deleted interface ", intf_, "from BsrConfigAcl object for acl ", name);
   context_.acls->releaseUnused(name);
 }
 
@@ -188,11 +188,11 @@ void RpCandidateConfigSm::doAclPrefixActivate(const std::string& acl, const IpGe
 void RpCandidateConfigSm::doAclPrefixDeactivate(const std::string& acl, const IpGenPrefix& prefix) {
   const auto it = acls_.find(acl);
   if (it == acls_.end() || it->second.erase(prefix) == 0) return;
-  CONFIG_TRACE(8, "Removing prefix ", prefix, " from C-RP ", address_);
+  BSR_TRACE(sm, 8, "Removing prefix ", prefix, " from C-RP ", address_);
   const bool last = countDel(prefix);
   const auto change = write(prefix);
   if (last && change.removed) {
-    CONFIG_TRACE(8, "Deleted prefix ", prefix, " from C-RP ", address_);
+    BSR_TRACE(sm, 8, "Deleted prefix ", prefix, " from C-RP ", address_);
   }
   traceDeleted(change);
 }
@@ -201,20 +201,20 @@ void RpCandidateConfigSm::countIs(const IpGenPrefix& prefix) {
   ConfigState& state = *context_.state;
   if (!state.crpPfxRefCount(intf_)) {
     state.newCrpPfxRefCount(intf_);
-    CONFIG_TRACE(8, "Created C-RP refcount object for interface ", intf_);
+    BSR_TRACE(sm, 8, "Created C-RP refcount object for interface ", intf_);
   }
   const std::uint32_t count = counterInc(*state.crpPfxRefCount(intf_), prefix);
-  CONFIG_TRACE(8, "C-RP PrefixCounter for prefix ", prefix, " is ", count);
+  BSR_TRACE(sm, 8, "C-RP PrefixCounter for prefix ", prefix, " is ", count);
 }
 
 /// True if that was the last.
 bool RpCandidateConfigSm::countDel(const IpGenPrefix& prefix) {
   const auto counts = context_.state->crpPfxRefCount(intf_);
   const std::uint32_t left = counterDec(*counts, prefix);
-  CONFIG_TRACE(8, "C-RP PrefixCounter for prefix ", prefix, " is ", left);
+  BSR_TRACE(sm, 8, "C-RP PrefixCounter for prefix ", prefix, " is ", left);
   if (counts->counter().empty()) {
     context_.state->crpPfxRefCountDel(intf_);
-    CONFIG_TRACE(8, "Deleted C-RP refcount object for interface ", intf_);
+    BSR_TRACE(sm, 8, "Deleted C-RP refcount object for interface ", intf_);
   }
   return left == 0;
 }
@@ -222,22 +222,22 @@ bool RpCandidateConfigSm::countDel(const IpGenPrefix& prefix) {
 // --- settings and priorities ------------------------------------------------------------------
 
 void RpCandidateConfigSm::handleAdvInterval() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!entry() || entry()->intfId() != intf_) return;
   entries_.intervalIs(address_);
-  CONFIG_TRACE(4, "Advertisement interface for Candidate C-RP ", address_, " changed to ",
-               interval());
+  BSR_TRACE(sm, 4, "Advertisement interface for Candidate C-RP ", address_, " changed to ",
+            interval());
 }
 
 void RpCandidateConfigSm::handleMode() {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!entry() || entry()->intfId() != intf_) return;
   entries_.modeIs(address_);
-  CONFIG_TRACE(4, "Pim mode for Candidate C-RP ", address_, " changed to ", enumName(mode()));
+  BSR_TRACE(sm, 4, "Pim mode for Candidate C-RP ", address_, " changed to ", enumName(mode()));
 }
 
 void RpCandidateConfigSm::handleGroupRangeOptions(const IpGenPrefix& range) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto options = config_->groupRangeOptions(range);
   if (!options) {
     rangeOptions_.erase(range);
@@ -248,7 +248,7 @@ void RpCandidateConfigSm::handleGroupRangeOptions(const IpGenPrefix& range) {
 }
 
 void RpCandidateConfigSm::handleAclOptions(const std::string& acl) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto options = config_->aclOptions(acl);
   if (!options) {
     aclOptions_.erase(acl);
@@ -259,27 +259,27 @@ void RpCandidateConfigSm::handleAclOptions(const std::string& acl) {
 }
 
 void RpCandidateConfigSm::handlePriority(const IpGenPrefix& range) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto priority = given(config_->groupRangeOptions(range));
   if (!priority) return doGroupOptionsRemove(range);
   doGroupOptionsAdd(range, *priority);
-  CONFIG_TRACE(4, "Priority of ", range, " changed to ", *priority);
+  BSR_TRACE(sm, 4, "Priority of ", range, " changed to ", *priority);
 }
 
 void RpCandidateConfigSm::handlePriority(const std::string& acl) {
-  CONFIG_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto priority = given(config_->aclOptions(acl));
   if (!priority) return doAclOptionsRemove(acl);
   doAclOptionsAdd(acl, *priority);
-  CONFIG_TRACE(4, "Priority for Candidate RP in ACL ", acl, " with intf ip ", address_,
-               " changed to ", *priority);
+  BSR_TRACE(sm, 4, "Priority for Candidate RP in ACL ", acl, " with intf ip ", address_,
+            " changed to ", *priority);
 }
 
 void RpCandidateConfigSm::doGroupOptionsAdd(const IpGenPrefix& range, RpPriority priority) {
   if (!ranges_.contains(range)) return;  // waits for its range
   write(range);
   if (entry()) {
-    CONFIG_TRACE(8, "Created priority ", priority, " to prefix ", range, " to C-RP ", address_);
+    BSR_TRACE(sm, 8, "Created priority ", priority, " to prefix ", range, " to C-RP ", address_);
   }
 }
 
@@ -290,7 +290,7 @@ void RpCandidateConfigSm::doAclOptionsAdd(const std::string& acl, RpPriority pri
   for (const IpGenPrefix& prefix : prefixes) {
     write(prefix);
     if (entry()) {
-      CONFIG_TRACE(8, "Created priority ", priority, " to prefix ", prefix, " to C-RP ", address_);
+      BSR_TRACE(sm, 8, "Created priority ", priority, " to prefix ", prefix, " to C-RP ", address_);
     }
   }
 }
@@ -318,10 +318,10 @@ void RpCandidateConfigSm::doAclOptionsRemove(const std::string& acl) {
 void RpCandidateConfigSm::tracePriorityAfter(const IpGenPrefix& prefix, const char* because) {
   if (!entry()) return;
   if (const auto left = priorityOf(prefix)) {
-    CONFIG_TRACE(8, "Created prefix ", prefix, " with priority ", *left, " to C-RP ", address_,
-                 because);
+    BSR_TRACE(sm, 8, "Created prefix ", prefix, " with priority ", *left, " to C-RP ", address_,
+              because);
   } else {
-    CONFIG_TRACE(8, "Deleted priority of prefix ", prefix, " from prefixOptions");
+    BSR_TRACE(sm, 8, "Deleted priority of prefix ", prefix, " from prefixOptions");
   }
 }
 
@@ -336,29 +336,29 @@ void RpCandidateConfigSm::traceWritten(const IpGenPrefix& prefix,
     traceAdded(list->first, prefix, change);
   }
   if (const auto priority = priorityOf(prefix)) {
-    CONFIG_TRACE(8, "Created priority ", *priority, " to prefix ", prefix, " to C-RP ", address_);
+    BSR_TRACE(sm, 8, "Created priority ", *priority, " to prefix ", prefix, " to C-RP ", address_);
   }
 }
 
 void RpCandidateConfigSm::traceAdded(const IpGenPrefix& range,
                                      const RpCandidateChange& change) const {
-  if (change.created) CONFIG_TRACE(4, "Created C-RP ", address_);
-  if (change.added) CONFIG_TRACE(8, "Added Prefix ", range, " to C-RP ", address_);
+  if (change.created) BSR_TRACE(sm, 4, "Created C-RP ", address_);
+  if (change.added) BSR_TRACE(sm, 8, "Added Prefix ", range, " to C-RP ", address_);
 }
 
 void RpCandidateConfigSm::traceAdded(const std::string& acl, const IpGenPrefix& prefix,
                                      const RpCandidateChange& change) const {
   if (change.created) {
-    CONFIG_TRACE(4, "Created C-RP with IP ", address_, " advInterval=", interval());
+    BSR_TRACE(sm, 4, "Created C-RP with IP ", address_, " advInterval=", interval());
   }
   if (change.added) {
-    CONFIG_TRACE(8, "Address prefix ", prefix, " as part of Acl", acl, " to C-RP ", address_);
+    BSR_TRACE(sm, 8, "Address prefix ", prefix, " as part of Acl", acl, " to C-RP ", address_);
   }
 }
 
 void RpCandidateConfigSm::traceDeleted(const RpCandidateChange& change) const {
   if (!change.deleted) return;
-  CONFIG_TRACE(4, "Deleted candidate RP ", address_, " since it doest serve any group");
+  BSR_TRACE(sm, 4, "Deleted candidate RP ", address_, " since it doest serve any group");
 }
 
 // --- what the entry of the address is made of -------------------------------------------------

@@ -4,8 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include "bsr/config/ConfigTrace.h"
-
 namespace Routing::Pim::Bsr {
 
 const RpCandidateEntries::Sources& RpCandidateEntries::sources(const IpGenAddr& address) const {

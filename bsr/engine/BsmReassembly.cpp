@@ -7,8 +7,6 @@
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 
 BsmReassembly::BsmReassembly(VrfName vrfName, TimerWheel& timerWheel,
@@ -26,19 +24,19 @@ std::shared_ptr<PimBsrRxFragments> BsmReassembly::bsmRxFragments(std::uint16_t t
 std::optional<BootstrapRpList> BsmReassembly::add(std::uint16_t tag,
                                                   const BootstrapGroupData& group) {
   const IpGenPrefix& prefix = group.prefix();
-  BSR_TRACE(8, "RP Count=", int{group.rpCount()}, " RP Frag Count=", int{group.fragRpCount()},
+  BSR_TRACE(sm, 8, "RP Count=", int{group.rpCount()}, " RP Frag Count=", int{group.fragRpCount()},
             " Fragment Tag=", tag);
   auto fragments = bsmRxFragments(tag);
   const bool kept = fragments && fragments->groupRpData.contains(prefix);
   if (kept && contradicts(fragments->groupRpData[prefix], group)) {
-    BSR_TRACE(1, "Dropping fragments of ", prefix, " with fragment tag ", tag,
+    BSR_TRACE(sm, 1, "Dropping fragments of ", prefix, " with fragment tag ", tag,
               " since they contradict each other");
     processed(tag, prefix);
     return std::nullopt;
   }
   if (!kept && groups_ >= limits_->maxFragments()) {
     limits_->refusedFragmentsInc();
-    BSR_TRACE(1, "Dropping fragment of ", prefix, " since ", groups_, " ranges are incomplete");
+    BSR_TRACE(sm, 1, "Dropping fragment of ", prefix, " since ", groups_, " ranges are incomplete");
     return std::nullopt;
   }
   if (!fragments) {
@@ -55,7 +53,7 @@ std::optional<BootstrapRpList> BsmReassembly::add(std::uint16_t tag,
   for (const auto& [address, data] : group.rpList()) fragment.rp.rpIs(address, data);
   if (fragment.rps() < fragment.rpCount) return std::nullopt;
   ROUTING_ASSERT_TEXT(fragment.rpCount == fragment.rps(), "fragment->rpCount() == fragment->rps()");
-  BSR_TRACE(8, "We have received all fragments to process fragment tag ", tag, " and prefix ",
+  BSR_TRACE(sm, 8, "We have received all fragments to process fragment tag ", tag, " and prefix ",
             prefix);
   return std::move(fragment.rp);
 }
@@ -93,27 +91,27 @@ void BsmReassembly::tagDel(std::uint16_t tag) {
 }
 
 void BsmReassembly::handleBsmRxFragments(std::uint16_t tag) {
-  BSR_TRACE(9, " ( ", tag, " )");
+  BSR_TRACE(sm, 9, " ( ", tag, " )");
   if (bsmRxFragments_.empty()) {
     fragmentTimer_.expiryIs(never);
-    BSR_TRACE(5, "Stopped fragment timer");
+    BSR_TRACE(sm, 5, "Stopped fragment timer");
   } else if (bsmRxFragments_.size() == 1 && bsmRxFragments_.contains(tag)) {
     fragmentTimer_.expiryInIs(fragmentInterval);
-    BSR_TRACE(5, "Started fragment timer to expire in ", fragmentInterval, " seconds from now");
+    BSR_TRACE(sm, 5, "Started fragment timer to expire in ", fragmentInterval, " seconds from now");
   }
 }
 
 void BsmReassembly::handleFragmentTimerExpiry() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   for (auto it = bsmRxFragments_.begin(); it != bsmRxFragments_.end();) {
     const auto [tag, fragments] = *it++;  // past the entry, which may go
     if (!ageOut(*fragments)) continue;
-    BSR_TRACE(1, "Deleted fragment ", tag, " due to timeout");
+    BSR_TRACE(sm, 1, "Deleted fragment ", tag, " due to timeout");
     tagDel(tag);
   }
   if (bsmRxFragments_.empty()) return;
   fragmentTimer_.expiryInIs(fragmentInterval);
-  BSR_TRACE(5, "Next fragmentTimerTimeout in ", fragmentInterval, " seconds from now");
+  BSR_TRACE(sm, 5, "Next fragmentTimerTimeout in ", fragmentInterval, " seconds from now");
 }
 
 // True if nothing is left.
@@ -121,9 +119,10 @@ bool BsmReassembly::ageOut(PimBsrRxFragments& fragments) {
   std::vector<IpGenPrefix> old;
   for (const auto& [prefix, fragment] : fragments.groupRpData) {
     const auto age = std::lround(timerWheel_.now() - fragment.creationTime);
-    BSR_TRACE(1, "fragment ", prefix, " around for ", age, " seconds");
+    BSR_TRACE(sm, 1, "fragment ", prefix, " around for ", age, " seconds");
     if (age < static_cast<long>(fragmentTimeout)) continue;
-    BSR_TRACE(1, "Deleted Group fragment ", prefix, " due to timeout. Num Rps=", fragment.rps());
+    BSR_TRACE(sm, 1, "Deleted Group fragment ", prefix,
+              " due to timeout. Num Rps=", fragment.rps());
     old.push_back(prefix);
   }
   for (const IpGenPrefix& prefix : old) groupDel(fragments, prefix);

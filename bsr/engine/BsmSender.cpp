@@ -7,8 +7,6 @@
 #include "bsr/types/ZoneRules.h"
 #include "platform/entity/Assertion.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 namespace {
 
@@ -37,17 +35,17 @@ void BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSe
   BootstrapGroupData group(groupPrefix, flags);
   if (rpSet == nullptr) {
     if (GroupFlags(flags).zone()) {
-      BSR_TRACE(8, "Adding Zone ", groupPrefix);
+      BSR_TRACE(sm, 8, "Adding Zone ", groupPrefix);
     } else {
-      BSR_TRACE(8, "No zone or CRP set");
+      BSR_TRACE(sm, 8, "No zone or CRP set");
     }
     bsm.groupRpDataAppend(std::move(group));
     return;
   }
-  BSR_TRACE(8, "Adding CRP prefix ", groupPrefix, " in BSM");
+  BSR_TRACE(sm, 8, "Adding CRP prefix ", groupPrefix, " in BSM");
   const std::size_t count = std::min<std::size_t>(rpSet->rp().size(), maxRpsOfGroup);
   if (count < rpSet->rp().size()) {
-    BSR_TRACE(3, "Announcing ", count, " of ", rpSet->rp().size(), " RPs of ", groupPrefix);
+    BSR_TRACE(sm, 3, "Announcing ", count, " of ", rpSet->rp().size(), " RPs of ", groupPrefix);
   }
   std::vector<std::shared_ptr<RpEntry>> withdrawn;
   for (auto it = rpSet->rp().begin(); group.rpList().size() < count; ++it) {
@@ -62,17 +60,17 @@ void BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSe
   group.fragRpCountIs(static_cast<std::uint8_t>(count));
   bsm.groupRpDataAppend(std::move(group));
   for (const auto& rp : withdrawn) {
-    BSR_TRACE(5, "RP ", rp->address(), " to expire now since holdtime is 0");
+    BSR_TRACE(sm, 5, "RP ", rp->address(), " to expire now since holdtime is 0");
     rp->expiryTimeIs(now);
   }
-  BSR_TRACE(8, "RP count in BSM is ", count);
+  BSR_TRACE(sm, 8, "RP count in BSM is ", count);
 }
 
 std::uint32_t BsmSender::doComputeBsmLength(const BootstrapMessage& bsm) const {
   std::uint32_t rps = 0;
   for (const auto& group : bsm.groupRpData()) rps += group.rpCount();
   const auto groups = static_cast<std::uint32_t>(bsm.groupRpData().size());
-  BSR_TRACE(1, "Number of Groups: ", groups, ", Total number of RPs: ", rps);
+  BSR_TRACE(sm, 1, "Number of Groups: ", groups, ", Total number of RPs: ", rps);
   return fixedLength + groupLength * groups + rpLength * rps;
 }
 
@@ -80,7 +78,7 @@ std::uint32_t BsmSender::doComputeBsmLength(const BootstrapMessage& bsm) const {
 
 void BsmSender::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm) {
   const std::uint32_t length = doComputeBsmLength(*bsm);
-  BSR_TRACE(1, "BSM length is ", length);
+  BSR_TRACE(sm, 1, "BSM length is ", length);
   // A send may come back as a change of the interfaces: walk what there is now.
   std::vector<IntfId> interfaces;
   for (const auto& entry : pimStatus_->pimIntf()) interfaces.push_back(entry.first);
@@ -94,7 +92,7 @@ void BsmSender::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<Bootst
       continue;
     }
     write(intf, bsm);
-    BSR_TRACE(1, " Forwarding BSM to oif=", intf, " for zone ", zone);
+    BSR_TRACE(sm, 1, " Forwarding BSM to oif=", intf, " for zone ", zone);
   }
 }
 
@@ -110,7 +108,7 @@ void BsmSender::doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const 
   bsm->forwardIs(forward);
   const std::uint32_t length = doComputeBsmLength(*bsm);
   const std::uint32_t mtu = mtuOf(oif);
-  BSR_TRACE(1, "Sending BSM along oif=", oif, " for zone ", zone, " with forward bit set to ",
+  BSR_TRACE(sm, 1, "Sending BSM along oif=", oif, " for zone ", zone, " with forward bit set to ",
             forward ? "True" : "False");
   Pass bsmFragments;
   if (length > mtu) {
@@ -123,7 +121,7 @@ void BsmSender::doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const 
 std::uint32_t BsmSender::mtuOf(const IntfId& intf) const {
   const auto& status = allIntfStatusDir_->intfStatus(intf);
   const std::uint32_t mtu = status ? status->mtu() : 0;
-  BSR_TRACE(8, "MTU of interface ", intf, " is ", mtu);
+  BSR_TRACE(sm, 8, "MTU of interface ", intf, " is ", mtu);
   if (mtu != 0) return mtu;
   return bsrStatus_->af() == AddressFamily::ipv6 ? mtuUnknownV6 : mtuUnknownV4;
 }
@@ -137,13 +135,13 @@ void BsmSender::fragmentAndSendBsm(const IpGenPrefix& zone, std::uint32_t mtu,
     it = bsmFragments.emplace(mtu, fragmentBsm(zone, mtu, totalBsmLength, *bsm)).first;
   }
   if (it->second.fragment.empty()) {
-    BSR_TRACE(1, "MTU ", mtu, " of interface ", oif, " is too small for fragments");
+    BSR_TRACE(sm, 1, "MTU ", mtu, " of interface ", oif, " is too small for fragments");
     write(oif, bsm);
     return;
   }
   for (const PimBsrTxFragment& fragment : it->second.fragment) {
     write(oif, fragment.bsm);
-    BSR_TRACE(1, " Forwarding BSM fragment to oif=", oif, " for zone ", zone);
+    BSR_TRACE(sm, 1, " Forwarding BSM fragment to oif=", oif, " for zone ", zone);
   }
 }
 
@@ -191,7 +189,7 @@ PimBsrTxFragments BsmSender::fragmentBsm(const IpGenPrefix& zone, std::uint32_t 
   const std::uint32_t head = fixedLength + (scoped(zone) ? groupLength : 0);
   if (groups.empty() || mtu < head + minSplitSpace) return {};
   const std::uint32_t numFragments = estimate(zone, mtu, totalBsmLength);
-  BSR_TRACE(1, numFragments, " fragments to be generated");
+  BSR_TRACE(sm, 1, numFragments, " fragments to be generated");
   Placement at{zone, groups.front().rpCount(), mtu, numFragments, bsm, {}};
 
   std::vector<const BootstrapGroupData*> splitGroupRpData;
@@ -204,7 +202,7 @@ PimBsrTxFragments BsmSender::fragmentBsm(const IpGenPrefix& zone, std::uint32_t 
       splitGroupRpData.push_back(&group);
     }
   }
-  BSR_TRACE(1, " Group-Rp data needs to be split across fragments");
+  BSR_TRACE(sm, 1, " Group-Rp data needs to be split across fragments");
   for (const BootstrapGroupData* group : splitGroupRpData) {
     ROUTING_ASSERT_TEXT(!doAddGroupData(at, *group, true),
                         "!doAddGroupData( zone, zoneRpCount, fragments, mtu, "
@@ -229,7 +227,7 @@ void BsmSender::addZoneEntry(const Placement& at, std::size_t index) {
   BootstrapGroupData entry(at.zone, GroupFlags::zoneFlag);
   entry.rpCountIs(at.zoneRpCount);
   fragment.bsm->groupRpDataAppend(std::move(entry));
-  BSR_TRACE(1, "Adding zone ", at.zone, " information to fragment ", index);
+  BSR_TRACE(sm, 1, "Adding zone ", at.zone, " information to fragment ", index);
 }
 
 // A later range may come with a stray Z bit. As the first of a fragment it would make that one the
@@ -257,8 +255,9 @@ int BsmSender::placeWhole(Placement& at, const BootstrapGroupData& group) {
       if (zoneEntry) addZoneEntry(at, i);
       append(at, fragments[i], group);
       fragments[i].length = need;
-      BSR_TRACE(1, "Fragment ", i, " to house prefix ", group.prefix(), " with ", carried, " RPs");
-      BSR_TRACE(1, "Length of fragment ", i, " is ", need);
+      BSR_TRACE(sm, 1, "Fragment ", i, " to house prefix ", group.prefix(), " with ", carried,
+                " RPs");
+      BSR_TRACE(sm, 1, "Length of fragment ", i, " is ", need);
       return 0;
     }
     if (!fresh) continue;
@@ -279,7 +278,7 @@ int BsmSender::placeSplit(Placement& at, const BootstrapGroupData& group) {
     const std::uint32_t used = fragment.length + zoneEntry;
     const std::uint32_t space = used < at.mtu ? at.mtu - used : 0;
     if (space < minSplitSpace) {
-      BSR_TRACE(1, "Splitting fragment for prefix ", group.prefix(), " containing ", carried,
+      BSR_TRACE(sm, 1, "Splitting fragment for prefix ", group.prefix(), " containing ", carried,
                 " RPs: fragment ", i, " does not have space. Required Space:", minSplitSpace,
                 ", Available space:", space);
       continue;
@@ -294,7 +293,7 @@ int BsmSender::placeSplit(Placement& at, const BootstrapGroupData& group) {
       piece.rpList().rpIs(next->address, next->data);
     append(at, fragment, std::move(piece));
     fragment.length = used + groupLength + rpLength * count;
-    BSR_TRACE(1, "    into fragment ", i, " ", count, " Rps ( max ", room, " RPs )");
+    BSR_TRACE(sm, 1, "    into fragment ", i, " ", count, " Rps ( max ", room, " RPs )");
     placed += count;
     if (placed == carried) return 0;
   }

@@ -8,11 +8,7 @@
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::candidateSm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
-
-using State = BsrCandidateState;
 
 BsrCandidateSm::BsrCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> bsrStatus,
                                TimerWheel& timerWheel, PimBsrSm& engine)
@@ -39,10 +35,11 @@ BsrCandidateSm::BsrCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> 
 //
 // One function for each event, one arm for each state. The order inside an arm matters.
 
-#define BSR_STATE(next) (stateIs(next), BSR_TRACE(1, ", state=", state_, ", zone=", zone_))
+#define BSR_STATE(next) \
+  (stateIs(next), BSR_TRACE(candidateSm, 1, ", state=", state_, ", zone=", zone_))
 
 void BsrCandidateSm::handlePreferredBsm() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   BSR_STATE(State::cBsr);
   candidate_->electedIs(false);  // ends our record and RP set before the new BSR's are made
   recordIs(*bsm_);
@@ -53,7 +50,7 @@ void BsrCandidateSm::handlePreferredBsm() {
 }
 
 void BsrCandidateSm::handleNonPreferredBsm() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   switch (state_) {
     case State::cBsr:
       BSR_STATE(State::pBsr);
@@ -69,7 +66,7 @@ void BsrCandidateSm::handleNonPreferredBsm() {
     case State::eBsr:
       BSR_STATE(State::eBsr);
       originate();
-      BSR_TRACE(5, "Next Expiry Time is ", bsPeriod_, " seconds");
+      BSR_TRACE(candidateSm, 5, "Next Expiry Time is ", bsPeriod_, " seconds");
       break;
     case State::noInfoBsr:
       ROUTING_ASSERT_TEXT(false, "0 && \"Invalid Candidate BSR state\"");
@@ -77,7 +74,7 @@ void BsrCandidateSm::handleNonPreferredBsm() {
 }
 
 void BsrCandidateSm::handleBsrTimerExpiry() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return;
   switch (state_) {
     case State::cBsr:
@@ -90,7 +87,7 @@ void BsrCandidateSm::handleBsrTimerExpiry() {
       storedBsr_ = ownBsr_;
       candidate_->electedIs(true);  // records us
       originate();
-      BSR_TRACE(5, "Next Expiry Time in ", bsPeriod_, " seconds");
+      BSR_TRACE(candidateSm, 5, "Next Expiry Time in ", bsPeriod_, " seconds");
       break;
     case State::noInfoBsr:
       ROUTING_ASSERT_TEXT(false, "0 && \"Invalid Candidate BSR state\"");
@@ -98,27 +95,27 @@ void BsrCandidateSm::handleBsrTimerExpiry() {
 }
 
 void BsrCandidateSm::handleInitialized() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   if (initialized_) return;
   if (!complete()) {
-    BSR_TRACE(4, "Postponing initialization of CandidateSm ", zone_,
+    BSR_TRACE(candidateSm, 4, "Postponing initialization of CandidateSm ", zone_,
               " till all the attributes of Candidate Bsr is initialized.");
     return;
   }
   ownBsrIs();
   computeBsTimeout("BS holdtime is set to ");
   stateIs(State::pBsr);
-  BSR_TRACE(1, ", state=", state_, " ,zone=", zone_);
+  BSR_TRACE(candidateSm, 1, ", state=", state_, " ,zone=", zone_);
   storedBsr_ = betterOfRecordAndOwn();
   initialized_ = true;  // from here on messages are sent
   if (!candidate_->elected()) {
     const std::uint32_t delay = bs_rand_override();
     bsTimer_.expiryInIs(delay);
-    BSR_TRACE(5, " Next Expiry Time in ", delay, " seconds");
+    BSR_TRACE(candidateSm, 5, " Next Expiry Time in ", delay, " seconds");
     return;
   }
   stateIs(State::eBsr);  // elected before a restart
-  BSR_TRACE(1, "state=", state_, ", zone=", zone_);
+  BSR_TRACE(candidateSm, 1, "state=", state_, ", zone=", zone_);
   storedBsr_ = ownBsr_;
   doUpdateElectedBsr();
   originate();
@@ -134,12 +131,12 @@ void BsrCandidateSm::bsmIs(const std::shared_ptr<BootstrapMessage>& bsm) {
 }
 
 void BsrCandidateSm::handleBsm() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   if (!initialized_ || !bsm_) return;
-  BSR_TRACE(8, "BSM Priority is ", int{bsm_->bsrPriority()}, " and my priority is ",
+  BSR_TRACE(candidateSm, 8, "BSM Priority is ", int{bsm_->bsrPriority()}, " and my priority is ",
             candidate_->priority());
   if (bsm_->bsrAddress() == ownBsr_.ipAddr) {
-    BSR_TRACE(3, "BSM names ourselves, ", ownBsr_.ipAddr, ", as BSR for zone ", zone_);
+    BSR_TRACE(candidateSm, 3, "BSM names ourselves, ", ownBsr_.ipAddr, ", as BSR for zone ", zone_);
     if (state_ == State::eBsr) return;  // an echo of our own message: nobody else has won
   }
   const PimBsrWeight announced(bsm_->bsrPriority(), bsm_->bsrAddress());
@@ -179,7 +176,7 @@ void BsrCandidateSm::awaitNextBsm() {
   if (state_ != State::cBsr) return;
   bsTimer_.expiryInIs(bsTimeout_);
   recordExpiryIs(bsTimer_.expiry());
-  BSR_TRACE(5, " Next Expiry Timer expires in about ", bsTimeout_, " secs from now");
+  BSR_TRACE(candidateSm, 5, " Next Expiry Timer expires in about ", bsTimeout_, " secs from now");
 }
 
 // Sends our message and waits for the next period, if sending has not cost us the election.
@@ -194,12 +191,12 @@ void BsrCandidateSm::backOffIs() {
   if (state_ != State::pBsr) return;
   const std::uint32_t delay = bs_rand_override();
   bsTimer_.expiryInIs(delay);
-  BSR_TRACE(5, "Next Expiry Time in ", delay, " seconds");
+  BSR_TRACE(candidateSm, 5, "Next Expiry Time in ", delay, " seconds");
 }
 
 std::uint32_t BsrCandidateSm::bs_rand_override() const {
   const BackOff delay = backOff(weight(ownBsr_), weight(storedBsr_));
-  BSR_TRACE(5, "addrDelay=", delay.addrDelay, ", priorityDelay=", delay.priorityDelay,
+  BSR_TRACE(candidateSm, 5, "addrDelay=", delay.addrDelay, ", priorityDelay=", delay.priorityDelay,
             ", delay=", delay.delay, ", bs_rand_override=", delay.seconds);
   return delay.seconds;
 }
@@ -208,14 +205,15 @@ void BsrCandidateSm::forwardOrTrace() {
   if (bsm_->forward()) {
     engine_.forwardBsm(zone_, bsm_);
   } else {
-    BSR_TRACE(4, "Not Forwarding bootstrap message since noForward bit is set");
+    BSR_TRACE(candidateSm, 4, "Not Forwarding bootstrap message since noForward bit is set");
   }
 }
 
 void BsrCandidateSm::lastBsmIs() {
   lastBsm_.messageIs(bsm_, now());
   if (lastBsmFragments_ && lastBsmFragments_->fragTag != bsm_->fragmentTag()) {
-    BSR_TRACE(8, "Removing saved fragments related to tag ", lastBsmFragments_->fragTag);
+    BSR_TRACE(candidateSm, 8, "Removing saved fragments related to tag ",
+              lastBsmFragments_->fragTag);
     engine_.bsmRxFragmentsDel(lastBsmFragments_);
   }
   lastBsmFragments_ = engine_.bsmRxFragments(bsm_->fragmentTag());
@@ -224,12 +222,12 @@ void BsrCandidateSm::lastBsmIs() {
 void BsrCandidateSm::clearRpSet(const std::string& reason) {
   const auto zoneStatus = bsrStatus_->crpStatus(zone_);
   if (!zoneStatus || !zoneStatus->status()) return;
-  BSR_TRACE(4, "Clearing RP Set for zone ", zone_, reason);
+  BSR_TRACE(candidateSm, 4, "Clearing RP Set for zone ", zone_, reason);
   zoneStatus->status()->crpSetDelAll();
 }
 
 void BsrCandidateSm::doSendBsm(bool shutdown) {
-  BSR_TRACE(9, "doSendBsm", " ( shutdown=", shutdown ? "True" : "False");
+  BSR_TRACE(candidateSm, 9, "doSendBsm", " ( shutdown=", shutdown ? "True" : "False");
   if (!initialized_) return;
   auto bsm = std::make_shared<BootstrapMessage>();
   const bool again = lastBsm_.message() != nullptr;
@@ -269,12 +267,13 @@ void BsrCandidateSm::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rp
 void BsrCandidateSm::pullForward() {
   const double remaining = bsTimer_.expiry() - now();
   if (remaining <= bsMinInterval) {
-    BSR_TRACE(5, "Bootstrap timer to expire in ", remaining, " seconds");
+    BSR_TRACE(candidateSm, 5, "Bootstrap timer to expire in ", remaining, " seconds");
     return;
   }
   bsTimer_.expiryInIs(bsMinInterval);
   recordExpiryIs(bsTimer_.expiry());
-  BSR_TRACE(5, "Setting bootstrap timer to expire in BS_MIN_INTERVAL for ", "zone ", zone_);
+  BSR_TRACE(candidateSm, 5, "Setting bootstrap timer to expire in BS_MIN_INTERVAL for ", "zone ",
+            zone_);
 }
 
 // --- the record of the elected BSR ------------------------------------------------------------
@@ -287,14 +286,14 @@ void BsrCandidateSm::doUpdateElectedBsr() {
   record->priorityIs(storedBsr_.priority);
   record->hashMaskLenIs(storedBsr_.hashMaskLen);
   if (added || other) record->setupTimeIs(now());
-  BSR_TRACE(4, added ? "Added" : "Updated", " Elected BSR ", storedBsr_.ipAddr, " with priority ",
-            int{storedBsr_.priority}, ", hashMaskLen ", storedBsr_.hashMaskLen);
+  BSR_TRACE(candidateSm, 4, added ? "Added" : "Updated", " Elected BSR ", storedBsr_.ipAddr,
+            " with priority ", int{storedBsr_.priority}, ", hashMaskLen ", storedBsr_.hashMaskLen);
 }
 
 void BsrCandidateSm::doDelElectedBsr() {
   const auto record = bsrStatus_->bootstrapRouter(zone_);
   if (!record) return;
-  BSR_TRACE(4, "Deleting ", record->ipAddr(), " as elected BSR for zone");
+  BSR_TRACE(candidateSm, 4, "Deleting ", record->ipAddr(), " as elected BSR for zone");
   bsrStatus_->bootstrapRouterDel(zone_);
 }
 
@@ -303,15 +302,16 @@ void BsrCandidateSm::recordExpiryIs(double expiry) {
 }
 
 void BsrCandidateSm::handleElected() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   if (candidate_->elected()) {
     if (!initialized_) return;
-    BSR_TRACE(4, "We, ", candidate_->address(), " are elected as BSR for zone ", zone_);
+    BSR_TRACE(candidateSm, 4, "We, ", candidate_->address(), " are elected as BSR for zone ",
+              zone_);
     doUpdateElectedBsr();
     engine_.rpSets().forgetEmpty(zone_);  // that the BSR before us named
     return;
   }
-  BSR_TRACE(4, "We, ", candidate_->address(), " are no longer BSR for zone ", zone_);
+  BSR_TRACE(candidateSm, 4, "We, ", candidate_->address(), " are no longer BSR for zone ", zone_);
   clearRpSet("");  // while the zone is still known, so that PIM's view is cleared with it
   doDelElectedBsr();
 }
@@ -343,8 +343,8 @@ void BsrCandidateSm::ownBsrIs() {
 void BsrCandidateSm::computeBsTimeout(const char* firstPiece) {
   bsTimeout_ = bsrStatus_->bsTimeout();
   if (bsPeriod_ < bsTimeout_) return;
-  BSR_TRACE(8, firstPiece, bsTimeout_, " secs, which is less than this C-BSR BSM interval of ",
-            bsPeriod_,
+  BSR_TRACE(candidateSm, 8, firstPiece, bsTimeout_,
+            " secs, which is less than this C-BSR BSM interval of ", bsPeriod_,
             " secs. Overriding this with value ( 2 * BS_Period ) + 10 as recommended by RFC 5059.");
   bsTimeout_ = bsTimeoutInForce(bsTimeout_, bsPeriod_);
 }
@@ -352,26 +352,26 @@ void BsrCandidateSm::computeBsTimeout(const char* firstPiece) {
 // Restarts the timer if more than this is left; never lengthens it.
 void BsrCandidateSm::shortenTo(std::uint32_t seconds) {
   if (!bsTimer_.armed()) {
-    BSR_TRACE(5, "BS timer not set. Nothing to be done. ");
+    BSR_TRACE(candidateSm, 5, "BS timer not set. Nothing to be done. ");
     return;
   }
   const double remaining = bsTimer_.expiry() - now();
   if (remaining < seconds) return;
-  BSR_TRACE(5, "BS timer expiry was in ", remaining,
+  BSR_TRACE(candidateSm, 5, "BS timer expiry was in ", remaining,
             " seconds from now. Resetting BS timer expiry to ", seconds, " seconds from now.");
   bsTimer_.expiryInIs(seconds);
   if (state_ != State::pBsr) recordExpiryIs(bsTimer_.expiry());
 }
 
 void BsrCandidateSm::handleBsTimeout() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return;
   computeBsTimeout("BS holdtime is set to ");
   if (state_ == State::cBsr) shortenTo(bsTimeout_);
 }
 
 void BsrCandidateSm::handleBsPeriod() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return handleInitialized();
   ownBsrIs();
   computeBsTimeout("BS holdtime is ");
@@ -380,29 +380,29 @@ void BsrCandidateSm::handleBsPeriod() {
 }
 
 void BsrCandidateSm::handleIpChange() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return handleInitialized();
   ownBsrIs();
-  BSR_TRACE(4, "Changing IP address to ", ownBsr_.ipAddr, " for zone ", zone_);
+  BSR_TRACE(candidateSm, 4, "Changing IP address to ", ownBsr_.ipAddr, " for zone ", zone_);
   state_ == State::eBsr ? updateElected() : contest();
 }
 
 void BsrCandidateSm::handlePriority() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return handleInitialized();
   ownBsrIs();
-  BSR_TRACE(4, "Changing priority to ", int{ownBsr_.priority}, " for zone ", zone_);
+  BSR_TRACE(candidateSm, 4, "Changing priority to ", int{ownBsr_.priority}, " for zone ", zone_);
   if (state_ != State::eBsr) return contest();
-  BSR_TRACE(4, "Changing priority of Elected BSR to ", int{ownBsr_.priority});
+  BSR_TRACE(candidateSm, 4, "Changing priority of Elected BSR to ", int{ownBsr_.priority});
   updateElected();
 }
 
 void BsrCandidateSm::handleHashMaskLen() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return handleInitialized();
   ownBsrIs();
   if (state_ != State::eBsr) return;
-  BSR_TRACE(4, "Changing hashmask lenth of Elected BSR to ", ownBsr_.hashMaskLen);
+  BSR_TRACE(candidateSm, 4, "Changing hashmask lenth of Elected BSR to ", ownBsr_.hashMaskLen);
   updateElected();
 }
 
@@ -418,7 +418,7 @@ void BsrCandidateSm::updateElected() {
 void BsrCandidateSm::contest() {
   if (state_ == State::cBsr && weight(storedBsr_) < weight(ownBsr_)) {
     stateIs(State::pBsr);
-    BSR_TRACE(1, ", state=", state_, ", zone=", zone_);
+    BSR_TRACE(candidateSm, 1, ", state=", state_, ", zone=", zone_);
     backOffIs();
   } else if (state_ == State::pBsr) {
     shortenTo(bs_rand_override());
@@ -432,7 +432,7 @@ void BsrCandidateSm::stateIs(BsrCandidateState state) {
 }
 
 void BsrCandidateSm::handleStateChange() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(candidateSm, 9, "");
   candidate_->stateIs(state_);
 }
 

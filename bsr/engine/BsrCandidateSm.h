@@ -37,6 +37,8 @@ class PimBsrSm;
 /// against the BSR that is followed in cBsr, against this router itself in pBsr and eBsr.
 class ROUTING_API BsrCandidateSm {
  public:
+  using State = BsrCandidateState;
+
   /// Shortest time, in seconds, in which a changed RP set is announced (RFC 5059 section 5).
   static constexpr double bsMinInterval = 10.0;
 
@@ -55,7 +57,7 @@ class ROUTING_API BsrCandidateSm {
 
   const IpGenPrefix& zone() const { return zone_; }
   bool initialized() const { return initialized_; }
-  BsrCandidateState state() const { return state_; }
+  State state() const { return state_; }
   const std::shared_ptr<BsrCandidate>& candidate() const { return candidate_; }
   const StoredBsr& storedBsr() const { return storedBsr_; }
   /// The BS time-out in force for the zone, in seconds.
@@ -91,7 +93,7 @@ class ROUTING_API BsrCandidateSm {
   void handlePreferredBsm();
   void handleNonPreferredBsm();
   void handleStateChange();
-  void stateIs(BsrCandidateState state);
+  void stateIs(State state);
 
   bool complete() const;
   bool usable(const IpGenAddr& address) const;
@@ -125,7 +127,7 @@ class ROUTING_API BsrCandidateSm {
   Timer bsTimer_;
   std::shared_ptr<BsrCandidate> candidate_;
   bool initialized_ = false;
-  BsrCandidateState state_ = BsrCandidateState::noInfoBsr;
+  State state_ = State::noInfoBsr;
   std::uint32_t bsTimeout_ = 0;
   StoredBsr ownBsr_;                          // the candidate's last values that are set
   std::uint32_t bsPeriod_ = bsPeriodUnknown;  // likewise

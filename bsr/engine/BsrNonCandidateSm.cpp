@@ -6,11 +6,7 @@
 #include "bsr/engine/PimBsrSm.h"
 #include "bsr/types/Traces.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::nonCandidateSm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
-
-using State = BsrNonCandidateState;
 
 BsrNonCandidateSm::BsrNonCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> bsrStatus,
                                      TimerWheel& bsTimerWheel, TimerWheel& szTimerWheel,
@@ -38,15 +34,16 @@ std::shared_ptr<ElectedBsrStatus> BsrNonCandidateSm::recordedBsr() const {
 }
 
 void BsrNonCandidateSm::handleInitialized() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(nonCandidateSm, 9, "");
   state_ = scoped() ? State::noInfo : State::acceptAny;
-  BSR_TRACE(1, ", state=", state_, ", Zone=", zone_);
+  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
   if (const auto bsr = recordedBsr()) {
     state_ = State::acceptPreferred;
-    BSR_TRACE(1, ", state=", state_, ", Zone=", zone_);
+    BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
     expiryTimeIs(*bsr, now() + bsrStatus_->bsTimeout(), now());
     bsTimer_.expiryIs(bsr->expiryTime());
-    BSR_TRACE(5, " Next BS timer expiry is in ", bsr->expires(), " seconds from now.");
+    BSR_TRACE(nonCandidateSm, 5, " Next BS timer expiry is in ", bsr->expires(),
+              " seconds from now.");
   }
   initialized_ = true;
 }
@@ -59,22 +56,24 @@ void BsrNonCandidateSm::bsmIs(const std::shared_ptr<BootstrapMessage>& bsm) {
 }
 
 void BsrNonCandidateSm::handleBsm() {
-  BSR_TRACE(9, "Initialized=", initialized_ ? "True" : "False", ", bsm=", bsm_.get());
+  BSR_TRACE(nonCandidateSm, 9, "Initialized=", initialized_ ? "True" : "False",
+            ", bsm=", bsm_.get());
   if (!initialized_ || !bsm_) return;
   state_ = State::acceptPreferred;
-  BSR_TRACE(1, ", state=", state_, ", Zone=", zone_);
+  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
   if (!accept()) return;
   if (scoped()) szTimer_.expiryIs(never);
   if (bsm_->forward()) {
     engine_.forwardBsm(zone_, bsm_);
   } else {
-    BSR_TRACE(4, "Not Forwarding bootstrap message since noForward bit is set");
+    BSR_TRACE(nonCandidateSm, 4, "Not Forwarding bootstrap message since noForward bit is set");
   }
   engine_.storeRpSet(zone_, *bsm_, false);
   lastBsmIs();
   if (const auto bsr = recordedBsr()) {
     bsTimer_.expiryIs(bsr->expiryTime());
-    BSR_TRACE(5, " Next BS timer expiry is in ", bsr->expiryTime() - now(), " seconds from now.");
+    BSR_TRACE(nonCandidateSm, 5, " Next BS timer expiry is in ", bsr->expiryTime() - now(),
+              " seconds from now.");
   }
 }
 
@@ -89,7 +88,7 @@ bool BsrNonCandidateSm::accept() {
   const PimBsrWeight announced(bsm_->bsrPriority(), bsm_->bsrAddress());
   // A message from the recorded BSR counts whatever its priority is now (RFC 5059 section 3.1.4).
   if (bsm_->bsrAddress() != bsr->ipAddr() && announced < recorded) {
-    BSR_TRACE(4, "Received Non Preferred BSM. ", "Nothing to be done.");
+    BSR_TRACE(nonCandidateSm, 4, "Received Non Preferred BSM. ", "Nothing to be done.");
     return false;
   }
   handlePreferredBsm(*bsr);
@@ -104,12 +103,13 @@ void BsrNonCandidateSm::newBsr() {
   bsr->hashMaskLenIs(bsm_->hashMaskLen());
   bsr->setupTimeIs(now());
   expiryTimeIs(*bsr, now() + bsrStatus_->bsTimeout(), now());
-  BSR_TRACE(4, "Created BSR state: IP=", bsr->ipAddr(), ", Priority=", bsr->priority(),
-            ", hashMaskLen=", bsr->hashMaskLen(), " for Zone ", zone_);
+  BSR_TRACE(nonCandidateSm, 4, "Created BSR state: IP=", bsr->ipAddr(),
+            ", Priority=", bsr->priority(), ", hashMaskLen=", bsr->hashMaskLen(), " for Zone ",
+            zone_);
 }
 
 void BsrNonCandidateSm::handlePreferredBsm(ElectedBsrStatus& bsr) {
-  BSR_TRACE(9, "");
+  BSR_TRACE(nonCandidateSm, 9, "");
   if (bsr.ipAddr() != bsm_->bsrAddress()) {
     clearRpSet(". Old BSR was " + bsr.ipAddr().text());
     bsr.ipAddrIs(bsm_->bsrAddress());
@@ -117,22 +117,25 @@ void BsrNonCandidateSm::handlePreferredBsm(ElectedBsrStatus& bsr) {
   }
   bsr.priorityIs(bsm_->bsrPriority());
   bsr.hashMaskLenIs(bsm_->hashMaskLen());
-  BSR_TRACE(4, "Received preferred BSR state: IP=", bsr.ipAddr(), ", Priority=", bsr.priority(),
-            ", hashMaskLen=", bsr.hashMaskLen(), " for Zone ", zone_);
+  BSR_TRACE(nonCandidateSm, 4, "Received preferred BSR state: IP=", bsr.ipAddr(),
+            ", Priority=", bsr.priority(), ", hashMaskLen=", bsr.hashMaskLen(), " for Zone ",
+            zone_);
   expiryTimeIs(bsr, now() + bsrStatus_->bsTimeout(), now());
 }
 
 void BsrNonCandidateSm::clearRpSet(const std::string& reason) {
   const auto zoneStatus = bsrStatus_->crpStatus(zone_);
   if (!zoneStatus || !zoneStatus->status()) return;
-  BSR_TRACE(4, "Clearing RP Set for zone ", zone_, " since we have a new BSR", reason);
+  BSR_TRACE(nonCandidateSm, 4, "Clearing RP Set for zone ", zone_, " since we have a new BSR",
+            reason);
   zoneStatus->status()->crpSetDelAll();
 }
 
 void BsrNonCandidateSm::lastBsmIs() {
   lastBsm_.messageIs(bsm_, now());
   if (lastBsmFragments_ && lastBsmFragments_->fragTag != bsm_->fragmentTag()) {
-    BSR_TRACE(8, "Removing saved fragments related to tag ", lastBsmFragments_->fragTag);
+    BSR_TRACE(nonCandidateSm, 8, "Removing saved fragments related to tag ",
+              lastBsmFragments_->fragTag);
     engine_.bsmRxFragmentsDel(lastBsmFragments_);
   }
   lastBsmFragments_ = engine_.bsmRxFragments(bsm_->fragmentTag());
@@ -141,67 +144,69 @@ void BsrNonCandidateSm::lastBsmIs() {
 // --- timers -----------------------------------------------------------------------------------
 
 void BsrNonCandidateSm::handleBsrTimerExpiry() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(nonCandidateSm, 9, "");
   if (!initialized_) return;
   if (state_ != State::acceptPreferred) {
-    BSR_TRACE(2, "Invalid event Bootstrap Timer Expiry in state ", state_);
+    BSR_TRACE(nonCandidateSm, 2, "Invalid event Bootstrap Timer Expiry in state ", state_);
     return;
   }
   state_ = State::acceptAny;
-  BSR_TRACE(1, ", state=", state_, ", Zone=", zone_);
+  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
   engine_.refreshRpSet(zone_, lastBsm_.message());
   engine_.rpSets().forgetEmpty(zone_);
   if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) {
-    BSR_TRACE(4, "Removing BSR ", bsr->ipAddr(), " state for zone ", zone_);
+    BSR_TRACE(nonCandidateSm, 4, "Removing BSR ", bsr->ipAddr(), " state for zone ", zone_);
     bsrStatus_->bootstrapRouterDel(zone_);
   }
   // A message of a BSR that is gone must not prime new neighbours (RFC 5059 section 3.1.5).
   lastBsm_.clear();
   if (!scoped()) return;
   szTimer_.expiryInIs(bsrStatus_->szTimeout());
-  BSR_TRACE(5, " Next SZ timer expiry is in ", bsrStatus_->szTimeout(), " seconds from now.");
+  BSR_TRACE(nonCandidateSm, 5, " Next SZ timer expiry is in ", bsrStatus_->szTimeout(),
+            " seconds from now.");
 }
 
 void BsrNonCandidateSm::handleSzTimerExpiry() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(nonCandidateSm, 9, "");
   if (!initialized_) return;
   if (state_ != State::acceptAny) {
-    BSR_TRACE(2, "Invalid event Scope Zone Timer Expiry in state ", state_, " for zone ", zone_);
+    BSR_TRACE(nonCandidateSm, 2, "Invalid event Scope Zone Timer Expiry in state ", state_,
+              " for zone ", zone_);
     return;
   }
   state_ = State::noInfo;
-  BSR_TRACE(1, ", state=", state_, ", Zone=", zone_);
-  BSR_TRACE(4, "Deleted Zone ", zone_);
+  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
+  BSR_TRACE(nonCandidateSm, 4, "Deleted Zone ", zone_);
   engine_.nonCandidateSmDel(IpGenPrefix(zone_));  // ends this machine
 }
 
 void BsrNonCandidateSm::handleBsTimeout() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(nonCandidateSm, 9, "");
   if (!initialized_) return;
   if (!bsTimer_.armed()) {
-    BSR_TRACE(5, "BS timer not set. Nothing to be done. ");
+    BSR_TRACE(nonCandidateSm, 5, "BS timer not set. Nothing to be done. ");
     return;
   }
   const double remaining = bsTimer_.expiry() - now();
   const std::uint32_t bsTimeout = bsrStatus_->bsTimeout();
   if (remaining < bsTimeout) return;
-  BSR_TRACE(5, "BS timer expiry was in ", remaining,
+  BSR_TRACE(nonCandidateSm, 5, "BS timer expiry was in ", remaining,
             " seconds from now. Resetting BS timer expiry to ", bsTimeout, " seconds from now.");
   bsTimer_.expiryInIs(bsTimeout);
   if (const auto bsr = recordedBsr()) expiryTimeIs(*bsr, bsTimer_.expiry(), now());
 }
 
 void BsrNonCandidateSm::handleSzTimeout() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(nonCandidateSm, 9, "");
   if (!initialized_) return;
   if (!szTimer_.armed()) {
-    BSR_TRACE(5, "SZ timer not set. Nothing to be done. ");
+    BSR_TRACE(nonCandidateSm, 5, "SZ timer not set. Nothing to be done. ");
     return;
   }
   const double remaining = szTimer_.expiry() - now();
   const std::uint32_t szTimeout = bsrStatus_->szTimeout();
   if (remaining < szTimeout) return;
-  BSR_TRACE(5, "SZ timer expiry was in ", remaining,
+  BSR_TRACE(nonCandidateSm, 5, "SZ timer expiry was in ", remaining,
             " seconds from now. Restting SZ timer expiry to ", szTimeout, " seconds from now.");
   szTimer_.expiryInIs(szTimeout);
 }

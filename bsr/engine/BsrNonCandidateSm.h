@@ -31,6 +31,8 @@ class PimBsrSm;
 /// The SZ timer runs for scoped zones only. Changes of the time-outs only ever shorten a timer.
 class ROUTING_API BsrNonCandidateSm {
  public:
+  using State = BsrNonCandidateState;
+
   /// `engine` creates and deletes the machine.
   BsrNonCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> bsrStatus,
                     TimerWheel& bsTimerWheel, TimerWheel& szTimerWheel, PimBsrSm& engine);
@@ -38,7 +40,7 @@ class ROUTING_API BsrNonCandidateSm {
   BsrNonCandidateSm& operator=(const BsrNonCandidateSm&) = delete;
 
   const IpGenPrefix& zone() const { return zone_; }
-  BsrNonCandidateState state() const { return state_; }
+  State state() const { return state_; }
   /// Instants, `never` while idle.
   double bsExpiry() const { return bsTimer_.expiry(); }
   double szExpiry() const { return szTimer_.expiry(); }
@@ -77,7 +79,7 @@ class ROUTING_API BsrNonCandidateSm {
   Timer bsTimer_;
   Timer szTimer_;
   bool initialized_ = false;
-  BsrNonCandidateState state_ = BsrNonCandidateState::noInfo;
+  State state_ = State::noInfo;
   std::shared_ptr<BootstrapMessage> bsm_;
   LastBsm lastBsm_;
   std::shared_ptr<PimBsrRxFragments> lastBsmFragments_;

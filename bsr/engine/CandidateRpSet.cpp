@@ -6,8 +6,6 @@
 #include "bsr/types/Traces.h"
 #include "platform/trace/SysLogMessage.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::candidateSm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 namespace {
 
@@ -26,12 +24,12 @@ bool CandidateRpSet::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rp
                               RpPriority priority, CrpHoldTime holdtime, const ZoneValues& values) {
   const GroupFlags flags = groupInfo.groupFlags();
   const IpGenPrefix& prefix = groupInfo.groupInfo();
-  BSR_TRACE(9, " ( group=", prefix, ", rp=", rpAddress, ", priority=", priority,
+  BSR_TRACE(candidateSm, 9, " ( group=", prefix, ", rp=", rpAddress, ", priority=", priority,
             ", holdtime=", holdtime, " )");
-  BSR_TRACE(7, ", group flags: ", int{flags.value()}, ", Bidir: ", flags.bidir());
+  BSR_TRACE(candidateSm, 7, ", group flags: ", int{flags.value()}, ", Bidir: ", flags.bidir());
   if (flags.zone()) {
     PIMBSR_MESSAGE_CRP_ZONE.emit({rpAddress.text()});
-    BSR_TRACE(7, "Zone bit set in Candidate RP Advertisement from ", rpAddress);
+    BSR_TRACE(candidateSm, 7, "Zone bit set in Candidate RP Advertisement from ", rpAddress);
   }
   const bool withdrawal = holdtime.value() == 0;
   auto set = rpSets_.find(zone_, prefix);
@@ -39,11 +37,11 @@ bool CandidateRpSet::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rp
   const auto held = set ? set->rp(rpAddress) : nullptr;
   if (held && (held->mode() == PimMode::bidirectional) != flags.bidir()) {
     if (!flags.bidir()) {
-      BSR_TRACE(4, "CRP ", rpAddress, " has both PIM-SM and PIM-BIDIR instances.",
+      BSR_TRACE(candidateSm, 4, "CRP ", rpAddress, " has both PIM-SM and PIM-BIDIR instances.",
                 " We prefer BIDIR. Hence ignoring PIM-SM CRP Advertisement");
       return false;
     }
-    BSR_TRACE(4, "CRP ", rpAddress, " has both PIM-SM and PIM-BIDIR instances.",
+    BSR_TRACE(candidateSm, 4, "CRP ", rpAddress, " has both PIM-SM and PIM-BIDIR instances.",
               " We prefer BIDIR. Hence deleting existing PIM-SM CRP entry");
     set->rpDel(rpAddress);
     set = rpSets_.find(zone_, prefix);  // gone with its last RP
@@ -58,7 +56,7 @@ bool CandidateRpSet::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rp
   const auto rp = set->newRp(rpAddress);
   if (added) {
     rp->setupTimeIs(timerWheel_.now());
-    BSR_TRACE(4, "Adding RP ", rpAddress, " into CrpSet with prefix ", prefix);
+    BSR_TRACE(candidateSm, 4, "Adding RP ", rpAddress, " into CrpSet with prefix ", prefix);
   }
   rp->modeIs(flags.bidir() ? PimMode::bidirectional : PimMode::sparse);
   rp->priorityIs(priority);
@@ -69,24 +67,25 @@ bool CandidateRpSet::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rp
 
 std::shared_ptr<RpCandidateSet> CandidateRpSet::findOrCreate(const IpGenPrefix& prefix) {
   if (!rpSets_.roomForSet(zone_, prefix)) return nullptr;
-  if (!bsrStatus_->crpStatus(zone_)) BSR_TRACE(4, "Creating CrpStatus for zone ", zone_);
-  BSR_TRACE(4, "Creating CrpSet with prefix ", prefix);
+  if (!bsrStatus_->crpStatus(zone_))
+    BSR_TRACE(candidateSm, 4, "Creating CrpStatus for zone ", zone_);
+  BSR_TRACE(candidateSm, 4, "Creating CrpSet with prefix ", prefix);
   return rpSets_.create(zone_, prefix);
 }
 
 // A withdrawn RP is announced once more, with hold time 0, and then goes.
 bool CandidateRpSet::withdraw(const std::shared_ptr<RpEntry>& rp, const IpGenAddr& rpAddress) {
   if (!rp) {
-    BSR_TRACE(4, "Holdtime value of C-RP Advertisement is 0. Ignoring message");
+    BSR_TRACE(candidateSm, 4, "Holdtime value of C-RP Advertisement is 0. Ignoring message");
     return false;
   }
   if (rp->holdTime().value() == 0) {
-    BSR_TRACE(4, "Ignoring duplicate C-RP advertisement with 0 holdtime");
+    BSR_TRACE(candidateSm, 4, "Ignoring duplicate C-RP advertisement with 0 holdtime");
     return false;
   }
   rp->expiryTimeIs(timerWheel_.now() + rp->holdTime().value());
   rp->holdTimeIs(CrpHoldTime(0));
-  BSR_TRACE(4, "C-RP ", rpAddress, " updated with holdtime 0");
+  BSR_TRACE(candidateSm, 4, "C-RP ", rpAddress, " updated with holdtime 0");
   return true;
 }
 
@@ -94,7 +93,7 @@ bool CandidateRpSet::withdraw(const std::shared_ptr<RpEntry>& rp, const IpGenAdd
 void CandidateRpSet::holdTimeIs(RpEntry& rp, CrpHoldTime holdtime, std::uint32_t bsPeriod) {
   double seconds = holdtime.value();
   if (seconds <= 2.5 * bsPeriod) {
-    BSR_TRACE(8, "C-RP Adv message contains holdtime ", holdtime,
+    BSR_TRACE(candidateSm, 8, "C-RP Adv message contains holdtime ", holdtime,
               " seconds which is less than 2.5 times bsPeriod of ", bsPeriod, " seconds.");
     seconds = 3.0 * bsPeriod;
   }

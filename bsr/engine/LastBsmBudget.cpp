@@ -17,8 +17,7 @@ bool LastBsmBudget::take(std::size_t entries) {
     return true;
   }
   limits_->refusedKeptInc();
-  ROUTING_TRACE(traces::sm, 1, vrfName(), "No room to keep a message's ", entries,
-                " ranges and RPs besides ", taken_);
+  BSR_TRACE(sm, 1, "No room to keep a message's ", entries, " ranges and RPs besides ", taken_);
   return false;
 }
 

@@ -11,8 +11,6 @@
 #include "platform/entity/Assertion.h"
 #include "platform/entity/RangeError.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 
 PimBsrSm::PimBsrSm(std::shared_ptr<Status> bsrStatus, std::shared_ptr<const PimStatus> pimStatus,
@@ -70,11 +68,11 @@ void PimBsrSm::wire() {
 }
 
 void PimBsrSm::handleInitialized() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   std::srand(static_cast<unsigned>(timerWheel_.now()));
   const AddressFamily af = bsrStatus_->af();
   if (af == AddressFamily::unset) {
-    BSR_TRACE(3, "Address Family not initialized in status");
+    BSR_TRACE(sm, 3, "Address Family not initialized in status");
     return;
   }
   globalOrNonScopeZone_ = IpGenPrefix::multicast(af);
@@ -98,7 +96,7 @@ void PimBsrSm::handleInitialized() {
 }
 
 void PimBsrSm::handleAf() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (bsrStatus_->af() == AddressFamily::unset) {
     if (initialized_) teardown();
   } else if (!initialized_) {
@@ -109,15 +107,15 @@ void PimBsrSm::handleAf() {
 void PimBsrSm::teardown() {
   crp_.clear();
   rpCandidateSm_.clear();
-  BSR_TRACE(4, "Deleted all RP Candidate SMs");
+  BSR_TRACE(sm, 4, "Deleted all RP Candidate SMs");
   nonCandidateSm_.clear();
-  BSR_TRACE(4, "Deleted all Non Candidate SMs");
+  BSR_TRACE(sm, 4, "Deleted all Non Candidate SMs");
   while (!candidateSm_.empty()) {
     const IpGenPrefix zone = candidateSm_.begin()->first;
     candidateSm_.erase(zone);
     handleCandidateSm(zone);
   }
-  BSR_TRACE(4, "Deleted all Candidate SMs");
+  BSR_TRACE(sm, 4, "Deleted all Candidate SMs");
   // No hold timer runs from here on, so no RP may stay in PIM's view.
   bsrStatus_->crpStatusDelAll();
   if (lastBsmStore_ != nullptr) lastBsmStore_->lastBsmDelAll();
@@ -143,7 +141,7 @@ std::shared_ptr<BsrNonCandidateSm> PimBsrSm::nonCandidateSm(const IpGenPrefix& z
 }
 
 void PimBsrSm::handleBsrCandidate() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!initialized_) return;
   std::vector<IpGenPrefix> zones;
   for (const auto& entry : bsrStatus_->cbsr()) zones.push_back(entry.first);
@@ -151,16 +149,16 @@ void PimBsrSm::handleBsrCandidate() {
 }
 
 void PimBsrSm::handleBsrCandidate(const IpGenPrefix& zone) {
-  BSR_TRACE(9, " ( ", zone, " )");
+  BSR_TRACE(sm, 9, " ( ", zone, " )");
   if (!initialized_) return;
   if (bsrStatus_->cbsr(zone)) {
     // One bootstrap timer at a time may age the zone's record.
-    if (nonCandidateSm_.erase(zone) > 0) BSR_TRACE(4, "Deleted ", zone, " NonCandidate SM");
+    if (nonCandidateSm_.erase(zone) > 0) BSR_TRACE(sm, 4, "Deleted ", zone, " NonCandidate SM");
     if (!candidateSm(zone)) {
       candidateSm_[zone] = std::make_shared<BsrCandidateSm>(zone, bsrStatus_, timerWheel_, *this);
       handleCandidateSm(zone);
     }
-    BSR_TRACE(4, "Instantiated Candidate SM for zone ", zone);
+    BSR_TRACE(sm, 4, "Instantiated Candidate SM for zone ", zone);
     return;
   }
   const auto machine = candidateSm(zone);
@@ -171,28 +169,28 @@ void PimBsrSm::handleBsrCandidate(const IpGenPrefix& zone) {
     candidate->electedIs(false);
   }
   candidateSm_.erase(zone);
-  BSR_TRACE(4, "Deleted Candidate SM", " for zone ", zone);
+  BSR_TRACE(sm, 4, "Deleted Candidate SM", " for zone ", zone);
   handleCandidateSm(zone);
   maybeInitNonCandidateSm();  // a BSR that was followed goes on being followed
   if (!nonCandidateSm(zone)) zoneGone(zone);
 }
 
 void PimBsrSm::handleCandidateSm(const IpGenPrefix& zone) {
-  BSR_TRACE(9, " ( ", zone, " )");
+  BSR_TRACE(sm, 9, " ( ", zone, " )");
   if (candidateSm(zone)) return;
   const auto& candidate = bsrStatus_->cbsr(zone);
   if (!candidate || !candidate->elected()) return;
   bsrStatus_->bootstrapRouterDel(zone);
-  BSR_TRACE(4, "Deleted BSR for zone ", zone);
+  BSR_TRACE(sm, 4, "Deleted BSR for zone ", zone);
 }
 
 void PimBsrSm::maybeInitNonCandidateSm() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   for (const auto& [zone, bsr] : bsrStatus_->bootstrapRouter()) {
     if (candidateSm(zone) || nonCandidateSm(zone)) continue;
     nonCandidateSm_[zone] =
         std::make_shared<BsrNonCandidateSm>(zone, bsrStatus_, timerWheel_, timerWheel_, *this);
-    BSR_TRACE(4, "Created Non Candidate SM for zone ", zone);
+    BSR_TRACE(sm, 4, "Created Non Candidate SM for zone ", zone);
   }
 }
 
@@ -210,13 +208,13 @@ bool PimBsrSm::roomForZone(const IpGenPrefix& zone) {
   const std::size_t zones = nonCandidateSm_.size() - nonCandidateSm_.count(globalOrNonScopeZone_);
   if (zones < limits_->maxZones()) return true;
   limits_->refusedZonesInc();
-  BSR_TRACE(1, "No room for zone ", zone, " besides ", zones, " zones");
+  BSR_TRACE(sm, 1, "No room for zone ", zone, " besides ", zones, " zones");
   zoneGone(zone);
   return false;
 }
 
 void PimBsrSm::handleBsm() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const std::shared_ptr<BootstrapMessage> bsm = bsmStatus_->rxBsm();
   if (!bsm) return;
   if (!initialized_) {
@@ -236,7 +234,7 @@ void PimBsrSm::handleBsm() {
 void PimBsrSm::handleScopedBsm(const IpGenPrefix& zone,
                                const std::shared_ptr<BootstrapMessage>& bsm) {
   if (const auto candidate = candidateSm(zone)) {
-    BSR_TRACE(4, "Trigger Scoped Candidate SM Scope: ", zone);
+    BSR_TRACE(sm, 4, "Trigger Scoped Candidate SM Scope: ", zone);
     candidate->bsmIs(bsm);
     return;
   }
@@ -246,14 +244,14 @@ void PimBsrSm::handleScopedBsm(const IpGenPrefix& zone,
     machine =
         std::make_shared<BsrNonCandidateSm>(zone, bsrStatus_, timerWheel_, timerWheel_, *this);
     nonCandidateSm_[zone] = machine;
-    BSR_TRACE(4, "Instantiated Scoped NonCandidate SM Scope: ", zone);
+    BSR_TRACE(sm, 4, "Instantiated Scoped NonCandidate SM Scope: ", zone);
   }
   machine->bsmIs(bsm);
 }
 
 void PimBsrSm::handleGlobalBsm(const std::shared_ptr<BootstrapMessage>& bsm) {
   if (const auto candidate = candidateSm(globalOrNonScopeZone_)) {
-    BSR_TRACE(4, "Trigger Global/Non-Scoped Candidate SM");
+    BSR_TRACE(sm, 4, "Trigger Global/Non-Scoped Candidate SM");
     candidate->bsmIs(bsm);
     return;
   }
@@ -262,7 +260,7 @@ void PimBsrSm::handleGlobalBsm(const std::shared_ptr<BootstrapMessage>& bsm) {
     machine = std::make_shared<BsrNonCandidateSm>(globalOrNonScopeZone_, bsrStatus_, timerWheel_,
                                                   timerWheel_, *this);
     nonCandidateSm_[globalOrNonScopeZone_] = machine;
-    BSR_TRACE(4, "Instantiated Global/Non-Scoped Non Candidate SM");
+    BSR_TRACE(sm, 4, "Instantiated Global/Non-Scoped Non Candidate SM");
   }
   machine->bsmIs(bsm);
 }
@@ -270,7 +268,7 @@ void PimBsrSm::handleGlobalBsm(const std::shared_ptr<BootstrapMessage>& bsm) {
 // --- candidate-RP advertisements --------------------------------------------------------------
 
 void PimBsrSm::handleCrpMsg() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const std::shared_ptr<CrpGroupInfo> group = crpMsgStatus_->groupInfo();
   if (!initialized_ || !group) return;
   const IpGenPrefix zone = bsrTrie_->longestMatch(group->groupInfo());
@@ -279,15 +277,15 @@ void PimBsrSm::handleCrpMsg() {
     crpMsgRejected(zone);
     return;
   }
-  BSR_TRACE(8, "Passing Crp Adv Message to Candidate BSR ", crpMsgStatus_->bsrIp(), " for zone ",
-            zone);
+  BSR_TRACE(sm, 8, "Passing Crp Adv Message to Candidate BSR ", crpMsgStatus_->bsrIp(),
+            " for zone ", zone);
   machine->doAddCrp(*group, crpMsgStatus_->rp(), crpMsgStatus_->priority(),
                     crpMsgStatus_->holdTime());
 }
 
 // Nobody takes a range. The message it came in counts as one error.
 void PimBsrSm::crpMsgRejected(const IpGenPrefix& zone) {
-  BSR_TRACE(3, "Rx Error - Dropping Crp Adv Message to Candidate BSR ", crpMsgStatus_->bsrIp(),
+  BSR_TRACE(sm, 3, "Rx Error - Dropping Crp Adv Message to Candidate BSR ", crpMsgStatus_->bsrIp(),
             " for zone ", zone);
   const auto& counters = bsrStatus_->counters();
   if (!counters || crpMsgStatus_->rxCrpMsg() == lastRejected_) return;
@@ -306,7 +304,7 @@ void PimBsrSm::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, 
   try {
     installer_->storeRpSet(zone, bsm, refresh);
   } catch (const RangeError& error) {
-    BSR_TRACE(1, "RP set of zone ", zone, " not installed: ", error.what());
+    BSR_TRACE(sm, 1, "RP set of zone ", zone, " not installed: ", error.what());
   }
 }
 

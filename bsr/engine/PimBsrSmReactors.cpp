@@ -8,14 +8,12 @@
 #include "bsr/engine/RpCandidateSm.h"
 #include "bsr/types/Traces.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 
 // --- PIM interfaces ---------------------------------------------------------------------------
 
 void PimBsrSm::handlePimIntf(const IntfId& intf) {
-  BSR_TRACE(9, " ( ", intf, " )");
+  BSR_TRACE(sm, 9, " ( ", intf, " )");
   if (const auto& status = pimStatus_->pimIntf(intf)) {
     auto& reactor = pimIntf_[intf];
     if (!reactor) reactor = std::make_unique<PimIntfReactor>(*this, status);
@@ -36,17 +34,17 @@ PimBsrSm::PimIntfReactor::PimIntfReactor(PimBsrSm& engine, std::shared_ptr<const
 }
 
 void PimBsrSm::PimIntfReactor::handleDrChange() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!engine_.initialized_ || intf_->isDr()) return;
-  BSR_TRACE(8, "We are no longer DR on interface ", intf_->intfId());
+  BSR_TRACE(sm, 8, "We are no longer DR on interface ", intf_->intfId());
   wasDr_ = true;
 }
 
 void PimBsrSm::PimIntfReactor::handleTriggeredHelloSent() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!engine_.initialized_) return;
   if (intf_->isDr() || wasDr_) {
-    BSR_TRACE(8, "Send No Forward BSM since ", wasDr_ ? "we were DR " : "",
+    BSR_TRACE(sm, 8, "Send No Forward BSM since ", wasDr_ ? "we were DR " : "",
               intf_->isDr() ? "we are DR " : "", " on interface ", intf_->intfId());
     doSendNoFwdBsm();
   }
@@ -54,7 +52,7 @@ void PimBsrSm::PimIntfReactor::handleTriggeredHelloSent() {
 }
 
 void PimBsrSm::PimIntfReactor::doSendNoFwdBsm() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   const auto followers = engine_.nonCandidateSm_;
   const auto candidates = engine_.candidateSm_;
   for (const auto& [zone, machine] : followers) sendLastBsm(*machine);
@@ -68,14 +66,14 @@ void PimBsrSm::PimIntfReactor::sendLastBsm(const Machine& machine) {
   if (const auto bsm = machine.lastBsm()) {
     engine_.doSendTriggeredBsm(machine.zone(), false, intf_->intfId(), bsm);
   } else {
-    BSR_TRACE(8, "No last BSM available to send triggered BSM");
+    BSR_TRACE(sm, 8, "No last BSM available to send triggered BSM");
   }
 }
 
 // --- elected BSRs -----------------------------------------------------------------------------
 
 void PimBsrSm::handleBsr(const IpGenPrefix& zone) {
-  BSR_TRACE(9, " ( ", zone, " )");
+  BSR_TRACE(sm, 9, " ( ", zone, " )");
   if (!initialized_) return;
   if (const auto& bsr = bsrStatus_->bootstrapRouter(zone)) {
     auto& reactor = bsr_[zone];
@@ -102,29 +100,29 @@ PimBsrSm::BsrReactor::BsrReactor(PimBsrSm& engine, std::shared_ptr<const Elected
 }
 
 void PimBsrSm::BsrReactor::handleHashMaskLen() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!engine_.initialized_ || bsr_->hashMaskLen() == hashMaskLenUnknown) return;
   const IpGenPrefix& zone = bsr_->zone();
   const auto& candidate = engine_.bsrStatus_->cbsr(zone);
   if (!candidate) {
-    BSR_TRACE(4, "No local CBSR configured for zone ", zone, ". Nothing to do");
+    BSR_TRACE(sm, 4, "No local CBSR configured for zone ", zone, ". Nothing to do");
     return;
   }
   if (!candidate->elected()) {
-    BSR_TRACE(4, "Local CBSR configured for zone ", zone, " is not elected BSR. Nothing to do");
+    BSR_TRACE(sm, 4, "Local CBSR configured for zone ", zone, " is not elected BSR. Nothing to do");
     return;
   }
   const auto zoneStatus = engine_.bsrStatus_->crpStatus(zone);
   const auto rpSets = zoneStatus ? zoneStatus->status() : nullptr;
   if (!rpSets || !holdsRp(*rpSets)) {
-    BSR_TRACE(4, "No CRP have been populated for zone ", zone);
+    BSR_TRACE(sm, 4, "No CRP have been populated for zone ", zone);
     return;
   }
   const RpHashMaskLen hashMaskLen(bsr_->hashMaskLen());
   for (const auto& [prefix, rpSet] : rpSets->crpSet()) {
     for (const auto& [address, rp] : rpSet->rp()) {
       rp->hashMaskLenIs(hashMaskLen);
-      BSR_TRACE(8, "Setting hash mask Len to ", hashMaskLen, " for RP ", address,
+      BSR_TRACE(sm, 8, "Setting hash mask Len to ", hashMaskLen, " for RP ", address,
                 " in rp candidate set for zone ", zone);
     }
   }
@@ -133,13 +131,13 @@ void PimBsrSm::BsrReactor::handleHashMaskLen() {
 // --- candidate RPs ----------------------------------------------------------------------------
 
 void PimBsrSm::handleRpCandidate() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   if (!initialized_) return;
   for (const auto& [address, crp] : bsrStatus_->crp()) handleCrp(address);
 }
 
 void PimBsrSm::handleCrp(const IpGenAddr& address) {
-  BSR_TRACE(9, " ( ", address, " )");
+  BSR_TRACE(sm, 9, " ( ", address, " )");
   if (!initialized_) return;
   const auto it = crp_.find(address);
   if (const auto& crp = bsrStatus_->crp(address)) {
@@ -159,7 +157,7 @@ PimBsrSm::CrpReactor::CrpReactor(PimBsrSm& engine, std::shared_ptr<RpCandidate> 
 }
 
 void PimBsrSm::CrpReactor::handlePrefixOptions(const IpGenPrefix& prefix) {
-  BSR_TRACE(9, " ( ", prefix, " )");
+  BSR_TRACE(sm, 9, " ( ", prefix, " )");
   if (const auto& entry = crp_->prefixOptions(prefix)) {
     Option& option = options_[prefix];
     option.reactor = entry->priorityReactor(
@@ -174,7 +172,7 @@ void PimBsrSm::CrpReactor::handlePrefixOptions(const IpGenPrefix& prefix) {
 // The new advertiser serves the prefix before the old one lets go of it, so that the BSR never has
 // reason to drop the RP.
 void PimBsrSm::CrpReactor::handlePriority(const IpGenPrefix& prefix, RpPriority priority) {
-  BSR_TRACE(9, " ( ", prefix, ", ", priority, " )");
+  BSR_TRACE(sm, 9, " ( ", prefix, ", ", priority, " )");
   const RpPriority old = std::exchange(options_[prefix].priority, priority);
   if (old == priority) return;
   const bool served = priority.value() != rpPriorityUnknown;
@@ -191,7 +189,7 @@ void PimBsrSm::CrpReactor::advertise(const IpGenPrefix& prefix, RpPriority prior
   }
   machine = std::make_shared<RpCandidateSm>(options, engine_.bsrStatus_, engine_.crpMsgStatus_,
                                             engine_.bsrTrie_, engine_.timerWheel_);
-  BSR_TRACE(4, "Created RpcandidateSm with options ", options);
+  BSR_TRACE(sm, 4, "Created RpcandidateSm with options ", options);
 }
 
 void PimBsrSm::CrpReactor::retire(const IpGenPrefix& prefix, RpPriority priority, bool served) {
@@ -212,11 +210,11 @@ bool PimBsrSm::CrpReactor::priorityInUse(RpPriority priority) const {
 
 void PimBsrSm::CrpReactor::machineDel(RpPriority priority) {
   if (engine_.rpCandidateSm_.erase({crp_->address(), priority}) == 0) return;
-  BSR_TRACE(4, "Deleted CRP SM ", crp_->address(), " with priority ", priority);
+  BSR_TRACE(sm, 4, "Deleted CRP SM ", crp_->address(), " with priority ", priority);
 }
 
 void PimBsrSm::CrpReactor::handleDel() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(sm, 9, "");
   std::vector<std::shared_ptr<RpCandidateSm>> machines;
   for (const auto& [options, machine] : engine_.rpCandidateSm_) {
     if (options.rpAddress() == crp_->address()) machines.push_back(machine);

@@ -8,8 +8,6 @@
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::rpCandidateSm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 namespace {
 
@@ -37,11 +35,12 @@ RpCandidateSm::RpCandidateSm(const CrpOptions& crpOptions, std::shared_ptr<const
 }
 
 void RpCandidateSm::handleInitialized() {
-  BSR_TRACE(9, "");
-  BSR_TRACE(4, "Instantiated CRP SM ", crp_->address(), " with priority ", crpOptions_.priority());
+  BSR_TRACE(rpCandidateSm, 9, "");
+  BSR_TRACE(rpCandidateSm, 4, "Instantiated CRP SM ", crp_->address(), " with priority ",
+            crpOptions_.priority());
   for (const auto& [prefix, option] : crp_->prefixOptions()) doUpdateCrpAdvSetPrefix(prefix);
   const unsigned delay = armSoon();
-  BSR_TRACE(5, "Setting up CRP Adv timer to fire in ", delay, " seconds from now");
+  BSR_TRACE(rpCandidateSm, 5, "Setting up CRP Adv timer to fire in ", delay, " seconds from now");
   initialized_ = true;
 }
 
@@ -60,13 +59,13 @@ bool RpCandidateSm::advertises(const IpGenPrefix& prefix) const {
 }
 
 bool RpCandidateSm::doUpdateCrpAdvSetPrefix(const IpGenPrefix& prefix) {
-  BSR_TRACE(9, " ( ", prefix, " )");
+  BSR_TRACE(rpCandidateSm, 9, " ( ", prefix, " )");
   const IpGenPrefix zone = advertises(prefix) ? bsrTrie_->longestMatch(prefix) : IpGenPrefix{};
   removeFromOthers(prefix, zone);
   if (zone.isNone()) return false;  // sorted in when its zone appears
-  if (!crpAdvSet_.contains(zone)) BSR_TRACE(8, "Created crpAdvSet for zone ", zone);
+  if (!crpAdvSet_.contains(zone)) BSR_TRACE(rpCandidateSm, 8, "Created crpAdvSet for zone ", zone);
   if (!crpAdvSet_[zone].insert(prefix).second) return false;
-  BSR_TRACE(4, "Added prefix ", prefix, " to crpAdvSet for zone ", zone);
+  BSR_TRACE(rpCandidateSm, 4, "Added prefix ", prefix, " to crpAdvSet for zone ", zone);
   return true;
 }
 
@@ -80,21 +79,21 @@ void RpCandidateSm::removeFromOthers(const IpGenPrefix& prefix, const IpGenPrefi
   for (auto& [other, prefixes] : crpAdvSet_) {
     if (other == zone || prefixes.erase(prefix) == 0) continue;
     if (zone.isNone()) {
-      BSR_TRACE(4, "Deleted prefix ", prefix, " from crpAdvSet for zone ", other);
+      BSR_TRACE(rpCandidateSm, 4, "Deleted prefix ", prefix, " from crpAdvSet for zone ", other);
     } else {
-      BSR_TRACE(8, "Deleting prefix ", prefix, " from ", other);
+      BSR_TRACE(rpCandidateSm, 8, "Deleting prefix ", prefix, " from ", other);
     }
   }
 }
 
 // Sorts the candidate's prefixes inside a zone anew; true if some are the zone's now or were moved.
 bool RpCandidateSm::doUpdateCrpAdvSet(const IpGenPrefix& zone) {
-  BSR_TRACE(9, " ( ", zone, " )");
+  BSR_TRACE(rpCandidateSm, 9, " ( ", zone, " )");
   const auto set = crpAdvSet_.find(zone);
   RpCandidatePrefixSet before;
   if (set != crpAdvSet_.end()) before = set->second;
   if (!bsrTrie_->route(zone) && crpAdvSet_.erase(zone) > 0) {
-    BSR_TRACE(8, "Deleting crpAdvSet for zone ", zone);
+    BSR_TRACE(rpCandidateSm, 8, "Deleting crpAdvSet for zone ", zone);
   }
   const auto& options = crp_->prefixOptions();
   for (auto it = options.lower_bound(zone); it != options.end() && zone.contains(it->first); ++it) {
@@ -105,7 +104,7 @@ bool RpCandidateSm::doUpdateCrpAdvSet(const IpGenPrefix& zone) {
 }
 
 void RpCandidateSm::handleTrie(const IpGenPrefix& zone, TrieEvent) {
-  BSR_TRACE(9, " ( ", zone, " )");
+  BSR_TRACE(rpCandidateSm, 9, " ( ", zone, " )");
   if (!initialized_) return;
   if (doUpdateCrpAdvSet(zone)) handleBsr();
 }
@@ -113,44 +112,45 @@ void RpCandidateSm::handleTrie(const IpGenPrefix& zone, TrieEvent) {
 // A BSR that some of our prefixes go to is new: three advertisements in a row make sure that it
 // hears of us (RFC 5059 section 3.2).
 void RpCandidateSm::handleBsr() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(rpCandidateSm, 9, "");
   crpAdvBackoffCount_ = repetitions;
   const unsigned delay = armSoon();
-  BSR_TRACE(5, "Setting up CRP Adv timer to fire in ", delay,
+  BSR_TRACE(rpCandidateSm, 5, "Setting up CRP Adv timer to fire in ", delay,
             " seconds from now. backoffCount=", int{crpAdvBackoffCount_});
 }
 
 // --- advertising ------------------------------------------------------------------------------
 
 void RpCandidateSm::handleInterval() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(rpCandidateSm, 9, "");
   if (!crpAdvTimer_.armed()) {
-    BSR_TRACE(5, "Interval timer not set. Nothing to be done. ");
+    BSR_TRACE(rpCandidateSm, 5, "Interval timer not set. Nothing to be done. ");
     return;
   }
   crpAdvTimer_.expiryInIs(crp_->interval().value());
-  BSR_TRACE(5, "CRP Interval value changed. Resetting it to ", crp_->interval(),
+  BSR_TRACE(rpCandidateSm, 5, "CRP Interval value changed. Resetting it to ", crp_->interval(),
             " seconds from now.");
 }
 
 void RpCandidateSm::handleCrpAdvTimerExpiry() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(rpCandidateSm, 9, "");
   if (!initialized_) return;
   doSendCrpAdv(false);
   if (crpAdvBackoffCount_ > 0) {
     --crpAdvBackoffCount_;
     const unsigned delay = armSoon();
     // The count stands in the trace as the octet that it is.
-    BSR_TRACE(5, "Setting up CRP Adv timer to fire in ", delay,
+    BSR_TRACE(rpCandidateSm, 5, "Setting up CRP Adv timer to fire in ", delay,
               " seconds from now. BackoffCount=", static_cast<char>(crpAdvBackoffCount_));
     return;
   }
   crpAdvTimer_.expiryInIs(crp_->interval().value());
-  BSR_TRACE(5, "Setting up CRP Adv timer to fire in ", crp_->interval(), " seconds from now");
+  BSR_TRACE(rpCandidateSm, 5, "Setting up CRP Adv timer to fire in ", crp_->interval(),
+            " seconds from now");
 }
 
 void RpCandidateSm::doSendCrpAdv(bool withdraw) {
-  BSR_TRACE(9, " ( withdraw=", withdraw ? "True" : "False", " )");
+  BSR_TRACE(rpCandidateSm, 9, " ( withdraw=", withdraw ? "True" : "False", " )");
   std::vector<std::shared_ptr<const ElectedBsrStatus>> bsrs;
   for (const auto& [zone, bsr] : status_->bootstrapRouter()) {
     if (!bsr->ipAddr().isUnset()) bsrs.push_back(bsr);
@@ -158,7 +158,7 @@ void RpCandidateSm::doSendCrpAdv(bool withdraw) {
   for (const auto& bsr : bsrs) {
     const auto set = crpAdvSet_.find(bsr->zone());
     if (set == crpAdvSet_.end() || set->second.empty()) {
-      BSR_TRACE(8,
+      BSR_TRACE(rpCandidateSm, 8,
                 "Skipping sending C-RP Advertisement Message since crpAdvSet is empty or number"
                 " of prefixes is 0");
       continue;
@@ -184,7 +184,7 @@ void RpCandidateSm::sendTo(const ElectedBsrStatus& bsr, const RpCandidatePrefixS
   message->prefixCountIs(
       static_cast<std::uint8_t>(std::min<std::size_t>(prefixes.size(), maxPrefixs)));
   if (prefixes.size() > maxPrefixs) {
-    BSR_TRACE(4, "Configured prefixes are greater than ", int{maxPrefixs},
+    BSR_TRACE(rpCandidateSm, 4, "Configured prefixes are greater than ", int{maxPrefixs},
               ". Publishing only the maximum possible.");
   }
   message->priorityIs(static_cast<std::uint8_t>(crpOptions_.priority().value()));
@@ -196,8 +196,8 @@ void RpCandidateSm::sendTo(const ElectedBsrStatus& bsr, const RpCandidatePrefixS
     if (groups.size() == maxEntries) break;
     groups.emplace_back(prefix, flags);
   }
-  BSR_TRACE(4, "Sending CRP Advertisement message to BSR", bsr.ipAddr(), " containing ",
-            groups.size(), " prefixes");
+  BSR_TRACE(rpCandidateSm, 4, "Sending CRP Advertisement message to BSR", bsr.ipAddr(),
+            " containing ", groups.size(), " prefixes");
   message->groupDataIs(std::move(groups));
   crpMsgStatus_->txCrpMsgIs(message);
   crpMsgStatus_->writeCountInc();
@@ -207,7 +207,7 @@ GroupFlags RpCandidateSm::groupFlags(const IpGenPrefix& zone) const {
   std::uint8_t flags = crp_->mode() == PimMode::bidirectional ? GroupFlags::bidirFlag : 0;
   const auto& border = status_->bsBorder(zone);
   if (border && !border->intfId().empty()) {
-    BSR_TRACE(7, "C-RP is a ZBR");
+    BSR_TRACE(rpCandidateSm, 7, "C-RP is a ZBR");
     flags |= GroupFlags::zoneFlag;
   }
   return GroupFlags(flags);

@@ -5,8 +5,6 @@
 
 #include "bsr/types/Traces.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 
 /// One group range to install: where to, and the RPs that are known to be complete.
@@ -28,7 +26,7 @@ RpSetInstaller::RpSetInstaller(const VrfName& vrfName, RpSets& rpSets,
 
 void RpSetInstaller::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm,
                                 bool refresh) {
-  BSR_TRACE(9, " ( zone=", zone, ", bsm=", bsm, ", refresh=", refresh ? "True" : "False", " )");
+  BSR_TRACE(sm, 9, " ( zone=", zone, ", bsm=", bsm, ", refresh=", refresh ? "True" : "False", " )");
   const RpHashMaskLen hashMaskLen(bsm.hashMaskLen());
   for (const BootstrapGroupData& group : bsm.groupRpData()) {
     const bool fragmented = group.fragRpCount() != 0 && group.fragRpCount() != group.rpCount();
@@ -40,8 +38,8 @@ void RpSetInstaller::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage&
     const auto complete = reassembly_.add(bsm.fragmentTag(), group);
     if (!complete) continue;
     install({zone, group, *complete, hashMaskLen, refresh, true});
-    BSR_TRACE(1, "Fragments related to ", group.prefix(), " from fragment tag ", bsm.fragmentTag(),
-              " processed");
+    BSR_TRACE(sm, 1, "Fragments related to ", group.prefix(), " from fragment tag ",
+              bsm.fragmentTag(), " processed");
     reassembly_.processed(bsm.fragmentTag(), group.prefix());
   }
 }
@@ -73,7 +71,7 @@ void RpSetInstaller::announce(const Range& range, const IpGenAddr& address,
   rp->holdTimeIs(CrpHoldTime(data.rpHoldtime()));
   rp->hashMaskLenIs(range.hashMaskLen);
   rp->expiryTimeIs(timerWheel_.now() + data.rpHoldtime());
-  BSR_TRACE(5, "RP ", address, " to expire in ", data.rpHoldtime(),
+  BSR_TRACE(sm, 5, "RP ", address, " to expire in ", data.rpHoldtime(),
             range.reassembled ? " seconds from now" : " from now");
 }
 
@@ -83,7 +81,7 @@ std::shared_ptr<RpEntry> RpSetInstaller::rpEntry(const Range& range, const IpGen
   // Looked up for each RP: a withdrawal before this one may have removed an emptied set.
   auto set = crpSet(range);
   if (set && set->rp(address)) {
-    BSR_TRACE(4, "Updating RP ", address, " to prefix ", prefix, " in zone ", range.zone);
+    BSR_TRACE(sm, 4, "Updating RP ", address, " to prefix ", prefix, " in zone ", range.zone);
     return set->rp(address);
   }
   if (range.refresh || !rpSets_.roomForRp(prefix, address)) return nullptr;
@@ -91,7 +89,7 @@ std::shared_ptr<RpEntry> RpSetInstaller::rpEntry(const Range& range, const IpGen
   const double now = timerWheel_.now();
   auto rp = set->newRp(address);
   rp->setupTimeIs(now);
-  BSR_TRACE(4, "Adding RP ", address, " to prefix ", prefix, " in zone ", range.zone,
+  BSR_TRACE(sm, 4, "Adding RP ", address, " to prefix ", prefix, " in zone ", range.zone,
             " with setup time of ", now);
   return rp;
 }
@@ -100,7 +98,7 @@ void RpSetInstaller::withdraw(const Range& range, const IpGenAddr& address) {
   const auto set = crpSet(range);
   if (!set || !set->rp(address)) return;
   set->rpDel(address);
-  BSR_TRACE(4, "Deleted RP ", address, " since holdtime is 0");
+  BSR_TRACE(sm, 4, "Deleted RP ", address, " since holdtime is 0");
 }
 
 std::shared_ptr<RpCandidateSet> RpSetInstaller::crpSet(const Range& range) const {
@@ -109,7 +107,7 @@ std::shared_ptr<RpCandidateSet> RpSetInstaller::crpSet(const Range& range) const
 
 std::shared_ptr<RpCandidateSet> RpSetInstaller::newCrpSet(const Range& range) {
   const IpGenPrefix& prefix = range.group.prefix();
-  BSR_TRACE(4, "Creating Rp set associated with prefix ", prefix, " in zone ", range.zone);
+  BSR_TRACE(sm, 4, "Creating Rp set associated with prefix ", prefix, " in zone ", range.zone);
   return rpSets_.create(range.zone, prefix);
 }
 

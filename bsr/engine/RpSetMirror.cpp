@@ -6,8 +6,6 @@
 
 #include "bsr/types/Traces.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 
 /// One RP of one range of one zone. An entry whose expiry is not set yet is still being written.
@@ -98,12 +96,12 @@ class RpSetMirror::ZoneReactor {
 
 void RpSetMirror::RpReactor::setHoldtimer() {
   holdTimer_.expiryIs(rp_->expiryTime());
-  BSR_TRACE(5, " Set holdtimer to expire in ", rp_->expiryTime() - mirror_.timerWheel_.now(),
+  BSR_TRACE(sm, 5, " Set holdtimer to expire in ", rp_->expiryTime() - mirror_.timerWheel_.now(),
             " from now for ", rp_->address(), " in prefix ", prefix_, " of zone ", zone_);
 }
 
 void RpSetMirror::RpReactor::handleHoldtimeExpired() {
-  BSR_TRACE(4, "Deleting RP ", rp_->address(), " from prefix ", prefix_, " and zone ", zone_);
+  BSR_TRACE(sm, 4, "Deleting RP ", rp_->address(), " from prefix ", prefix_, " and zone ", zone_);
   // The deletion ends this reactor.
   const auto set = mirror_.rpSets_.find(zone_, prefix_);
   const IpGenAddr address = rp_->address();
@@ -125,9 +123,9 @@ void RpSetMirror::SetReactor::handleRpDel(const IpGenAddr& address) {
   if (!set_->rp().empty()) return;
   const auto zoneStatus = mirror_.bsrStatus_->crpStatus(zone_);
   if (!zoneStatus || !zoneStatus->status()) {
-    BSR_TRACE(8, "Nothing to do since the Crp Zone has already been deleted ");
+    BSR_TRACE(sm, 8, "Nothing to do since the Crp Zone has already been deleted ");
   } else if (zoneStatus->status()->crpSet(prefix) == set_) {
-    BSR_TRACE(4, "Deleted rpset for prefix ", prefix, " in zone ", zone_);
+    BSR_TRACE(sm, 4, "Deleted rpset for prefix ", prefix, " in zone ", zone_);
     zoneStatus->status()->crpSetDel(prefix);  // ends this reactor
   }
 }
@@ -153,7 +151,7 @@ void RpSetMirror::ZoneReactor::handleSetDel(const IpGenPrefix& prefix) {
   mirror_.unmirrorSet(zone(), prefix);
   if (!zoneStatus_->status()->crpSet().empty()) return;
   if (mirror_.bsrStatus_->crpStatus(zone()) != zoneStatus_) return;
-  BSR_TRACE(4, "Deleted zone ", zone(), " RP set ");
+  BSR_TRACE(sm, 4, "Deleted zone ", zone(), " RP set ");
   mirror_.bsrStatus_->crpStatusDel(zone());  // ends this reactor
 }
 
@@ -236,7 +234,7 @@ bool RpSetMirror::owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const
 void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp) {
   const IpGenPrefix match = bsrTrie_.longestMatch(prefix);
   if (match != zone) {
-    BSR_TRACE(8, "Not updating RpCandidateStatus since our zone ", zone,
+    BSR_TRACE(sm, 8, "Not updating RpCandidateStatus since our zone ", zone,
               " does not match the longest prefix match ", match, " for prefix ", prefix);
     return;
   }
@@ -246,12 +244,12 @@ void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, con
   }
   auto set = rpCandidateStatus_->crpSet(prefix);
   if (!set) {
-    BSR_TRACE(5, "Forced creation of crpSet with prefix ", prefix, " in rpCandidateStatus");
+    BSR_TRACE(sm, 5, "Forced creation of crpSet with prefix ", prefix, " in rpCandidateStatus");
     set = rpCandidateStatus_->newCrpSet(prefix);
   }
   auto copy = set->rp(rp.address());
   if (!copy) {
-    BSR_TRACE(5, "Forced creation of RP ", rp.address(), " in Rp Set for prefix ", prefix,
+    BSR_TRACE(sm, 5, "Forced creation of RP ", rp.address(), " in Rp Set for prefix ", prefix,
               " in zone ", zone);
     copy = set->newRp(rp.address());
   }
@@ -284,22 +282,24 @@ void RpSetMirror::unmirrorRp(const IpGenPrefix& zone, const IpGenPrefix& prefix,
   if (!owns(zone, prefix)) return;
   const auto set = rpCandidateStatus_->crpSet(prefix);
   if (!set) {
-    BSR_TRACE(8, "Nothing to do since the CrpSet has already been deleted from rpCandidateStatus");
+    BSR_TRACE(sm, 8,
+              "Nothing to do since the CrpSet has already been deleted from rpCandidateStatus");
     return;
   }
   set->rpDel(rp);
-  BSR_TRACE(5, "Deleted RP ", rp, " from crpSet with prefix ", prefix, " from rpCandidateStatus");
+  BSR_TRACE(sm, 5, "Deleted RP ", rp, " from crpSet with prefix ", prefix,
+            " from rpCandidateStatus");
 }
 
 void RpSetMirror::unmirrorSet(const IpGenPrefix& zone, const IpGenPrefix& prefix) {
   if (!owns(zone, prefix)) return;
   owner_.erase(prefix);
   if (!rpCandidateStatus_->crpSet(prefix)) {
-    BSR_TRACE(8, prefix, " already deleted from rpCandidateStatus");
+    BSR_TRACE(sm, 8, prefix, " already deleted from rpCandidateStatus");
     return;
   }
   rpCandidateStatus_->crpSetDel(prefix);
-  BSR_TRACE(5, "Deleted crpSet with prefix ", prefix, " from rpCandidateStatus");
+  BSR_TRACE(sm, 5, "Deleted crpSet with prefix ", prefix, " from rpCandidateStatus");
 }
 
 }  // namespace Routing::Pim::Bsr

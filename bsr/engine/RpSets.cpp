@@ -5,8 +5,6 @@
 
 #include "bsr/types/Traces.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 
 RpSets::RpSets(std::shared_ptr<Status> bsrStatus, std::shared_ptr<PimBsrLimits> limits,
@@ -23,7 +21,7 @@ std::shared_ptr<RpCandidateSet> RpSets::find(const IpGenPrefix& zone,
 bool RpSets::roomForSet(const IpGenPrefix& zone, const IpGenPrefix& prefix) {
   if (totals_.groups < limits_->maxGroups()) return true;
   limits_->refusedGroupsInc();
-  BSR_TRACE(1, "No room for a set for prefix ", prefix, " in zone ", zone, " besides ",
+  BSR_TRACE(sm, 1, "No room for a set for prefix ", prefix, " in zone ", zone, " besides ",
             totals_.groups, " sets");
   return false;
 }
@@ -31,7 +29,7 @@ bool RpSets::roomForSet(const IpGenPrefix& zone, const IpGenPrefix& prefix) {
 bool RpSets::roomForRp(const IpGenPrefix& prefix, const IpGenAddr& rp) {
   if (totals_.rps < limits_->maxRps()) return true;
   limits_->refusedRpsInc();
-  BSR_TRACE(1, "No room for RP ", rp, " of prefix ", prefix, " besides ", totals_.rps, " RPs");
+  BSR_TRACE(sm, 1, "No room for RP ", rp, " of prefix ", prefix, " besides ", totals_.rps, " RPs");
   return false;
 }
 

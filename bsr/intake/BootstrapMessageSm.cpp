@@ -6,8 +6,6 @@
 #include "bsr/types/ZoneRules.h"
 #include "platform/entity/Assertion.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::io, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 namespace {
 
@@ -42,7 +40,7 @@ BootstrapMessageSm::BootstrapMessageSm(std::shared_ptr<PamManager> pamManager,
 }
 
 void BootstrapMessageSm::handleInitialize() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(io, 9, "");
   ROUTING_ASSERT_TEXT(pamManager_ && pamManager_->rpfTable(), "rpfTable()");
   startupTime_ = timerWheel_.now();
   globalZone_ = IpGenPrefix::multicast(bsrStatus_->af());
@@ -62,12 +60,12 @@ void BootstrapMessageSm::handleInitialize() {
 // --- receiving --------------------------------------------------------------------------------
 
 void BootstrapMessageSm::handleBootstrapMessage() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(io, 9, "");
   if (bsmInfo_->message() && initialized_) handleBSM();
 }
 
 void BootstrapMessageSm::handleBSM() {
-  BSR_TRACE(9, "handleBSM");
+  BSR_TRACE(io, 9, "handleBSM");
   const auto bsm = std::dynamic_pointer_cast<BootstrapMessage>(bsmInfo_->message());
   if (!bsm) return;
   if (counters_) {
@@ -88,10 +86,10 @@ bool BootstrapMessageSm::destinationAllowed(const Received& rx) {
   const IpGenAddr& destination = rx.bsm->destination();
   if (destination == allPimRouters(globalZone_.af())) return true;
   if (destination.isMulticast()) {
-    BSR_TRACE(1, "RX - Error - Do not know what we are dealing with here: ", destination);
+    BSR_TRACE(io, 1, "RX - Error - Do not know what we are dealing with here: ", destination);
     countError([](PimBsrErrorCounters& e) { e.rxInvalidIs(e.rxInvalid() + 1); });
   } else {
-    BSR_TRACE(1, "RX - Error - Unicast BSM not supported.");
+    BSR_TRACE(io, 1, "RX - Error - Unicast BSM not supported.");
     countError([](PimBsrErrorCounters& e) { e.rxUnicastBsmIs(e.rxUnicastBsm() + 1); });
   }
   return false;
@@ -104,11 +102,11 @@ bool BootstrapMessageSm::rpfAllowed(const Received& rx) {
   const bool sameLink = neighbor && (!neighbor->address.isLinkLocal() || neighbor->intf == rx.intf);
   if (neighbor && neighbor->address == rx.source && sameLink) return true;
   if (!neighbor) {
-    BSR_TRACE(1, "RX - Error - Dropping BSM since BSM src ", rx.source, " for BSR address ", bsr,
-              " - RPF neighbor not available.");
+    BSR_TRACE(io, 1, "RX - Error - Dropping BSM since BSM src ", rx.source, " for BSR address ",
+              bsr, " - RPF neighbor not available.");
   } else {
-    BSR_TRACE(1, "RX - Error - Dropping BSM since BSM src ", rx.source, " is not from neighbor ",
-              neighbor->address, " for BSR address ", bsr);
+    BSR_TRACE(io, 1, "RX - Error - Dropping BSM since BSM src ", rx.source,
+              " is not from neighbor ", neighbor->address, " for BSR address ", bsr);
   }
   countError([](PimBsrErrorCounters& e) { e.rxNbrRpfCheckIs(e.rxNbrRpfCheck() + 1); });
   return false;
@@ -120,10 +118,10 @@ bool BootstrapMessageSm::quickRefreshAllowed(const Received& rx) {
   const std::uint32_t period = bsPeriod(rx.zone);
   if (!last && sinceStartup <= period) return true;
   if (last) {
-    BSR_TRACE(1, "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. ",
+    BSR_TRACE(io, 1, "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. ",
               "lastBsm=", *last, ", TimeSince startup=", sinceStartup, ", bsPeriod=", period);
   } else {
-    BSR_TRACE(1, "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. ",
+    BSR_TRACE(io, 1, "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. ",
               "lastBsm=", "NULL", ", TimeSince startup=", sinceStartup, ", bsPeriod=", period);
   }
   countError([](PimBsrErrorCounters& e) { e.rxNoForwardBsmIs(e.rxNoForwardBsm() + 1); });
@@ -132,14 +130,14 @@ bool BootstrapMessageSm::quickRefreshAllowed(const Received& rx) {
 
 bool BootstrapMessageSm::borderAllowed(const Received& rx) {
   if (!isBorder(*bsrStatus_, rx.zone, rx.intf)) return true;
-  BSR_TRACE(1, "RX: Error - Dropping BSM since the interface ", rx.intf, " the message ",
+  BSR_TRACE(io, 1, "RX: Error - Dropping BSM since the interface ", rx.intf, " the message ",
             "arrived on is a BSR border for group", rx.zone);
   countError([](PimBsrErrorCounters& e) { e.rxFilterIs(e.rxFilter() + 1); });
   return false;
 }
 
 void BootstrapMessageSm::accept(const Received& rx) {
-  BSR_TRACE(4, "RX - Accepted BSM from ", rx.source);
+  BSR_TRACE(io, 4, "RX - Accepted BSM from ", rx.source);
   lastBsmIs(rx.zone, rx.bsm);
   bsmStatus_->iifIntfIdIs(rx.intf);
   const auto& groups = rx.bsm->groupRpData();
@@ -199,7 +197,7 @@ void BootstrapMessageSm::lastBsmDelAll() {
 
 void BootstrapMessageSm::handleTransmission() {
   if (!initialized_ || !bsmStatus_->txBsm()) return;
-  BSR_TRACE(9, "handleTransmission");
+  BSR_TRACE(io, 9, "handleTransmission");
   const auto& info = pamManager_->bsmTxInfo();
   const std::uint32_t before = info->count();
   info->intfIdIs(bsmStatus_->oifIntfId());

@@ -5,8 +5,6 @@
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::io, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 
 CrpMessageSm::CrpMessageSm(std::shared_ptr<PamManager> pamManager,
@@ -31,7 +29,7 @@ CrpMessageSm::CrpMessageSm(std::shared_ptr<PamManager> pamManager,
 }
 
 void CrpMessageSm::handleInitialize() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(io, 9, "");
   ROUTING_ASSERT_TEXT(pamManager_, "pimPamManager()");
   ROUTING_ASSERT_TEXT(ucastRouteStatus_, "ucastRouteStatus()");
   const AddressFamily af = bsrStatus_->af();
@@ -47,19 +45,19 @@ void CrpMessageSm::handleInitialize() {
 // --- receiving --------------------------------------------------------------------------------
 
 void CrpMessageSm::handleCrpAdvMessage() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(io, 9, "");
   handleCRPAdv(std::dynamic_pointer_cast<CrpAdvMessage>(crpMsgInfo_->message()));
 }
 
 void CrpMessageSm::handleCRPAdv(const std::shared_ptr<CrpAdvMessage>& message) {
-  BSR_TRACE(9, "");
+  BSR_TRACE(io, 9, "");
   if (!message || !initialized_) return;
   if (counters_) {
     counters_->rxInc();
     counters_->rxCrpAdvInc();
   }
   if (!permitted(*message)) return;
-  BSR_TRACE(4, "RX - Accepted CrpAdv from ", message->source());
+  BSR_TRACE(io, 4, "RX - Accepted CrpAdv from ", message->source());
   crpMsgStatus_->bsrIpIs(message->destination());
   crpMsgStatus_->rpIs(message->rpAddress());
   crpMsgStatus_->priorityIs(RpPriority(message->priority()));
@@ -67,7 +65,8 @@ void CrpMessageSm::handleCRPAdv(const std::shared_ptr<CrpAdvMessage>& message) {
   crpMsgStatus_->rxCrpMsgIs(message);
   for (const CrpGroupInfo& range : message->groupData()) handOver(range);
   if (message->groupData().empty()) {
-    BSR_TRACE(1, "RX - Received CRP Advertisement with 0 groups. Assuming 224.0.0.0/4 or ff00::/8");
+    BSR_TRACE(io, 1,
+              "RX - Received CRP Advertisement with 0 groups. Assuming 224.0.0.0/4 or ff00::/8");
     handOver(CrpGroupInfo(globalZone_));
   }
   if (!counters_) return;
@@ -78,7 +77,8 @@ void CrpMessageSm::handleCRPAdv(const std::shared_ptr<CrpAdvMessage>& message) {
 bool CrpMessageSm::permitted(const CrpAdvMessage& message) {
   const IpGenAddr& source = message.source();
   if (!crpPermitTrie_->longestMatch(IpGenPrefix::host(source)).isNone()) return true;
-  BSR_TRACE(1, "RX - Dropping CRP Adv since Crp Adv Message from ", source, " is not permitted");
+  BSR_TRACE(io, 1, "RX - Dropping CRP Adv since Crp Adv Message from ", source,
+            " is not permitted");
   if (!counters_) return false;
   counters_->rxErrorInc();
   counters_->rxCrpAdvErrorInc();
@@ -96,15 +96,15 @@ void CrpMessageSm::handOver(const CrpGroupInfo& range) {
 // --- sending ----------------------------------------------------------------------------------
 
 void CrpMessageSm::handleTransmission() {
-  BSR_TRACE(9, "");
+  BSR_TRACE(io, 9, "");
   if (!initialized_) {
-    BSR_TRACE(4, "Uninitialized. Not Sending");
+    BSR_TRACE(io, 4, "Uninitialized. Not Sending");
     return;
   }
   const std::shared_ptr<CrpAdvMessage> message = crpMsgStatus_->txCrpMsg();
   if (!message) return;
   if (isLocalHost(message->destination())) {
-    BSR_TRACE(1, "TX - Sending CRP Advertisement locally");
+    BSR_TRACE(io, 1, "TX - Sending CRP Advertisement locally");
     if (counters_) counters_->txSuccessInc();
     handleCRPAdv(message);
     return;
@@ -115,7 +115,7 @@ void CrpMessageSm::handleTransmission() {
   info->messageIs(message);
   info->countInc(1);
   const bool sent = before < info->count();
-  if (!sent) BSR_TRACE(1, "TX - Error sending CRP Advertisement");
+  if (!sent) BSR_TRACE(io, 1, "TX - Error sending CRP Advertisement");
   if (!counters_) return;
   counters_->txInc();
   sent ? counters_->txSuccessInc() : counters_->txErrorInc();
@@ -124,7 +124,7 @@ void CrpMessageSm::handleTransmission() {
 // Only a host route that the forwarding table marks as local makes an address ours; a default route
 // or a connected subnet does not.
 bool CrpMessageSm::isLocalHost(const IpGenAddr& address) const {
-  BSR_TRACE(9, " ( ", address, " )");
+  BSR_TRACE(io, 9, " ( ", address, " )");
   ROUTING_ASSERT_TEXT(address.af() != AddressFamily::unset, "0 && \"Address Family unknown\"");
   const IpGenPrefix host = IpGenPrefix::host(address);
   return ucastRouteStatus_->trie().longestMatch(host) == host &&

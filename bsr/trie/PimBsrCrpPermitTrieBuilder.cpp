@@ -4,9 +4,6 @@
 
 #include "bsr/types/Traces.h"
 
-#define BSR_TRACE(level, ...) \
-  ROUTING_TRACE(traces::crpPermitTrieBuilderSm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 
 PimBsrCrpPermitTrieBuilderSm::PimBsrCrpPermitTrieBuilderSm(std::shared_ptr<const Status> bsrStatus,
@@ -24,15 +21,15 @@ void PimBsrCrpPermitTrieBuilderSm::handleCrpPermit() {
 }
 
 void PimBsrCrpPermitTrieBuilderSm::handleCrpPermit(const IpGenPrefix& prefix) {
-  BSR_TRACE(9, " ( ", prefix, " )");
+  BSR_TRACE(crpPermitTrieBuilderSm, 9, " ( ", prefix, " )");
   if (bsrStatus_->crpPermit(prefix)) {
     if (!trieGen_->routeIs(prefix)) return;
     ++trieUpdates_;
-    BSR_TRACE(8, "Added prefix ", prefix, " into trie");
+    BSR_TRACE(crpPermitTrieBuilderSm, 8, "Added prefix ", prefix, " into trie");
   } else {
     if (!trieGen_->routeDel(prefix)) return;
     ++trieUpdates_;
-    BSR_TRACE(8, "Deleted prefix ", prefix, " from trie");
+    BSR_TRACE(crpPermitTrieBuilderSm, 8, "Deleted prefix ", prefix, " from trie");
   }
 }
 

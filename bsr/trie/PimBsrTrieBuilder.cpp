@@ -4,8 +4,6 @@
 
 #include "bsr/types/Traces.h"
 
-#define BSR_TRACE(level, ...) ROUTING_TRACE(traces::sm, level, vrfName(), __VA_ARGS__)
-
 namespace Routing::Pim::Bsr {
 
 PimBsrTrieBuilderSm::PimBsrTrieBuilderSm(std::shared_ptr<const Status> bsrStatus,
@@ -24,18 +22,18 @@ void PimBsrTrieBuilderSm::handleBsr() {
 }
 
 void PimBsrTrieBuilderSm::handleBsr(const IpGenPrefix& zone) {
-  BSR_TRACE(9, " ( ", zone, " )");
+  BSR_TRACE(sm, 9, " ( ", zone, " )");
   if (const auto& bsr = bsrStatus_->bootstrapRouter(zone)) {
     bsr_.try_emplace(zone, std::make_unique<BsrReactor>(*this, bsr));
     if (!trieGen_->routeIs(zone)) return;
     ++trieUpdates_;
-    BSR_TRACE(8, "Added prefix ", zone, " into trie");
+    BSR_TRACE(sm, 8, "Added prefix ", zone, " into trie");
     return;
   }
   bsr_.erase(zone);
   if (!trieGen_->routeDel(zone)) return;
   ++trieUpdates_;
-  BSR_TRACE(8, "Deleted prefix ", zone, " from trie");
+  BSR_TRACE(sm, 8, "Deleted prefix ", zone, " from trie");
 }
 
 PimBsrTrieBuilderSm::BsrReactor::BsrReactor(PimBsrTrieBuilderSm& builder,

@@ -15,3 +15,7 @@ extern TraceHandle io;                      // "Pim::Bsr::IO"
 extern TraceHandle crpPermitTrieBuilderSm;  // "Pim::Bsr::CrpPermitTrieBuilderSm"
 
 }  // namespace Routing::Pim::Bsr::traces
+
+/// Traces through one of these facilities, in a function of an object whose vrfName() is the VRF.
+#define BSR_TRACE(facility, level, ...) \
+  ROUTING_TRACE(::Routing::Pim::Bsr::traces::facility, level, vrfName(), __VA_ARGS__)

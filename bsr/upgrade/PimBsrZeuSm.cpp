@@ -25,18 +25,17 @@ void ZeuSm::handleInitialized() {
 }
 
 void ZeuSm::doZeuShutdown() {
-  ROUTING_TRACE(traces::sm, 8, vrfName(), "doZeuShutdown", "()");
+  BSR_TRACE(sm, 8, "doZeuShutdown", "()");
   if (!zeuClientShutdownStatus_->shutdown()) return;
   std::vector<std::shared_ptr<RpCandidate>> candidates;
   for (const auto& entry : status_->crp()) candidates.push_back(entry.second);
   for (const auto& candidate : candidates) candidate->intervalIs(CrpAdvInterval(zeuCrpInterval_));
-  ROUTING_TRACE(traces::sm, 8, vrfName(), "doZeuShutdown",
-                "(), Starting the ZEU notification timer");
+  BSR_TRACE(sm, 8, "doZeuShutdown", "(), Starting the ZEU notification timer");
   zeuTimer_.expiryInIs(zeuNotifyDelay_);
 }
 
 void ZeuSm::handleZeuTimerExpiry() {
-  ROUTING_TRACE(traces::sm, 8, vrfName(), "handleZeuTimerExpiry", "()");
+  BSR_TRACE(sm, 8, "handleZeuTimerExpiry", "()");
   zeuClientVrfStatus_->completedVrfIs(vrfName(), true);
   zeuTimer_.expiryIs(never);
 }

@@ -6,10 +6,6 @@
 #include "platform/pim/PimBodies.h"
 
 namespace Routing::Pim {
-namespace {
-constexpr std::size_t flagAndChecksumOctets = 3;
-}
-
 void readBody(WireReader& reader, CrpAdvMessage& adv) {
   reader.skip(flagAndChecksumOctets);
   adv.prefixCountIs(reader.u8());

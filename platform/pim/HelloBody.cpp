@@ -8,7 +8,6 @@
 namespace Routing::Pim {
 namespace {
 
-constexpr std::size_t flagAndChecksumOctets = 3;
 constexpr std::size_t longestOption = 0xffff;
 constexpr std::uint16_t tBit = 0x8000;
 

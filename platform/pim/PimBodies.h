@@ -11,6 +11,9 @@
 
 namespace Routing::Pim {
 
+/// What a body without flag bits skips first.
+inline constexpr std::size_t flagAndChecksumOctets = 3;
+
 /// Read a message of this type. A fault is left in the reader; the message is then unusable.
 void readBody(WireReader& reader, BootstrapMessage& bsm);
 void readBody(WireReader& reader, CrpAdvMessage& adv);

@@ -5,13 +5,13 @@
 namespace Routing {
 namespace {
 
-struct Registry {
+struct SysLog {
   std::vector<const SysLogMessage*> messages;
   std::vector<SysLogSink*> sinks;
 };
 
-Registry& registry() {
-  static Registry instance;
+SysLog& sysLog() {
+  static SysLog instance;
   return instance;
 }
 
@@ -24,11 +24,11 @@ SysLogMessage::SysLogMessage(std::string_view id, int severity, std::string_view
       format_(format),
       explanation_(explanation),
       recommendedAction_(recommendedAction) {
-  registry().messages.push_back(this);
+  sysLog().messages.push_back(this);
 }
 
 SysLogMessage::~SysLogMessage() {
-  std::erase(registry().messages, this);
+  std::erase(sysLog().messages, this);
 }
 
 void SysLogMessage::emit(std::initializer_list<std::string_view> arguments) const {
@@ -41,19 +41,19 @@ void SysLogMessage::emit(std::initializer_list<std::string_view> arguments) cons
     rest.remove_prefix(gap + 2);
   }
   text.append(rest);
-  for (SysLogSink* sink : registry().sinks) sink->log(*this, text);
+  for (SysLogSink* sink : sysLog().sinks) sink->log(*this, text);
 }
 
 const std::vector<const SysLogMessage*>& SysLogMessage::all() {
-  return registry().messages;
+  return sysLog().messages;
 }
 
 void sysLogSinkIs(SysLogSink& sink) {
-  registry().sinks.push_back(&sink);
+  sysLog().sinks.push_back(&sink);
 }
 
 void sysLogSinkDel(SysLogSink& sink) {
-  std::erase(registry().sinks, &sink);
+  std::erase(sysLog().sinks, &sink);
 }
 
 }  // namespace Routing

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/net/IpGenAddr.h"
+#include "platform/pim/PimProtocol.h"
 #include "sim/core/Topology.h"
 
 namespace Routing::Sim {
@@ -24,9 +25,8 @@ struct Packet {
   std::uint8_t ttl = 1;
   std::shared_ptr<const std::vector<std::uint8_t>> payload;
 
-  /// The PIM message type, from the first octet.
-  std::uint8_t type() const {
-    return payload->empty() ? 0xff : static_cast<std::uint8_t>(payload->front() & 0x0f);
+  bool is(Pim::PimType type) const {
+    return Pim::pimTypeOf(*payload) == static_cast<std::uint8_t>(type);
   }
 };
 

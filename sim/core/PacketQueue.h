@@ -22,7 +22,7 @@ struct Arrival {
 class PacketQueue {
  public:
   void add(double instant, RouterId to, std::shared_ptr<const Packet> packet) {
-    messages_ += packet->type() != 0;
+    messages_ += !packet->is(Pim::PimType::hello);
     heap_.push_back({instant, ++lastSerial_, to, std::move(packet)});
     std::push_heap(heap_.begin(), heap_.end(), later);
   }
@@ -33,7 +33,7 @@ class PacketQueue {
     std::pop_heap(heap_.begin(), heap_.end(), later);
     Arrival next = std::move(heap_.back());
     heap_.pop_back();
-    messages_ -= next.packet->type() != 0;
+    messages_ -= !next.packet->is(Pim::PimType::hello);
     return next;
   }
   std::size_t size() const { return heap_.size(); }

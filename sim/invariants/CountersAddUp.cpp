@@ -3,7 +3,7 @@
 namespace Routing::Sim {
 
 void CountersAddUp::note(RouterId router, const Packet& packet) {
-  if (packet.type() == 0) return;
+  if (packet.is(Pim::PimType::hello)) return;
   const std::pair who(router, packet.af);
   if (concerned_.empty() || concerned_.back() != who) concerned_.push_back(who);
 }

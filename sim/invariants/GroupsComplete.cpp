@@ -5,13 +5,12 @@
 namespace Routing::Sim {
 namespace {
 
-constexpr std::uint8_t bootstrapType = 4;
 constexpr double memory = 60.0;  // seconds; beyond the life of a fragment
 
 }  // namespace
 
 void GroupsComplete::delivering(const Packet& packet, RouterId to) {
-  if (packet.type() != bootstrapType || !world().speaker(to, packet.af).running()) return;
+  if (!packet.is(Pim::PimType::bootstrap) || !world().speaker(to, packet.af).running()) return;
   const auto bsm = peekBsm(*packet.payload);
   if (!bsm) return;
   for (const BsmPeek::Group& group : bsm->groups) {

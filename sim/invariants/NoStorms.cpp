@@ -6,7 +6,6 @@
 namespace Routing::Sim {
 namespace {
 
-constexpr std::uint8_t bootstrapType = 4;
 constexpr double minute = 60.0;
 constexpr std::size_t routine = 6;   // an elected BSR sends every 10 seconds at the most
 constexpr std::size_t repeated = 2;  // a network may repeat packets, and both are passed on
@@ -24,7 +23,7 @@ void NoStorms::Tally::add(const Packet& packet, std::uint16_t fragmentTag) {
 }
 
 void NoStorms::transmitted(const Packet& packet) {
-  if (packet.type() != bootstrapType) return;
+  if (!packet.is(Pim::PimType::bootstrap)) return;
   const auto bsm = peekBsm(*packet.payload, true);
   if (!bsm) return;
   const Place place(packet.sender, packet.network, bsm->zone());

@@ -145,7 +145,7 @@ std::string htmlReport(const ScenarioRun& run, const Timeline& timeline, const R
   data["messages"] = messagesJson(recorder, words);
   data["switches"] = switchesJson(recorder);
   data["words"] = words.texts();
-  std::string page(htmlPage());
+  std::string page(htmlPage);
   constexpr std::string_view mark = "@DATA@";
   return page.replace(page.find(mark), mark.size(), scriptText(data));
 }

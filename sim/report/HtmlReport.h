@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "sim/report/Recorder.h"
 #include "sim/report/Timeline.h"
@@ -12,6 +13,6 @@ namespace Routing::Sim {
 std::string htmlReport(const ScenarioRun& run, const Timeline& timeline, const Recorder& recorder);
 
 /// The page without its data, which replaces the word "@DATA@" (sim/report/page.html).
-std::string_view htmlPage();
+extern const std::string_view htmlPage;
 
 }  // namespace Routing::Sim

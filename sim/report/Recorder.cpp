@@ -13,7 +13,7 @@ Recorder::Recorder(World& world, Beliefs& beliefs)
 }
 
 void Recorder::keepMessage(const Packet& packet, RouterId to, double arrived) {
-  if (packet.type() == 0 || messages_.size() >= mostMessages) return;
+  if (packet.is(Pim::PimType::hello) || messages_.size() >= mostMessages) return;
   char kind = 'C';
   std::string about = packet.destination.text();
   if (const auto bsm = peekBsm(*packet.payload, true)) {

@@ -51,7 +51,7 @@ class NetlinkMonitorTest : public OwnNetwork {
   std::unique_ptr<NetlinkMonitor> monitor;
 };
 
-using Texts = std::multiset<std::string>;
+using Addresses = std::multiset<std::string>;
 
 TEST_F(NetlinkMonitorTest, ReadsWhatIsThereBeforeItSaysSo) {
   ip("addr add 10.0.0.1/24 dev v0");
@@ -64,10 +64,10 @@ TEST_F(NetlinkMonitorTest, ReadsWhatIsThereBeforeItSaysSo) {
   start();
   EXPECT_GE(published, 3U);  // lo, v0 and v1
   ASSERT_NE(find("v0"), nullptr);
-  EXPECT_EQ(addresses(*find("v0")), Texts{"10.0.0.1"});
+  EXPECT_EQ(addresses(*find("v0")), Addresses{"10.0.0.1"});
   EXPECT_EQ(find("v0")->link.mtu, 1400U);
   EXPECT_FALSE(find("v0")->link.up);
-  EXPECT_EQ(addresses(*find("lo")), (Texts{"127.0.0.1", "::1"}));
+  EXPECT_EQ(addresses(*find("lo")), (Addresses{"127.0.0.1", "::1"}));
 }
 
 TEST_F(NetlinkMonitorTest, FollowsNamesDevicesAndVrfs) {

@@ -11,8 +11,8 @@
 namespace Routing::Agent {
 namespace {
 
-/// Hops as "INTERFACE" or "INTERFACE GATEWAY".
-using Hops = std::multiset<std::string>;
+/// HopTexts as "INTERFACE" or "INTERFACE GATEWAY".
+using HopTexts = std::multiset<std::string>;
 
 class RouteQueryTest : public OwnNetwork {
  protected:
@@ -26,10 +26,10 @@ class RouteQueryTest : public OwnNetwork {
         "addr add 2001:db8::1/64 dev v0 nodad\naddr add 2001:db8:1::1/64 dev v1 nodad\n");
   }
 
-  Hops hops(const std::string& address, std::uint32_t vrfIndex = 0) {
+  HopTexts hops(const std::string& address, std::uint32_t vrfIndex = 0) {
     const auto answer = query->hops(IpGenAddr::fromText(address).value(), vrfIndex);
     if (!answer) return {"no answer"};
-    Hops result;
+    HopTexts result;
     for (const RouteHop& hop : *answer) {
       char name[IF_NAMESIZE]{};
       if_indextoname(hop.index, name);
@@ -55,18 +55,18 @@ TEST_F(RouteQueryTest, FollowsIpv4Routes) {
       "route add blackhole 203.0.113.0/28\nroute add unreachable 203.0.113.16/28\n"
       "route add prohibit 203.0.113.32/28\nroute add 100.64.0.0/24 via inet6 2001:db8::2 dev v0\n"
       "route add 192.0.2.128/25 dev v1 scope link\n");
-  EXPECT_EQ(hops("10.0.0.77"), Hops{"v0"});
-  EXPECT_EQ(hops("192.0.2.1"), Hops{"v0 10.0.0.2"});
-  EXPECT_EQ(hops("192.0.2.129"), Hops{"v1"});
-  EXPECT_EQ(hops("198.51.100.1"), (Hops{"v0 10.0.0.2", "v1 10.0.1.2"}));
+  EXPECT_EQ(hops("10.0.0.77"), HopTexts{"v0"});
+  EXPECT_EQ(hops("192.0.2.1"), HopTexts{"v0 10.0.0.2"});
+  EXPECT_EQ(hops("192.0.2.129"), HopTexts{"v1"});
+  EXPECT_EQ(hops("198.51.100.1"), (HopTexts{"v0 10.0.0.2", "v1 10.0.1.2"}));
   for (const char* text : {"203.0.113.1", "203.0.113.17", "203.0.113.33", "100.64.0.1", "10.0.0.1",
                            "10.0.1.1", "10.0.0.255", "172.16.0.1"}) {
-    EXPECT_EQ(hops(text), Hops{}) << text;
+    EXPECT_EQ(hops(text), HopTexts{}) << text;
   }
   ip("route change 192.0.2.0/24 via 10.0.1.2");
-  EXPECT_EQ(hops("192.0.2.1"), Hops{"v1 10.0.1.2"});
+  EXPECT_EQ(hops("192.0.2.1"), HopTexts{"v1 10.0.1.2"});
   ip("route add default via 10.0.0.9");
-  EXPECT_EQ(hops("172.16.0.1"), Hops{"v0 10.0.0.9"});
+  EXPECT_EQ(hops("172.16.0.1"), HopTexts{"v0 10.0.0.9"});
 }
 
 TEST_F(RouteQueryTest, FollowsIpv6Routes) {
@@ -75,19 +75,19 @@ TEST_F(RouteQueryTest, FollowsIpv6Routes) {
       "route add 2001:db8:b::/48 nexthop via fe80::2 dev v0 nexthop via 2001:db8:1::2\n"
       "route add blackhole 2001:db8:c::/48\nroute add unreachable 2001:db8:d::/48\n"
       "route add prohibit 2001:db8:e::/48\n");
-  EXPECT_EQ(hops("2001:db8::77"), Hops{"v0"});
-  EXPECT_EQ(hops("2001:db8:a::1"), Hops{"v0 fe80::2"});
-  EXPECT_EQ(hops("2001:db8:b::1"), (Hops{"v0 fe80::2", "v1 2001:db8:1::2"}));
+  EXPECT_EQ(hops("2001:db8::77"), HopTexts{"v0"});
+  EXPECT_EQ(hops("2001:db8:a::1"), HopTexts{"v0 fe80::2"});
+  EXPECT_EQ(hops("2001:db8:b::1"), (HopTexts{"v0 fe80::2", "v1 2001:db8:1::2"}));
   for (const char* text :
        {"2001:db8:c::1", "2001:db8:d::1", "2001:db8:e::1", "2001:db8::1", "2001:db8:ffff::1"}) {
-    EXPECT_EQ(hops(text), Hops{}) << text;
+    EXPECT_EQ(hops(text), HopTexts{}) << text;
   }
 }
 
 TEST_F(RouteQueryTest, AsksAgainForARouteThatOnlyNamesANextHopObject) {
   std::ofstream("/proc/sys/net/ipv4/nexthop_compat_mode") << "0\n";
   ipBatch("nexthop add id 5 via 10.0.0.2 dev v0\nroute add 192.0.2.0/24 nhid 5\n");
-  EXPECT_EQ(hops("192.0.2.1"), Hops{"v0 10.0.0.2"});
+  EXPECT_EQ(hops("192.0.2.1"), HopTexts{"v0 10.0.0.2"});
 }
 
 TEST_F(RouteQueryTest, KeepsVrfsApart) {
@@ -100,12 +100,12 @@ TEST_F(RouteQueryTest, KeepsVrfsApart) {
       "route add 192.0.2.0/24 via 10.0.0.2\nroute add 192.0.2.0/24 via 10.0.1.2 vrf red\n"
       "route add 2001:db8:a::/48 via fe80::2 dev v1 vrf red\n");
   const std::uint32_t red = if_nametoindex("red");
-  EXPECT_EQ(hops("192.0.2.1"), Hops{"v0 10.0.0.2"});
-  EXPECT_EQ(hops("192.0.2.1", red), Hops{"v1 10.0.1.2"});
-  EXPECT_EQ(hops("2001:db8:a::1"), Hops{});
-  EXPECT_EQ(hops("2001:db8:a::1", red), Hops{"v1 fe80::2"});
-  EXPECT_EQ(hops("10.0.1.1", red), Hops{});
-  EXPECT_EQ(hops("10.0.0.77", red), Hops{});
+  EXPECT_EQ(hops("192.0.2.1"), HopTexts{"v0 10.0.0.2"});
+  EXPECT_EQ(hops("192.0.2.1", red), HopTexts{"v1 10.0.1.2"});
+  EXPECT_EQ(hops("2001:db8:a::1"), HopTexts{});
+  EXPECT_EQ(hops("2001:db8:a::1", red), HopTexts{"v1 fe80::2"});
+  EXPECT_EQ(hops("10.0.1.1", red), HopTexts{});
+  EXPECT_EQ(hops("10.0.0.77", red), HopTexts{});
 }
 
 TEST_F(RouteQueryTest, IsToldOfWhateverChangesRoutes) {

@@ -17,13 +17,13 @@ const std::string good = PIMBSR_SOURCE_DIR "/packaging/pimbsrd.yaml";
 const std::string warned = PIMBSR_SOURCE_DIR "/tests/data/config/good/everything.yaml";
 const std::string bad = PIMBSR_SOURCE_DIR "/tests/data/config/bad/hold-time-low.yaml";
 
-struct Outcome {
+struct Verdict {
   int code;
   std::string out;
 };
 
 /// From the command line to the exit code; nothing may be said on standard error.
-Outcome check(std::vector<const char*> arguments) {
+Verdict check(std::vector<const char*> arguments) {
   arguments.insert(arguments.begin(), {"pimbsrctl", "check"});
   const auto parsed = parseOptions(static_cast<int>(arguments.size()), arguments.data());
   if (const auto* early = std::get_if<EarlyExit>(&parsed)) return {early->code, early->text};

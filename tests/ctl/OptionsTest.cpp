@@ -19,14 +19,14 @@ std::variant<Options, EarlyExit> parse(const std::string& line) {
   return parseOptions(static_cast<int>(argv.size()), argv.data());
 }
 
-Options good(const std::string& line) {
+Options accepted(const std::string& line) {
   const auto parsed = parse(line);
-  if (const auto* early = std::get_if<EarlyExit>(&parsed)) ADD_FAILURE() << early->text;
+  if (const auto* refused = std::get_if<EarlyExit>(&parsed)) ADD_FAILURE() << refused->text;
   const auto* options = std::get_if<Options>(&parsed);
   return options == nullptr ? Options{} : *options;
 }
 
-EarlyExit early(const std::string& line) {
+EarlyExit refused(const std::string& line) {
   const auto parsed = parse(line);
   const auto* exit = std::get_if<EarlyExit>(&parsed);
   if (exit == nullptr) ADD_FAILURE() << line << " was accepted";
@@ -35,7 +35,7 @@ EarlyExit early(const std::string& line) {
 
 TEST(CtlOptions, ReadTheCommandWord) {
   unsetenv("PIMBSR_SOCKET");
-  const Options plain = good("show ip pim rp-set");
+  const Options plain = accepted("show ip pim rp-set");
   EXPECT_EQ("show", plain.command);
   EXPECT_EQ("ipv4", plain.family);
   EXPECT_EQ("rp-set", plain.topic);
@@ -44,29 +44,29 @@ TEST(CtlOptions, ReadTheCommandWord) {
   EXPECT_FALSE(plain.json);
   EXPECT_FALSE(plain.timeout);
 
-  const Options hash = good("show ipv6 pim rp-hash ff0e::1 --vrf red --json");
+  const Options hash = accepted("show ipv6 pim rp-hash ff0e::1 --vrf red --json");
   EXPECT_EQ("ipv6", hash.family);
   EXPECT_EQ("ff0e::1", hash.group);
   EXPECT_EQ("red", hash.vrf);
   EXPECT_TRUE(hash.json);
 
-  EXPECT_EQ("clear", good("clear ip pim counters").command);
-  EXPECT_TRUE(good("watch ip pim bsr").snapshot);
-  EXPECT_FALSE(good("watch ip pim bsr --changes-only").snapshot);
-  EXPECT_EQ("reload", good("reload").command);
-  EXPECT_EQ("upgrade", good("upgrade prepare --timeout 60").command);
+  EXPECT_EQ("clear", accepted("clear ip pim counters").command);
+  EXPECT_TRUE(accepted("watch ip pim bsr").snapshot);
+  EXPECT_FALSE(accepted("watch ip pim bsr --changes-only").snapshot);
+  EXPECT_EQ("reload", accepted("reload").command);
+  EXPECT_EQ("upgrade", accepted("upgrade prepare --timeout 60").command);
 }
 
 TEST(CtlOptions, StandBeforeOrBehindTheCommand) {
-  EXPECT_EQ("/tmp/x", good("--socket /tmp/x show ip pim bsr").socket);
-  EXPECT_EQ("/tmp/x", good("show ip pim bsr --socket /tmp/x").socket);
-  EXPECT_EQ(1.5, good("show ip pim bsr --timeout 1.5").timeout);
+  EXPECT_EQ("/tmp/x", accepted("--socket /tmp/x show ip pim bsr").socket);
+  EXPECT_EQ("/tmp/x", accepted("show ip pim bsr --socket /tmp/x").socket);
+  EXPECT_EQ(1.5, accepted("show ip pim bsr --timeout 1.5").timeout);
 }
 
 TEST(CtlOptions, TakeTheSocketFromTheEnvironment) {
   setenv("PIMBSR_SOCKET", "/tmp/env.sock", 1);
-  EXPECT_EQ("/tmp/env.sock", good("show ip pim bsr").socket);
-  EXPECT_EQ("/tmp/x", good("--socket /tmp/x show ip pim bsr").socket);
+  EXPECT_EQ("/tmp/env.sock", accepted("show ip pim bsr").socket);
+  EXPECT_EQ("/tmp/x", accepted("--socket /tmp/x show ip pim bsr").socket);
   unsetenv("PIMBSR_SOCKET");
 }
 
@@ -76,16 +76,16 @@ TEST(CtlOptions, RefuseWhatMakesNoSense) {
         "show ip pim bsr extra", "clear ip pim bsr", "watch ip pim rp-hash",
         "show ip pim bsr --timeout 0", "show ip pim bsr --changes-only", "upgrade", "reload x",
         "show ip pim bsr --no-such"}) {
-    const EarlyExit exit = early(line);
+    const EarlyExit exit = refused(line);
     EXPECT_EQ(exitUsage, exit.code) << line;
     EXPECT_FALSE(exit.text.empty()) << line;
   }
 }
 
 TEST(CtlOptions, HelpAndVersionAreNoFaults) {
-  EXPECT_EQ(exitGood, early("--help").code);
-  EXPECT_NE(std::string::npos, early("show ip pim --help").text.find("rp-hash"));
-  EXPECT_EQ(0u, early("--version").text.find("pimbsrctl "));
+  EXPECT_EQ(exitGood, refused("--help").code);
+  EXPECT_NE(std::string::npos, refused("show ip pim --help").text.find("rp-hash"));
+  EXPECT_EQ(0u, refused("--version").text.find("pimbsrctl "));
 }
 
 }  // namespace

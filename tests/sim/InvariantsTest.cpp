@@ -7,12 +7,12 @@
 namespace Routing::Sim {
 namespace {
 
-constexpr auto v4 = AddressFamily::ipv4;
+using enum AddressFamily;
 
 /// A Bootstrap message of r1 as octets.
 std::vector<std::uint8_t> octets(Pim::BootstrapMessage& bsm, const IpGenAddr& source) {
   std::vector<std::uint8_t> out;
-  EXPECT_TRUE(Pim::encode(bsm, source, Pim::allPimRouters(v4), out));
+  EXPECT_TRUE(Pim::encode(bsm, source, Pim::allPimRouters(ipv4), out));
   return out;
 }
 
@@ -31,8 +31,8 @@ class InvariantsTest : public testing::Test {
     bsr.candidateBsrs.push_back({all, {}, 64, 30, 60});
     RouterConfig rp;
     rp.candidateRps.push_back({{}, {{all, 192}}, 60, false});
-    world->speaker(0, v4).configIs(bsr);
-    world->speaker(2, v4).configIs(rp);
+    world->speaker(0, ipv4).configIs(bsr);
+    world->speaker(2, ipv4).configIs(rp);
     beliefs.emplace(*world);
     invariants.emplace(*world, *beliefs);
     for (RouterId id = 0; id < 3; ++id) {
@@ -43,7 +43,7 @@ class InvariantsTest : public testing::Test {
                                << " s: " << invariants->violations()[0].what;
     ASSERT_GT(invariants->judgedQuiet(), 0U);
   }
-  Pim::Bsr::Status& status(RouterId id) { return *world->speaker(id, v4).status(); }
+  Pim::Bsr::Status& status(RouterId id) { return *world->speaker(id, ipv4).status(); }
   Pim::Bsr::ElectedBsrStatus& record(RouterId id) { return *status(id).bootstrapRouter(all); }
   void betterRpIs(Pim::RpCandidateStatus& set) {
     const auto rp = set.newCrpSet(all)->newRp(IpGenAddr::v4(0x0a070707));
@@ -52,7 +52,7 @@ class InvariantsTest : public testing::Test {
     rp->expiryTimeIs(world->instant() + 1000);
   }
   Pim::RpEntry& rpInView(RouterId id) {
-    return *world->speaker(id, v4).view()->crpSet(all)->rp(Topology::loopback(2, v4));
+    return *world->speaker(id, ipv4).view()->crpSet(all)->rp(Topology::loopback(2, ipv4));
   }
   /// Plants a fault at once and lets the network run on for a while; which rule finds it.
   std::string planted(const std::function<void()>& fault, double seconds = 20) {
@@ -63,16 +63,16 @@ class InvariantsTest : public testing::Test {
   /// A Bootstrap message without RPs that names r1 goes from r2 to r3.
   void sendFromR2(std::uint16_t tag) {
     Pim::BootstrapMessage bsm;
-    bsm.bsrAddressIs(Topology::loopback(0, v4));
+    bsm.bsrAddressIs(Topology::loopback(0, ipv4));
     bsm.fragmentTagIs(tag);
     bsm.bsrPriorityIs(64);
     bsm.hashMaskLenIs(30);
     sendFromR2(bsm);
   }
   void sendFromR2(Pim::BootstrapMessage& bsm) {
-    const IpGenAddr source = Topology::onNetwork(1, 0, v4);
+    const IpGenAddr source = Topology::onNetwork(1, 0, ipv4);
     const auto payload = octets(bsm, source);
-    world->send(1, v4, {IntfId("r2-r3"), source, Pim::allPimRouters(v4), payload});
+    world->send(1, ipv4, {IntfId("r2-r3"), source, Pim::allPimRouters(ipv4), payload});
   }
   bool found(std::string_view invariant) const {
     for (const Violation& violation : invariants->violations()) {
@@ -84,7 +84,7 @@ class InvariantsTest : public testing::Test {
     return invariants->violations().empty() ? "none" : invariants->violations()[0].invariant;
   }
 
-  const IpGenPrefix all = IpGenPrefix::multicast(v4);
+  const IpGenPrefix all = IpGenPrefix::multicast(ipv4);
   Topology topology;
   std::optional<World> world;
   std::optional<Beliefs> beliefs;
@@ -113,7 +113,7 @@ const Fault faults[] = {
     {"AnRpThatIsMissingOnOneRouter", "one RP set", 20,
      [](InvariantsTest& net) {
        const auto set = net.status(1).crpStatus(net.all)->status()->crpSet(net.all);
-       set->rpDel(Topology::loopback(2, v4));
+       set->rpDel(Topology::loopback(2, ipv4));
      }},
     {"AnRpWithAnotherPriorityInPimsView", "one RP set", 20,
      [](InvariantsTest& net) { net.rpInView(1).priorityIs(Pim::RpPriority(3)); }},
@@ -122,14 +122,14 @@ const Fault faults[] = {
      [](InvariantsTest& net) {
        RouterConfig config;
        config.candidateRps.push_back({{}, {{net.all, 192}}, 60, false});
-       net.world->speaker(1, v4).configIs(config);
-       net.status(1).crpDel(Topology::loopback(1, v4));
-       net.world->configIs(2, v4, config);  // a disturbance, after which all is judged anew
+       net.world->speaker(1, ipv4).configIs(config);
+       net.status(1).crpDel(Topology::loopback(1, ipv4));
+       net.world->configIs(2, ipv4, config);  // a disturbance, after which all is judged anew
      }},
     {"AnRpThatOutlivesItsHoldTime", "RPs expire", 20,
      [](InvariantsTest& net) { net.rpInView(1).expiryTimeIs(net.world->instant() + 0.5); }},
     {"AnRpThatNoZoneKnows", "RPs expire", 20,
-     [](InvariantsTest& net) { net.betterRpIs(*net.world->speaker(1, v4).view()); }},
+     [](InvariantsTest& net) { net.betterRpIs(*net.world->speaker(1, ipv4).view()); }},
     {"ACounterThatDoesNotAddUp", "counters add up", 70,
      [](InvariantsTest& net) { net.status(1).counters()->rxSuccessInc(); }},
     {"AnErrorWithoutAReason", "counters add up", 70,
@@ -143,7 +143,7 @@ const Fault faults[] = {
      [](InvariantsTest& net) {
        RouterConfig config;
        config.borders.push_back({net.all, 1});
-       net.world->speaker(1, v4).configIs(config);
+       net.world->speaker(1, ipv4).configIs(config);
        net.sendFromR2(1);
      }},
     {"TwoMessagesInOneEvent", "no storms", 20,
@@ -158,7 +158,7 @@ const Fault faults[] = {
        }
      }},
     {"ARouterThatHoldsMoreThanItsLimits", "memory bounded", 70,
-     [](InvariantsTest& net) { net.world->speaker(1, v4).limits()->maxRpsIs(0); }},
+     [](InvariantsTest& net) { net.world->speaker(1, ipv4).limits()->maxRpsIs(0); }},
     {"TimersThatPileUp", "memory bounded", 70,
      [](InvariantsTest& net) {
        for (int i = 0; i < 5'000; ++i) {
@@ -183,7 +183,7 @@ TEST_F(InvariantsTest, AnotherRpForTheSameGroup) {
   settle();
   planted([&] {
     betterRpIs(*status(1).crpStatus(all)->status());
-    betterRpIs(*world->speaker(1, v4).view());
+    betterRpIs(*world->speaker(1, ipv4).view());
   });
   EXPECT_TRUE(found("same RP")) << first();
 }
@@ -194,8 +194,8 @@ TEST_F(InvariantsTest, AnIncompleteRangeThatIsUsed) {
    public:
     explicit Taker(Speaker& speaker) : speaker_(speaker) {}
     void delivering(const Packet& packet, RouterId to) override {
-      if (to != 2 || packet.type() != 4) return;
-      const IpGenPrefix range = IpGenPrefix::multicast(v4);
+      if (to != 2 || !packet.is(Pim::PimType::bootstrap)) return;
+      const IpGenPrefix range = IpGenPrefix::multicast(ipv4);
       speaker_.status()->crpStatus(range)->status()->crpSet(range)->newRp(rp)->expiryTimeIs(1e9);
     }
     const IpGenAddr rp = IpGenAddr::v4(0x0a070707);
@@ -204,11 +204,11 @@ TEST_F(InvariantsTest, AnIncompleteRangeThatIsUsed) {
     Speaker& speaker_;
   };
   settle();
-  Taker taker(world->speaker(2, v4));
+  Taker taker(world->speaker(2, ipv4));
   world->observerIs(taker);
   const auto violation = planted([&] {
     Pim::BootstrapMessage bsm;
-    bsm.bsrAddressIs(Topology::loopback(0, v4));
+    bsm.bsrAddressIs(Topology::loopback(0, ipv4));
     bsm.bsrPriorityIs(64);
     Pim::BootstrapGroupData group(all, 0);
     group.rpCountIs(3);

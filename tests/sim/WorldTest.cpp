@@ -6,7 +6,7 @@
 namespace Routing::Sim {
 namespace {
 
-constexpr auto v4 = AddressFamily::ipv4;
+using enum AddressFamily;
 
 // The numbers are those of the published generator, so that every build draws the same.
 TEST(Random, DrawsTheSameNumbersEverywhere) {
@@ -32,7 +32,7 @@ TEST(UnicastRoutes, TakesEveryShortestWay) {
   Topology ring;
   ring.addRing(6);
   UnicastRoutes routes(ring);
-  const IpGenAddr far = Topology::loopback(3, v4);
+  const IpGenAddr far = Topology::loopback(3, ipv4);
   routes.ownerIs(far, {3, true, 0});
   Liveness liveness = allUp(ring);
   routes.livenessIs(liveness);
@@ -40,7 +40,7 @@ TEST(UnicastRoutes, TakesEveryShortestWay) {
   ASSERT_EQ(routes.hops(1, far).size(), 1U);
   EXPECT_EQ(routes.hops(1, far)[0].router, 2U);
   EXPECT_TRUE(routes.hops(3, far).empty()) << "its own address";
-  EXPECT_TRUE(routes.hops(0, Topology::loopback(9, v4)).empty()) << "nobody's address";
+  EXPECT_TRUE(routes.hops(0, Topology::loopback(9, ipv4)).empty()) << "nobody's address";
   liveness.network[*ring.networkNamed("r2-r3")] = false;
   routes.livenessIs(liveness);
   ASSERT_EQ(routes.hops(1, far).size(), 1U);
@@ -56,7 +56,7 @@ TEST(UnicastRoutes, AnAddressOnALanIsReachedThroughTheNearestRouterThere) {
   const RouterId far = topology.newRouter("far");
   topology.newLink(2, far);
   UnicastRoutes routes(topology);
-  const IpGenAddr onLan = Topology::onNetwork(0, 0, v4);
+  const IpGenAddr onLan = Topology::onNetwork(0, 0, ipv4);
   routes.ownerIs(onLan, {0, false, 0});
   routes.livenessIs(allUp(topology));
   ASSERT_EQ(routes.hops(1, onLan).size(), 1U);

@@ -22,6 +22,9 @@ namespace Routing::TestKit {
 
 namespace Bsr = Pim::Bsr;
 
+/// The global zone of IPv4.
+inline constexpr const char* global = "224.0.0.0/4";
+
 /// Lines of text, as tests compare them.
 using Lines = std::vector<std::string>;
 

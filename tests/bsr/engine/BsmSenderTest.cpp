@@ -17,8 +17,6 @@ namespace {
 
 using namespace TestKit;
 
-const char* const global = "224.0.0.0/4";
-
 /// RPs 10.5.x.y, so many of them.
 Rps rps(unsigned count) {
   Rps all;

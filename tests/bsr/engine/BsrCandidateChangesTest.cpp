@@ -18,10 +18,10 @@ TEST_F(BsrCandidateChangesTest, ATimeoutNotAboveThePeriodIsOverridden) {
       "130 secs, which is less than this C-BSR BSM interval of 130 secs. Overriding this with "
       "value "
       "( 2 * BS_Period ) + 10 as recommended by RFC 5059.";
-  router.candidateBsrIs(g4, "10.0.0.1", 64, 30, 130);
+  router.candidateBsrIs(global, "10.0.0.1", 64, 30, 130);
   EXPECT_EQ(machine().bsTimeout(), 270u) << "equality included";
   EXPECT_TRUE(traced(8, "BS holdtime is set to " + overridden));
-  const auto own = router.status->cbsr(prefix(g4));
+  const auto own = router.status->cbsr(prefix(global));
   own->bsPeriodIs(129);
   EXPECT_EQ(machine().bsTimeout(), 130u);
   EXPECT_FALSE(traced(8, "BS holdtime is " + overridden));
@@ -61,14 +61,14 @@ TEST_F(BsrCandidateChangesTest, ElectedItTakesNewValuesIntoItsRecordAndItsNextMe
   standAndWin();
   advertise("228.0.0.0/8", "10.6.6.6");
   const double next = machine().bsExpiry();
-  const auto own = router.status->cbsr(prefix(g4));
+  const auto own = router.status->cbsr(prefix(global));
   traces.clear();
   own->priorityIs(99);
-  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 99 30");
+  EXPECT_EQ(router.bsrOf(global), "10.0.0.1 99 30");
   EXPECT_TRUE(traced(4, "Changing priority to 99 for zone 224.0.0.0/4"));
   EXPECT_TRUE(traced(4, "Changing priority of Elected BSR to 99"));
   own->hashMaskLenIs(17);
-  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 99 17");
+  EXPECT_EQ(router.bsrOf(global), "10.0.0.1 99 17");
   EXPECT_TRUE(traced(4, "Changing hashmask lenth of Elected BSR to 17"));
   EXPECT_EQ(rp("228.0.0.0/8", "10.6.6.6").hashMaskLen().value(), 17u);
   EXPECT_EQ(rpIn(*router.pimRpStatus, "228.0.0.0/8", "10.6.6.6").hashMaskLen().value(), 17u);
@@ -76,10 +76,10 @@ TEST_F(BsrCandidateChangesTest, ElectedItTakesNewValuesIntoItsRecordAndItsNextMe
   EXPECT_LT(setup, now() + 1);
   wait(1);
   own->priorityIs(100);
-  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 100 17") << "no change undoes another";
+  EXPECT_EQ(router.bsrOf(global), "10.0.0.1 100 17") << "no change undoes another";
   EXPECT_EQ(record().setupTime(), setup);
   own->addressIs(addr("10.0.1.1"));
-  EXPECT_EQ(router.bsrOf(g4), "10.0.1.1 100 17");
+  EXPECT_EQ(router.bsrOf(global), "10.0.1.1 100 17");
   EXPECT_EQ(record().setupTime(), now()) << "others see another BSR";
   EXPECT_TRUE(traced(4, "Changing IP address to 10.0.1.1 for zone 224.0.0.0/4"));
   EXPECT_EQ(stored(), "10.0.1.1 100 17");
@@ -91,7 +91,7 @@ TEST_F(BsrCandidateChangesTest, ElectedItTakesNewValuesIntoItsRecordAndItsNextMe
 
 TEST_F(BsrCandidateChangesTest, ARaisedPriorityIsContestedAndALoweredOneIsNot) {
   standAndFollow();
-  const auto own = router.status->cbsr(prefix(g4));
+  const auto own = router.status->cbsr(prefix(global));
   wait(10);
   own->priorityIs(192);
   EXPECT_EQ(state(), "cBsr") << "the BSR's address is higher";
@@ -106,14 +106,14 @@ TEST_F(BsrCandidateChangesTest, ARaisedPriorityIsContestedAndALoweredOneIsNot) {
   EXPECT_EQ(state(), "pBsr") << "the BSR is the worse one now";
   wait(4);
   EXPECT_EQ(state(), "eBsr");
-  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 193 30");
+  EXPECT_EQ(router.bsrOf(global), "10.0.0.1 193 30");
 }
 
 TEST_F(BsrCandidateChangesTest, ARunningBackOffIsShortenedAndNeverLengthened) {
   standAndFollow();
   wait(timeout);
   const double silence = now();
-  const auto own = router.status->cbsr(prefix(g4));
+  const auto own = router.status->cbsr(prefix(global));
   expectTimer(silence + 20);
   const double expiryOfRecord = record().expiryTime();
   wait(1);
@@ -136,7 +136,7 @@ TEST_F(BsrCandidateChangesTest, ARunningBackOffIsShortenedAndNeverLengthened) {
 TEST_F(BsrCandidateChangesTest, AShorterPeriodCountsAtOnceAndALongerOneFromTheNextMessageOn) {
   standAndWin();
   const double elected = now();
-  const auto own = router.status->cbsr(prefix(g4));
+  const auto own = router.status->cbsr(prefix(global));
   wait(10);
   traces.clear();
   own->bsPeriodIs(90);
@@ -155,19 +155,19 @@ TEST_F(BsrCandidateChangesTest, AShorterPeriodCountsAtOnceAndALongerOneFromTheNe
 
 TEST_F(BsrCandidateChangesTest, ValuesThatAreTakenBackStayInForce) {
   standAndWin();
-  const auto own = router.status->cbsr(prefix(g4));
+  const auto own = router.status->cbsr(prefix(global));
   own->priorityIs(Bsr::priorityUnknown);
   own->hashMaskLenIs(Bsr::hashMaskLenUnknown);
   own->bsPeriodIs(Bsr::bsPeriodUnknown);
   own->addressIs(IpGenAddr{});
-  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 64 30");
+  EXPECT_EQ(router.bsrOf(global), "10.0.0.1 64 30");
   const double before = now();
   wait(2 * period);
   Lines expected = onBoth(before + period, ownText);
   for (const auto& line : onBoth(before + 2 * period, ownText)) expected.push_back(line);
   EXPECT_EQ(sent(), expected);
   own->priorityIs(7);
-  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 7 30");
+  EXPECT_EQ(router.bsrOf(global), "10.0.0.1 7 30");
 }
 
 // The record's hash mask length concerns the RPs that this router itself announces, and no others.
@@ -179,13 +179,13 @@ TEST_F(BsrCandidateChangesTest, OnlyTheElectedOneGivesItsRpsANewHashMaskLength) 
   hear(better().hashMask(21));
   EXPECT_TRUE(
       rootTraced("Local CBSR configured for zone 224.0.0.0/4 is not elected BSR. Nothing to do"));
-  router.status->cbsr(prefix(g4))->priorityIs(255);
+  router.status->cbsr(prefix(global))->priorityIs(255);
   router.status->crpStatusDelAll();
   wait(10);
   ASSERT_EQ(state(), "eBsr");
   EXPECT_TRUE(rootTraced("No CRP have been populated for zone 224.0.0.0/4"));
   advertise("228.0.0.0/8", "10.6.6.6");
-  router.status->cbsr(prefix(g4))->hashMaskLenIs(9);
+  router.status->cbsr(prefix(global))->hashMaskLenIs(9);
   EXPECT_TRUE(traces.ends("Sm", 8,
                           "Setting hash mask Len to 9 for RP 10.6.6.6 in rp candidate set "
                           "for zone 224.0.0.0/4"));
@@ -198,32 +198,32 @@ TEST_F(BsrCandidateChangesTest, DeconfiguredWhileElectedItSaysSoWithItsRpSet) {
   advertise("228.0.0.0/8", "10.6.6.6");
   wait(3);
   Minutes minutes(router);
-  const auto own = router.status->cbsr(prefix(g4));
-  router.status->cbsrDel(prefix(g4));
+  const auto own = router.status->cbsr(prefix(global));
+  router.status->cbsrDel(prefix(global));
   EXPECT_EQ(minutes.read(),
             (Lines{"sent on eth0", "sent on eth1", "228.0.0.0/8 deleted", "record deleted"}));
   EXPECT_EQ(sent(), onBoth(now(), "10.0.0.1 0 30 tag * 228.0.0.0/8 0 1/1(10.6.6.6 200 0)"));
   EXPECT_FALSE(own->elected());
-  EXPECT_EQ(router.candidate(g4), nullptr);
-  EXPECT_EQ(router.follower(g4), nullptr) << "nobody to follow yet";
-  EXPECT_EQ(router.bsrOf(g4), "none");
+  EXPECT_EQ(router.candidate(global), nullptr);
+  EXPECT_EQ(router.follower(global), nullptr) << "nobody to follow yet";
+  EXPECT_EQ(router.bsrOf(global), "none");
   EXPECT_TRUE(router.status->crpStatus().empty());
   EXPECT_EQ(router.pimRps(), Lines{});
   EXPECT_EQ(world.wheel.armed(), 0u) << "no timer is left behind";
   hear(better());
-  EXPECT_EQ(router.bsrOf(g4), "192.0.2.9 192 30");
+  EXPECT_EQ(router.bsrOf(global), "192.0.2.9 192 30");
 }
 
 // It was elected before a restart, and its configuration has not come back in full.
 TEST_F(BsrCandidateChangesTest, DeconfiguredBeforeItCouldResumeItTakesItsRecordAlong) {
   standAndWin();
   router.stop();
-  router.status->cbsr(prefix(g4))->priorityIs(Bsr::priorityUnknown);
+  router.status->cbsr(prefix(global))->priorityIs(Bsr::priorityUnknown);
   router.start();
   EXPECT_EQ(state(), "noInfoBsr");
-  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 64 30");
-  router.status->cbsrDel(prefix(g4));
-  EXPECT_EQ(router.bsrOf(g4), "none");
+  EXPECT_EQ(router.bsrOf(global), "10.0.0.1 64 30");
+  router.status->cbsrDel(prefix(global));
+  EXPECT_EQ(router.bsrOf(global), "none");
   EXPECT_EQ(sent(), Lines{}) << "it cannot speak";
   EXPECT_EQ(world.wheel.armed(), 0u);
 }

@@ -30,7 +30,7 @@ TEST_F(BsrCandidateSmTest, WaitsUntilAllItsAttributesAreSet) {
   const std::string postponed =
       "Postponing initialization of CandidateSm 224.0.0.0/4 till all the "
       "attributes of Candidate Bsr is initialized.";
-  const auto own = router.status->newCbsr(prefix(g4));
+  const auto own = router.status->newCbsr(prefix(global));
   const auto expectWaiting = [&](const char* after) {
     EXPECT_EQ(state(), "noInfoBsr") << after;
     EXPECT_FALSE(machine().initialized()) << after;
@@ -53,9 +53,9 @@ TEST_F(BsrCandidateSmTest, WaitsUntilAllItsAttributesAreSet) {
   router.status->bsTimeoutIs(130);
   wait(1000);
   EXPECT_EQ(router.counters().tx(), 0u);
-  EXPECT_EQ(router.bsrOf(g4), "none") << "an incomplete candidate takes no message";
+  EXPECT_EQ(router.bsrOf(global), "none") << "an incomplete candidate takes no message";
   own->electedIs(true);
-  EXPECT_EQ(router.bsrOf(g4), "none") << "it does not know yet whom to record";
+  EXPECT_EQ(router.bsrOf(global), "none") << "it does not know yet whom to record";
   own->electedIs(false);
   own->addressIs(addr("10.0.0.1"));
   EXPECT_EQ(state(), "pBsr");
@@ -70,20 +70,20 @@ TEST_F(BsrCandidateSmTest, TheElectedOneResumesAtOnceAfterARestart) {
   wait(17);
   router.stop();
   wait(3);
-  EXPECT_TRUE(router.status->cbsr(prefix(g4))->elected()) << "survives";
+  EXPECT_TRUE(router.status->cbsr(prefix(global))->elected()) << "survives";
   traces.clear();
   router.start();
   EXPECT_EQ(state(), "eBsr");
   EXPECT_EQ(sent(), onBoth(now(), ownText));
-  EXPECT_EQ(router.bsrOf(g4), "10.0.0.1 64 30");
+  EXPECT_EQ(router.bsrOf(global), "10.0.0.1 64 30");
   EXPECT_EQ(record().setupTime(), elected) << "it never ceased to be the BSR";
   EXPECT_DOUBLE_EQ(record().upTime(), 20);
   expectTimerAndRecord(now() + period);
   EXPECT_TRUE(traced(1, "state=eBsr, zone=224.0.0.0/4"));
   EXPECT_TRUE(traced(4, "Updated Elected BSR 10.0.0.1 with priority 64, hashMaskLen 30"));
   router.stop();
-  router.status->bootstrapRouter(prefix(g4))->ipAddrIs(addr("192.0.2.9"));
-  router.status->bootstrapRouter(prefix(g4))->priorityIs(192);
+  router.status->bootstrapRouter(prefix(global))->ipAddrIs(addr("192.0.2.9"));
+  router.status->bootstrapRouter(prefix(global))->priorityIs(192);
   router.start();
   EXPECT_EQ(state() + " " + stored(), "eBsr 10.0.0.1 64 30") << "even if a better one is recorded";
   EXPECT_EQ(record().setupTime(), now()) << "the BSR of the record changed";
@@ -260,8 +260,8 @@ struct CandidateTable : CandidateFixture, ::testing::WithParamInterface<Cell> {
   std::string after(double recordBefore) {
     std::ostringstream text;
     text << state() << ' ' << machine().bsExpiry() - now() << ", from " << stored() << ", record "
-         << router.bsrOf(g4);
-    if (router.bsrOf(g4) == "none") return text.str();
+         << router.bsrOf(global);
+    if (router.bsrOf(global) == "none") return text.str();
     const double expiry = record().expiryTime();
     text << (expiry == machine().bsExpiry() ? " renewed" : expiry == recordBefore ? " kept" : "?");
     return text.str();
@@ -295,7 +295,7 @@ struct CandidateTable : CandidateFixture, ::testing::WithParamInterface<Cell> {
 TEST_P(CandidateTable, DoesAsItsCellSays) {
   const Cell& cell = GetParam();
   for (std::size_t i = 0; i + 1 < cell.plays.size(); ++i) play(cell.plays[i]);
-  const auto old = router.status->bootstrapRouter(prefix(g4));
+  const auto old = router.status->bootstrapRouter(prefix(global));
   const double setupBefore = old ? old->setupTime() : 0;
   const double expiryBefore = old ? old->expiryTime() : 0;
   router.sentBsms();
@@ -307,11 +307,11 @@ TEST_P(CandidateTable, DoesAsItsCellSays) {
   EXPECT_EQ(sent(), cell.sent.empty() ? Lines{} : onBoth(now(), cell.sent));
   EXPECT_EQ(lastBsm(), cell.last);
   EXPECT_EQ(router.pimRps(), *cell.rps == '\0' ? Lines{} : Lines{cell.rps});
-  EXPECT_EQ(router.rpSetOf(g4), router.pimRps());
+  EXPECT_EQ(router.rpSetOf(global), router.pimRps());
   expectTraced(cell.traces);
   const auto& order = cell.minutes;
   const bool another = std::find(order.begin(), order.end(), "record's ipAddr") != order.end();
-  const auto recorded = router.status->bootstrapRouter(prefix(g4));
+  const auto recorded = router.status->bootstrapRouter(prefix(global));
   EXPECT_EQ(recorded ? recorded->setupTime() : 0, another ? now() : setupBefore);
 }
 
@@ -322,7 +322,7 @@ void PrintTo(const Cell& cell, std::ostream* out) {
 }
 
 TEST_F(BsrCandidateSmTest, AnUnfinishedRecordLengthensNoBackOff) {
-  router.status->newBootstrapRouter(prefix(g4));  // names nobody: priority 256, no address
+  router.status->newBootstrapRouter(prefix(global));  // names nobody: priority 256, no address
   stand();
   EXPECT_EQ(state(), "pBsr");
   expectTimer(now() + backOffOfEqual);
@@ -347,10 +347,10 @@ TEST_F(BsrCandidateSmTest, ItsOwnMessageComesBackAfterARestart) {
   stand();
   hear(Bsm("10.0.0.1", 64).noForward());
   EXPECT_EQ(state(), "cBsr");
-  EXPECT_FALSE(router.status->cbsr(prefix(g4))->elected());
+  EXPECT_FALSE(router.status->cbsr(prefix(global))->elected());
   EXPECT_TRUE(traced(3, "BSM names ourselves, 10.0.0.1, as BSR for zone 224.0.0.0/4"));
   expectTimerAndRecord(now() + timeout);
-  router.status->cbsr(prefix(g4))->priorityIs(Bsr::priorityUnknown);
+  router.status->cbsr(prefix(global))->priorityIs(Bsr::priorityUnknown);
   EXPECT_EQ(state(), "cBsr") << "nobody contests its own equal";
   wait(timeout);
   EXPECT_EQ(state(), "pBsr");

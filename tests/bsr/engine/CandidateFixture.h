@@ -20,7 +20,6 @@
 
 namespace Routing::TestKit {
 
-inline const char* const g4 = "224.0.0.0/4";
 inline const char* const site = "239.1.0.0/16";
 inline const char* const betterText = "192.0.2.9 192 30 tag * 225.0.0.0/8 0 1/1(10.9.9.9 150 0)";
 inline const char* const worseText = "192.0.2.1 10 30 tag * 226.0.0.0/8 0 1/1(10.8.8.8 150 0)";
@@ -91,10 +90,10 @@ struct CandidateFixture : ::testing::Test {
   double now() const { return world.clock.now(); }
 
   /// Weight 64@10.0.0.1, hash mask length 30, period 60 s.
-  std::shared_ptr<Bsr::BsrCandidate> stand(const std::string& zone = g4) {
+  std::shared_ptr<Bsr::BsrCandidate> stand(const std::string& zone = global) {
     return router.candidateBsrIs(zone, "10.0.0.1");
   }
-  void standAndWin(const std::string& zone = g4) {
+  void standAndWin(const std::string& zone = global) {
     stand(zone);
     wait(5);
     ASSERT_EQ(machine(zone).state(), Bsr::BsrCandidateState::eBsr);
@@ -128,13 +127,13 @@ struct CandidateFixture : ::testing::Test {
     router.hear("", source, "10.0.0.1", octets);
   }
 
-  Bsr::BsrCandidateSm& machine(const std::string& zone = g4) { return *router.candidate(zone); }
-  std::string state(const std::string& zone = g4) {
+  Bsr::BsrCandidateSm& machine(const std::string& zone = global) { return *router.candidate(zone); }
+  std::string state(const std::string& zone = global) {
     const auto inStatus = router.status->cbsr(prefix(zone))->state();
     EXPECT_EQ(inStatus, machine(zone).state());
     return std::string(enumName(inStatus));
   }
-  const Bsr::ElectedBsrStatus& record(const std::string& zone = g4) {
+  const Bsr::ElectedBsrStatus& record(const std::string& zone = global) {
     return *router.status->bootstrapRouter(prefix(zone));
   }
   /// The timer fires at an instant, not before.
@@ -187,7 +186,7 @@ struct CandidateFixture : ::testing::Test {
     return *set.crpSet(prefix(range))->rp(addr(rp));
   }
   Pim::RpEntry& rp(const std::string& range, const std::string& address,
-                   const std::string& zone = g4) {
+                   const std::string& zone = global) {
     return rpIn(*router.status->crpStatus(prefix(zone))->status(), range, address);
   }
 

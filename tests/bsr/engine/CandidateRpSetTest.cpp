@@ -123,8 +123,8 @@ TEST_P(AdvertisedRp, IsHeldAnnouncedAndUsedAtOnce) {
     advertise(range, rpA, adv.holdtime, adv.priority, adv.flags);
   }
   const std::string held(each.held.text);
-  ASSERT_EQ(router.rpSetOf(g4), held.empty() ? Lines{} : Lines{"225.0.0.0/8 10.9.9.1 " + held});
-  EXPECT_EQ(router.pimRps(), router.rpSetOf(g4)) << "the BSR sees what all will see";
+  ASSERT_EQ(router.rpSetOf(global), held.empty() ? Lines{} : Lines{"225.0.0.0/8 10.9.9.1 " + held});
+  EXPECT_EQ(router.pimRps(), router.rpSetOf(global)) << "the BSR sees what all will see";
   expectTimerAndRecord(now() + each.held.next);
   expectTraced(each.traces);
   EXPECT_EQ(traces.contains("CandidateSm", 4, "Adding RP"), each.held.another);
@@ -142,23 +142,23 @@ void PrintTo(const AdvCase& each, std::ostream* out) {
 }
 
 TEST_F(CandidateRpSetTest, TwoAndAHalfPeriodsNeedNotBeAWholeNumber) {
-  router.candidateBsrIs(g4, "10.0.0.1", 64, 30, 21);
+  router.candidateBsrIs(global, "10.0.0.1", 64, 30, 21);
   wait(5);
   advertise(range, rpA, 52);
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.1 63 0"});
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.9.9.1 63 0"});
   advertise(range, rpA, 53);
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.1 53 0"});
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.9.9.1 53 0"});
 }
 
 TEST_F(CandidateRpSetTest, ThreeLongPeriodsSaturateTheFieldAndNotTheTimer) {
-  router.candidateBsrIs(g4, "10.0.0.1", 64, 30, 30000);
+  router.candidateBsrIs(global, "10.0.0.1", 64, 30, 30000);
   wait(5);
   advertise(range, rpA, 65535);
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.1 65535 0"});
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.9.9.1 65535 0"});
   EXPECT_DOUBLE_EQ(rp(range, rpA).expiryTime(), now() + 90000);
-  router.status->cbsr(prefix(g4))->bsPeriodIs(21845);
+  router.status->cbsr(prefix(global))->bsPeriodIs(21845);
   advertise(range, rpA, 54000);
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.1 65535 0"});
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.9.9.1 65535 0"});
   EXPECT_DOUBLE_EQ(rp(range, rpA).expiryTime(), now() + 65535);
 }
 
@@ -171,7 +171,7 @@ TEST_F(CandidateRpSetTest, AnRpLivesUntilItsHoldTimeAndLeavesNothingBehind) {
   EXPECT_EQ(router.pimRps().size(), 2u);
   traces.clear();
   goTo(heard + 200);
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.2 300 0"});
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.9.9.2 300 0"});
   EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.9.9.2 300 0"});
   EXPECT_TRUE(tracedByRoot(4, "Deleting RP 10.9.9.1 from prefix 225.0.0.0/8 and zone 224.0.0.0/4"));
   goTo(heard + 300);
@@ -193,7 +193,7 @@ TEST_F(CandidateRpSetTest, AWithdrawnRpIsAnnouncedOnceMoreAndGoes) {
   EXPECT_TRUE(tracedByRoot(5, "RP 10.9.9.1 to expire now since holdtime is 0"));
   advertise(range, rpA, 0);
   EXPECT_TRUE(traced(4, "Holdtime value of C-RP Advertisement is 0. Ignoring message"));
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.2 200 0"});
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.9.9.2 200 0"});
   EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.9.9.2 200 0"});
 }
 
@@ -206,7 +206,7 @@ TEST_F(CandidateRpSetTest, TheZoneBitIsLoggedAndChangesNothing) {
             Lines{"PIMBSR_MESSAGE_CRP_ZONE 5 C-RP advertisement received from 10.9.9.1 with Zone "
                   "bit set."});
   EXPECT_TRUE(traced(7, "Zone bit set in Candidate RP Advertisement from 10.9.9.1"));
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.1 200 0"});
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.9.9.1 200 0"});
   for (const SysLogMessage* message : SysLogMessage::all()) {
     if (message->id() != "PIMBSR_MESSAGE_CRP_ZONE") continue;
     EXPECT_EQ(message->explanation(),
@@ -238,7 +238,8 @@ TEST_F(CandidateRpSetTest, RangesThatNobodyTakesCountOncePerMessage) {
                           "Rx Error - Dropping Crp Adv Message to Candidate BSR 10.0.0.1 "
                           "for zone 239.1.0.0/16"));
   expectErrors(2);
-  EXPECT_EQ(router.rpSetOf(g4), Lines{"225.0.0.0/8 10.9.9.1 200 0"}) << "its other ranges count";
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.9.9.1 200 0"})
+      << "its other ranges count";
   EXPECT_TRUE(
       tracedByRoot(8, "Passing Crp Adv Message to Candidate BSR 10.0.0.1 for zone 224.0.0.0/4"));
   hearAdv(adv, rpA);
@@ -261,16 +262,18 @@ TEST_F(CandidateRpSetTest, BoundsRefuseWhatIsNewAndKeepWhatIsHeld) {
   EXPECT_EQ(router.limits->refusedRps(), 1u);
   const Lines held{"225.0.0.0/8 10.9.9.1 200 0", "226.0.0.0/8 10.9.9.1 200 0",
                    "226.0.0.0/8 10.9.9.2 200 0"};
-  EXPECT_EQ(router.rpSetOf(g4), held);
+  EXPECT_EQ(router.rpSetOf(global), held);
   advertise("225.0.0.0/8", rpA, 300);
   advertise("226.0.0.0/8", rpB, 200, 0, bidir);
-  EXPECT_EQ(router.rpSetOf(g4), (Lines{"225.0.0.0/8 10.9.9.1 300 0", "226.0.0.0/8 10.9.9.1 200 0",
-                                       "226.0.0.0/8 10.9.9.2 200 0 bidir"}))
+  EXPECT_EQ(router.rpSetOf(global),
+            (Lines{"225.0.0.0/8 10.9.9.1 300 0", "226.0.0.0/8 10.9.9.1 200 0",
+                   "226.0.0.0/8 10.9.9.2 200 0 bidir"}))
       << "refreshed and replaced";
   EXPECT_EQ(router.limits->refusedRps(), 1u);
   wait(200);
   advertise("227.0.0.0/8", rpA);
-  EXPECT_EQ(router.rpSetOf(g4), (Lines{"225.0.0.0/8 10.9.9.1 300 0", "227.0.0.0/8 10.9.9.1 200 0"}))
+  EXPECT_EQ(router.rpSetOf(global),
+            (Lines{"225.0.0.0/8 10.9.9.1 300 0", "227.0.0.0/8 10.9.9.1 200 0"}))
       << "there is room again";
 }
 

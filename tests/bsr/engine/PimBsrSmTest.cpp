@@ -17,7 +17,6 @@ namespace {
 using State = BsrNonCandidateState;
 using namespace TestKit;
 
-const char* const global = "224.0.0.0/4";
 const char* const scoped = "239.1.0.0/16";
 
 struct PimBsrSmTest : ::testing::Test {

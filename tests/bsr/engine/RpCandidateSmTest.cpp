@@ -28,7 +28,7 @@ class Guard {
 
  private:
   void look() {
-    const auto& zone = router_.status->crpStatus(prefix(g4));
+    const auto& zone = router_.status->crpStatus(prefix(global));
     for (const std::string& range : ranges_) {
       const auto set = zone && zone->status() ? zone->status()->crpSet(prefix(range)) : nullptr;
       const auto rp = set ? set->rp(addr("10.0.0.1")) : nullptr;
@@ -58,9 +58,9 @@ struct RpCandidateSmTest : CandidateFixture {
     router.status->crp(addr("10.0.0.1"))->prefixOptionsDel(prefix(range));
   }
   /// Keeps the BSR alive without a word of its RP set.
-  void keepAlive(const std::string& zone = g4) {
+  void keepAlive(const std::string& zone = global) {
     Bsm bsm("192.0.2.9", 192);
-    hear(zone == g4 ? bsm : bsm.zone(zone));
+    hear(zone == global ? bsm : bsm.zone(zone));
     router.sentBsms();
   }
   /// A BSR is known and the burst for it is over; the next advertisement is due in 60 s.
@@ -160,7 +160,7 @@ TEST_F(RpCandidateSmTest, ABsrThatFellSilentIsToldNothing) {
   wait(129);
   advertised();
   wait(1);
-  ASSERT_EQ(router.bsrOf(g4), "none");
+  ASSERT_EQ(router.bsrOf(global), "none");
   EXPECT_TRUE(traced(8, "Deleting crpAdvSet for zone 224.0.0.0/4"));
   EXPECT_TRUE(machine().crpAdvSet().empty());
   wait(200);
@@ -214,7 +214,7 @@ TEST_F(RpCandidateSmTest, BidirectionalRangesAndBordersShowInTheFlags) {
   settle();
   wait(60);
   EXPECT_EQ(advertised(), Lines{std::string(plain) + " B"});
-  router.borderIs(g4, "eth1");
+  router.borderIs(global, "eth1");
   keepAlive();
   wait(60);
   EXPECT_EQ(advertised(), Lines{std::string(plain) + " B Z"});
@@ -223,7 +223,7 @@ TEST_F(RpCandidateSmTest, BidirectionalRangesAndBordersShowInTheFlags) {
   keepAlive();
   wait(60);
   EXPECT_EQ(advertised(), Lines{std::string(plain) + " Z"});
-  router.status->bsBorder(prefix(g4))->intfIdDel(IntfId("eth1"));
+  router.status->bsBorder(prefix(global))->intfIdDel(IntfId("eth1"));
   keepAlive();
   wait(60);
   EXPECT_EQ(advertised(), Lines{plain});
@@ -275,7 +275,7 @@ TEST_F(RpCandidateSmTest, AZoneWithoutItsRangesIsToldNothing) {
 
 TEST_F(RpCandidateSmTest, ABsrWhoseAddressIsNotKnownYetIsPassedOver) {
   serve({"225.0.0.0/8"});
-  router.status->newBootstrapRouter(prefix(g4));
+  router.status->newBootstrapRouter(prefix(global));
   machine().doSendCrpAdv(false);
   machine().doWithdrawPrefix(prefix("225.0.0.0/8"));
   EXPECT_EQ(advertised(), Lines{});
@@ -328,8 +328,9 @@ TEST_F(RpCandidateAtBsrTest, ARangeThatGoesIsWithdrawnAndNoOther) {
   const Guard guard(router, {"225.0.0.0/8", "227.0.0.0/8"});
   wait(20);
   drop("226.0.0.0/8");
-  EXPECT_EQ(router.rpSetOf(g4), (Lines{"225.0.0.0/8 10.0.0.1 180 10", "226.0.0.0/8 10.0.0.1 0 10",
-                                       "227.0.0.0/8 10.0.0.1 180 10"}));
+  EXPECT_EQ(router.rpSetOf(global),
+            (Lines{"225.0.0.0/8 10.0.0.1 180 10", "226.0.0.0/8 10.0.0.1 0 10",
+                   "227.0.0.0/8 10.0.0.1 180 10"}));
   wait(10);
   EXPECT_EQ(router.pimRps(), (Lines{"225.0.0.0/8 10.0.0.1 180 10", "227.0.0.0/8 10.0.0.1 180 10"}));
   wait(200);

@@ -15,14 +15,13 @@ namespace {
 using TestKit::addr;
 using TestKit::Bsm;
 using TestKit::BsrRouter;
+using TestKit::global;
 using TestKit::justBefore;
 using TestKit::Lines;
 using TestKit::prefix;
 using TestKit::Rps;
 using TestKit::TraceRecorder;
 using TestKit::VirtualWorld;
-
-const char* const global = "224.0.0.0/4";
 
 struct RpSetInstallerTest : ::testing::Test {
   RpSetInstallerTest() {

@@ -11,17 +11,14 @@
 namespace Routing {
 namespace {
 
+using Sample::makeRouter;
 using Sample::Router;
-
-std::shared_ptr<Router> router() {
-  return std::make_shared<Router>(VrfName("default"));
-}
 
 const IpGenPrefix zone(IpGenAddr::v4(0xef000000), 8);
 const IntfId odd("it's\\a/[b]\nc");
 
 TEST(AttributeLog, WritesTheTreeThenEveryChangeInOrder) {
-  const auto r = router();
+  const auto r = makeRouter();
   r->nameIs("a'b");
   std::vector<std::string> lines;
   const AttributeLog log(r, [&](std::string_view line) { lines.emplace_back(line); });
@@ -68,8 +65,8 @@ void mutate(Router& r) {
 
 TEST(AttributeMirror, ATreeMadeFromTheLogOfAnotherIsEqualToIt) {
   EXPECT_TRUE(rc::check([] {
-    const auto source = router();
-    const auto copy = router();
+    const auto source = makeRouter();
+    const auto copy = makeRouter();
     for (int i = *rc::gen::inRange(0, 10); i > 0; --i) mutate(*source);
     AttributeMirror mirror(copy);
     const AttributeLog log(source, [&](std::string_view line) { RC_ASSERT(mirror.apply(line)); });
@@ -80,7 +77,7 @@ TEST(AttributeMirror, ATreeMadeFromTheLogOfAnotherIsEqualToIt) {
 }
 
 TEST(AttributeMirror, RefusesWhatDoesNotFitAndStaysAsItWas) {
-  const auto r = router();
+  const auto r = makeRouter();
   r->newPort(IntfId("eth0"))->permitIs(zone, true);
   AttributeMirror mirror(r);
   const std::string before = treeText(*r);
@@ -100,7 +97,7 @@ TEST(AttributeMirror, RefusesWhatDoesNotFitAndStaysAsItWas) {
 }
 
 TEST(TreeJson, HoldsEverythingWithNumbersAsNumbers) {
-  const auto r = router();
+  const auto r = makeRouter();
   r->nameIs("a\"b\n");
   r->sinceIs(1.5);
   r->zoneIs(zone, IntfId("e"));

@@ -13,15 +13,12 @@
 namespace Routing {
 namespace {
 
+using Sample::makeRouter;
 using Sample::Port;
 using Sample::Router;
 
 const IntfId eth0("eth0");
 const IntfId eth1("eth1");
-
-std::shared_ptr<Router> router() {
-  return std::make_shared<Router>(VrfName("default"));
-}
 
 using TestKit::prefix;
 
@@ -49,7 +46,7 @@ TEST(Entity, SetterComparesStoresChecksAndNotifiesInThatOrder) {
 }
 
 TEST(Entity, KeyedAttributesNotifyOncePerChangeWithTheKey) {
-  const auto r = router();
+  const auto r = makeRouter();
   std::vector<std::string> events;
   const auto zones = r->zoneReactor([&](const IpGenPrefix& zone) {
     events.push_back(zone.text() + (r->zone(zone) != nullptr ? "+" : "-"));
@@ -73,7 +70,7 @@ TEST(Entity, KeyedAttributesNotifyOncePerChangeWithTheKey) {
 }
 
 TEST(Entity, ReferencesRefuseNull) {
-  const auto r = router();
+  const auto r = makeRouter();
   try {
     r->uplinkIs("a", nullptr);
     FAIL() << "null was accepted";
@@ -85,7 +82,7 @@ TEST(Entity, ReferencesRefuseNull) {
 }
 
 TEST(Entity, ADeletedEntryIsDetachedAndGoesOnWorking) {
-  const auto r = router();
+  const auto r = makeRouter();
   const auto port = r->newPort(eth0);
   EXPECT_EQ(port->parent(), r.get());
   EXPECT_EQ(port->parentAttribute(), "port");
@@ -161,7 +158,7 @@ TEST(Notification, AReactorMayDeleteItselfAndOthers) {
 }
 
 TEST(Notification, TheSubjectMayDieInside) {
-  auto r = router();
+  auto r = makeRouter();
   std::string log;
   auto port = r->newPort(eth0);
   Subscription first = port->priorityReactor([&] {
@@ -203,7 +200,7 @@ TEST(Notification, PingPongEndsInAnAssertion) {
 
 TEST(MountTable, FindsRootsByPathAndType) {
   MountTable table;
-  table.mountIs("routing/sample", router());
+  table.mountIs("routing/sample", makeRouter());
   EXPECT_TRUE(table.mount<Router>("routing/sample"));
   EXPECT_FALSE(table.mount<Port>("routing/sample"));
   EXPECT_FALSE(table.mount<Router>("routing"));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "platform/entity/Schema.h"
 #include "platform/net/IntfId.h"
 #include "platform/net/IpGenPrefix.h"
@@ -34,5 +36,9 @@ class Router : public Entity {
   ROUTING_KEY(Router, VrfName, vrfName)
   ROUTING_ENTITY(Router, SAMPLE_ROUTER)
 };
+
+inline std::shared_ptr<Router> makeRouter() {
+  return std::make_shared<Router>(VrfName("default"));
+}
 
 }  // namespace Routing::Sample

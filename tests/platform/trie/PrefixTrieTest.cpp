@@ -16,9 +16,8 @@ namespace Routing {
 namespace {
 
 using Test::prefixOf;
+using TestKit::prefix;
 using Stored = std::pair<IpGenPrefix, int>;
-
-const auto pfx = TestKit::prefix;
 
 /// What a PrefixTrie does, done by looking at everything.
 class ListOracle {
@@ -157,14 +156,14 @@ TEST(PrefixTrie, UsesTheMemoryOfErasedPrefixesAgain) {
 TEST(PrefixTrie, WalkSurvivesChangesMadeOnTheWay) {
   Trie trie(AddressFamily::ipv4);
   for (const char* p : {"10.0.0.0/8", "10.1.0.0/16", "10.2.0.0/16", "11.0.0.0/8"})
-    trie.insert(pfx(p));
+    trie.insert(prefix(p));
   std::string seen;
-  trie.forEachInside(pfx("10.0.0.0/7"), [&](const IpGenPrefix& p, int) {
+  trie.forEachInside(prefix("10.0.0.0/7"), [&](const IpGenPrefix& p, int) {
     seen += p.text() + ' ';
     trie.erase(p);
-    trie.erase(pfx("10.2.0.0/16"));                                // ahead: not visited
-    trie.insert(pfx("9.0.0.0/8"));                                 // behind, and outside
-    if (p == pfx("10.1.0.0/16")) trie.insert(pfx("10.3.0.0/16"));  // ahead: visited
+    trie.erase(prefix("10.2.0.0/16"));                                   // ahead: not visited
+    trie.insert(prefix("9.0.0.0/8"));                                    // behind, and outside
+    if (p == prefix("10.1.0.0/16")) trie.insert(prefix("10.3.0.0/16"));  // ahead: visited
   });
   EXPECT_EQ(seen, "10.0.0.0/8 10.1.0.0/16 10.3.0.0/16 11.0.0.0/8 ");
   EXPECT_EQ(trie.size(), 1U);

@@ -14,8 +14,7 @@ namespace Routing {
 namespace {
 
 using Test::prefixOf;
-
-const auto pfx = TestKit::prefix;
+using TestKit::prefix;
 
 std::string eventText(const IpGenPrefix& prefix, TrieEvent event) {
   const char marks[] = {'+', '-', '*'};
@@ -34,16 +33,16 @@ TEST(TrieGen, TellsOfRealChangesOnly) {
   EXPECT_EQ(trie.af(), AddressFamily::ipv4);
   Events events;
   const Subscription s = trie.routeReactor(recorder(events));
-  EXPECT_FALSE(trie.routeDel(pfx("239.0.0.0/8")));
-  EXPECT_FALSE(trie.changedRouteIs(pfx("239.0.0.0/8")));
-  EXPECT_TRUE(trie.routeIs(pfx("239.0.0.0/8")));
-  EXPECT_FALSE(trie.routeIs(pfx("239.0.0.0/8")));
-  EXPECT_FALSE(trie.changedRouteIs(pfx("239.0.0.0/16")));
-  EXPECT_TRUE(trie.changedRouteIs(pfx("239.0.0.0/8")));
-  EXPECT_FALSE(trie.routeIs(pfx("ff0e::/16")));
+  EXPECT_FALSE(trie.routeDel(prefix("239.0.0.0/8")));
+  EXPECT_FALSE(trie.changedRouteIs(prefix("239.0.0.0/8")));
+  EXPECT_TRUE(trie.routeIs(prefix("239.0.0.0/8")));
+  EXPECT_FALSE(trie.routeIs(prefix("239.0.0.0/8")));
+  EXPECT_FALSE(trie.changedRouteIs(prefix("239.0.0.0/16")));
+  EXPECT_TRUE(trie.changedRouteIs(prefix("239.0.0.0/8")));
+  EXPECT_FALSE(trie.routeIs(prefix("ff0e::/16")));
   EXPECT_FALSE(trie.changedRouteIs(IpGenPrefix()));
-  EXPECT_TRUE(trie.routeDel(pfx("239.0.0.0/8")));
-  EXPECT_FALSE(trie.routeDel(pfx("239.0.0.0/8")));
+  EXPECT_TRUE(trie.routeDel(prefix("239.0.0.0/8")));
+  EXPECT_FALSE(trie.routeDel(prefix("239.0.0.0/8")));
   EXPECT_EQ(events, (Events{"+239.0.0.0/8", "*239.0.0.0/8", "-239.0.0.0/8"}));
 }
 
@@ -57,11 +56,11 @@ TEST(TrieGen, MayBeDeletedInsideItsOwnNotification) {
     });
     const Subscription unreached = trie->routeReactor(recorder(events, "second"));
     TrieGen& subject = *trie;
-    subject.routeIs(pfx("ff00::/8"));
-    if (trie) subject.changedRouteIs(pfx("ff00::/8"));
-    if (trie) subject.routeDel(pfx("ff00::/8"));
+    subject.routeIs(prefix("ff00::/8"));
+    if (trie) subject.changedRouteIs(prefix("ff00::/8"));
+    if (trie) subject.routeDel(prefix("ff00::/8"));
     EXPECT_EQ(trie, nullptr);
-    EXPECT_EQ(events.back(), eventText(pfx("ff00::/8"), last));
+    EXPECT_EQ(events.back(), eventText(prefix("ff00::/8"), last));
     EXPECT_FALSE(killer.active());
   }
 }
@@ -73,7 +72,7 @@ TEST(TrieGen, ReactorMayChangeTheTrie) {
     if (e == TrieEvent::added && p.length() < 32) trie.routeIs({p.address(), p.length() + 14});
   });
   const Subscription second = trie.routeReactor(recorder(events));
-  trie.routeIs(pfx("224.0.0.0/4"));
+  trie.routeIs(prefix("224.0.0.0/4"));
   EXPECT_EQ(events, (Events{"+224.0.0.0/32", "+224.0.0.0/18", "+224.0.0.0/4"}));
   EXPECT_EQ(trie.size(), 3U);
 }
