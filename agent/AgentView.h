@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -25,6 +26,8 @@ struct InstanceView {
   std::shared_ptr<const Pim::RpCandidateStatus> rpCandidate;  ///< PIM's own RP set
   std::shared_ptr<const Pim::Bsr::PimBsrLimits> limits;
   std::shared_ptr<const ZeuVrfStatus> upgrade;  ///< VRFs of the family that are ready for one
+  /// When scoped zones that have no BSR will be forgotten.
+  std::map<IpGenPrefix, double> zoneExpiry = {};
 };
 
 /// The running daemon as whoever answers its operators sees it. For reading, on the event-loop

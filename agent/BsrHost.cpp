@@ -1,8 +1,11 @@
 #include "agent/BsrHost.h"
 
+#include <cmath>
 #include <utility>
 
 #include "agent/apply/Unwanted.h"
+#include "bsr/engine/BsrNonCandidateSm.h"
+#include "bsr/engine/PimBsrSm.h"
 
 namespace Routing::Agent {
 namespace {
@@ -136,7 +139,12 @@ void BsrHost::pimIntfDel(const IntfId& intf) {
 }
 
 InstanceView BsrHost::view() const {
-  return {vrf_, af_, pim_.pimStatus(), pim_.pamManager(), status_, rpCandidate_, limits_, upgrade_};
+  InstanceView view{vrf_,    af_,          pim_.pimStatus(), pim_.pamManager(),
+                    status_, rpCandidate_, limits_,          upgrade_};
+  for (const auto& [zone, machine] : bsr_.engine().nonCandidateSm()) {
+    if (std::isfinite(machine->szExpiry())) view.zoneExpiry.emplace(zone, machine->szExpiry());
+  }
+  return view;
 }
 
 }  // namespace Routing::Agent

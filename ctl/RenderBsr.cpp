@@ -6,8 +6,14 @@
 namespace Routing::Ctl {
 namespace {
 
+std::string noBsrText(const Json& zoneExpiration) {
+  return "  No BSR is known" +
+         (zoneExpiration.is_null() ? ""
+                                   : "; the zone is forgotten in " + durationText(zoneExpiration)) +
+         "\n";
+}
+
 std::string bsrText(const Json& bsr) {
-  if (bsr.is_null()) return "  No BSR is known\n";
   const bool local = bsr.at("local");
   return "  BSR:        " + valueText(bsr.at("address")) + (local ? " (this router)" : "") +
          "\n  Priority:   " + valueText(bsr.at("priority")) +
@@ -33,8 +39,10 @@ std::string renderBsr(const Json& data) {
   std::string text = titleText("PIM bootstrap routers", data);
   const char* separator = "";
   for (const Json& zone : data.at("zones")) {
-    text +=
-        separator + zoneText(zone) + bsrText(zone.at("bsr")) + candidateText(zone.at("candidate"));
+    const Json& bsr = zone.at("bsr");
+    text += separator + zoneText(zone) +
+            (bsr.is_null() ? noBsrText(zone.at("zone-expiration")) : bsrText(bsr)) +
+            candidateText(zone.at("candidate"));
     separator = "\n";
   }
   return text;

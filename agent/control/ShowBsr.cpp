@@ -54,6 +54,7 @@ std::set<IpGenPrefix> zonesOf(const InstanceView& instance) {
   for (const auto& entry : status.cbsr()) zones.insert(entry.first);
   for (const auto& entry : status.crpStatus()) zones.insert(entry.first);
   for (const auto& entry : status.zoneGroup()) zones.insert(entry.first);
+  for (const auto& entry : instance.zoneExpiry) zones.insert(entry.first);
   return zones;
 }
 
@@ -61,10 +62,13 @@ Json zoneJson(const ShowInput& in, const IpGenPrefix& zone) {
   const auto& bsr = in.instance.status->bootstrapRouter(zone);
   const auto& candidate = in.instance.status->cbsr(zone);
   const bool local = candidate && candidate->elected();
+  const auto expiry = in.instance.zoneExpiry.find(zone);
+  const bool expires = expiry != in.instance.zoneExpiry.end();
   return {{"zone", zone.text()},
           {"scope", scopeName(zone)},
           {"bsr", bsr ? electedJson(in, *bsr, local) : Json(nullptr)},
-          {"candidate", candidate ? candidateJson(*candidate) : Json(nullptr)}};
+          {"candidate", candidate ? candidateJson(*candidate) : Json(nullptr)},
+          {"zone-expiration", expires ? secondsBetween(in.now, expiry->second) : Json(nullptr)}};
 }
 
 }  // namespace

@@ -60,6 +60,7 @@ class ROUTING_API BsrInstance {
   const std::shared_ptr<PimBsmStatus>& bsmStatus() const { return bsmStatus_; }
   const std::shared_ptr<PimCrpMsgStatus>& crpMsgStatus() const { return crpMsgStatus_; }
   PimBsrSm& engine() { return *engine_; }
+  const PimBsrSm& engine() const { return *engine_; }
   BootstrapMessageSm& bsmIntake() { return *bsmIntake_; }
   CrpMessageSm& crpIntake() { return *crpIntake_; }
   /// Null without configuration, or without the upgrade controller's status.

@@ -52,6 +52,7 @@ TEST_F(RenderTest, Bsr) {
   v4_.status->zoneGroupIs(prefix("239.1.0.0/16"), IntfId("eth0"));
   v4_.addBsr("239.2.0.0/16", "10.0.0.2").expiryTimeIs(4999);
   v4_.addRp("239.3.0.0/16", "239.3.0.0/16", "10.0.0.5", 0, 4000, 5010);
+  v4_.zoneExpiry[prefix("239.4.0.0/16")] = 5700;
   expect("bsr", "bsr");
 }
 

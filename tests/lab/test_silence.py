@@ -31,6 +31,8 @@ PLAN = [
     (3, "RP 0", lambda router, family: not has_rp(router, family, 0)),
     (BS_TIMEOUT, "the BSR", lambda router, family: router.bsr(family) is None),
     (BS_TIMEOUT, "the zone's BSR", lambda router, family: router.bsr(family, ZONE[family]) is None),
+    (BS_TIMEOUT, "the zone's hope",
+     lambda router, family: router.zone(family, ZONE[family]).get("zone-expiration")),
     (BS_TIMEOUT + 5, "the zone's RP 2", lambda router, family: not has_rp(router, family, 2)),
     (BS_TIMEOUT + SZ_TIMEOUT, "the zone",
      lambda router, family: ZONE[family] not in router.zones(family) and

@@ -24,7 +24,8 @@ InstanceView FakeInstance::view() const {
           .status = status,
           .rpCandidate = rpCandidate,
           .limits = limits,
-          .upgrade = upgrade};
+          .upgrade = upgrade,
+          .zoneExpiry = zoneExpiry};
 }
 
 namespace {

@@ -32,6 +32,7 @@ struct FakeInstance : Pim::PacketPort, Pim::UnicastRouting {
   std::shared_ptr<Pim::RpCandidateStatus> rpCandidate;
   std::shared_ptr<Pim::Bsr::PimBsrLimits> limits;
   std::shared_ptr<ZeuVrfStatus> upgrade = std::make_shared<ZeuVrfStatus>();
+  std::map<IpGenPrefix, double> zoneExpiry;
 };
 
 /// A daemon that started at 1000 s and looks at the clock at 5000 s.

@@ -86,12 +86,16 @@ class Router:
     def show(self, family, *topic):
         return json.loads(self.text(family, *topic, "--json"))
 
-    def bsr(self, family, zone=None):
-        """The elected BSR of a zone (the global one) or None."""
+    def zone(self, family, zone=None):
+        """What is shown of a zone (the global one), nothing if it is unknown."""
         for entry in self.show(family, "bsr")["zones"]:
             if entry["zone"] == (zone or family.all_groups):
-                return entry["bsr"]
-        return None
+                return entry
+        return {}
+
+    def bsr(self, family, zone=None):
+        """The elected BSR of a zone (the global one) or None."""
+        return self.zone(family, zone).get("bsr")
 
     def bsr_address(self, family, zone=None):
         bsr = self.bsr(family, zone)
