@@ -31,7 +31,9 @@ KernelRouting::Answer KernelRouting::ask(const IpGenAddr& address) const {
   }
   for (const RouteHop& hop : *hops) {
     const IntfId intf = interfaces_.nameOf(hop.index);
-    if (!intf.isUnset()) answer.hops.push_back({intf, hop.gateway});
+    const Interface* interface = interfaces_.interface(intf);
+    if (interface == nullptr || interface->vrf != vrf_) continue;
+    answer.hops.push_back({intf, hop.gateway});
   }
   ROUTING_TRACE(trace, 8, vrf_, " ", address, " has ", answer.hops.size(), " next hops");
   return answer;

@@ -25,7 +25,9 @@ class KernelRouting final : public Pim::UnicastRouting {
                 const VrfName& vrf)
       : source_(source), interfaces_(interfaces), clock_(clock), vrf_(vrf) {}
 
-  /// None for an address that says nothing without its link, such as a link-local one.
+  /// None for an address that says nothing without its link, such as a link-local one. Without a
+  /// route in a VRF's own table the kernel looks on in the main one; next hops in other VRFs are
+  /// left out, since there are no neighbours of this one.
   std::vector<Pim::NextHop> nextHops(const IpGenAddr& address) const override;
   void flush() { answers_.clear(); }
 

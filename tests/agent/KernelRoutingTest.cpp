@@ -29,6 +29,7 @@ class KernelRoutingTest : public testing::Test {
   KernelRoutingTest() {
     interfaces.linkIs({2, "eth0", 1500, true, 0, false});
     interfaces.linkIs({3, "eth1", 1500, true, 0, false});
+    interfaces.linkIs({4, "eth2", 1500, true, 9, false});
     interfaces.linkIs({9, "red", 1500, true, 0, true});
     interfaces.commit();
     source.answer = std::vector<RouteHop>{{2, addr("10.0.0.2")}, {3, {}}};
@@ -43,6 +44,7 @@ class KernelRoutingTest : public testing::Test {
 
 TEST_F(KernelRoutingTest, NamesTheInterfacesOfAllHops) {
   source.answer->push_back({77, addr("10.0.9.9")});  // a device that is not known
+  source.answer->push_back({4, addr("10.0.2.2")});   // one of another VRF
   const auto hops = routing.nextHops(bsr);
   ASSERT_EQ(hops.size(), 2U);
   EXPECT_EQ(hops[0].intf, IntfId("eth0"));
@@ -93,9 +95,12 @@ TEST_F(KernelRoutingTest, HasNoWayToAddressesThatAreNotUnicastOfTheDomain) {
   EXPECT_EQ(source.questions, 0U);
 }
 
-TEST_F(KernelRoutingTest, AsksInItsVrf) {
+TEST_F(KernelRoutingTest, AsksInItsVrfAndStaysThere) {
+  source.answer->push_back({4, addr("10.0.2.2")});  // eth2; the others are in the default VRF
   KernelRouting red(source, interfaces, clock, VrfName("red"));
-  EXPECT_EQ(red.nextHops(bsr).size(), 2U);
+  const auto hops = red.nextHops(bsr);
+  ASSERT_EQ(hops.size(), 1U);
+  EXPECT_EQ(hops[0].intf, IntfId("eth2"));
   EXPECT_EQ(source.lastVrfIndex, 9U);
   KernelRouting absent(source, interfaces, clock, VrfName("blue"));
   EXPECT_TRUE(absent.nextHops(bsr).empty());
