@@ -23,7 +23,12 @@ struct Outcome {
   int code;
   std::string out;
   std::string err;
+  bool operator==(const Outcome&) const = default;
 };
+
+void PrintTo(const Outcome& outcome, std::ostream* out) {
+  *out << outcome.code << ", out: " << outcome.out << ", err: " << outcome.err;
+}
 
 class RunTest : public testing::Test {
  protected:
@@ -96,18 +101,13 @@ TEST_F(RunWithDaemon, TellsByItsExitCodeWhetherAGroupHasAnRp) {
   hash.json = true;
   EXPECT_EQ(exitProblem, run(hash).code);
   hash.group = "239.1.1";
-  const Outcome wrong = run(hash);
-  EXPECT_EQ(exitUsage, wrong.code);
-  EXPECT_EQ("", wrong.out);
-  EXPECT_EQ("pimbsrctl: '239.1.1' is not an IPv4 address\n", wrong.err);
+  EXPECT_EQ((Outcome{exitUsage, "", "pimbsrctl: '239.1.1' is not an IPv4 address\n"}), run(hash));
 }
 
 TEST_F(RunWithDaemon, ClearsInSilence) {
   v4_.pamManager->counters()->rxHelloIs(5);
   start();
-  const Outcome cleared = run(options("clear", "counters"));
-  EXPECT_EQ(exitGood, cleared.code);
-  EXPECT_EQ("", cleared.out);
+  EXPECT_EQ((Outcome{exitGood, "", ""}), run(options("clear", "counters")));
   EXPECT_EQ(std::string::npos, run(options("show", "counters")).out.find("5\n"));
 }
 
@@ -129,16 +129,12 @@ TEST_F(RunWithDaemon, TellsWhatCameOfAReload) {
   using Agent::Severity;
   agent_.outcome = {"/p.yaml", true, true, {{Severity::warning, 0, "vrf", "hm"}}};
   start();
-  const Outcome good = run(options("reload", ""));
-  EXPECT_EQ(exitGood, good.code);
-  EXPECT_EQ("/p.yaml: applied\n", good.out);
-  EXPECT_EQ("/p.yaml: warning: vrf: hm\n", good.err);
-  agent_.outcome = {"/p.yaml", false, false, {{Severity::error, 7, "vrf", "bad"}}};
   Options reload = options("reload", "");
-  const Outcome bad = run(reload);
-  EXPECT_EQ(exitProblem, bad.code);
-  EXPECT_EQ("/p.yaml: refused, nothing has changed\n", bad.out);
-  EXPECT_EQ("/p.yaml:7: vrf: bad\n", bad.err);
+  EXPECT_EQ((Outcome{exitGood, "/p.yaml: applied\n", "/p.yaml: warning: vrf: hm\n"}), run(reload));
+  agent_.outcome = {"/p.yaml", false, false, {{Severity::error, 7, "vrf", "bad"}}};
+  EXPECT_EQ(
+      (Outcome{exitProblem, "/p.yaml: refused, nothing has changed\n", "/p.yaml:7: vrf: bad\n"}),
+      run(reload));
   reload.json = true;
   const Outcome json = run(reload);
   EXPECT_EQ(exitProblem, json.code);
@@ -147,16 +143,14 @@ TEST_F(RunWithDaemon, TellsWhatCameOfAReload) {
 
 TEST_F(RunWithDaemon, CountsADaemonThatIsTooBusyAsUnreachable) {
   start({.peers = 0});
-  const Outcome outcome = run(options("show", "bsr"));
-  EXPECT_EQ(exitUnreachable, outcome.code);
-  EXPECT_EQ("pimbsrctl: too many connections\n", outcome.err);
+  EXPECT_EQ((Outcome{exitUnreachable, "", "pimbsrctl: too many connections\n"}),
+            run(options("show", "bsr")));
 }
 
 TEST_F(RunTest, SaysThatNoDaemonListens) {
-  const Outcome absent = run(options("show", "bsr"));
-  EXPECT_EQ(exitUnreachable, absent.code);
-  EXPECT_EQ("pimbsrctl: cannot reach the daemon at " + path() + ": No such file or directory\n",
-            absent.err);
+  const std::string complaint =
+      "pimbsrctl: cannot reach the daemon at " + path() + ": No such file or directory\n";
+  EXPECT_EQ((Outcome{exitUnreachable, "", complaint}), run(options("show", "bsr")));
   Options longPath = options("show", "bsr");
   longPath.socket = std::string(200, 'x');
   EXPECT_EQ(exitUnreachable, run(longPath).code);
@@ -191,22 +185,16 @@ std::thread fakeDaemon(asio::io_context& loop, const std::string& path, std::str
 }
 
 TEST_F(RunTest, SurvivesADaemonThatTalksNonsense) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"", "pimbsrctl: the daemon closed the connection\n"},
-      {"{\"ok\":true", "pimbsrctl: the daemon closed the connection\n"},
-      {"nonsense\n", "pimbsrctl: the daemon's answer makes no sense\n"},
-      {"[]\n", "pimbsrctl: the daemon's answer makes no sense\n"},
-      {"{\"ok\":true,\"data\":{}}\n", "pimbsrctl: the daemon's answer makes no sense\n"},
-      {"{\"ok\":false}\n", "pimbsrctl: the daemon's answer makes no sense\n"}};
-  for (const auto& [text, complaint] : cases) {
+  for (const std::string text : {"", "{\"ok\":true", "nonsense\n", "[]\n",
+                                 "{\"ok\":true,\"data\":{}}\n", "{\"ok\":false}\n"}) {
+    const char* complaint = text.ends_with('\n') ? "pimbsrctl: the daemon's answer makes no sense\n"
+                                                 : "pimbsrctl: the daemon closed the connection\n";
     asio::io_context loop;
     std::thread daemon = fakeDaemon(loop, path(), text);
     const Outcome outcome = run(options("show", "bsr"));
     daemon.join();
     std::filesystem::remove(path());
-    EXPECT_EQ(exitUnreachable, outcome.code) << text;
-    EXPECT_EQ(complaint, outcome.err) << text;
-    EXPECT_EQ("", outcome.out) << text;
+    EXPECT_EQ((Outcome{exitUnreachable, "", complaint}), outcome) << text;
   }
 }
 

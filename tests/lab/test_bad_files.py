@@ -3,7 +3,7 @@
 import subprocess
 from pathlib import Path
 
-from kit.config import bsr, config, family
+from kit.config import both
 from kit.play import Play
 from kit.router import FAMILIES, REPOSITORY, programs
 
@@ -21,9 +21,7 @@ def expected(file):
 class BadFiles(Play):
     def test_each_is_refused_with_its_reason(self):
         self.assertGreater(len(BAD_FILES), 60)
-        router = self.started_domain(config(*(
-            family(each, "lo", bsr_candidate=bsr("lo", (each.all_groups, 100)))
-            for each in FAMILIES))).router(1)
+        router = self.started_domain(both("lo", bsr_priority=100)).router(1)
         before = [self.configured(router, each) for each in FAMILIES]
         running = Path(router.config)
         good = running.read_bytes()

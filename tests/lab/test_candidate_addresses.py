@@ -3,7 +3,7 @@
     r1 (candidate BSR) --- r2 (candidate RP) --- r3
 """
 
-from kit.config import bsr, config, family, rp
+from kit.config import both
 from kit.domain import loopback
 from kit.play import ELECTION_SECONDS, PERIOD_SECONDS, Play
 from kit.router import FAMILIES, IPV4
@@ -13,12 +13,8 @@ ADVERTISED_SECONDS = 8
 
 class CandidateAddresses(Play):
     def started(self):
-        return self.started_domain(
-            config(*(family(each, "to-r2", bsr_candidate=bsr("lo", (each.all_groups, 100)))
-                     for each in FAMILIES)),
-            config(*(family(each, "to-r1", "to-r3", rp_candidate=rp("lo", (each.all_groups, 5)))
-                     for each in FAMILIES)),
-            config(*(family(each, "to-r2") for each in FAMILIES)))
+        return self.started_domain(both("to-r2", bsr_priority=100),
+                                   both("to-r1", "to-r3", rp_priority=5), both("to-r2"))
 
     def test_an_address_changes(self):
         domain = self.started()
@@ -64,6 +60,5 @@ class CandidateAddresses(Play):
 
     def await_at_bsr(self, router, family, rp):
         """The BSR knows exactly this RP."""
-        self.eventually(ADVERTISED_SECONDS, lambda: {rp} == set(
-            router.zone_mappings(family, family.all_groups).get(family.all_groups, {})),
-            f"the BSR does not know the RP {rp}")
+        self.eventually(ADVERTISED_SECONDS, lambda: router.zone_rps(family) == {rp},
+                        f"the BSR does not know the RP {rp}")

@@ -92,9 +92,8 @@ class CapturesOfOthers(Play):
 
     def test_other_messages_of_others_disturb_nobody(self):
         line = self.started_line(1)
-        line.inject(IPV4, "bsm-global", "1")
+        self.teach(line, IPV4)
         router = line.routers[0]
-        self.eventually(1, lambda: router.bsr_address(IPV4) == IPV4.bsr, "no BSR")
         before = router.rps(IPV4)
         names = ("PIMv2_hellos", "PIM-SM_join_prune", "PIM_register_register-stop",
                  "pim_header_asan", "pim_header_asan-2")

@@ -3,26 +3,17 @@
     r1 (candidate BSR, 100) --- r2 (candidate RP) --- r3 (candidate BSR, 50)
 """
 
-from kit.config import HOLD_TIME, bsr, config, family, rp
+from kit.config import HOLD_TIME, both
 from kit.domain import loopback
 from kit.play import PERIOD_SECONDS, Play
 from kit.router import FAMILIES
 
 
-def candidate_bsr(interface, priority):
-    return config(*(family(each, interface, bsr_candidate=bsr("lo", (each.all_groups, priority)))
-                    for each in FAMILIES))
-
-
-def candidate_rp(*interfaces):
-    return config(*(family(each, *interfaces, rp_candidate=rp("lo", (each.all_groups, 7)))
-                    for each in FAMILIES))
-
-
 class Election(Play):
     def test_candidates_that_are_stopped_give_way_at_once(self):
-        domain = self.started_domain(candidate_bsr("to-r2", 100), candidate_rp("to-r1", "to-r3"),
-                                     candidate_bsr("to-r2", 50))
+        domain = self.started_domain(both("to-r2", bsr_priority=100),
+                                     both("to-r1", "to-r3", rp_priority=7),
+                                     both("to-r2", bsr_priority=50))
         first, second, third = domain.routers
         link = self.capture(second.node, "to-r3")
         self.await_bsr(domain.routers, 1)
@@ -46,13 +37,8 @@ class Election(Play):
             self.assertTrue(all(packet.checksum_good for packet in spoken))
 
         for each in FAMILIES:
-            self.eventually(PERIOD_SECONDS, lambda: self.known_rps(third, each) ==
-                            {loopback(each, 2)}, "r3 does not know the RP")
+            self.eventually(PERIOD_SECONDS, lambda: third.zone_rps(each) == {loopback(each, 2)},
+                            "r3 does not know the RP")
         self.assertEqual(second.stop(), 0)
         for each in FAMILIES:
-            self.eventually(2, lambda: not self.known_rps(third, each), "r2 was not withdrawn")
-
-    def known_rps(self, router, family):
-        """The RPs of all groups that a BSR knows; it announces a withdrawn one once more."""
-        mappings = router.zone_mappings(family, family.all_groups).get(family.all_groups, {})
-        return {rp for rp, entry in mappings.items() if entry["holdtime"] > 0}
+            self.eventually(2, lambda: not third.zone_rps(each), "r2 was not withdrawn")

@@ -31,9 +31,7 @@ class Flood(Play):
         line.start()
         self.await_neighbors(line)
         for family in FAMILIES:
-            line.inject(family, "bsm-global", "1")
-            for router in line.routers:
-                self.eventually(1, lambda: router.bsr_address(family) == family.bsr, "no BSR")
+            self.teach(line, family)
         before = [self.learned(router) for router in line.routers]
 
         self.flood(line, SECONDS / 4)
@@ -47,10 +45,7 @@ class Flood(Play):
         self.assertEqual([self.learned(router) for router in line.routers], before)
         for family in FAMILIES:
             self.check_counters(line.routers[0], family)
-            line.inject(family, "bsm-global", "2")
-            for router in line.routers:
-                self.eventually(1, lambda: family.rp(1) not in
-                                router.rps(family)[family.all_groups], "good messages do not pass")
+            self.teach(line, family, "2")
 
     def flood(self, line, seconds):
         """Lets all senders loose for so long."""

@@ -16,8 +16,7 @@ class Interfaces(Play):
         line = self.started_line(3)
         first, second, third = line.routers
         for family in FAMILIES:
-            line.inject(family, "bsm-global", "1")
-            self.eventually(1, lambda: third.bsr_address(family) == family.bsr, "r3 knows no BSR")
+            self.teach(line, family)
         learned = {family: third.rps(family) for family in FAMILIES}
 
         second.node.ip("link", "set", "to-r3", "down")
@@ -27,9 +26,7 @@ class Interfaces(Play):
             self.assertFalse(interface(second, family, "to-r3")["up"])
             self.assertEqual(second.rps(family), learned[family])
             self.assertEqual(third.rps(family), learned[family])
-            line.inject(family, "bsm-global", "2")
-            self.eventually(1, lambda: family.rp(1) not in second.rps(family)[family.all_groups],
-                            "r2 did not follow the message")
+            self.teach(line, family, "2", [first, second])
             self.assertEqual(third.rps(family), learned[family], "r3 cannot know yet")
 
         # The kernel took the IPv6 addresses off the interface.
@@ -37,9 +34,7 @@ class Interfaces(Play):
         for family in FAMILIES:
             self.eventually(ADJACENCY_SECONDS, lambda: line.neighbors_known(family),
                             "neighbours do not know each other again")
-            line.inject(family, "bsm-global", "2")
-            self.eventually(1, lambda: family.rp(1) not in third.rps(family)[family.all_groups],
-                            "r3 did not follow the message")
+            self.teach(line, family, "2")
 
     def test_an_address_changes(self):
         line = self.started_line(3)
@@ -56,8 +51,7 @@ class Interfaces(Play):
                             "r2 and r3 do not know each other again")
             self.assertEqual(interface(second, family, "to-r3")["address"], NEW_END[family])
 
-            line.inject(family, "bsm-global", "1")
-            self.eventually(1, lambda: third.bsr_address(family) == family.bsr, "r3 knows no BSR")
+            self.teach(line, family)
             packets = link.bootstraps(NEW_END[family])
             self.assertTrue(packets and all(packet.checksum_good for packet in packets))
 

@@ -21,8 +21,7 @@ class Newcomer(Play):
         self.await_neighbors(line)
         line.routers = [*early, late]
         for family in FAMILIES:
-            line.inject(family, "bsm-global", "1")
-            self.eventually(1, lambda: early[1].bsr_address(family) == family.bsr, "r2 knows no BSR")
+            self.teach(line, family, routers=early)
         link = self.capture(early[1].node, "to-r3")
 
         started = time.monotonic()

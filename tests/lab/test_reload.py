@@ -8,7 +8,7 @@ import signal
 import subprocess
 import time
 
-from kit.config import bsr, config, family, rp
+from kit.config import both, config, family, rp
 from kit.domain import loopback
 from kit.play import ELECTION_SECONDS, PERIOD_SECONDS, Play
 from kit.router import FAMILIES, IPV4, IPV6, programs
@@ -19,8 +19,7 @@ CONFIGURED = ("/cbsr[", "/crp[", "/bsBorder", "/crpPermit", "/zone", "Timeout ")
 
 
 def candidate_bsr(priority):
-    return config(*(family(each, "to-r2", bsr_candidate=bsr("lo", (each.all_groups, priority)))
-                    for each in FAMILIES))
+    return both("to-r2", bsr_priority=priority)
 
 
 def candidate_rp(more=False, border=False):
@@ -33,14 +32,14 @@ def candidate_rp(more=False, border=False):
 
 def candidates(router, family):
     """The zones in which a router is candidate BSR, and its settings there."""
-    return {zone["zone"]: {key: value for key, value in zone["candidate"].items()}
+    return {zone["zone"]: zone["candidate"]
             for zone in router.show(family, "bsr")["zones"] if zone["candidate"]}
 
 
 class Reload(Play):
     def test_the_difference_shows_everywhere(self):
         domain = self.started_domain(candidate_bsr(100), candidate_rp(),
-                                     config(*(family(each, "to-r2") for each in FAMILIES)))
+                                     both("to-r2"))
         first, second, third = domain.routers
         self.await_bsr(domain.routers, 1)
 
@@ -55,7 +54,7 @@ class Reload(Play):
 
         # A border keeps the end of r1's candidacy from r3; without it r3 hears of the next election.
         self.reload(second, candidate_rp(border=True))
-        self.reload(first, config(*(family(each, "to-r2") for each in FAMILIES)))
+        self.reload(first, both("to-r2"))
         for each in FAMILIES:
             self.eventually(2, lambda: second.bsr(each)["priority"] == 0, "r2 did not hear of it")
             self.assertEqual(third.bsr(each)["priority"], 120)
@@ -92,15 +91,6 @@ class Reload(Play):
             log[each].terminate()
             said = log[each].communicate()[0].splitlines()
             self.assertEqual([line for line in said if any(name in line for name in CONFIGURED)], [])
-
-    def test_a_daemon_does_not_start_with_a_bad_file(self):
-        path = "/run/bad.yaml"
-        with open(path, "w", encoding="utf-8") as file:
-            file.write("vrf:\n  - name: default\n    nonsense: 1\n")
-        done = subprocess.run([programs() / "pimbsrd", "--config", path], capture_output=True,
-                              text=True, timeout=10)
-        self.assertEqual(done.returncode, 78)
-        self.assertIn(f"{path}:3: vrf[default]", done.stderr)
 
     def check_refused(self, router, bad, *reasons):
         router.configure(bad)

@@ -3,7 +3,7 @@
     r1 (candidate BSR and RP) --- r2
 """
 
-from kit.config import bsr, config, family, rp
+from kit.config import both
 from kit.domain import loopback
 from kit.play import PERIOD_SECONDS, Play
 from kit.router import FAMILIES
@@ -13,10 +13,7 @@ READY_SECONDS = 5  # after which every instance reports
 
 class Upgrade(Play):
     def test_nobody_notices_the_replacement(self):
-        domain = self.started_domain(
-            config(*(family(each, "to-r2", bsr_candidate=bsr("lo", (each.all_groups, 100)),
-                            rp_candidate=rp("lo", (each.all_groups, 5))) for each in FAMILIES)),
-            config(*(family(each, "to-r1") for each in FAMILIES)))
+        domain = self.started_domain(both("to-r2", bsr_priority=100, rp_priority=5), both("to-r1"))
         first, second = domain.routers
         self.await_bsr([second], 1)
         expected = {each: {each.all_groups: {loopback(each, 1)}} for each in FAMILIES}

@@ -5,7 +5,7 @@
 
 import json
 
-from kit.config import bsr, config, family
+from kit.config import both
 from kit.domain import Domain, block, loopback
 from kit.play import ELECTION_SECONDS, Play
 from kit.router import FAMILIES
@@ -20,9 +20,8 @@ class Vrf(Play):
         self.addCleanup(domain.close)
         first, second = domain.routers
         self.add_vrf(second.node)
-        first.configure(config(*(family(each, "to-r2", bsr_candidate=bsr(
-            "lo", (each.all_groups, 100))) for each in FAMILIES)))
-        in_red = config(*(family(each, "to-r1") for each in FAMILIES))
+        first.configure(both("to-r2", bsr_priority=100))
+        in_red = both("to-r1")
         in_red["vrf"][0]["name"] = "red"
         second.configure(in_red)
         domain.start()

@@ -26,7 +26,7 @@ std::string between(const std::string& text, const std::string& from, const std:
   return text.substr(start, text.find(to, start) - start);
 }
 
-TEST(HtmlReport, HoldsNothingButItselfWhateverNamesAre) {
+TEST(Reports, HoldNothingButThemselvesWhateverNamesAreAndSayWhatFailed) {
   const Scenario scenario = parseScenario(hostile, "f");
   ScenarioRun run(scenario, {1, false, std::nullopt});
   const Timeline timeline(run.world(), run.beliefs());
@@ -42,13 +42,6 @@ TEST(HtmlReport, HoldsNothingButItselfWhateverNamesAre) {
   }
   EXPECT_GT(recorder.messages().size(), 2U);
   EXPECT_GT(recorder.changes().size(), 3U);
-}
-
-TEST(JsonReport, SaysWhatFailed) {
-  const Scenario scenario = parseScenario(hostile, "f");
-  ScenarioRun run(scenario, {1, false, std::nullopt});
-  const Timeline timeline(run.world(), run.beliefs());
-  run.run();
   const std::string json = jsonReport(run, timeline);
   EXPECT_NE(json.find("\"passed\": false"), std::string::npos);
   EXPECT_NE(json.find("the BSR of 224.0.0.0/4 is 10.0.0.2"), std::string::npos);

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "agent/apply/ConfigEntities.h"
-#include "platform/entity/Assertion.h"
 #include "platform/entity/AttributeLog.h"
 #include "tests/agent/apply/RandomConfig.h"
+#include "tests/support/Refusal.h"
 
 namespace Routing::Agent {
 namespace {
@@ -53,7 +53,7 @@ class Processing {
 /// ends where a start would.
 TEST(ConfigEntities, ArriveWhereAStartWouldBegin) {
   EXPECT_TRUE(rc::check([] {
-    const AssertionHandler before = assertionHandlerIs(throwOnAssertion);
+    const TestKit::ThrowingAssertions throwing;
     DaemonConfig config = RandomConfig::draw();
     config.vrfs[VrfName("default")][AddressFamily::ipv4];
     ConfigEntities entities;
@@ -69,7 +69,6 @@ TEST(ConfigEntities, ArriveWhereAStartWouldBegin) {
       RC_ASSERT(running.bed().statusText() == Processing(fresh).bed().statusText());
       RC_ASSERT(running.bed().violations == Lines{});
     }
-    assertionHandlerIs(before);
   }));
 }
 

@@ -56,30 +56,22 @@ TEST(Config, HasTheDefaultsOfTheLibrary) {
   EXPECT_EQ(settings.scopeZoneTimeout, Pim::Bsr::Config::szTimeoutDefault);
 
   using Zone = Pim::Bsr::BsrCandidateGroup;
-  const BsrCandidateSettings zone =
-      settings.bsrCandidates.at("eth0").zones.at(prefix("224.0.0.0/4"));
-  EXPECT_EQ(zone.priority, Zone::priorityDefault);
-  EXPECT_EQ(zone.hashMaskLen, Zone::hashMaskLenDefault);
+  const BsrCandidateSettings zone{Zone::priorityDefault, Zone::hashMaskLenDefault,
+                                  Zone::intervalDefault};
+  EXPECT_EQ(settings.bsrCandidates.at("eth0").zones.at(prefix("224.0.0.0/4")), zone);
   const DaemonConfig ipv6 = load(bsrText(
       "ipv6", R"({bsr-candidate: {interface: [{name: eth0, zone: [{group: "ff00::/8"}]}]}})"));
-  EXPECT_EQ(family(ipv6, "default", AddressFamily::ipv6)
-                .bsrCandidates.at("eth0")
-                .zones.at(prefix("ff00::/8"))
-                .hashMaskLen,
-            126U);
-  EXPECT_EQ(zone.interval, Zone::intervalDefault);
+  const BsrCandidate& candidate =
+      family(ipv6, "default", AddressFamily::ipv6).bsrCandidates.at("eth0");
+  EXPECT_EQ(candidate.zones.at(prefix("ff00::/8")).hashMaskLen, 126U);
 
   const RpCandidate& rp = settings.rpCandidates.at("eth0");
   EXPECT_EQ(rp.interval, Pim::Bsr::CrpAdvInterval().value());
   EXPECT_EQ(rp.mode, Pim::PimMode::sparse);
   EXPECT_EQ(rp.ranges.at(prefix("224.0.0.0/4")).value, 192);
-
-  const Pim::HelloConfig hello = settings.interfaces.at("eth0").hello();
-  EXPECT_EQ(hello.helloPeriod, Pim::HelloConfig().helloPeriod);
-  EXPECT_EQ(hello.holdtime, Pim::HelloConfig().holdtime);
-  EXPECT_EQ(hello.drPriority, Pim::HelloConfig().drPriority);
-  EXPECT_EQ(hello.propagationDelay, Pim::HelloConfig().propagationDelay);
-  EXPECT_EQ(hello.overrideInterval, Pim::HelloConfig().overrideInterval);
+  Pim::HelloConfig hello;
+  hello.firstDelay = 0.5;  // the daemon's first Hello does not wait
+  EXPECT_EQ(settings.interfaces.at("eth0").hello(), hello);
 
   const Pim::Bsr::PimBsrLimits limits;
   EXPECT_EQ(config.limits, (LimitSettings{limits.maxZones(), limits.maxGroups(), limits.maxRps(),
@@ -171,41 +163,28 @@ TEST(Findings, QuoteNoTextThatATerminalWouldObey) {
 }
 
 /// A number below `bound`, in small tests as well: ranges grow with the size of the test otherwise.
-std::size_t below(std::size_t bound) {
+std::size_t lessThan(std::size_t bound) {
   return *rc::gen::resize(rc::kNominalSize, rc::gen::inRange<std::size_t>(0, bound));
-}
-
-/// Another digit in place of the first one from `at` on.
-void changeDigit(std::string& text, std::size_t at) {
-  const auto digit = text.find_first_of("0123456789", at);
-  if (digit != std::string::npos) text[digit] = *rc::gen::elementOf(std::string("0123456789"));
 }
 
 /// One or more random edits, mostly few: digits and octets changed, pieces moved or taken out.
 std::string mutated(std::string text) {
+  constexpr const char* digits = "0123456789";
   const auto edits = *rc::gen::elementOf(std::vector<int>{1, 1, 2, 2, 6});
   for (int i = 0; i < edits && !text.empty(); ++i) {
-    const std::size_t at = below(text.size());
-    const std::size_t length = below(40);
-    const std::string piece = text.substr(below(text.size()), length);
-    switch (below(8)) {
-      case 0:
-        text[at] = *rc::gen::arbitrary<char>();
-        break;
-      case 1:
-        text[at] = *rc::gen::elementOf(std::string(" \n:-[]{}\"'&*!#,?|>%@0129a"));
-        break;
-      case 2:
-        text.insert(at, piece);
-        break;
-      case 3:
-        text.erase(at, length);
-        break;
-      case 4:
-        text.replace(at, std::min(length, text.size() - at), piece);
-        break;
-      default:
-        changeDigit(text, at);
+    const std::size_t at = lessThan(text.size());
+    const std::size_t length = lessThan(40);
+    const std::string piece = text.substr(lessThan(text.size()), length);
+    const std::size_t what = lessThan(8);
+    const auto digit = text.find_first_of(digits, at);
+    if (what == 0) {
+      text[at] = *rc::gen::arbitrary<char>();
+    } else if (what == 1) {
+      text[at] = *rc::gen::elementOf(std::string(" \n:-[]{}\"'&*!#,?|>%@0129a"));
+    } else if (what <= 4) {  // a piece put in, taken out, put in its place
+      text.replace(at, what == 2 ? 0 : std::min(length, text.size() - at), what == 3 ? "" : piece);
+    } else if (digit != std::string::npos) {
+      text[digit] = *rc::gen::elementOf(std::string(digits));
     }
   }
   return text;

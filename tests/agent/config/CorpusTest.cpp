@@ -8,7 +8,8 @@
 #include "agent/config/ConfigFile.h"
 
 // The files under tests/data/config. A bad one begins with the errors that it must give, one in
-// "judged" with the warnings, each as "# expect: LINE: PATH: TEXT"; these and no others.
+// "judged" with the warnings, one in "told" with what else is said of it, each as
+// "# expect: LINE: PATH: TEXT"; these and no others.
 
 namespace Routing::Agent {
 namespace {
@@ -26,7 +27,7 @@ Files filesOf(const std::string& directory) {
   return files;
 }
 
-Texts textsOf(const Findings& findings, Severity severity = Severity::error) {
+Texts saidOf(const Findings& findings, Severity severity = Severity::error) {
   Texts texts;
   for (const Finding& finding : findings) {
     if (finding.severity == severity) texts.push_back(findingText(finding));
@@ -44,37 +45,26 @@ Texts expectedOf(const std::filesystem::path& file) {
   return expected;
 }
 
-TEST(BadFiles, GiveTheErrorsThatTheyAnnounce) {
-  const Files files = filesOf("bad");
-  EXPECT_GE(files.size(), 100U);
-  for (const auto& file : files) {
-    SCOPED_TRACE(file.filename().string());
-    const LoadedConfig loaded = loadConfig(file);
-    EXPECT_FALSE(loaded.config);
-    EXPECT_FALSE(expectedOf(file).empty());
-    EXPECT_EQ(textsOf(loaded.findings), expectedOf(file));
-  }
-}
+/// The findings of one severity that a directory's files announce, and whether they can be used.
+struct Kind {
+  const char* directory;
+  std::size_t files;  // at least
+  Severity announced;
+  bool usable;
+};
 
-TEST(JudgedFiles, GiveTheWarningsThatTheyAnnounce) {
-  const Files files = filesOf("judged");
-  EXPECT_GE(files.size(), 12U);
-  for (const auto& file : files) {
-    SCOPED_TRACE(file.filename().string());
-    const LoadedConfig loaded = loadConfig(file);
-    EXPECT_TRUE(loaded.config);
-    EXPECT_EQ(textsOf(loaded.findings, Severity::warning), expectedOf(file));
-  }
-}
-
-TEST(GoodFiles, HaveNoErrors) {
-  const Files files = filesOf("good");
-  EXPECT_GE(files.size(), 4U);
-  for (const auto& file : files) {
-    SCOPED_TRACE(file.filename().string());
-    const LoadedConfig loaded = loadConfig(file);
-    EXPECT_TRUE(loaded.config);
-    EXPECT_EQ(textsOf(loaded.findings), Texts());
+TEST(ConfigCorpus, EachFileGivesWhatItAnnounces) {
+  for (const Kind& kind :
+       {Kind{"bad", 100, Severity::error, false}, Kind{"judged", 12, Severity::warning, true},
+        Kind{"told", 2, Severity::information, true}, Kind{"good", 4, Severity::error, true}}) {
+    const Files files = filesOf(kind.directory);
+    EXPECT_GE(files.size(), kind.files);
+    for (const auto& file : files) {
+      SCOPED_TRACE(file.filename().string());
+      const LoadedConfig loaded = loadConfig(file);
+      EXPECT_EQ(loaded.config.has_value(), kind.usable);
+      EXPECT_EQ(saidOf(loaded.findings, kind.announced), expectedOf(file));
+    }
   }
 }
 
@@ -88,10 +78,10 @@ TEST(ThePackagedFile, HasNothingToWarnOf) {
 
 TEST(AFileThatCannotBeRead, IsAnError) {
   const std::string directory = PIMBSR_SOURCE_DIR "/tests/data/config";
-  EXPECT_EQ(textsOf(loadConfig(directory + "/absent.yaml").findings),
+  EXPECT_EQ(saidOf(loadConfig(directory + "/absent.yaml").findings),
             (Texts{"cannot be read: No such file or directory"}));
-  EXPECT_EQ(textsOf(loadConfig(directory).findings), (Texts{"cannot be read: Is a directory"}));
-  EXPECT_EQ(textsOf(loadConfig("/dev/zero").findings), (Texts{"longer than 1048576 octets"}));
+  EXPECT_EQ(saidOf(loadConfig(directory).findings), (Texts{"cannot be read: Is a directory"}));
+  EXPECT_EQ(saidOf(loadConfig("/dev/zero").findings), (Texts{"longer than 1048576 octets"}));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 """Configurations of the daemon as data, with timers as short as they can be."""
 
-from kit.router import IPV4
+from kit.router import FAMILIES, IPV4
 
 HOLD_TIME = 12  # seconds; a Bootstrap message comes every 10
 
@@ -8,6 +8,17 @@ HOLD_TIME = 12  # seconds; a Bootstrap message comes every 10
 def config(*families, **others):
     """The default VRF with these families."""
     return {"vrf": [{"name": "default", "address-family": list(families)}], **others}
+
+
+def both(*interfaces, bsr_priority=None, rp_priority=None):
+    """Both families on these interfaces; with priorities a candidate BSR and RP of all groups, by
+    the address of lo."""
+    def candidates(family):
+        if bsr_priority is not None:
+            yield "bsr_candidate", bsr("lo", (family.all_groups, bsr_priority))
+        if rp_priority is not None:
+            yield "rp_candidate", rp("lo", (family.all_groups, rp_priority))
+    return config(*(family(each, *interfaces, **dict(candidates(each))) for each in FAMILIES))
 
 
 def family(family, *interfaces, **bsr):

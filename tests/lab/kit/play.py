@@ -48,6 +48,15 @@ class Play(unittest.TestCase):
                                 loopback(family, number),
                                 f"{router.node.name} does not see r{number} as the BSR")
 
+    def teach(self, line, family, message="1", routers=None):
+        """The host sends a message for all groups, the first one with RPs 0 and 1, the second one
+        without RP 1; all routers, or some of them, take it in."""
+        line.inject(family, "bsm-global", message)
+        for router in routers or line.routers:
+            self.eventually(1, lambda: router.bsr_address(family) == family.bsr and
+                            (message == "1") == (family.rp(1) in router.zone_rps(family)),
+                            f"{router.node.name} did not take message {message} in")
+
     def reload(self, router, config=None):
         """Has a router read its configuration, another one if it is given; says what it said."""
         if config is not None:

@@ -115,6 +115,13 @@ class Router:
                 return _by_range(entry["groups"])
         return {}
 
+    def zone_rps(self, family, zone=None):
+        """The RPs that it knows for all groups of a zone (the global one), but for those whose
+        withdrawal a BSR still announces."""
+        zone = zone or family.all_groups
+        learned = self.zone_mappings(family, zone).get(zone, {})
+        return {rp for rp, entry in learned.items() if entry["holdtime"] > 0}
+
     def rps(self, family):
         """The mappings in use without their details: {group range: {RP addresses}}."""
         return {prefix: set(rps) for prefix, rps in self.mappings(family).items()}

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/entity/Assertion.h"
 #include "platform/entity/MountTable.h"
 #include "tests/platform/entity/SampleEntities.h"
 #include "tests/support/Octets.h"
+#include "tests/support/Refusal.h"
 
 namespace Routing {
 namespace {
@@ -21,6 +21,7 @@ const IntfId eth0("eth0");
 const IntfId eth1("eth1");
 
 using TestKit::prefix;
+using TestKit::refusal;
 
 // --- setters ----------------------------------------------------------------------------------
 
@@ -32,12 +33,8 @@ TEST(Entity, SetterComparesStoresChecksAndNotifiesInThatOrder) {
   EXPECT_TRUE(seen.empty());
   port.intervalIs(10);
   EXPECT_EQ(seen, std::vector<unsigned>{10});
-  try {
-    port.intervalIs(9);
-    FAIL() << "9 was accepted";
-  } catch (const RangeError& error) {
-    EXPECT_STREQ(error.what(), "Port::interval < Port::min or > 3600 not allowed");
-  }
+  EXPECT_EQ(refusal([&] { port.intervalIs(9); }),
+            "Port::interval < Port::min or > 3600 not allowed");
   EXPECT_EQ(port.interval(), 9U) << "a refused value stays stored";
   EXPECT_EQ(seen.size(), 1U) << "and nobody is told of it";
   EXPECT_NO_THROW(port.intervalIs(9)) << "an equal value does nothing, refused or not";
@@ -71,14 +68,8 @@ TEST(Entity, KeyedAttributesNotifyOncePerChangeWithTheKey) {
 
 TEST(Entity, ReferencesRefuseNull) {
   const auto r = makeRouter();
-  try {
-    r->uplinkIs("a", nullptr);
-    FAIL() << "null was accepted";
-  } catch (const RangeError& error) {
-    EXPECT_STREQ(error.what(),
-                 "null _uplink parameter to mutator for Routing::Sample::Router::uplink not "
-                 "allowed\"");
-  }
+  EXPECT_EQ(refusal([&] { r->uplinkIs("a", nullptr); }),
+            "null _uplink parameter to mutator for Routing::Sample::Router::uplink not allowed\"");
 }
 
 TEST(Entity, ADeletedEntryIsDetachedAndGoesOnWorking) {
@@ -179,21 +170,15 @@ TEST(Notification, OneThatThrowsKeepsNobodyElseFromBeingTold) {
   const auto second = port.priorityReactor([&] { log += '2'; });
   const auto third = port.priorityReactor([&] { throw RangeError("third"); });
   const auto whole = port.anyReactor([&](std::size_t) { log += '*'; });
-  try {
-    port.priorityIs(1);
-    FAIL() << "the error was lost";
-  } catch (const RangeError& error) {
-    EXPECT_STREQ(error.what(), "first");
-  }
+  EXPECT_EQ(refusal([&] { port.priorityIs(1); }), "first");
   EXPECT_EQ(log, "2*");
 }
 
 TEST(Notification, PingPongEndsInAnAssertion) {
-  const AssertionHandler before = assertionHandlerIs(throwOnAssertion);
+  const TestKit::ThrowingAssertions throwing;
   Port port(eth0);
   const auto reactor = port.priorityReactor([&] { port.priorityIs(port.priority() == 1 ? 2 : 1); });
   EXPECT_THROW(port.priorityIs(1), AssertionError);
-  assertionHandlerIs(before);
 }
 
 // --- mounting ---------------------------------------------------------------------------------

@@ -18,20 +18,6 @@ struct World {
   std::string log;
 };
 
-TEST(Timer, EqualExpiriesFireInTheOrderOfArming) {
-  World w;
-  Timer a(w.wheel, [&] { w.log += 'a'; });
-  Timer b(w.wheel, [&] { w.log += 'b'; });
-  Timer c(w.wheel, [&] { w.log += 'c'; });
-  c.expiryIs(1.0);
-  a.expiryIs(1.0);
-  b.expiryIs(1.0);
-  c.expiryIs(1.0);  // armed anew: last now
-  w.clock.nowIs(1.0);
-  w.wheel.fireDue();
-  EXPECT_EQ(w.log, "abc");
-}
-
 TEST(Timer, ArmedInsideATurnFiresInALaterOne) {
   World w;
   Timer again(w.wheel, [&] {

@@ -1,23 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "platform/net/VrfName.h"
 #include "platform/trace/Trace.h"
+#include "tests/support/TraceRecorder.h"
 
 namespace Routing {
 namespace {
-
-class Recorder final : public TraceSink {
- public:
-  Recorder() { traceSinkIs(*this); }
-  ~Recorder() override { traceSinkDel(*this); }
-  void trace(std::string_view facility, int level, std::string_view text) override {
-    lines.push_back(std::string(facility) + ' ' + std::to_string(level) + ' ' + std::string(text));
-  }
-  std::vector<std::string> lines;
-};
 
 class Tracer {
  public:
@@ -34,7 +24,7 @@ class Tracer {
 TEST(Trace, IsWrittenUpToTheThresholdAndCostsNothingBeyond) {
   const TraceHandle handle("Test::Unit");
   TraceHandle& writable = const_cast<TraceHandle&>(handle);
-  Recorder recorder;
+  const TestKit::TraceRecorder recorder("no facility");
   int evaluations = 0;
   const Tracer tracer(handle);
   tracer.work(evaluations);
@@ -43,9 +33,11 @@ TEST(Trace, IsWrittenUpToTheThresholdAndCostsNothingBeyond) {
   EXPECT_EQ(evaluations, 0) << "pieces are not evaluated while off";
   writable.thresholdIs(5);
   tracer.work(evaluations);
-  ASSERT_EQ(recorder.lines.size(), 1U);
-  const std::string& line = recorder.lines[0];
-  EXPECT_TRUE(line.starts_with("Test::Unit 5 <Vrf:red>")) << line;
+  ASSERT_EQ(recorder.lines().size(), 1U);
+  EXPECT_EQ(recorder.lines()[0].facility, "Test::Unit");
+  EXPECT_EQ(recorder.lines()[0].level, 5);
+  const std::string& line = recorder.lines()[0].text;
+  EXPECT_TRUE(line.starts_with("<Vrf:red>")) << line;
   EXPECT_NE(line.find("Tracer::work(int"), std::string::npos) << line;
   EXPECT_TRUE(line.ends_with(", cost=1, yes=true")) << line;
 }
