@@ -75,8 +75,7 @@ void addOverrides(CLI::App& app, Options& options, std::vector<std::string>& tra
 }
 
 std::uint16_t holdtimeOf(double helloPeriod) {
-  constexpr double longest = 65534;  // the next number stands for ever
-  return static_cast<std::uint16_t>(std::clamp(helloPeriod * holdtimePeriods, 1.0, longest));
+  return static_cast<std::uint16_t>(std::max(helloPeriod * holdtimePeriods, 1.0));
 }
 
 DaemonConfig configOf(BuiltIn& builtIn) {

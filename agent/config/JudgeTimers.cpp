@@ -59,16 +59,12 @@ IpGenAddr lastAddress(AddressFamily af) {
   return af == AddressFamily::ipv4 ? IpGenAddr::v4(~std::uint32_t{0}) : IpGenAddr::v6(ones, ones);
 }
 
-/// From the last message of the elected BSR to the first of this candidate, at the longest.
+/// From the last message of the elected BSR to the first of this candidate, at the longest: with
+/// the lowest address, against the best BSR that there can be.
 double failover(std::uint32_t holdTime, const BsrCandidateSettings& zone, AddressFamily af) {
   const Pim::Bsr::PimBsrWeight mine(zone.priority, IpGenAddr::zero(af));
-  double worst = 0;
-  // The delay is longest either against the best priority or against an equal one.
-  for (const std::uint8_t priority : {std::uint8_t{255}, zone.priority}) {
-    const Pim::Bsr::PimBsrWeight stored(priority, lastAddress(af));
-    worst = std::max(worst, Pim::Bsr::backOff(mine, stored).delay);
-  }
-  return Pim::Bsr::bsTimeoutInForce(holdTime, zone.interval) + worst;
+  const Pim::Bsr::PimBsrWeight best(255, lastAddress(af));
+  return Pim::Bsr::bsTimeoutInForce(holdTime, zone.interval) + Pim::Bsr::backOff(mine, best).delay;
 }
 
 }  // namespace

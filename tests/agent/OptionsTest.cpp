@@ -37,7 +37,7 @@ TEST(Options, AreReadAsGiven) {
             (std::vector<std::pair<std::string, int>>{{"Pim::Hello", 9}, {"Routing", -1}}));
 }
 
-TEST(Options, KeepTheHoldTimeBelowForever) {
+TEST(Options, HoldThreeAndAHalfHelloPeriods) {
   const auto options =
       std::get<Options>(parse("--interface eth0 --interface eth1 --hello-period 18000"));
   for (const AddressFamily af : {AddressFamily::ipv4, AddressFamily::ipv6}) {

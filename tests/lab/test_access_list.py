@@ -42,8 +42,9 @@ class AccessLists(Play):
             self.await_bsr([second], 1, [each])
             self.await_bsr([second], 1, [each], OLD[each])
             self.await_at_bsr(first, each, OLD, {2})
-            errors = first.show(each, "counters")["bsr"]["receive-errors"]
-            self.assertGreater(errors["filter"], 0, "r3 is not filtered")
+            self.eventually(ADVERTISED_SECONDS, lambda: first.show(each, "counters")["bsr"]
+                            ["receive-errors"]["filter"] > 0, "r3 is not filtered")
+            self.assertNotIn(loopback(each, 3), first.zone_rps(each))
 
         self.assertIn("applied", self.reload(first, candidate_bsr([2, 3], [NEW])))
         self.reload(second, candidate_rp(NEW, "to-r1", "to-r3"))

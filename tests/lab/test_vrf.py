@@ -1,8 +1,9 @@
-"""A VRF has instances of its own, which come and go with its device.
+"""A VRF has instances of its own, which come and go with its device and keep to themselves.
 
-    r1 (candidate BSR) --- r2 (PIM in VRF red)
+    r1 (candidate BSR, 100) --- r2 (PIM in VRF red and in the default one) --- r3 (candidate BSR, 50)
 """
 
+import itertools
 import json
 
 from kit.config import both
@@ -14,28 +15,48 @@ NOTICED_SECONDS = 2
 TABLE = "10"
 
 
+def in_vrfs(**interfaces):
+    """PIM in these VRFs, each on its interfaces."""
+    return {"vrf": [both(*names)["vrf"][0] | {"name": vrf} for vrf, names in interfaces.items()]}
+
+
 class Vrf(Play):
+    def setUp(self):
+        self.domain = Domain(3)
+        self.addCleanup(self.domain.close)
+        self.first, self.second, self.third = self.domain.routers
+        self.add_vrf(self.second.node)
+        self.first.configure(both("to-r2", bsr_priority=100))
+        self.second.configure(in_vrfs(default=["to-r3"], red=["to-r1"]))
+        self.third.configure(both("to-r2", bsr_priority=50))
+        self.domain.start()
+        self.await_bsrs(red=1, default=3)
+
     def test_an_instance_runs_while_its_vrf_is_there(self):
-        domain = Domain(2)
-        self.addCleanup(domain.close)
-        first, second = domain.routers
-        self.add_vrf(second.node)
-        first.configure(both("to-r2", bsr_priority=100))
-        in_red = both("to-r1")
-        in_red["vrf"][0]["name"] = "red"
-        second.configure(in_red)
-        domain.start()
+        self.second.node.ip("link", "delete", "red")
         for each in FAMILIES:
-            self.eventually(ELECTION_SECONDS, lambda: self.bsr_in_red(second, each) ==
-                            loopback(each, 1), "the VRF does not know the BSR")
-        second.node.ip("link", "delete", "red")
-        for each in FAMILIES:
-            self.eventually(NOTICED_SECONDS, lambda: self.show(second, each)[0] == 1,
+            self.eventually(NOTICED_SECONDS, lambda: self.show("red", each)[0] == 1,
                             "there is an instance without a VRF")
-        self.add_vrf(second.node)
+            self.assertEqual(self.bsr_in("default", each), loopback(each, 3))
+        self.add_vrf(self.second.node)
+        self.await_bsrs(red=1, default=3)
+
+    def test_an_interface_changes_its_vrf(self):
         for each in FAMILIES:
-            self.eventually(ELECTION_SECONDS, lambda: self.bsr_in_red(second, each) ==
-                            loopback(each, 1), "the VRF does not know the BSR again")
+            self.assertEqual(self.third.bsr_address(each), loopback(each, 3),
+                             "r3 has heard of the better BSR behind the VRF")
+        self.second.node.ip("link", "set", "to-r1", "nomaster")
+        self.join_first(self.second.node)
+        self.reload(self.second, in_vrfs(default=["to-r1", "to-r3"], red=[]))
+        self.await_bsrs(red=None, default=1)
+        self.await_bsr([self.third], 1)
+
+    def await_bsrs(self, **expected):
+        """r2 sees these routers as the BSRs of its VRFs."""
+        for each, (vrf, number) in itertools.product(FAMILIES, expected.items()):
+            self.eventually(ELECTION_SECONDS, lambda: self.bsr_in(vrf, each) ==
+                            (number and loopback(each, number)),
+                            f"the BSR of VRF {vrf} is not r{number}")
 
     def add_vrf(self, node):
         """Puts the interface to r1 into the VRF red, which knows the way to r1."""
@@ -45,15 +66,19 @@ class Vrf(Play):
             self.skipTest(f"this kernel has no VRF devices ({reason})")
         node.ip("link", "set", "red", "up")
         node.ip("link", "set", "to-r1", "master", "red")
+        self.join_first(node, "table", TABLE)
+
+    def join_first(self, node, *table):
+        """Gives the interface to r1 its addresses, and a table of routes the way to r1."""
         node.furnish("to-r1", link=0, end=1)
         for each in FAMILIES:
             node.ip("route", "replace", block(each, 1), "via", each.near_end(0), "dev", "to-r1",
-                    "table", TABLE)
+                    *table)
 
-    def show(self, router, family):
-        return router.control("show", family.word, "pim", "bsr", "--vrf", "red", "--json")
+    def show(self, vrf, family):
+        return self.second.control("show", family.word, "pim", "bsr", "--vrf", vrf, "--json")
 
-    def bsr_in_red(self, router, family):
-        code, said = self.show(router, family)
+    def bsr_in(self, vrf, family):
+        code, said = self.show(vrf, family)
         found = json.loads(said)["zones"][0]["bsr"] if code == 0 else None
         return found and found["address"]
