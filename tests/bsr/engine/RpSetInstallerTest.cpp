@@ -127,28 +127,25 @@ TEST_F(RpSetInstallerTest, PiecesAddUpUnlessTheyContradictEachOther) {
   const Bsm first = piece(7, 2, {{"10.1.1.1"}}), second = piece(7, 2, {{"10.2.2.2"}});
   const Bsm two = piece(7, 3, {{"10.1.1.1"}, {"10.2.2.2"}});
   const Bsm three = piece(7, 3, {{"10.3.3.3"}}), others = piece(7, 3, {{"10.3.3.3"}, {"10.4.4.4"}});
+  const Bsm installed = bsm().group("225.0.0.0/8", {{"10.1.1.1"}});
+  const Bsm gone = piece(7, 2, {{"10.1.1.1", 0}});
   const Lines both{"225.0.0.0/8 10.1.1.1 150 0", "225.0.0.0/8 10.2.2.2 150 0"};
+  const Lines all{both[0], both[1], "225.0.0.0/8 10.3.3.3 150 0"};
   struct {
     const char* what;
+    bool open;  // something is still waited for
     std::vector<Bsm> messages;
     Lines after;
-    bool open;  // something is still waited for
   } const cases[] = {
-      {"one piece again and again", {first, first, first}, {}, true},
-      {"and then the other", {first, first, second}, both, false},
-      {"the last one again opens the range anew", {first, second, second}, both, true},
-      {"a withdrawal in pieces",
-       {bsm().group("225.0.0.0/8", {{"10.1.1.1"}}), piece(7, 2, {{"10.1.1.1", 0}}), second},
-       {"225.0.0.0/8 10.2.2.2 150 0"},
-       false},
-      {"another tag between them", {first, piece(8, 2, {{"10.2.2.2"}}), second}, {}, true},
-      {"another count", {two, piece(7, 4, {{"10.3.3.3"}})}, {}, false},
-      {"more RPs than announced", {two, others}, {}, false},
-      {"what comes after that counts", {two, others, two}, {}, true},
-      {"and completes",
-       {two, others, three, two},
-       {both[0], both[1], "225.0.0.0/8 10.3.3.3 150 0"},
-       false},
+      {"one piece again and again", true, {first, first, first}, {}},
+      {"and then the other", false, {first, first, second}, both},
+      {"the last one again opens the range anew", true, {first, second, second}, both},
+      {"a withdrawal in pieces", false, {installed, gone, second}, {both[1]}},
+      {"another tag between them", true, {first, piece(8, 2, {{"10.2.2.2"}}), second}, {}},
+      {"another count", false, {two, piece(7, 4, {{"10.3.3.3"}})}, {}},
+      {"more RPs than announced", false, {two, others}, {}},
+      {"what comes after that counts", true, {two, others, two}, {}},
+      {"and completes", false, {two, others, three, two}, all},
   };
   for (const auto& each : cases) {
     SCOPED_TRACE(each.what);
