@@ -186,8 +186,6 @@ void tryArrival(const Arrival& arrival) {
     EXPECT_EQ(channel.rxBsm(), intake.lastBsm(zone));
     ASSERT_NE(channel.rxBsm(), nullptr);
     EXPECT_EQ(channel.rxBsm()->source(), addr("10.0.0.2"));
-    EXPECT_EQ(channel.firstGroup(), prefix(arrival.scoped ? "239.1.0.0/16" : "239.1.1.0/24"));
-    EXPECT_EQ(channel.iifIntfId(), IntfId("eth0"));
     EXPECT_EQ(router.bsrOf(zone.text()), "10.9.9.9 64 30");
     const unsigned borders = arrival.border == Border::none ? 0 : 1;
     EXPECT_EQ(sent, arrival.forward ? 2 - borders : 0);
@@ -316,7 +314,6 @@ TEST_F(BsmIntakeTest, TheRpfNeighbourIsFoundInEveryKindOfRoute) {
 TEST(BsmIntake, ALinkLocalNeighbourCountsOnItsOwnLinkOnly) {
   VirtualWorld world;
   BsrRouter router(AddressFamily::ipv6, world.wheel);
-  TraceRecorder traces;
   for (const char* intf : {"eth0", "eth1"}) {
     router.linkIs(intf, "fe80::1");
     router.neighborIs(intf, "fe80::2");
@@ -324,10 +321,6 @@ TEST(BsmIntake, ALinkLocalNeighbourCountsOnItsOwnLinkOnly) {
   router.routeIs("2001:db8::9", "eth0", "fe80::2");
   router.hear("eth1", "fe80::2", Bsm("2001:db8::9"));
   EXPECT_EQ(router.counters().errCounters().rxNbrRpfCheck(), 1U);
-  EXPECT_TRUE(traces.ends("IO", 1,
-                          "RX - Error - Dropping BSM since BSM src fe80::2 is not from neighbor "
-                          "fe80::2 for BSR address 2001:db8::9"))
-      << traces.text(1);
   router.hear("eth0", "fe80::2", Bsm("2001:db8::9"));
   EXPECT_EQ(router.counters().rxBsmSuccess(), 1U);
   router.link("eth0").neighbor(addr("fe80::2"))->secondaryAddressIs(addr("2001:db8::2"), true);
