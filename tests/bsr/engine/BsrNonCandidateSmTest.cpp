@@ -392,20 +392,5 @@ TEST_P(FollowerTest, AMessageThatCannotBeInstalledStillKeepsTheBsrAlive) {
   EXPECT_EQ(record(), nullptr) << "nor does it keep the record from its end";
 }
 
-TEST_P(FollowerTest, SavedFragmentsOfAnOlderTagAreDropped) {
-  const auto piece = [&](unsigned tag, const std::string& rp) {
-    Bsm message(host("5"));
-    if (place.scoped) message.zone(place.zone);
-    return message.tag(tag).piece(place.group, 2, {{host(rp)}});
-  };
-  hear(piece(100, "77"));
-  hear(piece(200, "77"));
-  expectTraced({"8 Removing saved fragments related to tag 100"});
-  EXPECT_EQ(machine()->lastBsmFragments()->fragTag, 200);
-  EXPECT_EQ(router.engine().bsmRxFragments(100), nullptr);
-  hear(piece(100, "88"));
-  EXPECT_EQ(rps(), Lines{}) << "the piece of before is not there to be completed";
-}
-
 }  // namespace
 }  // namespace Routing::Pim::Bsr

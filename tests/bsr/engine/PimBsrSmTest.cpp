@@ -31,6 +31,7 @@ struct PimBsrSmTest : NeighborFixture {
 // --- which machine ----------------------------------------------------------------------------
 
 TEST_F(PimBsrSmTest, AZoneGetsAFollowerWithItsFirstMessage) {
+  router.instance->bsmStatus()->rxBsmIs(Bsm("2001:db8::9", 255).make());  // nobody's BSR
   EXPECT_TRUE(router.engine().nonCandidateSm().empty());
   hear(bsm());
   hear(scopedBsm());
@@ -53,7 +54,6 @@ TEST_F(PimBsrSmTest, AConfiguredCandidateGetsTheMessagesOfItsZone) {
   router.candidateBsrIs(scoped, "10.0.0.1", 10);
   hear(bsm());
   hear(scopedBsm());
-  router.instance->bsmStatus()->rxBsmIs(Bsm("2001:db8::9", 255).make());  // nobody's BSR
   expectTraced({"4 Trigger Global/Non-Scoped Candidate SM",
                 "4 Trigger Scoped Candidate SM Scope: 239.1.0.0/16"});
   EXPECT_TRUE(router.engine().nonCandidateSm().empty());

@@ -154,6 +154,7 @@ TEST_F(RpSetInstallerTest, PiecesAddUpUnlessTheyContradictEachOther) {
     EXPECT_EQ(rps(), each.after);
     EXPECT_EQ(fragments(7) != nullptr, each.open);
   }
+  expectTraced({"8 Removing saved fragments related to tag 7"}, "NonCandidateSm");
   EXPECT_EQ(traces.count("Sm", 1,
                          "Dropping fragments of 225.0.0.0/8 with fragment tag 7 since they "
                          "contradict each other"),

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "bsr/intake/BootstrapMessageSm.h"
 #include "platform/pim/PimCodec.h"
@@ -200,20 +201,11 @@ void tryArrival(const Arrival& arrival) {
 }
 
 TEST(BsmIntake, JudgesEveryCombinationOfConditions) {
-  for (const bool scoped : {false, true}) {
-    for (const bool forward : {false, true}) {
-      for (const To to : {To::allRouters, To::otherGroup, To::us}) {
-        for (const Way way : {Way::overSource, Way::overOther, Way::none}) {
-          for (const Border border : {Border::none, Border::zone, Border::all}) {
-            for (const bool stored : {false, true}) {
-              for (const bool late : {false, true}) {
-                tryArrival({scoped, forward, to, way, border, stored, late});
-              }
-            }
-          }
-        }
-      }
-    }
+  for (unsigned each = 0; each < 2 * 2 * 3 * 3 * 3 * 2 * 2; ++each) {
+    unsigned left = each;
+    const auto pick = [&left](unsigned of) { return std::exchange(left, left / of) % of; };
+    tryArrival({pick(2) == 1, pick(2) == 1, To(pick(3)), Way(pick(3)), Border(pick(3)),
+                pick(2) == 1, pick(2) == 1});
   }
 }
 
