@@ -34,6 +34,8 @@ TEST_F(RpCandidateConfiguration, RangesComeAndGo) {
   rangeIs("eth0", "224.0.0.0/4");
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4=10"})
       << "an option that was there before its range";
+  bed.rangePriorityIs("eth0", "224.0.0.0/4", 11);
+  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4=11"});
 }
 
 TEST_F(RpCandidateConfiguration, SettingsReachTheEntryAndNoneIsMadeForThem) {
