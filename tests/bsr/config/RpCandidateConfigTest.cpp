@@ -36,6 +36,8 @@ TEST_F(RpCandidateConfiguration, RangesComeAndGo) {
       << "an option that was there before its range";
   bed.rangePriorityIs("eth0", "224.0.0.0/4", 11);
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4=11"});
+  bed.rp("eth0")->groupRangeOptionsDel(prefix("224.0.0.0/4"));
+  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4"});
 }
 
 TEST_F(RpCandidateConfiguration, SettingsReachTheEntryAndNoneIsMadeForThem) {
