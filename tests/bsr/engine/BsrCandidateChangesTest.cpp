@@ -29,6 +29,9 @@ TEST_F(BsrCandidateChangesTest, ATimeoutNotAboveThePeriodIsOverridden) {
   expectTraced({"8 BS holdtime is " + overridden});
   hear(better());
   expectTimerAndRecord(now() + 270);
+  own->bsPeriodIs(129);
+  expectTimerAndRecord(now() + 130);
+  own->bsPeriodIs(130);
   traces.clear();
   router.status->bsTimeoutIs(20);
   EXPECT_EQ(machine().bsTimeout(), 270u);

@@ -218,10 +218,10 @@ TEST_F(CandidateRpSetTest, TheZoneBitIsLoggedAndChangesNothing) {
 // --- whose range it is ------------------------------------------------------------------------
 
 TEST_F(CandidateRpSetTest, RangesThatNobodyTakesCountOncePerMessage) {
-  stand();
-  advertise(range, rpA);  // pending
+  standAndFollow();
+  advertise(range, rpA);  // the other BSR's
   expectErrors(1);
-  wait(5);
+  wait(timeout + backOffFrom192 + 1);
   hear(Bsm("192.0.2.9", 192).zone(site));
   Pim::CrpAdvMessage adv;
   adv.prefixCountIs(4);
