@@ -77,6 +77,9 @@ struct FollowerTest : TracedTest, ::testing::WithParamInterface<Place> {
   }
   std::string hashMaskLen() const { return place.af == AddressFamily::ipv4 ? "30" : "126"; }
   void expectTraced(const Lines& lines) { TracedTest::expectTraced(lines, "NonCandidateSm"); }
+  std::string szTimerIn(const std::string& state) const {
+    return "2 Invalid event Scope Zone Timer Expiry in state " + state + " for zone " + place.zone;
+  }
   std::string stateIs(const std::string& state) const {
     return "1 void Routing::Pim::Bsr::BsrNonCandidateSm::" + state + ", Zone=" + place.zone;
   }
@@ -92,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(Zones, FollowerTest, ::testing::ValuesIn(places),
 
 // --- initialisation ---------------------------------------------------------------------------
 
-TEST_P(FollowerTest, StartsAccordingToItsZone) {
+TEST_P(FollowerTest, StartsAccordingToItsZoneWithoutTimers) {
   const std::string initial = place.scoped ? "noInfo" : "acceptAny";
   BsrNonCandidateSm fresh(prefix(place.zone), router.status, world.wheel, world.wheel,
                           router.engine());
@@ -101,6 +104,13 @@ TEST_P(FollowerTest, StartsAccordingToItsZone) {
   EXPECT_EQ(fresh.szExpiry(), never);
   EXPECT_EQ(fresh.lastBsm(), nullptr);
   expectTraced({stateIs("handleInitialized(), state=" + initial), "9 Initialized=True, bsm=0"});
+  fresh.handleBsrTimerExpiry();
+  expectTraced({"2 Invalid event Bootstrap Timer Expiry in state " + initial});
+  if (place.scoped) {
+    fresh.handleSzTimerExpiry();
+    expectTraced({szTimerIn("noInfo")});
+  }
+  EXPECT_EQ(enumName(fresh.state()), initial);
 }
 
 TEST_P(FollowerTest, GoesOnFollowingARecordedBsr) {
@@ -286,25 +296,10 @@ TEST_P(FollowerTest, AMessageInTheLastInstantKeepsTheZone) {
 }
 
 TEST_P(FollowerTest, TimersInStatesThatHaveNoneAreInvalid) {
-  const std::string bsText = "2 Invalid event Bootstrap Timer Expiry in state ";
-  const std::string szText = "2 Invalid event Scope Zone Timer Expiry in state ";
-  const std::string zone = std::string(" for zone ") + place.zone;
-  {
-    BsrNonCandidateSm fresh(prefix(place.zone), router.status, world.wheel, world.wheel,
-                            router.engine());
-    const std::string state = place.scoped ? "noInfo" : "acceptAny";
-    fresh.handleBsrTimerExpiry();
-    expectTraced({bsText + state});
-    if (place.scoped) {
-      fresh.handleSzTimerExpiry();
-      expectTraced({szText + state + zone});
-    }
-    EXPECT_EQ(enumName(fresh.state()), state);
-  }
   hear(bsm("5", 64));
   const std::string before = router.statusText();
   machine()->handleSzTimerExpiry();
-  expectTraced({szText + "acceptPreferred" + zone});
+  expectTraced({szTimerIn("acceptPreferred")});
   EXPECT_EQ(machine()->state(), State::acceptPreferred);
   EXPECT_EQ(router.statusText(), before);
 
@@ -312,7 +307,7 @@ TEST_P(FollowerTest, TimersInStatesThatHaveNoneAreInvalid) {
   const std::string after = router.statusText();
   traces.clear();
   machine()->handleBsrTimerExpiry();
-  expectTraced({bsText + "acceptAny"});
+  expectTraced({"2 Invalid event Bootstrap Timer Expiry in state acceptAny"});
   EXPECT_EQ(machine()->state(), State::acceptAny);
   EXPECT_EQ(router.statusText(), after);
 }

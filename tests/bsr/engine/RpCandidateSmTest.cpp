@@ -87,11 +87,6 @@ struct RpCandidateSmTest : CandidateFixture {
     }
     return lines;
   }
-  std::vector<double> timesOfAdvs() {
-    std::vector<double> times;
-    for (const auto& each : router.sentAdvs()) times.push_back(each.at);
-    return times;
-  }
 };
 
 const char* const plain = "192.0.2.9 C-RP 10.0.0.1*10*180s count 1; 225.0.0.0/8";
@@ -117,8 +112,10 @@ TEST_F(RpCandidateSmTest, ANewBsrHearsOfItThreeTimesAndThenEveryInterval) {
   keepAlive();
   goTo(heard + 200);
   const double last = heard + first + second + third;
-  EXPECT_EQ(timesOfAdvs(), (std::vector<double>{heard + first, heard + first + second, last,
-                                                last + 60, last + 120, last + 180}));
+  std::vector<double> times;
+  for (const auto& each : router.sentAdvs()) times.push_back(each.at);
+  EXPECT_EQ(times, (std::vector<double>{heard + first, heard + first + second, last, last + 60,
+                                        last + 120, last + 180}));
   // The count as an octet.
   expectTraced({set + std::to_string(second) + " seconds from now. BackoffCount=\x01",
                 set + "60 seconds from now"});
