@@ -90,6 +90,7 @@ TEST_F(BsrCandidateConfiguration, RuleEditsChangeTheZonesTheyTouch) {
   expectTraced({"8 PrefixCounter for prefix 224.0.0.0/4 is 1"});
   bed.bsr("eth0")->aclDel("zones");
   EXPECT_EQ(bed.cbsr(), Lines{});
+  expectTraced({"8 Deleted interface eth0from BsrConfigAcl object for acl zones"});
 }
 
 // --- one zone, one interface ------------------------------------------------------------------
