@@ -114,10 +114,6 @@ void BsrRouter::neighborIs(const std::string& intf, const std::string& address) 
   link(intf).newNeighbor(addr(address))->expiryTimeIs(never);
 }
 
-void BsrRouter::neighborDel(const std::string& intf, const std::string& address) {
-  link(intf).neighborDel(addr(address));
-}
-
 void BsrRouter::routeIs(const std::string& to, const std::string& intf,
                         const std::string& gateway) {
   routes[addr(to)] = {{IntfId(intf), gateway.empty() ? IpGenAddr{} : addr(gateway)}};
@@ -183,34 +179,29 @@ Lines BsrRouter::pimRps() const {
   return linesOf(*pimRpStatus);
 }
 
-std::vector<BsrRouter::SentBsm> BsrRouter::sentBsms() {
-  std::vector<SentBsm> bsms;
-  std::vector<Sent> others;
-  for (Sent& each : std::exchange(sent, {})) {
+namespace {
+
+/// Takes the messages of one type out of all that was sent.
+template <class Message, class SentMessage>
+std::vector<SentMessage> taken(std::vector<PimRouter::Sent>& sent) {
+  std::vector<SentMessage> messages;
+  std::erase_if(sent, [&](PimRouter::Sent& each) {
     const auto result = Pim::decode(each.payload, each.source, each.destination);
-    if (const auto* bsm = std::get_if<std::shared_ptr<BootstrapMessage>>(&result)) {
-      bsms.push_back({each.at, each.intf.text(), std::move(each.payload), *bsm});
-    } else {
-      others.push_back(std::move(each));
-    }
-  }
-  sent = std::move(others);
-  return bsms;
+    const auto* message = std::get_if<std::shared_ptr<Message>>(&result);
+    if (message) messages.push_back({each.at, each.intf.text(), each.payload, *message});
+    return message != nullptr;
+  });
+  return messages;
+}
+
+}  // namespace
+
+std::vector<BsrRouter::SentBsm> BsrRouter::sentBsms() {
+  return taken<BootstrapMessage, SentBsm>(sent);
 }
 
 std::vector<BsrRouter::SentAdv> BsrRouter::sentAdvs() {
-  std::vector<SentAdv> advs;
-  std::vector<Sent> others;
-  for (Sent& each : std::exchange(sent, {})) {
-    const auto result = Pim::decode(each.payload, each.source, each.destination);
-    if (const auto* adv = std::get_if<std::shared_ptr<Pim::CrpAdvMessage>>(&result)) {
-      advs.push_back({each.at, each.intf.text(), *adv});
-    } else {
-      others.push_back(std::move(each));
-    }
-  }
-  sent = std::move(others);
-  return advs;
+  return taken<Pim::CrpAdvMessage, SentAdv>(sent);
 }
 
 std::string bsmText(const BootstrapMessage& bsm, bool withTag) {

@@ -83,7 +83,6 @@ class BsrRouter : public PimRouter {
                             unsigned mtu = 1500);
   void mtuIs(const std::string& intf, unsigned mtu);
   void neighborIs(const std::string& intf, const std::string& address);
-  void neighborDel(const std::string& intf, const std::string& address);
   Pim::PimInterface& link(const std::string& intf);
   /// The unicast route to an address; without gateway it is on the link.
   void routeIs(const std::string& to, const std::string& intf, const std::string& gateway = "");
@@ -124,6 +123,7 @@ class BsrRouter : public PimRouter {
   struct SentAdv {
     double at;
     std::string intf;
+    Octets octets;
     std::shared_ptr<Pim::CrpAdvMessage> adv;
   };
   std::vector<SentAdv> sentAdvs();

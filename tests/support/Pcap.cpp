@@ -4,9 +4,12 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <span>
+#include <utility>
 
 #include "platform/pim/IpDatagram.h"
 #include "platform/pim/PimProtocol.h"
+#include "tests/support/Octets.h"
 
 // The build says where the source tree is; without it tests run from its root.
 #ifndef PIMBSR_SOURCE_DIR
@@ -20,6 +23,11 @@ constexpr std::size_t fileHeader = 24;
 constexpr std::size_t recordHeader = 16;
 constexpr std::uint32_t ethernet = 1;
 constexpr std::uint32_t rawIp = 101;
+
+struct Pcap {
+  std::uint32_t linkType = 0;
+  std::vector<Octets> frames;  // as captured; the last may be cut short
+};
 
 using Span = std::span<const std::uint8_t>;
 
@@ -50,15 +58,7 @@ std::optional<Pcap> parse(Span file) {
   return pcap;
 }
 
-}  // namespace
-
-std::optional<Pcap> readPcap(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  const std::vector<std::uint8_t> octets{std::istreambuf_iterator<char>(in), {}};
-  return parse(octets);
-}
-
+// The IP datagram in a frame; empty for anything else.
 Span datagramIn(Span frame, std::uint32_t linkType) {
   if (linkType == rawIp) return frame;
   if (linkType != ethernet || frame.size() < 14) return {};
@@ -66,19 +66,20 @@ Span datagramIn(Span frame, std::uint32_t linkType) {
   return etherType == 0x0800 || etherType == 0x86dd ? frame.subspan(14) : Span{};
 }
 
+}  // namespace
+
 std::vector<CapturedPim> pimIn(const std::filesystem::path& file) {
   std::vector<CapturedPim> messages;
-  const auto pcap = readPcap(file);
+  std::ifstream in(file, std::ios::binary);
+  const auto pcap = parse(Octets{std::istreambuf_iterator<char>(in), {}});
   if (!pcap) return messages;
   for (const auto& frame : pcap->frames) {
     const Span datagram = datagramIn(frame, pcap->linkType);
     auto payload = Pim::ipv4Payload(datagram, Pim::ipProtocol);
     if (!payload) payload = Pim::ipv6Payload(datagram, Pim::ipProtocol);
     if (!payload) continue;
-    messages.push_back({payload->source,
-                        payload->destination,
-                        payload->ttl,
-                        {payload->octets.begin(), payload->octets.end()}});
+    Octets octets(payload->octets.begin(), payload->octets.end());
+    messages.push_back({payload->source, payload->destination, payload->ttl, std::move(octets)});
   }
   return messages;
 }

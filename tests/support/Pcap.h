@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <span>
 #include <string_view>
 #include <vector>
 
@@ -19,21 +18,9 @@ struct CapturedPim {
   std::vector<std::uint8_t> octets;
 };
 
-/// A capture in the classic pcap format, of either byte order.
-struct Pcap {
-  std::uint32_t linkType = 0;
-  std::vector<std::vector<std::uint8_t>> frames;  ///< as captured; the last may be cut short
-};
-
-/// None if the file cannot be read or is no classic pcap.
-std::optional<Pcap> readPcap(const std::filesystem::path& file);
-
-/// The IP datagram in a frame: Ethernet (link type 1) or raw IP (101); empty for anything else.
-std::span<const std::uint8_t> datagramIn(std::span<const std::uint8_t> frame,
-                                         std::uint32_t linkType);
-
-/// The PIM messages of a capture in order, frames that hold none left out. No message at all if the
-/// file cannot be read.
+/// The PIM messages of a capture in the classic pcap format, of either byte order, with Ethernet or
+/// raw IP frames; in order, frames that hold none left out. No message at all if the file cannot be
+/// read.
 std::vector<CapturedPim> pimIn(const std::filesystem::path& file);
 
 /// A file of the captures that come with the tests.

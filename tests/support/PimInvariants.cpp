@@ -79,39 +79,6 @@ std::string seconds(std::uint16_t holdtime) {
   return std::to_string(holdtime) + "s";
 }
 
-// What a decode result may hold, one overload each.
-template <typename Message>
-std::string violationHeld(const std::shared_ptr<Message>& message) {
-  return violation(*message);
-}
-std::string violationHeld(OtherType) {
-  return {};
-}
-std::string violationHeld(DropReason) {
-  return {};
-}
-
-const PimMessage* heldMessage(const std::shared_ptr<const PimMessage>& message) {
-  return message.get();
-}
-const PimMessage* heldMessage(OtherType) {
-  return nullptr;
-}
-const PimMessage* heldMessage(DropReason) {
-  return nullptr;
-}
-
-template <typename Message>
-std::string describeHeld(const std::shared_ptr<Message>& message) {
-  return describe(*message);
-}
-std::string describeHeld(OtherType other) {
-  return "type " + std::to_string(other.type);
-}
-std::string describeHeld(DropReason reason) {
-  return std::string(dropReasonText(reason));
-}
-
 }  // namespace
 
 std::string violation(const BootstrapMessage& bsm) {
@@ -155,11 +122,21 @@ std::string violation(const HelloMessage& hello) {
 }
 
 std::string violation(const DecodeResult& result) {
-  return std::visit([](const auto& held) { return violationHeld(held); }, result);
+  return std::visit(
+      [](const auto& held) -> std::string {
+        if constexpr (requires { violation(*held); }) return violation(*held);
+        return {};
+      },
+      result);
 }
 
 const PimMessage* messageOf(const DecodeResult& result) {
-  return std::visit([](const auto& held) { return heldMessage(held); }, result);
+  return std::visit(
+      [](const auto& held) -> const PimMessage* {
+        if constexpr (requires { held.get(); }) return held.get();
+        return nullptr;
+      },
+      result);
 }
 
 std::string describe(const BootstrapMessage& bsm) {
@@ -203,7 +180,18 @@ std::string describe(const HelloMessage& hello) {
 }
 
 std::string describe(const DecodeResult& result) {
-  return std::visit([](const auto& held) { return describeHeld(held); }, result);
+  if (const auto* other = std::get_if<OtherType>(&result)) {
+    return "type " + std::to_string(other->type);
+  }
+  if (const auto* reason = std::get_if<DropReason>(&result)) {
+    return std::string(dropReasonText(*reason));
+  }
+  return std::visit(
+      [](const auto& held) -> std::string {
+        if constexpr (requires { describe(*held); }) return describe(*held);
+        return {};
+      },
+      result);
 }
 
 }  // namespace Routing::TestKit

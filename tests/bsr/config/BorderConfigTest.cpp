@@ -1,16 +1,14 @@
 #include <gtest/gtest.h>
 
 #include "bsr/config/ConfigSm.h"
-#include "tests/support/BsrRouter.h"
+#include "tests/bsr/NeighborFixture.h"
 #include "tests/support/ConfigBed.h"
-#include "tests/support/TraceRecorder.h"
 
 namespace Routing::TestKit {
 namespace {
 
-struct BorderConfiguration : ::testing::Test {
+struct BorderConfiguration : TracedTest {
   ConfigBed bed;
-  TraceRecorder traces;
   void groupIs(const char* intf, const char* group, bool on = true) {
     bed.border(intf)->bsrBorderGrpIs(prefix(group), on);
   }
@@ -21,14 +19,14 @@ TEST_F(BorderConfiguration, InterfacesShareAnEntry) {
   groupIs("eth0", "239.1.0.0/16");
   groupIs("eth1", "239.1.0.0/16");
   EXPECT_EQ(bed.borders(), Lines{"239.1.0.0/16 eth0 eth1"});
-  EXPECT_TRUE(traces.ends("Sm", 4, "Created group 239.1.0.0/16 BSR Border set"));
-  EXPECT_TRUE(traces.ends("Sm", 4, "Added interface eth1 into 239.1.0.0/16 BSR border set."));
+  expectTraced({"4 Created group 239.1.0.0/16 BSR Border set",
+                "4 Added interface eth1 into 239.1.0.0/16 BSR border set."});
   groupIs("eth0", "239.1.0.0/16", false);
   EXPECT_EQ(bed.borders(), Lines{"239.1.0.0/16 eth1"});
-  EXPECT_TRUE(traces.ends("Sm", 4, "Deleted interface eth0 from 239.1.0.0/16 BSR border set."));
+  expectTraced({"4 Deleted interface eth0 from 239.1.0.0/16 BSR border set."});
   bed.vrfIntfConfig->intfConfigDel("eth1");
   EXPECT_EQ(bed.borders(), Lines{});
-  EXPECT_TRUE(traces.ends("Sm", 4, "Deleted group 239.1.0.0/16 BSR Border set"));
+  expectTraced({"4 Deleted group 239.1.0.0/16 BSR Border set"});
   EXPECT_TRUE(bed.sm->state().borderPfxRefCount().empty());
 }
 
@@ -38,17 +36,16 @@ TEST_F(BorderConfiguration, AGroupAndAListCountTwice) {
   groupIs("eth0", "239.1.0.0/16");
   bed.start();
   bed.border("eth0")->bsrBorderAclIs("inside", true);
-  EXPECT_TRUE(traces.ends("Sm", 8, "PrefixCounter for prefix 239.1.0.0/16 is 2"));
+  expectTraced({"8 PrefixCounter for prefix 239.1.0.0/16 is 2"});
   bed.changes();
   groupIs("eth0", "239.1.0.0/16", false);
   EXPECT_EQ(bed.changes(), Lines{});
   groupIs("eth0", "239.1.0.0/16");
   bed.border("eth0")->bsrBorderAclIs("inside", false);
   EXPECT_EQ(bed.borders(), Lines{"239.1.0.0/16 eth0"});
-  EXPECT_TRUE(
-      traces.ends("Sm", 8, "Deleted interface eth0from BsrConfigAcl object for acl inside"));
+  expectTraced({"8 Deleted interface eth0from BsrConfigAcl object for acl inside"});
   bed.border("eth1")->bsrBorderAclIs("outside", true);
-  EXPECT_TRUE(traces.ends("Sm", 4, "Created group 239.2.0.0/16 BSR border set"));
+  expectTraced({"4 Created group 239.2.0.0/16 BSR border set"});
   bed.border("eth1")->bsrBorderAclIs("outside", false);
   EXPECT_TRUE(bed.sm->state().bsrConfigAcl().empty());
 }
@@ -60,25 +57,14 @@ TEST_F(BorderConfiguration, ListsAreFollowed) {
   EXPECT_EQ(bed.borders(), Lines{});
   bed.aclIs("inside", {"permit 239.1.0.0/16"});
   EXPECT_EQ(bed.borders(), Lines{"239.1.0.0/16 eth0 eth1"});
-  for (const char* text :
-       {"Writing to Status for 239.1.0.0/16 and interface  eth0", "Acl name found in ACL config",
-        "Group added to BsrConfigAcl Map 239.1.0.0/16"}) {
-    EXPECT_TRUE(traces.ends("Sm", 8, text)) << text;
-  }
-  EXPECT_TRUE(traces.ends("Sm", 4, "Created group 239.1.0.0/16 Bsr Border set"));
-  EXPECT_TRUE(traces.ends("Sm", 4, "Added interface eth0 into 239.1.0.0/16 BSR border."));
+  expectTraced({"8 Writing to Status for 239.1.0.0/16 and interface  eth0",
+                "8 Acl name found in ACL config", "8 Group added to BsrConfigAcl Map 239.1.0.0/16",
+                "4 Created group 239.1.0.0/16 Bsr Border set",
+                "4 Added interface eth0 into 239.1.0.0/16 BSR border."});
   bed.aclIs("inside", {"permit any"});
   EXPECT_EQ(bed.borders(), Lines{"224.0.0.0/4 eth0 eth1"});
-  EXPECT_TRUE(traces.ends("Sm", 4, "Deleted interfaceeth0 from 239.1.0.0/16 BSR border set."));
-  EXPECT_TRUE(traces.ends("Sm", 8, "Removing interface eth0 for prefix 239.1.0.0/16"));
-  groupIs("eth0", "224.0.0.0/4");
-  EXPECT_TRUE(traces.ends("Sm", 8, "PrefixCounter for prefix 224.0.0.0/4 is 2"));
-  bed.border("eth0")->bsrBorderAclIs("inside", false);
-  EXPECT_EQ(bed.borders(), Lines{"224.0.0.0/4 eth0 eth1"});
-  EXPECT_TRUE(
-      traces.ends("Sm", 8, "Deleted interface eth0from BsrConfigAcl object for acl inside"));
-  bed.aclDel("inside");
-  EXPECT_EQ(bed.borders(), Lines{"224.0.0.0/4 eth0"});
+  expectTraced({"4 Deleted interfaceeth0 from 239.1.0.0/16 BSR border set.",
+                "8 Removing interface eth0 for prefix 239.1.0.0/16"});
 }
 
 TEST_F(BorderConfiguration, AnotherEntityOfAnInterfaceIsADifference) {

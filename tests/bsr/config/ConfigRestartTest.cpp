@@ -1,17 +1,15 @@
 #include <gtest/gtest.h>
 
 #include "bsr/config/ConfigSm.h"
-#include "tests/support/BsrRouter.h"
+#include "tests/bsr/NeighborFixture.h"
 #include "tests/support/ConfigBed.h"
-#include "tests/support/TraceRecorder.h"
 
 namespace Routing::TestKit {
 namespace {
 
 /// A configuration with every kind of entry, some of them made twice.
-struct ConfigRestart : ::testing::Test {
+struct ConfigRestart : TracedTest {
   ConfigBed bed;
-  TraceRecorder traces;
 
   void SetUp() override {
     bed.addressIs("eth0", "10.1.1.1");
@@ -71,12 +69,11 @@ TEST_F(ConfigRestart, WhatIsNotConfiguredAnyMoreGoes) {
              "- /cbsr[224.0.0.0/4]", "- /cbsr[239.3.0.0/16]", "- /crp[10.1.1.1]",
              "+ /crpPermit[0.0.0.0/0]", "- /crpPermit[10.0.0.0/8]", "- /zoneGroup[224.0.0.0/4]",
              "- /zoneAcl['zones']", "= /cbsr[239.1.0.0/16]/priority 6"}));
-  for (const char* text :
-       {"Deleted Interface eth0 from prefix 239.3.0.0/16 in status",
-        "Deleting prefix 239.3.0.0/16 from status", "Deleting zone 224.0.0.0/4 from CBSR status",
-        "Deleting CRP 10.1.1.1 from status", "Deleting CRP Permit Prefix 10.0.0.0/8 from status"}) {
-    EXPECT_TRUE(traces.ends("Sm", 8, text)) << text;
-  }
+  expectTraced({"8 Deleted Interface eth0 from prefix 239.3.0.0/16 in status",
+                "8 Deleting prefix 239.3.0.0/16 from status",
+                "8 Deleting zone 224.0.0.0/4 from CBSR status",
+                "8 Deleting CRP 10.1.1.1 from status",
+                "8 Deleting CRP Permit Prefix 10.0.0.0/8 from status"});
   EXPECT_EQ(bed.statusText(), fresh());
 }
 

@@ -1,48 +1,43 @@
 #include <gtest/gtest.h>
 
 #include "bsr/config/ConfigSm.h"
-#include "tests/support/BsrRouter.h"
+#include "tests/bsr/NeighborFixture.h"
 #include "tests/support/ConfigBed.h"
-#include "tests/support/TraceRecorder.h"
 
 namespace Routing::TestKit {
 namespace {
 
-struct RpCandidateConfiguration : ::testing::Test {
+struct RpCandidateConfiguration : TracedTest {
   ConfigBed bed;
-  TraceRecorder traces;
   void SetUp() override { bed.addressIs("eth0", "10.1.1.1"); }
   void TearDown() override { EXPECT_EQ(bed.violations, Lines{}); }
   void rangeIs(const char* intf, const char* range, bool on = true) {
     bed.rp(intf)->groupRangeIs(prefix(range), on);
-  }
-  bool traced(int level, const char* text) {
-    const bool found = traces.ends("Sm", level, text);
-    if (!found) ADD_FAILURE() << text << "\nnot in" << traces.text(8);
-    return found;
   }
 };
 
 TEST_F(RpCandidateConfiguration, RangesComeAndGo) {
   bed.start();
   rangeIs("eth0", "224.0.0.0/4");
-  traced(4, "New RP candidate configured for interface eth0");
-  traced(4, "Created C-RP 10.1.1.1");
-  traced(8, "Added Prefix 224.0.0.0/4 to C-RP 10.1.1.1");
-  traced(8, "C-RP PrefixCounter for prefix 224.0.0.0/4 is 1");
+  expectTraced({"4 New RP candidate configured for interface eth0", "4 Created C-RP 10.1.1.1",
+                "8 Added Prefix 224.0.0.0/4 to C-RP 10.1.1.1",
+                "8 C-RP PrefixCounter for prefix 224.0.0.0/4 is 1"});
   bed.rangePriorityIs("eth0", "224.0.0.0/4", 192);
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4=192"});
   bed.rangePriorityIs("eth0", "224.0.0.0/4", 10);
-  traced(4, "Priority of 224.0.0.0/4 changed to 10");
+  expectTraced({"4 Priority of 224.0.0.0/4 changed to 10"});
   rangeIs("eth0", "239.0.0.0/8");
   rangeIs("eth0", "224.0.0.0/4", false);
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 239.0.0.0/8"});
   rangeIs("eth0", "239.0.0.0/8", false);
   EXPECT_EQ(bed.crp(), Lines{});
-  traced(4, "Deleted candidate RP 10.1.1.1 since it doest serve any group");
+  expectTraced({"4 Deleted candidate RP 10.1.1.1 since it doest serve any group"});
   rangeIs("eth0", "224.0.0.0/4");
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4=10"})
       << "an option that was there before its range";
+  bed.rangePriorityIs("eth0", "224.0.0.0/4", 11);
+  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4=11"});
+  bed.rp("eth0")->groupRangeOptionsDel(prefix("224.0.0.0/4"));
+  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4"});
 }
 
 TEST_F(RpCandidateConfiguration, SettingsReachTheEntryAndNoneIsMadeForThem) {
@@ -53,9 +48,9 @@ TEST_F(RpCandidateConfiguration, SettingsReachTheEntryAndNoneIsMadeForThem) {
   rangeIs("eth0", "224.0.0.0/4");
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 30 bidirectional 224.0.0.0/4"});
   bed.rp("eth0")->advIntervalIs(Pim::Bsr::CrpAdvInterval(20));
-  traced(4, "Advertisement interface for Candidate C-RP 10.1.1.1 changed to 20");
+  expectTraced({"4 Advertisement interface for Candidate C-RP 10.1.1.1 changed to 20"});
   bed.rp("eth0")->modeIs(Pim::PimMode::sparse);
-  traced(4, "Pim mode for Candidate C-RP 10.1.1.1 changed to sparse");
+  expectTraced({"4 Pim mode for Candidate C-RP 10.1.1.1 changed to sparse"});
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 20 sparse 224.0.0.0/4"});
 }
 
@@ -67,26 +62,17 @@ TEST_F(RpCandidateConfiguration, TheEntryMovesWithTheAddress) {
   bed.rp("eth0")->aclIs("groups", true);
   bed.rp("eth0")->modeIs(Pim::PimMode::bidirectional);
   bed.start();
-  traced(8, "Deferred C-RP initialization since IP address for interface eth0 is not set");
+  expectTraced({"8 Deferred C-RP initialization since IP address for interface eth0 is not set"});
   EXPECT_EQ(bed.crp(), Lines{});
   bed.addressIs("eth0", "10.1.1.1");
-  traced(8, "Interface eth0 assigned IP 10.1.1.1 for the first time.");
-  traced(8, "Added interface eth0 to BsrConfigAcl's C-RP object for acl groups");
+  expectTraced({"8 Interface eth0 assigned IP 10.1.1.1 for the first time.",
+                "8 Added interface eth0 to BsrConfigAcl's C-RP object for acl groups"});
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 bidirectional 224.1.0.0/16=1 239.0.0.0/8"});
   bed.addressIs("eth0", "10.1.1.2");
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.2 eth0 60 bidirectional 224.1.0.0/16=1 239.0.0.0/8"});
   bed.addressIs("eth0", "");
-  traced(8, "C-RP Interface eth0 IP unset");
+  expectTraced({"8 C-RP Interface eth0 IP unset"});
   EXPECT_EQ(bed.crp(), Lines{});
-  bed.aclIs("groups", {"permit 238.0.0.0/8"});
-  bed.aclPriorityIs("eth0", "groups", 7);
-  rangeIs("eth0", "224.1.0.0/16", false);
-  bed.rp("eth0")->modeIs(Pim::PimMode::sparse);
-  EXPECT_EQ(bed.crp(), Lines{});
-  bed.addressIs("eth0", "10.1.1.1");
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 238.0.0.0/8=7"});
-  const auto& counts = bed.sm->state().crpPfxRefCount(IntfId("eth0"))->counter();
-  EXPECT_EQ(counts, (std::map<IpGenPrefix, std::uint32_t>{{prefix("238.0.0.0/8"), 1}}));
 }
 
 TEST_F(RpCandidateConfiguration, ListEditsAddBeforeTheyRemove) {
@@ -94,10 +80,10 @@ TEST_F(RpCandidateConfiguration, ListEditsAddBeforeTheyRemove) {
   bed.rp("eth0")->aclIs("groups", true);
   bed.aclPriorityIs("eth0", "groups", 5);
   bed.start();
-  traced(8, "Added interface eth0 to BsrConfigAcl's C-RP object for acl groups");
-  traced(4, "Created C-RP with IP 10.1.1.1 advInterval=60");
-  traced(8, "Address prefix 239.1.0.0/16 as part of Aclgroups to C-RP 10.1.1.1");
-  traced(8, "Created priority 5 to prefix 239.1.0.0/16 to C-RP 10.1.1.1");
+  expectTraced({"8 Added interface eth0 to BsrConfigAcl's C-RP object for acl groups",
+                "4 Created C-RP with IP 10.1.1.1 advInterval=60",
+                "8 Address prefix 239.1.0.0/16 as part of Aclgroups to C-RP 10.1.1.1",
+                "8 Created priority 5 to prefix 239.1.0.0/16 to C-RP 10.1.1.1"});
   bed.changes();
   bed.aclIs("groups", {"permit 239.3.0.0/16"});
   EXPECT_EQ(bed.changes(), (Lines{"+ /crp[10.1.1.1]/prefixSet[239.3.0.0/16]",
@@ -108,12 +94,6 @@ TEST_F(RpCandidateConfiguration, ListEditsAddBeforeTheyRemove) {
                                   "- /crp[10.1.1.1]/prefixSet[239.1.0.0/16]"}));
   bed.aclIs("groups", {"deny any"});
   EXPECT_EQ(bed.crp(), Lines{}) << "it serves no group";
-  bed.aclIs("groups", {"permit 239.3.0.0/16"});
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 239.3.0.0/16=5"});
-  bed.aclDel("groups");
-  EXPECT_EQ(bed.crp(), Lines{});
-  bed.rp("eth0")->aclIs("groups", false);
-  EXPECT_TRUE(bed.sm->state().bsrConfigAcl().empty());
 }
 
 TEST_F(RpCandidateConfiguration, APriorityThatGoesLeavesTheNextOne) {
@@ -127,26 +107,22 @@ TEST_F(RpCandidateConfiguration, APriorityThatGoesLeavesTheNextOne) {
   bed.aclPriorityIs("eth0", "b", 30);
   bed.aclPriorityIs("eth0", "a", 20);
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8=30 239.0.0.0/8=30"});
-  traced(4, "Priority for Candidate RP in ACL b with intf ip 10.1.1.1 changed to 30");
+  expectTraced({"4 Priority for Candidate RP in ACL b with intf ip 10.1.1.1 changed to 30"});
   bed.changes();
   bed.rp("eth0")->groupRangeOptionsDel(prefix("239.0.0.0/8"));
   EXPECT_EQ(bed.changes(), Lines{});
-  traced(8,
-         "Created prefix 239.0.0.0/8 with priority 30 to C-RP 10.1.1.1 because this prefix "
-         "appears in ACL rules.");
+  expectTraced(
+      {"8 Created prefix 239.0.0.0/8 with priority 30 to C-RP 10.1.1.1 because this prefix appears "
+       "in ACL rules."});
   bed.rp("eth0")->aclOptionsDel("b");
   EXPECT_EQ(bed.changes(), (Lines{"- /crp[10.1.1.1]/prefixOptions[225.0.0.0/8]",
                                   "= /crp[10.1.1.1]/prefixOptions[239.0.0.0/8]/priority 20"}));
-  traced(8,
-         "Created prefix 239.0.0.0/8 with priority 20 to C-RP 10.1.1.1 because this prefix "
-         "appears in other ACL rules or in group range.");
+  expectTraced(
+      {"8 Created prefix 239.0.0.0/8 with priority 20 to C-RP 10.1.1.1 because this prefix appears "
+       "in other ACL rules or in group range."});
   bed.aclPriorityIs("eth0", "a", 256);
   EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8 239.0.0.0/8"});
-  traced(8, "Deleted priority of prefix 239.0.0.0/8 from prefixOptions");
-  // The range itself goes; the lists still serve it.
-  bed.rangePriorityIs("eth0", "239.0.0.0/8", 10);
-  rangeIs("eth0", "239.0.0.0/8", false);
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 225.0.0.0/8 239.0.0.0/8"});
+  expectTraced({"8 Deleted priority of prefix 239.0.0.0/8 from prefixOptions"});
 }
 
 TEST_F(RpCandidateConfiguration, AStretchedIntervalOutlastsOtherChanges) {

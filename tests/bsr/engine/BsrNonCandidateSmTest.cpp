@@ -4,7 +4,7 @@
 #include <string>
 
 #include "bsr/engine/BsrNonCandidateSm.h"
-#include "tests/support/BsrRouter.h"
+#include "tests/bsr/NeighborFixture.h"
 
 // A router between the BSR's side (eth0) and the rest (eth1), in the global zone and in a scoped
 // one of either family. BS time-out 130 s, scope-zone time-out 1300 s.
@@ -32,7 +32,7 @@ constexpr Place places[] = {
     {"Scoped6", AddressFamily::ipv6, "ff05::/16", true, "2001:db8::", "ff05:1::/32"},
 };
 
-struct FollowerTest : ::testing::TestWithParam<Place> {
+struct FollowerTest : TracedTest, ::testing::WithParamInterface<Place> {
   FollowerTest() {
     const bool v4 = place.af == AddressFamily::ipv4;
     neighbor = v4 ? "10.0.0.2" : "fe80::2";
@@ -64,19 +64,30 @@ struct FollowerTest : ::testing::TestWithParam<Place> {
   std::string rpLine(const std::string& rp) const {
     return std::string(place.group) + " " + host(rp) + " 150 0";
   }
-  bool traced(int level, const std::string& text) const {
-    return traces.ends("NonCandidateSm", level, text);
+  void expectMachine(State state, double bsExpiry, double szExpiry = never) {
+    EXPECT_EQ(machine()->state(), state);
+    EXPECT_EQ(machine()->bsExpiry(), bsExpiry);
+    EXPECT_EQ(machine()->szExpiry(), szExpiry);
+    EXPECT_EQ(record() ? record()->expiryTime() : never, bsExpiry);
   }
-  std::string zoneIs() const { return std::string(" for Zone ") + place.zone; }
-  std::string stateIs(const char* state) const {
-    return std::string("(), state=") + state + ", Zone=" + place.zone;
+  /// The record of a BSR as a trace has it.
+  std::string recordText(const char* bsr, unsigned priority) const {
+    return "BSR state: IP=" + host(bsr) + ", Priority=" + std::to_string(priority) +
+           ", hashMaskLen=" + hashMaskLen() + " for Zone " + place.zone;
+  }
+  std::string hashMaskLen() const { return place.af == AddressFamily::ipv4 ? "30" : "126"; }
+  void expectTraced(const Lines& lines) { TracedTest::expectTraced(lines, "NonCandidateSm"); }
+  std::string szTimerIn(const std::string& state) const {
+    return "2 Invalid event Scope Zone Timer Expiry in state " + state + " for zone " + place.zone;
+  }
+  std::string stateIs(const std::string& state) const {
+    return "1 void Routing::Pim::Bsr::BsrNonCandidateSm::" + state + ", Zone=" + place.zone;
   }
 
   const Place place = GetParam();
   std::string neighbor;
   VirtualWorld world;
   BsrRouter router{place.af, world.wheel};
-  TraceRecorder traces;
 };
 
 INSTANTIATE_TEST_SUITE_P(Zones, FollowerTest, ::testing::ValuesIn(places),
@@ -84,15 +95,22 @@ INSTANTIATE_TEST_SUITE_P(Zones, FollowerTest, ::testing::ValuesIn(places),
 
 // --- initialisation ---------------------------------------------------------------------------
 
-TEST_P(FollowerTest, StartsAccordingToItsZone) {
+TEST_P(FollowerTest, StartsAccordingToItsZoneWithoutTimers) {
+  const std::string initial = place.scoped ? "noInfo" : "acceptAny";
   BsrNonCandidateSm fresh(prefix(place.zone), router.status, world.wheel, world.wheel,
                           router.engine());
-  EXPECT_EQ(fresh.state(), place.scoped ? State::noInfo : State::acceptAny);
+  EXPECT_EQ(enumName(fresh.state()), initial);
   EXPECT_EQ(fresh.bsExpiry(), never);
   EXPECT_EQ(fresh.szExpiry(), never);
   EXPECT_EQ(fresh.lastBsm(), nullptr);
-  EXPECT_TRUE(traced(1, stateIs(place.scoped ? "noInfo" : "acceptAny")));
-  EXPECT_TRUE(traced(9, "Initialized=True, bsm=0"));
+  expectTraced({stateIs("handleInitialized(), state=" + initial), "9 Initialized=True, bsm=0"});
+  fresh.handleBsrTimerExpiry();
+  expectTraced({"2 Invalid event Bootstrap Timer Expiry in state " + initial});
+  if (place.scoped) {
+    fresh.handleSzTimerExpiry();
+    expectTraced({szTimerIn("noInfo")});
+  }
+  EXPECT_EQ(enumName(fresh.state()), initial);
 }
 
 TEST_P(FollowerTest, GoesOnFollowingARecordedBsr) {
@@ -101,13 +119,11 @@ TEST_P(FollowerTest, GoesOnFollowingARecordedBsr) {
   old->priorityIs(64);
   old->expiryTimeIs(3);
   world.runUntil(10);
-  BsrNonCandidateSm fresh(prefix(place.zone), router.status, world.wheel, world.wheel,
-                          router.engine());
-  EXPECT_EQ(fresh.state(), State::acceptPreferred);
-  EXPECT_EQ(fresh.bsExpiry(), 140);
-  EXPECT_EQ(old->expiryTime(), 140);
-  EXPECT_TRUE(traced(1, stateIs("acceptPreferred")));
-  EXPECT_TRUE(traced(5, " Next BS timer expiry is in 130 seconds from now."));
+  router.stop();
+  router.start();
+  expectMachine(State::acceptPreferred, 140);
+  expectTraced({stateIs("handleInitialized(), state=acceptPreferred"),
+                "5  Next BS timer expiry is in 130 seconds from now."});
 }
 
 TEST_P(FollowerTest, ARecordThatNamesNobodyIsNoRecord) {
@@ -118,8 +134,7 @@ TEST_P(FollowerTest, ARecordThatNamesNobodyIsNoRecord) {
   EXPECT_NE(machine()->state(), State::acceptPreferred);
   hear(bsm("1", 0));
   EXPECT_EQ(machine()->state(), State::acceptPreferred);
-  EXPECT_EQ(half->ipAddr(), addr(host("1")));
-  EXPECT_EQ(half->priority(), 0);
+  EXPECT_EQ(router.bsrOf(place.zone), host("1") + " 0 " + hashMaskLen());
 }
 
 // --- a message while no BSR is recorded -------------------------------------------------------
@@ -128,23 +143,15 @@ TEST_P(FollowerTest, TheFirstMessageMakesItsSenderTheBsr) {
   world.runUntil(7);
   hear(bsm("5", 64));
   ASSERT_NE(machine(), nullptr);
-  EXPECT_EQ(machine()->state(), State::acceptPreferred);
-  EXPECT_EQ(router.bsrOf(place.zone),
-            host("5") + " 64 " + (place.af == AddressFamily::ipv4 ? "30" : "126"));
+  expectMachine(State::acceptPreferred, 137);
+  EXPECT_EQ(router.bsrOf(place.zone), host("5") + " 64 " + hashMaskLen());
   EXPECT_EQ(record()->setupTime(), 7);
-  EXPECT_EQ(record()->expiryTime(), 137);
   EXPECT_EQ(record()->expires(), 130);
-  EXPECT_EQ(machine()->bsExpiry(), 137);
-  EXPECT_EQ(machine()->szExpiry(), never);
-  EXPECT_EQ(rps(), (Lines{rpLine("77")}));
+  EXPECT_EQ(rps(), Lines{rpLine("77")});
   ASSERT_NE(machine()->lastBsm(), nullptr);
   EXPECT_EQ(router.sentBsms().size(), 2U) << "on both links, the one it came from included";
-  const std::string length = place.af == AddressFamily::ipv4 ? "30" : "126";
-  EXPECT_TRUE(traced(
-      1, "void Routing::Pim::Bsr::BsrNonCandidateSm::handleBsm" + stateIs("acceptPreferred")));
-  EXPECT_TRUE(traced(
-      4, "Created BSR state: IP=" + host("5") + ", Priority=64, hashMaskLen=" + length + zoneIs()));
-  EXPECT_TRUE(traced(5, " Next BS timer expiry is in 130 seconds from now."));
+  expectTraced({stateIs("handleBsm(), state=acceptPreferred"), "4 Created " + recordText("5", 64),
+                "5  Next BS timer expiry is in 130 seconds from now."});
 }
 
 TEST_P(FollowerTest, AMessageAfterTheBsrWasLostStartsAfresh) {
@@ -155,25 +162,22 @@ TEST_P(FollowerTest, AMessageAfterTheBsrWasLostStartsAfresh) {
   traces.clear();
   static_cast<void>(router.sentBsms());
   hear(bsm("1", 0, "88"));
-  EXPECT_EQ(machine()->state(), State::acceptPreferred);
+  expectMachine(State::acceptPreferred, 330);  // and the zone is alive again
   EXPECT_EQ(record()->ipAddr(), addr(host("1")));
-  EXPECT_EQ(machine()->bsExpiry(), 330);
-  EXPECT_EQ(machine()->szExpiry(), never) << "the zone is alive again";
-  EXPECT_EQ(rps(), (Lines{rpLine("88")})) << "what the old BSR said is gone";
+  EXPECT_EQ(rps(), Lines{rpLine("88")}) << "what the old BSR said is gone";
   EXPECT_EQ(router.pimRps(), rps());
   EXPECT_EQ(router.sentBsms().size(), 2U);
-  EXPECT_TRUE(traced(
-      4, std::string("Clearing RP Set for zone ") + place.zone + " since we have a new BSR"));
+  expectTraced(
+      {std::string("4 Clearing RP Set for zone ") + place.zone + " since we have a new BSR"});
 }
 
 TEST_P(FollowerTest, ANoForwardMessageIsTakenButNotPassedOn) {
   hear(bsm("5", 64).noForward());
-  EXPECT_EQ(machine()->state(), State::acceptPreferred);
-  EXPECT_EQ(rps(), (Lines{rpLine("77")}));
+  expectMachine(State::acceptPreferred, 130);
+  EXPECT_EQ(rps(), Lines{rpLine("77")});
   EXPECT_NE(machine()->lastBsm(), nullptr);
-  EXPECT_EQ(machine()->bsExpiry(), 130);
   EXPECT_TRUE(router.sentBsms().empty());
-  EXPECT_TRUE(traced(4, "Not Forwarding bootstrap message since noForward bit is set"));
+  expectTraced({"4 Not Forwarding bootstrap message since noForward bit is set"});
 }
 
 // --- a message while a BSR is recorded --------------------------------------------------------
@@ -211,26 +215,21 @@ TEST_P(FollowerTest, TheRecordedBsrYieldsToABetterOneOnly) {
 
     hear(bsm(rival.bsr, rival.priority, "88"));
     const bool other = rival.bsr != std::string("5");
-    EXPECT_EQ(machine()->state(), State::acceptPreferred);
+    expectMachine(State::acceptPreferred, now + (rival.preferred ? 130 : 30));
     EXPECT_EQ(router.sentBsms().size(), rival.preferred ? 2U : 0U);
-    EXPECT_EQ(machine()->bsExpiry(), now + (rival.preferred ? 130 : 30));
-    EXPECT_EQ(record()->expiryTime(), machine()->bsExpiry());
     EXPECT_EQ(record()->ipAddr(), addr(host(rival.preferred ? rival.bsr : "5")));
     EXPECT_EQ(record()->priority(), rival.preferred ? rival.priority : 64);
     EXPECT_EQ(record()->setupTime(), rival.preferred && other ? now : now - 100);
     EXPECT_EQ(machine()->lastBsm()->bsrAddress(), record()->ipAddr());
     if (!rival.preferred) {
-      EXPECT_EQ(rps(), (Lines{rpLine("77")}));
-      EXPECT_TRUE(traced(4, "Received Non Preferred BSM. Nothing to be done."));
+      EXPECT_EQ(rps(), Lines{rpLine("77")});
+      expectTraced({"4 Received Non Preferred BSM. Nothing to be done."});
     } else {
       EXPECT_EQ(rps(), other ? (Lines{rpLine("88")}) : (Lines{rpLine("77"), rpLine("88")}));
-      const std::string length = place.af == AddressFamily::ipv4 ? "30" : "126";
-      EXPECT_TRUE(traced(4, "Received preferred BSR state: IP=" + host(rival.bsr) +
-                                ", Priority=" + std::to_string(rival.priority) +
-                                ", hashMaskLen=" + length + zoneIs()));
-      EXPECT_EQ(traced(4, std::string("Clearing RP Set for zone ") + place.zone +
-                              " since we have a new BSR. Old BSR was " + host("5")),
-                other);
+      expectTraced({"4 Received preferred " + recordText(rival.bsr, rival.priority)});
+      EXPECT_EQ(
+          traces.ends("NonCandidateSm", 4, "since we have a new BSR. Old BSR was " + host("5")),
+          other);
     }
     EXPECT_EQ(router.pimRps(), rps());
   }
@@ -241,26 +240,20 @@ TEST_P(FollowerTest, TheRecordedBsrYieldsToABetterOneOnly) {
 TEST_P(FollowerTest, ASilentBsrIsForgottenAtTheInstant) {
   hear(bsm("5", 64));
   world.runUntil(justBefore(130));
-  EXPECT_EQ(machine()->state(), State::acceptPreferred);
-  EXPECT_NE(record(), nullptr);
-  traces.clear();
+  expectMachine(State::acceptPreferred, 130);
   static_cast<void>(router.sentBsms());
-
   world.runUntil(130);
-  EXPECT_EQ(machine()->state(), State::acceptAny);
+  expectMachine(State::acceptAny, never, place.scoped ? 1430 : never);
   EXPECT_EQ(record(), nullptr);
-  EXPECT_EQ(machine()->bsExpiry(), never);
   EXPECT_EQ(machine()->lastBsm(), nullptr) << "nobody is to hear of that BSR any more";
-  EXPECT_TRUE(traced(1, stateIs("acceptAny")));
-  EXPECT_TRUE(traced(4, "Removing BSR " + host("5") + " state for zone " + place.zone));
-  EXPECT_EQ(machine()->szExpiry(), place.scoped ? 1430 : never);
-  EXPECT_EQ(traced(5, " Next SZ timer expiry is in 1300 seconds from now."), place.scoped);
   EXPECT_TRUE(router.sentBsms().empty());
+  expectTraced({stateIs("handleBsrTimerExpiry(), state=acceptAny"),
+                "4 Removing BSR " + host("5") + " state for zone " + place.zone});
+  if (place.scoped) expectTraced({"5  Next SZ timer expiry is in 1300 seconds from now."});
   // What it said of RPs holds for another hold time.
-  EXPECT_EQ(rps(), (Lines{rpLine("77")}));
-  EXPECT_EQ(router.pimRps(), rps());
   world.runUntil(justBefore(280));
-  EXPECT_EQ(router.pimRps(), (Lines{rpLine("77")}));
+  EXPECT_EQ(rps(), Lines{rpLine("77")});
+  EXPECT_EQ(router.pimRps(), rps());
   world.runUntil(280);
   EXPECT_EQ(rps(), Lines{});
   EXPECT_EQ(router.pimRps(), Lines{});
@@ -271,15 +264,14 @@ TEST_P(FollowerTest, AScopedZoneIsForgottenAtTheInstantAndTheGlobalOneNever) {
   world.runUntil(justBefore(1430));
   ASSERT_NE(machine(), nullptr);
   EXPECT_EQ(machine()->state(), State::acceptAny);
-  traces.clear();
   world.runUntil(1430);
   const IpGenPrefix zone = prefix(place.zone);
   if (place.scoped) {
     EXPECT_EQ(machine(), nullptr);
     EXPECT_EQ(router.status->crpStatus(zone), nullptr);
     EXPECT_EQ(router.instance->bsmIntake().lastBsm(zone), nullptr);
-    EXPECT_TRUE(traced(1, stateIs("noInfo")));
-    EXPECT_TRUE(traced(4, std::string("Deleted Zone ") + place.zone));
+    expectTraced({stateIs("handleSzTimerExpiry(), state=noInfo"),
+                  std::string("4 Deleted Zone ") + place.zone});
   } else {
     world.runUntil(1e6);
     ASSERT_NE(machine(), nullptr);
@@ -300,30 +292,14 @@ TEST_P(FollowerTest, AMessageInTheLastInstantKeepsTheZone) {
   EXPECT_EQ(machine(), kept);
   EXPECT_EQ(kept->state(), State::acceptPreferred);
   world.runUntil(1560);
-  EXPECT_EQ(kept->state(), State::acceptAny);
-  EXPECT_EQ(kept->szExpiry(), place.scoped ? justBefore(1430) + 130 + 1300 : never);
+  expectMachine(State::acceptAny, never, place.scoped ? justBefore(1430) + 130 + 1300 : never);
 }
 
 TEST_P(FollowerTest, TimersInStatesThatHaveNoneAreInvalid) {
-  const std::string bsText = "Invalid event Bootstrap Timer Expiry in state ";
-  const std::string szText = "Invalid event Scope Zone Timer Expiry in state ";
-  const std::string zone = std::string(" for zone ") + place.zone;
-  {
-    BsrNonCandidateSm fresh(prefix(place.zone), router.status, world.wheel, world.wheel,
-                            router.engine());
-    const std::string state = place.scoped ? "noInfo" : "acceptAny";
-    fresh.handleBsrTimerExpiry();
-    EXPECT_TRUE(traced(2, bsText + state));
-    if (place.scoped) {
-      fresh.handleSzTimerExpiry();
-      EXPECT_TRUE(traced(2, szText + state + zone));
-    }
-    EXPECT_EQ(fresh.state(), place.scoped ? State::noInfo : State::acceptAny);
-  }
   hear(bsm("5", 64));
   const std::string before = router.statusText();
   machine()->handleSzTimerExpiry();
-  EXPECT_TRUE(traced(2, szText + "acceptPreferred" + zone));
+  expectTraced({szTimerIn("acceptPreferred")});
   EXPECT_EQ(machine()->state(), State::acceptPreferred);
   EXPECT_EQ(router.statusText(), before);
 
@@ -331,58 +307,46 @@ TEST_P(FollowerTest, TimersInStatesThatHaveNoneAreInvalid) {
   const std::string after = router.statusText();
   traces.clear();
   machine()->handleBsrTimerExpiry();
-  EXPECT_TRUE(traced(2, bsText + "acceptAny"));
+  expectTraced({"2 Invalid event Bootstrap Timer Expiry in state acceptAny"});
   EXPECT_EQ(machine()->state(), State::acceptAny);
   EXPECT_EQ(router.statusText(), after);
 }
 
 // --- time-outs that change --------------------------------------------------------------------
 
-struct TimeoutCase {
-  const char* what;
-  std::uint32_t timeout;
-  double expiry;  // of a timer that would run out at 130, when the change comes at 30
-};
-
 TEST_P(FollowerTest, AChangedBsTimeoutOnlyShortensTheTimer) {
-  const TimeoutCase cases[] = {
-      {"longer", 1000, 130},      {"one more than is left", 101, 130},
-      {"what is left", 100, 130}, {"shorter", 99, 129},
-      {"much shorter", 5, 35},
-  };
+  struct {
+    std::uint32_t timeout;
+    double expiry;  // of a timer that would run out at 130, when the change comes at 30
+  } const cases[] = {{1000, 130}, {101, 130}, {100, 130}, {99, 129}, {5, 35}};
   double start = 0;
-  for (const TimeoutCase& each : cases) {
-    SCOPED_TRACE(each.what);
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.timeout);
     router.status->bsTimeoutIs(130);
     hear(bsm("5", 64));
     world.runUntil(start + 30);
     traces.clear();
     router.status->bsTimeoutIs(each.timeout);
-    EXPECT_EQ(machine()->bsExpiry(), start + each.expiry);
-    EXPECT_EQ(record()->expiryTime(), start + each.expiry);
-    EXPECT_EQ(
-        traced(5, "BS timer expiry was in 100 seconds from now. Resetting BS timer expiry to " +
-                      std::to_string(each.timeout) + " seconds from now."),
-        each.timeout <= 100);
+    expectMachine(State::acceptPreferred, start + each.expiry);
+    EXPECT_EQ(traces.ends("NonCandidateSm", 5,
+                          "BS timer expiry was in 100 seconds from now. Resetting BS timer expiry "
+                          "to " +
+                              std::to_string(each.timeout) + " seconds from now."),
+              each.timeout <= 100);
     hear(bsm("5", 64));
-    EXPECT_EQ(machine()->bsExpiry(), start + 30 + each.timeout) << "the next message counts";
+    expectMachine(State::acceptPreferred, start + 30 + each.timeout);  // the next message counts
     start += 30;
   }
-}
-
-TEST_P(FollowerTest, AChangedBsTimeoutLeavesAnIdleTimerIdle) {
-  hear(bsm("5", 64));
-  world.runUntil(130);
-  traces.clear();
-  router.status->bsTimeoutIs(5);
+  world.runUntil(start + 5);
+  router.status->bsTimeoutIs(3);
   EXPECT_EQ(machine()->bsExpiry(), never);
-  EXPECT_TRUE(traced(5, "BS timer not set. Nothing to be done. "));
+  expectTraced({"5 BS timer not set. Nothing to be done. "});
 }
 
 TEST_P(FollowerTest, AChangedScopeZoneTimeoutOnlyShortensTheTimer) {
   hear(bsm("5", 64));
   router.status->szTimeoutIs(1000);
-  EXPECT_TRUE(traced(5, "SZ timer not set. Nothing to be done. "));
+  expectTraced({"5 SZ timer not set. Nothing to be done. "});
   world.runUntil(130);
   if (!place.scoped) {
     EXPECT_EQ(machine()->szExpiry(), never);
@@ -394,9 +358,9 @@ TEST_P(FollowerTest, AChangedScopeZoneTimeoutOnlyShortensTheTimer) {
   EXPECT_EQ(machine()->szExpiry(), 1130);
   router.status->szTimeoutIs(900);
   EXPECT_EQ(machine()->szExpiry(), 1130);
-  EXPECT_TRUE(traced(5,
-                     "SZ timer expiry was in 900 seconds from now. Restting SZ timer expiry to 900 "
-                     "seconds from now."));
+  expectTraced(
+      {"5 SZ timer expiry was in 900 seconds from now. Restting SZ timer expiry to 900 "
+       "seconds from now."});
   router.status->szTimeoutIs(20);
   world.runUntil(justBefore(250));
   EXPECT_NE(machine(), nullptr);
@@ -416,28 +380,11 @@ TEST_P(FollowerTest, AMessageThatCannotBeInstalledStillKeepsTheBsrAlive) {
   EXPECT_TRUE(traces.ends("Sm", 1,
                           std::string("RP set of zone ") + place.zone +
                               " not installed: RpHashMaskLen::value < 0 or > 128 not allowed"));
-  EXPECT_EQ(rps(), (Lines{rpLine("77")})) << "nothing is half written";
-  EXPECT_EQ(machine()->bsExpiry(), 180);
+  EXPECT_EQ(rps(), Lines{rpLine("77")}) << "nothing is half written";
+  expectMachine(State::acceptPreferred, 180);
   EXPECT_EQ(machine()->lastBsm(), bad);
   world.runUntil(180);
   EXPECT_EQ(record(), nullptr) << "nor does it keep the record from its end";
-}
-
-TEST_P(FollowerTest, SavedFragmentsOfAnOlderTagAreDropped) {
-  const auto piece = [&](unsigned tag, const std::string& rp) {
-    Bsm message(host("5"), 64);
-    if (place.scoped) message.zone(place.zone);
-    return message.tag(tag).piece(place.group, 2, {{host(rp)}});
-  };
-  hear(piece(100, "77"));
-  ASSERT_NE(machine()->lastBsmFragments(), nullptr);
-  EXPECT_EQ(machine()->lastBsmFragments()->fragTag, 100);
-  hear(piece(200, "77"));
-  EXPECT_TRUE(traced(8, "Removing saved fragments related to tag 100"));
-  EXPECT_EQ(machine()->lastBsmFragments()->fragTag, 200);
-  EXPECT_EQ(router.engine().bsmRxFragments(100), nullptr);
-  hear(piece(100, "88"));
-  EXPECT_EQ(rps(), Lines{}) << "the piece of before is not there to be completed";
 }
 
 }  // namespace

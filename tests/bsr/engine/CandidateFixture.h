@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/pim/PimCodec.h"
-#include "tests/support/BsrRouter.h"
+#include "tests/bsr/NeighborFixture.h"
 
 // The stage of the candidate's plays, and who keeps its minutes.
 //
@@ -67,7 +67,7 @@ class Minutes {
 
 /// A router that may stand for election, and words for plays about it; the clock shows 1000 when it
 /// boots.
-struct CandidateFixture : ::testing::Test {
+struct CandidateFixture : TracedTest {
   static constexpr double period = 60;
   static constexpr double timeout = 130;
   static constexpr double backOffOfEqual = 5;   // nobody better known
@@ -143,13 +143,7 @@ struct CandidateFixture : ::testing::Test {
     expectTimer(at);
     EXPECT_DOUBLE_EQ(record().expiryTime(), at);
   }
-  bool traced(int level, std::string_view text) { return traces.ends("CandidateSm", level, text); }
-  /// Lines "LEVEL TEXT".
-  void expectTraced(const Lines& lines) {
-    for (const std::string& each : lines) {
-      EXPECT_TRUE(traced(each[0] - '0', each.substr(2))) << each << traces.text();
-    }
-  }
+  void expectTraced(const Lines& lines) { TracedTest::expectTraced(lines, "CandidateSm"); }
   void standAndFollow() {
     stand();
     hear(better());
@@ -192,7 +186,6 @@ struct CandidateFixture : ::testing::Test {
 
   Stage world;
   BsrRouter router{AddressFamily::ipv4, world.wheel};
-  TraceRecorder traces;
 };
 
 }  // namespace Routing::TestKit

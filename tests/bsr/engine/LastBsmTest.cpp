@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "bsr/engine/LastBsm.h"
 #include "tests/support/BsrRouter.h"
@@ -8,9 +9,7 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
-using TestKit::Bsm;
-using TestKit::bsmText;
-using TestKit::Rps;
+using namespace TestKit;
 
 struct Held {
   std::shared_ptr<PimBsrLimits> limits = std::make_shared<PimBsrLimits>();
@@ -18,80 +17,69 @@ struct Held {
   LastBsm last{budget};
 };
 
-/// What is held after these messages, all taken at once.
-std::string heldAfter(std::initializer_list<Bsm> messages) {
-  Held held;
-  LastBsm& last = held.last;
-  for (const Bsm& each : messages) last.messageIs(each.make(), 0);
-  return bsmText(*last.message());
-}
-
 Bsm bsm() {
   return Bsm("10.9.9.9").tag(7);
 }
 
 TEST(LastBsm, JoinsTheFragmentsOfOneMessage) {
-  const std::string head = "10.9.9.9 64 30 tag *";
-  EXPECT_EQ(heldAfter({bsm().group("225.0.0.0/8", {{"10.1.1.1"}})}),
-            head + " 225.0.0.0/8 0 1/1(10.1.1.1 150 0)");
-  EXPECT_EQ(heldAfter({bsm().group("225.0.0.0/8", {{"10.1.1.1"}}),
-                       bsm().group("226.0.0.0/8", {{"10.2.2.2"}})}),
-            head + " 225.0.0.0/8 0 1/1(10.1.1.1 150 0) 226.0.0.0/8 0 1/1(10.2.2.2 150 0)");
-  EXPECT_EQ(heldAfter({bsm().piece("225.0.0.0/8", 3, {{"10.2.2.2"}}),
-                       bsm().piece("225.0.0.0/8", 3, {{"10.1.1.1"}}),
-                       bsm().piece("225.0.0.0/8", 3, {{"10.3.3.3"}})}),
-            head + " 225.0.0.0/8 0 3/3(10.1.1.1 150 0, 10.2.2.2 150 0, 10.3.3.3 150 0)");
-  EXPECT_EQ(heldAfter({bsm().piece("225.0.0.0/8", 3, {{"10.2.2.2"}}),
-                       bsm().piece("225.0.0.0/8", 3, {{"10.2.2.2", 99}})}),
-            head + " 225.0.0.0/8 0 1/3(10.2.2.2 99 0)")
-      << "a repeated piece";
-}
-
-TEST(LastBsm, KeepsTheEntryOfTheZoneOnce) {
-  EXPECT_EQ(heldAfter({bsm().zone("239.1.0.0/16").group("239.1.1.0/24", {{"10.1.1.1"}}),
-                       bsm().zone("239.1.0.0/16").group("239.1.2.0/24", {{"10.1.1.1"}})}),
-            "10.9.9.9 64 30 tag * 239.1.0.0/16 1 0/0() 239.1.1.0/24 0 1/1(10.1.1.1 150 0) "
-            "239.1.2.0/24 0 1/1(10.1.1.1 150 0)");
-  // With RPs of its own it is repeated without them, with or without their number.
-  for (const unsigned announced : {0U, 1U}) {
-    Bsm later = bsm().piece("239.1.0.0/16", announced, {}).group("239.1.2.0/24", {{"10.1.1.1"}});
-    EXPECT_EQ(heldAfter({bsm().zone("239.1.0.0/16", {{"10.5.5.5"}}), later}),
-              "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/1(10.5.5.5 150 0) 239.1.2.0/24 0 "
-              "1/1(10.1.1.1 150 0)");
+  const auto piece = [](unsigned count, const Rps& rps) {
+    return bsm().piece("225.0.0.0/8", count, rps);
+  };
+  const auto zone = [](const Rps& rps = {}) { return bsm().zone("239.1.0.0/16", rps); };
+  const Bsm whole = bsm().group("225.0.0.0/8", {{"10.1.1.1"}});
+  struct {
+    const char* what;
+    std::vector<Bsm> messages;
+    const char* held;
+  } const cases[] = {
+      {"one message", {whole}, "225.0.0.0/8 0 1/1(10.1.1.1 150 0)"},
+      {"two ranges",
+       {whole, bsm().group("226.0.0.0/8", {{"10.2.2.2"}})},
+       "225.0.0.0/8 0 1/1(10.1.1.1 150 0) 226.0.0.0/8 0 1/1(10.2.2.2 150 0)"},
+      {"pieces of a range",
+       {piece(3, {{"10.2.2.2"}}), piece(3, {{"10.1.1.1"}}), piece(3, {{"10.3.3.3"}})},
+       "225.0.0.0/8 0 3/3(10.1.1.1 150 0, 10.2.2.2 150 0, 10.3.3.3 150 0)"},
+      {"a repeated piece",
+       {piece(3, {{"10.2.2.2"}}), piece(3, {{"10.2.2.2", 99}})},
+       "225.0.0.0/8 0 1/3(10.2.2.2 99 0)"},
+      // The newer piece stands for a range that does not agree.
+      {"another count",
+       {piece(3, {{"10.1.1.1"}}), piece(4, {{"10.2.2.2"}})},
+       "225.0.0.0/8 0 1/4(10.2.2.2 150 0)"},
+      {"more RPs than announced",
+       {piece(3, {{"10.1.1.1"}, {"10.2.2.2"}}), piece(3, {{"10.3.3.3"}, {"10.4.4.4"}})},
+       "225.0.0.0/8 0 2/3(10.3.3.3 150 0, 10.4.4.4 150 0)"},
+      {"a whole range again",
+       {whole, bsm().group("225.0.0.0/8", {{"10.2.2.2"}})},
+       "225.0.0.0/8 0 1/1(10.2.2.2 150 0)"},
+      // The entry of the zone is kept once; with RPs of its own it is repeated without them, with
+      // or without their number.
+      {"a zone in each",
+       {zone().group("239.1.1.0/24", {{"10.1.1.1"}}), zone().group("239.1.2.0/24")},
+       "239.1.0.0/16 1 0/0() 239.1.1.0/24 0 1/1(10.1.1.1 150 0) 239.1.2.0/24 0 0/0()"},
+      {"a zone's RPs, repeated without number",
+       {zone({{"10.5.5.5"}}), bsm().group("239.1.0.0/16").group("239.1.2.0/24")},
+       "239.1.0.0/16 1 1/1(10.5.5.5 150 0) 239.1.2.0/24 0 0/0()"},
+      {"and with it",
+       {zone({{"10.5.5.5"}}), bsm().piece("239.1.0.0/16", 1, {}).group("239.1.2.0/24")},
+       "239.1.0.0/16 1 1/1(10.5.5.5 150 0) 239.1.2.0/24 0 0/0()"},
+      {"a zone stays one",
+       {zone({{"10.1.1.1"}}), zone().piece("239.1.0.0/16", 3, {{"10.2.2.2"}})},
+       "239.1.0.0/16 1 1/3(10.2.2.2 150 0)"},
+      {"what did not name a zone does not begin to",
+       {whole, bsm().zone("225.0.0.0/8", {{"10.2.2.2"}, {"10.3.3.3"}})},
+       "225.0.0.0/8 0 2/2(10.2.2.2 150 0, 10.3.3.3 150 0)"},
+      {"a range that one message repeats",
+       {zone().group("239.1.1.0/24").group("239.1.0.0/16"),
+        bsm().group("239.1.0.0/16", {{"10.1.1.1"}})},
+       "239.1.0.0/16 1 1/1(10.1.1.1 150 0) 239.1.1.0/24 0 0/0()"},
+  };
+  for (const auto& each : cases) {
+    Held held;
+    for (const Bsm& message : each.messages) held.last.messageIs(message.make(), 0);
+    EXPECT_EQ(bsmText(*held.last.message()), std::string("10.9.9.9 64 30 tag * ") + each.held)
+        << each.what;
   }
-}
-
-TEST(LastBsm, TheNewerPieceStandsForARangeThatDoesNotAgree) {
-  const std::string range = "10.9.9.9 64 30 tag * 225.0.0.0/8 0 ";
-  EXPECT_EQ(heldAfter({bsm().piece("225.0.0.0/8", 3, {{"10.1.1.1"}}),
-                       bsm().piece("225.0.0.0/8", 4, {{"10.2.2.2"}})}),
-            range + "1/4(10.2.2.2 150 0)")
-      << "another count";
-  EXPECT_EQ(heldAfter({bsm().piece("225.0.0.0/8", 3, {{"10.1.1.1"}, {"10.2.2.2"}}),
-                       bsm().piece("225.0.0.0/8", 3, {{"10.3.3.3"}, {"10.4.4.4"}})}),
-            range + "2/3(10.3.3.3 150 0, 10.4.4.4 150 0)")
-      << "more RPs than announced";
-  EXPECT_EQ(heldAfter({bsm().group("225.0.0.0/8", {{"10.1.1.1"}}),
-                       bsm().group("225.0.0.0/8", {{"10.2.2.2"}})}),
-            range + "1/1(10.2.2.2 150 0)")
-      << "a whole range again";
-}
-
-TEST(LastBsm, NamesItsZoneWhateverComesLater) {
-  EXPECT_EQ(heldAfter({bsm().zone("239.1.0.0/16", {{"10.1.1.1"}}),
-                       bsm().zone("239.1.0.0/16").piece("239.1.0.0/16", 3, {{"10.2.2.2"}})}),
-            "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/3(10.2.2.2 150 0)");
-  EXPECT_EQ(heldAfter({bsm().group("225.0.0.0/8", {{"10.1.1.1"}}),
-                       bsm().zone("225.0.0.0/8", {{"10.2.2.2"}, {"10.3.3.3"}})}),
-            "10.9.9.9 64 30 tag * 225.0.0.0/8 0 2/2(10.2.2.2 150 0, 10.3.3.3 150 0)")
-      << "what did not name a zone does not begin to";
-}
-
-TEST(LastBsm, KeepsARangeOnceThatOneMessageRepeats) {
-  EXPECT_EQ(
-      heldAfter({bsm().zone("239.1.0.0/16").group("239.1.1.0/24", {}).group("239.1.0.0/16", {}),
-                 bsm().group("239.1.0.0/16", {{"10.1.1.1"}})}),
-      "10.9.9.9 64 30 tag * 239.1.0.0/16 1 1/1(10.1.1.1 150 0) 239.1.1.0/24 0 0/0()");
 }
 
 TEST(LastBsm, AnotherMessageReplacesWhatIsHeld) {
@@ -99,11 +87,12 @@ TEST(LastBsm, AnotherMessageReplacesWhatIsHeld) {
   for (const Bsm& other :
        {bsm().tag(8), bsm().hashMask(29), Bsm("10.9.9.9", 65).tag(7), Bsm("10.9.9.8").tag(7)}) {
     Held held;
-    LastBsm& last = held.last;
-    last.messageIs(first.make(), 0);
-    const auto message = other.make();
-    last.messageIs(message, 0);
-    EXPECT_EQ(last.message(), message) << bsmText(*message, true);
+    const auto message = other.make(), before = first.make();
+    held.last.messageIs(before, 0);
+    EXPECT_EQ(held.last.message(), before);
+    held.last.messageIs(message, 0);
+    EXPECT_EQ(held.last.message(), message) << bsmText(*message, true);
+    EXPECT_EQ(*before, static_cast<const BootstrapMessage&>(first)) << "left alone";
   }
 }
 
@@ -136,19 +125,6 @@ TEST(LastBsm, AllZonesTogetherStayWithinTheLimits) {
       << "what was given up left room";
   other.clear();
   EXPECT_TRUE(other.messageIs(bsm().group("225.0.0.0/8", {{"10.1.1.1"}, {"10.1.1.2"}}).make(), 0));
-}
-
-TEST(LastBsm, LeavesTheMessagesAlone) {
-  Held held;
-  LastBsm& last = held.last;
-  const auto first = bsm().group("225.0.0.0/8").make(), second = bsm().group("226.0.0.0/8").make();
-  last.messageIs(first, 0);
-  EXPECT_EQ(last.message(), first);
-  last.messageIs(second, 0);
-  EXPECT_EQ(first->groupRpData().size(), 1U);
-  EXPECT_EQ(second->groupRpData().size(), 1U);
-  last.clear();
-  EXPECT_EQ(last.message(), nullptr);
 }
 
 }  // namespace

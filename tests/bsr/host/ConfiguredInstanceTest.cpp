@@ -46,17 +46,6 @@ struct ConfiguredInstance : ::testing::Test {
   }
 };
 
-TEST_F(ConfiguredInstance, ConfigurationBecomesMessages) {
-  candidates();
-  start();
-  ASSERT_NE(router.instance->configSm(), nullptr);
-  world.runUntil(400);
-  EXPECT_EQ(router.bsrOf("224.0.0.0/4"), "10.0.0.1 64 30");
-  const auto sent = bsms();
-  ASSERT_FALSE(sent.empty());
-  EXPECT_EQ(sent.back(), "10.0.0.1 64 30 tag * 224.0.0.0/4 0 1/1(10.0.0.1 180 192)");
-}
-
 TEST_F(ConfiguredInstance, ARestartWithTheSameConfigurationWritesNoneOfIt) {
   candidates();
   bed.groupIs("eth0", "239.1.0.0/16");

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "bsr/intake/BootstrapMessageSm.h"
 #include "platform/pim/PimCodec.h"
@@ -186,8 +187,6 @@ void tryArrival(const Arrival& arrival) {
     EXPECT_EQ(channel.rxBsm(), intake.lastBsm(zone));
     ASSERT_NE(channel.rxBsm(), nullptr);
     EXPECT_EQ(channel.rxBsm()->source(), addr("10.0.0.2"));
-    EXPECT_EQ(channel.firstGroup(), prefix(arrival.scoped ? "239.1.0.0/16" : "239.1.1.0/24"));
-    EXPECT_EQ(channel.iifIntfId(), IntfId("eth0"));
     EXPECT_EQ(router.bsrOf(zone.text()), "10.9.9.9 64 30");
     const unsigned borders = arrival.border == Border::none ? 0 : 1;
     EXPECT_EQ(sent, arrival.forward ? 2 - borders : 0);
@@ -202,54 +201,29 @@ void tryArrival(const Arrival& arrival) {
 }
 
 TEST(BsmIntake, JudgesEveryCombinationOfConditions) {
-  for (const bool scoped : {false, true}) {
-    for (const bool forward : {false, true}) {
-      for (const To to : {To::allRouters, To::otherGroup, To::us}) {
-        for (const Way way : {Way::overSource, Way::overOther, Way::none}) {
-          for (const Border border : {Border::none, Border::zone, Border::all}) {
-            for (const bool stored : {false, true}) {
-              for (const bool late : {false, true}) {
-                tryArrival({scoped, forward, to, way, border, stored, late});
-              }
-            }
-          }
-        }
-      }
-    }
+  for (unsigned each = 0; each < 2 * 2 * 3 * 3 * 3 * 2 * 2; ++each) {
+    unsigned left = each;
+    const auto pick = [&left](unsigned of) { return std::exchange(left, left / of) % of; };
+    tryArrival({pick(2) == 1, pick(2) == 1, To(pick(3)), Way(pick(3)), Border(pick(3)),
+                pick(2) == 1, pick(2) == 1});
   }
-}
-
-TEST_F(BsmIntakeTest, CountersOfOneReasonAfterTheOtherAddUp) {
-  hearTo(router, "10.0.0.2", "10.0.0.1", Bsm("10.9.9.9"));
-  hearTo(router, "10.0.0.2", "224.0.0.5", Bsm("10.9.9.9"));
-  hearTo(router, "10.0.0.2", "224.0.0.5", Bsm("10.9.9.9"));
-  router.hear("eth0", "10.0.0.3", Bsm("10.9.9.9"));
-  router.hear("eth0", "10.0.0.2", Bsm("10.9.9.9"));              // accepted, sent on both links
-  router.hear("eth0", "10.0.0.2", Bsm("10.9.9.9").noForward());  // not twice
-  router.borderIs("224.0.0.0/4", "eth0");
-  router.hear("eth0", "10.0.0.2", Bsm("10.9.9.9"));
-  EXPECT_EQ(counts(router), "7/1/6 7/1/6 0/0/0 2/2/0  1 1 1 1 0 2");
 }
 
 // --- zones ------------------------------------------------------------------------------------
 
-struct ZoneCase {
-  const char* what;
-  Bsm bsm;
-  const char* zone;
-};
-
 TEST_F(BsmIntakeTest, TheFirstRangeAloneNamesTheZone) {
-  const ZoneCase cases[] = {
-      {"no range", Bsm("10.9.9.9"), "224.0.0.0/4"},
-      {"first range scoped", Bsm("10.9.9.9").zone("239.1.0.0/16"), "239.1.0.0/16"},
-      {"later range scoped", Bsm("10.9.9.9").group("225.0.0.0/8").zone("239.2.0.0/16"),
-       "224.0.0.0/4"},
-      {"all groups, scoped", Bsm("10.9.9.9").zone("224.0.0.0/4"), "224.0.0.0/4"},
-      {"no scope bit", Bsm("10.9.9.9").group("239.3.0.0/16"), "224.0.0.0/4"},
+  struct {
+    Bsm bsm;
+    const char* zone;
+  } const cases[] = {
+      {Bsm("10.9.9.9"), "224.0.0.0/4"},
+      {Bsm("10.9.9.9").zone("239.1.0.0/16"), "239.1.0.0/16"},
+      {Bsm("10.9.9.9").group("225.0.0.0/8").zone("239.2.0.0/16"), "224.0.0.0/4"},
+      {Bsm("10.9.9.9").zone("224.0.0.0/4"), "224.0.0.0/4"},
+      {Bsm("10.9.9.9").group("239.3.0.0/16"), "224.0.0.0/4"},
   };
-  for (const ZoneCase& each : cases) {
-    SCOPED_TRACE(each.what);
+  for (const auto& each : cases) {
+    SCOPED_TRACE(bsmText(each.bsm));
     BootstrapMessageSm& intake = router.instance->bsmIntake();
     intake.lastBsmDelAll();
     EXPECT_TRUE(accepted(each.bsm));
@@ -263,32 +237,24 @@ TEST_F(BsmIntakeTest, TheFirstRangeAloneNamesTheZone) {
 
 // --- the quick-refresh period -----------------------------------------------------------------
 
-struct PeriodCase {
-  const char* what;
-  int bsPeriod;  // of the zone's candidate; -1 without one
-  double lasts;
-};
-
 TEST(BsmIntake, ANoForwardMessageIsWelcomeForOneBootstrapPeriod) {
-  const PeriodCase cases[] = {{"unknown zone", -1, 60},
-                              {"period not set yet", 0, 60},
-                              {"shorter", 30, 30},
-                              {"longer", 300, 300}};
-  for (const PeriodCase& each : cases) {
+  struct {
+    int bsPeriod;  // of the zone's candidate; 0 if it is not set yet, -1 without candidate
+    double lasts;
+  } const cases[] = {{-1, 60}, {0, 60}, {30, 30}, {300, 300}};
+  for (const auto& each : cases) {
     for (const bool late : {false, true}) {
-      SCOPED_TRACE(std::string(each.what) + (late ? ", late" : ""));
+      SCOPED_TRACE(std::to_string(each.bsPeriod) + (late ? ", late" : ""));
       VirtualWorld world;
       world.clock.nowIs(start);
       BsrRouter router(AddressFamily::ipv4, world.wheel);
       BsmIntakeTest::setUp(router);
       if (each.bsPeriod >= 0) {  // without address: a candidate that does not run yet
-        const auto candidate = router.status->newCbsr(prefix("224.0.0.0/4"));
-        candidate->bsPeriodIs(static_cast<std::uint32_t>(each.bsPeriod));
+        router.status->newCbsr(prefix(global))->bsPeriodIs(static_cast<unsigned>(each.bsPeriod));
       }
       world.clock.nowIs(late ? std::nextafter(start + each.lasts, never) : start + each.lasts);
       router.hear("eth0", "10.0.0.3", Bsm("10.9.9.9").noForward());  // no RPF check
       EXPECT_EQ(router.counters().rxBsmSuccess(), late ? 0U : 1U);
-      EXPECT_EQ(router.counters().errCounters().rxNoForwardBsm(), late ? 1U : 0U);
     }
   }
 }
@@ -340,7 +306,6 @@ TEST_F(BsmIntakeTest, TheRpfNeighbourIsFoundInEveryKindOfRoute) {
 TEST(BsmIntake, ALinkLocalNeighbourCountsOnItsOwnLinkOnly) {
   VirtualWorld world;
   BsrRouter router(AddressFamily::ipv6, world.wheel);
-  TraceRecorder traces;
   for (const char* intf : {"eth0", "eth1"}) {
     router.linkIs(intf, "fe80::1");
     router.neighborIs(intf, "fe80::2");
@@ -348,10 +313,6 @@ TEST(BsmIntake, ALinkLocalNeighbourCountsOnItsOwnLinkOnly) {
   router.routeIs("2001:db8::9", "eth0", "fe80::2");
   router.hear("eth1", "fe80::2", Bsm("2001:db8::9"));
   EXPECT_EQ(router.counters().errCounters().rxNbrRpfCheck(), 1U);
-  EXPECT_TRUE(traces.ends("IO", 1,
-                          "RX - Error - Dropping BSM since BSM src fe80::2 is not from neighbor "
-                          "fe80::2 for BSR address 2001:db8::9"))
-      << traces.text(1);
   router.hear("eth0", "fe80::2", Bsm("2001:db8::9"));
   EXPECT_EQ(router.counters().rxBsmSuccess(), 1U);
   router.link("eth0").neighbor(addr("fe80::2"))->secondaryAddressIs(addr("2001:db8::2"), true);
@@ -396,17 +357,22 @@ TEST_F(BsmIntakeTest, EveryCountIsAMessageIfThereIsOne) {
 
 // --- starting ---------------------------------------------------------------------------------
 
-TEST_F(BsmIntakeTest, AStartClearsTheCountersOfAllMessagesAndOfErrors) {
+TEST_F(BsmIntakeTest, CountersAddUpAndAStartClearsThoseOfAllMessagesAndOfErrors) {
   EXPECT_TRUE(accepted(Bsm("10.9.9.9")));
-  hearTo(router, "10.0.0.2", "10.0.0.1", Bsm("10.9.9.9"));
+  for (int i = 0; i < 2; ++i) hearTo(router, "10.0.0.2", "10.0.0.1", Bsm("10.9.9.9"));
+  for (int i = 0; i < 2; ++i) hearTo(router, "10.0.0.2", "224.0.0.5", Bsm("10.9.9.9"));
+  for (int i = 0; i < 2; ++i) router.hear("eth0", "10.0.0.3", Bsm("10.9.9.9"));
+  for (int i = 0; i < 2; ++i) EXPECT_FALSE(accepted(Bsm("10.9.9.9").noForward()));
   router.mute = true;
-  router.hear("eth0", "10.0.0.2", Bsm("10.9.9.9"));
-  EXPECT_EQ(counts(router), "3/2/1 3/2/1 0/0/0 4/2/2  0 0 0 1 0 0");
+  EXPECT_TRUE(accepted(Bsm("10.9.9.9")));
+  router.borderIs("224.0.0.0/4", "eth0");
+  for (int i = 0; i < 2; ++i) EXPECT_FALSE(accepted(Bsm("10.9.9.9")));
+  EXPECT_EQ(counts(router), "12/2/10 12/2/10 0/0/0 4/2/2  2 2 2 2 0 2");
   router.stop();
   router.status->bootstrapRouterDelAll();
   router.hear("eth0", "10.0.0.2", Bsm("10.9.9.9"));  // before the start: ignored for ever
   router.start();
-  EXPECT_EQ(counts(router), "0/0/0 3/2/1 0/0/0 0/0/0  0 0 0 0 0 0");
+  EXPECT_EQ(counts(router), "0/0/0 12/2/10 0/0/0 0/0/0  0 0 0 0 0 0");
   EXPECT_EQ(router.bsrOf("224.0.0.0/4"), "none");
 }
 

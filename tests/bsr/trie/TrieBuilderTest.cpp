@@ -5,7 +5,7 @@
 
 #include "bsr/trie/PimBsrCrpPermitTrieBuilder.h"
 #include "bsr/trie/PimBsrTrieBuilder.h"
-#include "tests/support/BsrRouter.h"
+#include "tests/bsr/NeighborFixture.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
@@ -13,7 +13,7 @@ namespace {
 using namespace TestKit;
 
 /// A status, a trie, and what the trie's users were told.
-struct TrieTest : ::testing::Test {
+struct TrieTest : TracedTest {
   TrieTest() {
     reactor = trie->routeReactor([this](const IpGenPrefix& route, TrieEvent event) {
       const char* names[] = {"added ", "deleted ", "changed "};
@@ -27,7 +27,6 @@ struct TrieTest : ::testing::Test {
   }
   Lines told() { return std::exchange(events, {}); }
 
-  TraceRecorder traces;
   std::shared_ptr<Status> status = std::make_shared<Status>(VrfName("default"));
   std::shared_ptr<TrieGen> trie = std::make_shared<TrieGen>("T", AddressFamily::ipv4);
   Lines events;
@@ -44,12 +43,11 @@ TEST_F(ZoneTrie, HoldsTheZonesThatHaveARecord) {
   status->newBootstrapRouter(prefix("239.1.0.0/16"));
   EXPECT_EQ(routes(), (Lines{"224.0.0.0/4", "239.1.0.0/16"}));
   EXPECT_EQ(builder.trieUpdates(), 2U);
-  EXPECT_TRUE(traces.ends("Sm", 8, "Added prefix 239.1.0.0/16 into trie"));
+  expectTraced({"8 Added prefix 239.1.0.0/16 into trie"});
   status->bootstrapRouterDel(prefix("239.1.0.0/16"));
   EXPECT_EQ(routes(), (Lines{"224.0.0.0/4"}));
   EXPECT_EQ(builder.trieUpdates(), 3U);
-  EXPECT_TRUE(traces.ends("Sm", 8, "Deleted prefix 239.1.0.0/16 from trie"));
-  EXPECT_TRUE(traces.ends("Sm", 9, " ( 239.1.0.0/16 )"));
+  expectTraced({"8 Deleted prefix 239.1.0.0/16 from trie", "9  ( 239.1.0.0/16 )"});
   EXPECT_EQ(told(), (Lines{"added 224.0.0.0/4", "added 239.1.0.0/16", "deleted 239.1.0.0/16"}));
 }
 
@@ -63,10 +61,7 @@ TEST_F(ZoneTrie, AChangedAddressIsOneChangeEvent) {
   record->priorityIs(7);
   EXPECT_EQ(told(), (Lines{"changed 239.1.0.0/16"}));
   EXPECT_EQ(builder.trieUpdates(), 2U);
-  EXPECT_TRUE(traces.ends("Sm", 8,
-                          " BSR changed for zone 239.1.0.0/16 to 10.0.0.2. Generating changeroute "
-                          "event"))
-      << traces.text();
+  expectTraced({"8  BSR changed for zone 239.1.0.0/16 to 10.0.0.2. Generating changeroute event"});
 }
 
 TEST_F(ZoneTrie, ARecordMadeAnewStartsAnew) {
@@ -105,8 +100,8 @@ TEST_F(PermitTrie, HoldsThePermittedPrefixes) {
   EXPECT_EQ(routes(), (Lines{"10.0.0.0/8"}));
   EXPECT_EQ(builder.trieUpdates(), 3U);
   EXPECT_EQ(traces.count("CrpPermitTrieBuilderSm", 9, " ( 10.0.0.0/8 )"), 1U);
-  EXPECT_TRUE(traces.ends("CrpPermitTrieBuilderSm", 8, "Added prefix 10.0.0.0/8 into trie"));
-  EXPECT_TRUE(traces.ends("CrpPermitTrieBuilderSm", 8, "Deleted prefix 0.0.0.0/0 from trie"));
+  expectTraced({"8 Added prefix 10.0.0.0/8 into trie", "8 Deleted prefix 0.0.0.0/0 from trie"},
+               "CrpPermitTrieBuilderSm");
   EXPECT_EQ(told(), (Lines{"added 0.0.0.0/0", "added 10.0.0.0/8", "deleted 0.0.0.0/0"}));
 }
 

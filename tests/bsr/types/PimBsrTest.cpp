@@ -96,19 +96,14 @@ TEST(PimBsrValues, RefuseTextThatIsNotTheirs) {
 }
 
 TEST(BoundedValues, RefuseWhatLiesOutsideTheirBounds) {
-  const auto priority = [](std::uint64_t value) {
-    return refusal([=] { return RpPriority(value); });
-  };
-  const auto mask = [](std::uint64_t value) {
-    return refusal([=] { return RpHashMaskLen(value); });
-  };
-  const auto interval = [](std::uint64_t value) {
+  EXPECT_EQ(refusal([] { return RpPriority(257); }), "RpPriority::value < 0 or > 256 not allowed");
+  EXPECT_EQ(refusal([] { return RpPriority(256); }), "none");
+  EXPECT_EQ(refusal([] { return RpHashMaskLen(129); }),
+            "RpHashMaskLen::value < 0 or > 128 not allowed");
+  EXPECT_EQ(refusal([] { return RpHashMaskLen(128); }), "none");
+  const auto interval = [](unsigned value) {
     return refusal([=] { return CrpAdvInterval(value); });
   };
-  EXPECT_EQ(priority(257), "RpPriority::value < 0 or > 256 not allowed");
-  EXPECT_EQ(priority(256), "none");
-  EXPECT_EQ(mask(129), "RpHashMaskLen::value < 0 or > 128 not allowed");
-  EXPECT_EQ(mask(128), "none");
   for (const unsigned bad : {0, 21846, 65536 + 60}) {
     EXPECT_EQ(interval(bad), "CrpAdvInterval::value < 1 or > 21845 not allowed") << bad;
   }
