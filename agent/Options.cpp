@@ -74,6 +74,7 @@ void addOverrides(CLI::App& app, Options& options, std::vector<std::string>& tra
       ->allow_extra_args(false);
 }
 
+// The longest period gives 63000, well below 65535, which never expires.
 std::uint16_t holdtimeOf(double helloPeriod) {
   return static_cast<std::uint16_t>(std::max(helloPeriod * holdtimePeriods, 1.0));
 }
