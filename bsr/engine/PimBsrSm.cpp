@@ -18,7 +18,7 @@ PimBsrSm::PimBsrSm(std::shared_ptr<Status> bsrStatus, std::shared_ptr<const PimS
                    std::shared_ptr<PimCrpMsgStatus> crpMsgStatus,
                    std::shared_ptr<RpCandidateStatus> rpCandidateStatus, TimerWheel& timerWheel,
                    std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir,
-                   std::shared_ptr<PimBsrLimits> limits, LastBsmStore* lastBsmStore)
+                   EngineOptions options)
     : bsrStatus_(std::move(bsrStatus)),
       pimStatus_(std::move(pimStatus)),
       bsmStatus_(std::move(bsmStatus)),
@@ -26,8 +26,10 @@ PimBsrSm::PimBsrSm(std::shared_ptr<Status> bsrStatus, std::shared_ptr<const PimS
       rpCandidateStatus_(std::move(rpCandidateStatus)),
       timerWheel_(timerWheel),
       allIntfStatusDir_(std::move(allIntfStatusDir)),
-      limits_(limits ? std::move(limits) : std::make_shared<PimBsrLimits>()),
-      lastBsmStore_(lastBsmStore),
+      limits_(options.limits ? std::move(options.limits) : std::make_shared<PimBsrLimits>()),
+      lastBsmStore_(options.lastBsmStore),
+      policy_(options.policy),
+      random_(std::move(options.random)),
       rpSets_(bsrStatus_, limits_, rpSetTotals_),
       lastBsmBudget_(bsrStatus_, limits_) {
   ROUTING_ASSERT_TEXT(bsrStatus_, "bsrStatus()");

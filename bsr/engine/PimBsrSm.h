@@ -10,12 +10,14 @@
 #include "bsr/engine/RpSetMirror.h"
 #include "bsr/engine/RpSets.h"
 #include "bsr/trie/PimBsrTrieBuilder.h"
+#include "bsr/types/BsrPolicy.h"
 #include "bsr/types/LastBsmStore.h"
 #include "bsr/types/Limits.h"
 #include "bsr/types/MessageStatus.h"
 #include "bsr/types/PimBsr.h"
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
+#include "platform/RandomSource.h"
 #include "platform/pim/AllIntfStatusDir.h"
 #include "platform/pim/PimStatus.h"
 #include "platform/time/TimerWheel.h"
@@ -27,6 +29,15 @@ class BsrCandidateSm;
 class BsrNonCandidateSm;
 class RpCandidateSm;
 
+/// What an engine may be given besides its inputs.
+struct EngineOptions {
+  std::shared_ptr<PimBsrLimits> limits = nullptr;  ///< null: the defaults hold
+  /// Is told of zones that are gone; null, or outlives the engine.
+  LastBsmStore* lastBsmStore = nullptr;
+  BsrPolicy policy = {};
+  RandomSource random = nullptr;  ///< null: rand(), seeded with the time
+};
+
 /// The root of the BSR engine of one VRF and address family. Owns a machine for every zone (a
 /// candidate's where the status has a candidate BSR, a follower's where a Bootstrap message came or
 /// a BSR is known), the advertisers of this router's candidate RPs, and what the machines share:
@@ -36,13 +47,12 @@ class RpCandidateSm;
 class ROUTING_API PimBsrSm {
  public:
   /// All entities are required and shared; a missing one is a failed assertion that names it. The
-  /// wheel must outlive the engine. `limits` may be null: the defaults then hold. `lastBsmStore`
-  /// may be null; else it must outlive the engine and is told of zones that are gone.
+  /// wheel must outlive the engine.
   PimBsrSm(std::shared_ptr<Status> bsrStatus, std::shared_ptr<const PimStatus> pimStatus,
            std::shared_ptr<PimBsmStatus> bsmStatus, std::shared_ptr<PimCrpMsgStatus> crpMsgStatus,
            std::shared_ptr<RpCandidateStatus> rpCandidateStatus, TimerWheel& timerWheel,
            std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir,
-           std::shared_ptr<PimBsrLimits> limits = nullptr, LastBsmStore* lastBsmStore = nullptr);
+           EngineOptions options = {});
   PimBsrSm(const PimBsrSm&) = delete;
   PimBsrSm& operator=(const PimBsrSm&) = delete;
   /// Changes nothing in the status.
@@ -129,6 +139,8 @@ class ROUTING_API PimBsrSm {
   std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir_;
   std::shared_ptr<PimBsrLimits> limits_;
   LastBsmStore* lastBsmStore_;
+  const BsrPolicy policy_;
+  RandomSource random_;
 
   bool initialized_ = false;
   IpGenPrefix globalOrNonScopeZone_;

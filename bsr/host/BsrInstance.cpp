@@ -23,7 +23,8 @@ BsrInstance::BsrInstance(const BsrInputs& inputs)
                                                 inputs.ucastRouteStatus)),
       engine_(std::make_unique<PimBsrSm>(
           inputs.status, inputs.pimStatus, bsmStatus_, crpMsgStatus_, inputs.rpCandidateStatus,
-          *inputs.timerWheel, inputs.allIntfStatusDir, inputs.limits, bsmIntake_.get())) {
+          *inputs.timerWheel, inputs.allIntfStatusDir,
+          EngineOptions{inputs.limits, bsmIntake_.get(), inputs.policy, inputs.random})) {
   if (inputs.config) {
     configSm_ = std::make_unique<ConfigSm>(inputs.config, inputs.vrfIntfConfig, inputs.clearConfig,
                                            inputs.status, inputs.pamManager->counters(),

@@ -2,10 +2,12 @@
 
 #include <memory>
 
+#include "bsr/types/BsrPolicy.h"
 #include "bsr/types/Config.h"
 #include "bsr/types/Limits.h"
 #include "bsr/types/MessageStatus.h"
 #include "bsr/types/Status.h"
+#include "platform/RandomSource.h"
 #include "platform/acl/IpAclConfig.h"
 #include "platform/net/SourceIntfSm.h"
 #include "platform/pim/AllIntfStatusDir.h"
@@ -45,6 +47,10 @@ struct BsrInputs {
 
   std::shared_ptr<const ZeuShutdownStatus> zeuShutdownStatus = nullptr;
   std::shared_ptr<ZeuVrfStatus> zeuVrfStatus = nullptr;  ///< of this address family
+
+  BsrPolicy policy = {};
+  /// Where the engine draws from; null: rand(), seeded with the time.
+  RandomSource random = nullptr;
 };
 
 /// The mechanism in one VRF and address family: its machines, built in the order that their
