@@ -6,7 +6,7 @@
 namespace Routing::Pim {
 
 IpGenAddr electDr(const PimInterface& intf) {
-  if (!intf.up() || intf.address().isUnset()) return {};
+  if (!intf.running()) return {};
   const bool byPriority = std::ranges::all_of(
       intf.neighbor(), [](const auto& entry) { return entry.second->drPriorityPresent(); });
   const auto rank = [byPriority](std::uint32_t priority, const IpGenAddr& address) {

@@ -47,7 +47,7 @@ HelloSm::HelloSm(std::shared_ptr<PimInterface> intf, PamManager& packets, TimerW
       config_(config),
       neighbors_(packets.vrfName(), intf_, config.limits, wheel, [this] { elect(); }),
       helloTimer_(wheel, [this] { handleHelloTimer(); }),
-      triggeredTimer_(wheel, [this] { handleTriggeredTimer(); }) {
+      triggeredTimer_(wheel, [this] { sendHello(); }) {
   ROUTING_ASSERT(config.helloPeriod > 0);
   ROUTING_ASSERT(config.holdtime > 0);
   intf_->drPriorityIs(config.drPriority);
@@ -55,7 +55,7 @@ HelloSm::HelloSm(std::shared_ptr<PimInterface> intf, PamManager& packets, TimerW
 
 void HelloSm::intfIs(const IpGenAddr& address, const std::set<IpGenAddr>& secondaries, bool up) {
   const bool runs = up && !address.isUnset();
-  const bool stays = running() && runs && intf_->address() == address;
+  const bool stays = intf_->running() && runs && intf_->address() == address;
   if (!stays) goodbye();
   intf_->addressIs(address);
   const bool listChanged = secondariesAre(secondaries);
@@ -96,7 +96,7 @@ void HelloSm::configIs(const HelloConfig& config) {
 }
 
 void HelloSm::receive(const HelloMessage& hello) {
-  if (!running()) return refuse(hello, interfaceDown);
+  if (!intf_->running()) return refuse(hello, interfaceDown);
   const Heard heard = neighbors_.helloIs(hello);
   if (heard == Heard::refused) return refuse(hello, tooManyNeighbors);
   ROUTING_TRACE(helloTrace, heard == Heard::refreshed ? 8 : 4, packets_.vrfName(), " Neighbor ",
@@ -114,13 +114,14 @@ void HelloSm::refuse(const HelloMessage& hello, std::string_view reason) {
 void HelloSm::triggeredHelloIsDue() {
   if (!sending() || triggeredTimer_.armed()) return;
   triggeredTimer_.expiryInIs(random_() * config_.triggeredDelay);
+  intf_->triggeredHelloDueIs(true);
 }
 
 bool HelloSm::goodbye() {
   const bool wasSending = sending();
   helloTimer_.expiryIs(never);
   triggeredTimer_.expiryIs(never);
-  triggeredHelloOwed_ = false;
+  intf_->triggeredHelloDueIs(false);
   return wasSending && packets_.sendHello(intf_->intfId(), hello(0));
 }
 
@@ -133,16 +134,13 @@ void HelloSm::handleHelloTimer() {
   sendHello();
 }
 
-void HelloSm::handleTriggeredTimer() {
-  triggeredHelloOwed_ = true;
-  sendHello();
-}
-
 void HelloSm::sendHello() {
   const bool sent = packets_.sendHello(intf_->intfId(), hello(config_.holdtime));
   ROUTING_TRACE(helloTrace, sent ? 8 : 3, packets_.vrfName(), " Hello on ", intf_->intfId(),
                 sent ? " sent" : " could not be sent");
-  if (sent && std::exchange(triggeredHelloOwed_, false)) intf_->triggeredHelloSentInc();
+  if (!sent || !intf_->triggeredHelloDue() || triggeredTimer_.armed()) return;
+  intf_->triggeredHelloDueIs(false);
+  intf_->triggeredHelloSentInc();
 }
 
 HelloMessage HelloSm::hello(std::uint16_t holdtime) const {

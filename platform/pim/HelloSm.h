@@ -17,14 +17,19 @@ namespace Routing::Pim {
 /// The interface runs while it is up and has an address. What happens, and what follows:
 /// - It starts: a new generation ID; the first Hello after a random part of firstDelay, then
 ///   one every helloPeriod.
-/// - A neighbour appears or restarts: one more Hello after a random part of triggeredDelay, at most
-///   one pending; after it has left, `triggeredHelloSent` rises by one.
+/// - A neighbour appears: one more Hello after a random part of triggeredDelay, at most one
+/// pending.
+///   `triggeredHelloDue` holds until it has left; then `triggeredHelloSent` rises by one.
+/// - A neighbour restarts, which its generation ID tells: it goes, the DR is elected without it,
+/// and
+///   it appears anew. So whoever is the DR without it has been it when the triggered Hello leaves.
 /// - The secondary addresses or the configuration change: a Hello at once.
 /// - The primary address changes: a goodbye from the old one; it starts anew, neighbours stay.
 /// - It stops: a goodbye; the neighbours are removed.
 ///
 /// A triggered Hello that cannot be sent is made up for by the next one that can. Within one Hello
-/// the order is: neighbour, `usedDr` and `isDr`, and after the delay `triggeredHelloSent`.
+/// the order is: neighbour, `usedDr` and `isDr`, `triggeredHelloDue`, and after the delay
+/// `triggeredHelloDue` again before `triggeredHelloSent`.
 class ROUTING_API HelloSm {
  public:
   /// `packets`, `wheel` and `random` must outlive the machine. The interface must be new: it is
@@ -52,14 +57,12 @@ class ROUTING_API HelloSm {
   bool goodbye();
 
  private:
-  bool running() const { return intf_->up() && !intf_->address().isUnset(); }
   bool sending() const { return helloTimer_.armed(); }
   bool secondariesAre(const std::set<IpGenAddr>& secondaries);
   void start();
   void helloAtOnce();
   void triggeredHelloIsDue();
   void handleHelloTimer();
-  void handleTriggeredTimer();
   void sendHello();
   HelloMessage hello(std::uint16_t holdtime) const;
   void elect();
@@ -72,7 +75,6 @@ class ROUTING_API HelloSm {
   NeighborTable neighbors_;
   Timer helloTimer_;      // armed while Hellos are sent
   Timer triggeredTimer_;  // armed while a triggered Hello is pending
-  bool triggeredHelloOwed_ = false;
 };
 
 }  // namespace Routing::Pim

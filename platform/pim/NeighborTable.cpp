@@ -29,23 +29,22 @@ void optionsAre(PimNeighbor& neighbor, const HelloMessage& hello) {
 
 NeighborTable::NeighborTable(VrfName vrf, std::shared_ptr<PimInterface> intf,
                              const NeighborLimits& limits, TimerWheel& wheel,
-                             std::function<void()> expired)
+                             std::function<void()> lost)
     : vrf_(std::move(vrf)),
       intf_(std::move(intf)),
       limits_(limits),
       wheel_(wheel),
-      expired_(std::move(expired)) {}
+      lost_(std::move(lost)) {}
 
 NeighborTable::Heard NeighborTable::helloIs(const HelloMessage& hello) {
   const std::uint16_t holdtime = hello.holdtime().value_or(defaultHoldtime);
   const Heard heard = judge(hello, holdtime);
-  if (heard == Heard::goodbye) {
-    neighborDel(hello.source());
-  } else if (heard != Heard::refused) {
-    const auto neighbor = intf_->newNeighbor(hello.source());
-    if (heard != Heard::refreshed) neighbor->setupTimeIs(wheel_.now());
-    store(*neighbor, hello, holdtime);
-  }
+  if (heard == Heard::goodbye) neighborDel(hello.source());
+  if (heard == Heard::restarted) handleLoss(hello.source());
+  if (heard == Heard::goodbye || heard == Heard::refused || !intf_->running()) return heard;
+  const auto neighbor = intf_->newNeighbor(hello.source());
+  if (heard != Heard::refreshed) neighbor->setupTimeIs(wheel_.now());
+  store(*neighbor, hello, holdtime);
   return heard;
 }
 
@@ -66,6 +65,7 @@ void NeighborTable::store(PimNeighbor& neighbor, const HelloMessage& hello,
 }
 
 void NeighborTable::holdIs(PimNeighbor& neighbor, std::uint16_t holdtime) {
+  if (neighbor.parent() == nullptr) return;  // a reactor has deleted it
   const double expiry = holdtime == holdForever ? never : wheel_.now() + holdtime;
   const auto [entry, added] = liveness_.try_emplace(
       neighbor.address(), wheel_, [this, address = neighbor.address()] { handleExpiry(address); });
@@ -95,20 +95,26 @@ void NeighborTable::secondariesAre(PimNeighbor& neighbor, const std::vector<IpGe
 }
 
 void NeighborTable::claim(PimNeighbor& neighbor, const IpGenAddr& address) {
-  IpGenAddr& holder = listedBy_[address];
-  const auto other = intf_->neighbor(std::exchange(holder, neighbor.address()));
+  const auto holder = listedBy_.find(address);
+  const auto other = holder == listedBy_.end() ? nullptr : intf_->neighbor(holder->second);
   if (other && other.get() != &neighbor) {
     ROUTING_TRACE(helloTrace, 3, vrf_, " Secondary address ", address, " of ", other->address(),
                   " on ", intf_->intfId(), " is now claimed by ", neighbor.address());
     other->secondaryAddressDel(address);
   }
+  if (neighbor.parent() == nullptr) return;
+  listedBy_.insert_or_assign(address, neighbor.address());
   neighbor.secondaryAddressIs(address, true);
 }
 
 void NeighborTable::handleExpiry(const IpGenAddr& address) {
   ROUTING_TRACE(helloTrace, 4, vrf_, " Neighbor ", address, " on ", intf_->intfId(), " expired");
+  handleLoss(address);
+}
+
+void NeighborTable::handleLoss(const IpGenAddr& address) {
   neighborDel(address);
-  expired_();
+  lost_();
 }
 
 void NeighborTable::neighborDel(IpGenAddr address) {

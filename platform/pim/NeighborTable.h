@@ -30,16 +30,17 @@ class ROUTING_API NeighborTable {
     restarted,  ///< from a known neighbour with another generation ID than before
   };
 
-  /// `expired` runs after a neighbour was removed because its hold time had passed. The wheel must
-  /// outlive the table.
+  /// `lost` runs after a neighbour was removed because its hold time had passed, or because it has
+  /// restarted. The wheel must outlive the table.
   NeighborTable(VrfName vrf, std::shared_ptr<PimInterface> intf, const NeighborLimits& limits,
-                TimerWheel& wheel, std::function<void()> expired);
+                TimerWheel& wheel, std::function<void()> lost);
   NeighborTable(const NeighborTable&) = delete;
   NeighborTable& operator=(const NeighborTable&) = delete;
 
-  /// Takes in a Hello whose source is not this router. What it says replaces all that its sender
-  /// said before. Addresses of its list beyond the limit, and those of this router, are left out;
-  /// one that another neighbour listed before is taken from that neighbour.
+  /// Takes in a Hello whose source is not this router, while the interface runs. What it says
+  /// replaces all that its sender said before; a sender that has restarted is first removed.
+  /// Addresses of its list beyond the limit, and those of this router, are left out; one that
+  /// another neighbour listed before is taken from that neighbour.
   Heard helloIs(const HelloMessage& hello);
   /// Removes a neighbour; an absent one is ignored.
   void neighborDel(IpGenAddr address);
@@ -54,12 +55,13 @@ class ROUTING_API NeighborTable {
   void secondariesAre(PimNeighbor& neighbor, const std::vector<IpGenAddr>& list);
   void claim(PimNeighbor& neighbor, const IpGenAddr& address);
   void handleExpiry(const IpGenAddr& address);
+  void handleLoss(const IpGenAddr& address);
 
   const VrfName vrf_;
   const std::shared_ptr<PimInterface> intf_;
   const NeighborLimits limits_;
   TimerWheel& wheel_;
-  const std::function<void()> expired_;
+  const std::function<void()> lost_;
   std::map<IpGenAddr, Timer> liveness_;  // by neighbour
   std::map<IpGenAddr, IpGenAddr> listedBy_;
 };

@@ -31,8 +31,9 @@ class ROUTING_API PimNeighbor : public Entity {
 
 /// An interface on which PIM runs, for one address family. `address` is the source of this router's
 /// Hellos (IPv6: link-local), `usedDr` the address of the designated router in force and `isDr`
-/// whether that is this router. `triggeredHelloSent` rises by one after each Hello that was sent
-/// because a neighbour appeared or restarted.
+/// whether that is this router. `triggeredHelloDue` holds from when a neighbour appeared or
+/// restarted until the Hello that answers it was sent or the interface stopped; then it falls, and
+/// `triggeredHelloSent` rises by one if the Hello was sent.
 #define ROUTING_PIM_INTERFACE(ATTR)           \
   ATTR(VALUE, up, bool, false)                \
   ATTR(VALUE, address, IpGenAddr, {})         \
@@ -41,6 +42,7 @@ class ROUTING_API PimNeighbor : public Entity {
   ATTR(VALUE, generationId, std::uint32_t, 0) \
   ATTR(VALUE, usedDr, IpGenAddr, {})          \
   ATTR(VALUE, isDr, bool, false)              \
+  ATTR(VALUE, triggeredHelloDue, bool, false) \
   ATTR(COUNTER, triggeredHelloSent)           \
   ATTR(COLLECTION, neighbor, Neighbor, IpGenAddr, PimNeighbor)
 
@@ -51,6 +53,8 @@ class ROUTING_API PimInterface : public Entity {
  public:
   /// The neighbour that has this address, as primary or by its address list; null if none has.
   std::shared_ptr<PimNeighbor> neighborOf(const IpGenAddr& address) const;
+  /// Whether PIM runs on it: it is up and has an address.
+  bool running() const { return up() && !address().isUnset(); }
   /// Whether this router has the address on this interface, as primary or secondary.
   bool hasAddress(const IpGenAddr& other) const {
     return other == address() || secondaryAddress(other);

@@ -148,7 +148,9 @@ TEST_F(HelloSmTest, TakesAnotherGenerationIdForARestart) {
   const std::optional<std::uint32_t> restarts[] = {8, std::nullopt, 0};
   for (std::uint32_t n = 0; n < std::size(restarts); ++n) {
     SCOPED_TRACE(n);
+    const auto before = neighbor("10.0.0.2");
     hear({.drPriority = std::nullopt, .generationId = restarts[n]});
+    EXPECT_NE(neighbor("10.0.0.2"), before);
     EXPECT_EQ(neighbor("10.0.0.2")->setupTime(), world.clock.now());
     EXPECT_EQ(neighbor("10.0.0.2")->drPriorityPresent(), false);
     EXPECT_EQ(neighbor("10.0.0.2")->drPriority(), 1u) << "what it said before is gone";
@@ -156,6 +158,47 @@ TEST_F(HelloSmTest, TakesAnotherGenerationIdForARestart) {
     goTo(world.clock.now() + 2.5);
     EXPECT_EQ(intf().triggeredHelloSent(), n + 2);
   }
+}
+
+// Seen by the reactors of the interface, to the last value: "n" neighbour, "d" the DR, "i" whether
+// it is this router, "h" whether a triggered Hello is due, "s" how many were sent.
+TEST_F(HelloSmTest, ARestartedNeighborIsGoneBeforeItComesBack) {
+  start();
+  router->intfIs("eth0", "10.0.0.5");
+  std::string seen;
+  const auto note = [&seen](char what, bool value) { seen += {' ', what, value ? '+' : '-'}; };
+  const Subscription subscriptions[] = {
+      intf().neighborReactor([&](const IpGenAddr& n) { note('n', bool(intf().neighbor(n))); }),
+      intf().usedDrReactor([&] { seen += " d" + intf().usedDr().text(); }),
+      intf().isDrReactor([&] { note('i', intf().isDr()); }),
+      intf().triggeredHelloDueReactor([&] { note('h', intf().triggeredHelloDue()); }),
+      intf().triggeredHelloSentReactor([&] { seen += intf().triggeredHelloDue() ? " !" : " s"; }),
+  };
+  const auto until = [&](double instant) {
+    goTo(instant);
+    return std::exchange(seen, {});
+  };
+  hear({.source = "10.0.0.9"});
+  EXPECT_EQ(until(10), " n+ d10.0.0.9 i- h+ h- s");
+  hear({.source = "10.0.0.9", .generationId = 8});
+  EXPECT_EQ(until(20), " n- d10.0.0.5 i+ n+ d10.0.0.9 i- h+ h- s") << "the DR but for it";
+  hear({.source = "10.0.0.2"});
+  EXPECT_EQ(until(30), " n+ h+ h- s");
+  hear({.source = "10.0.0.2", .generationId = 8});
+  EXPECT_EQ(until(40), " n- n+ h+ h- s");
+  hear({.source = "10.0.0.7"});
+  hear({.source = "10.0.0.9", .generationId = 9});
+  EXPECT_EQ(until(50), " n+ h+ n- d10.0.0.7 n+ d10.0.0.9 h- s") << "another would be the DR";
+
+  hear({.source = "10.0.0.9", .generationId = 10});
+  router->intfIs("eth0", "10.0.0.5", {}, false);
+  EXPECT_EQ(until(60), " n- d10.0.0.7 n+ d10.0.0.9 h+ h- n- n- n- dunset") << "none will be sent";
+  router->intfIs("eth0", "10.0.0.5");
+  hear({.source = "10.0.0.9"});
+  const auto stopper = intf().isDrReactor([&] { router->intfIs("eth0", "10.0.0.5", {}, false); });
+  hear({.source = "10.0.0.9", .generationId = 8});
+  EXPECT_TRUE(intf().neighbor().empty()) << "it does not come back on an interface that stopped";
+  EXPECT_FALSE(intf().triggeredHelloDue());
 }
 
 TEST_F(HelloSmTest, BoundsWhatHellosMakeItRemember) {
@@ -178,6 +221,8 @@ TEST_F(HelloSmTest, BoundsWhatHellosMakeItRemember) {
 
 TEST_F(HelloSmTest, ForgetsTheAddressesThatAreNoLongerListed) {
   const auto intf = std::make_shared<PimInterface>(IntfId("eth0"));
+  intf->addressIs(addr("10.0.0.1"));
+  intf->upIs(true);
   NeighborTable table(VrfName("default"), intf, {}, world.wheel, [] {});
   const auto hello = [](const char* source, std::uint32_t secondary) {
     HelloMessage hello;
