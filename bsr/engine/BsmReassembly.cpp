@@ -10,11 +10,11 @@
 namespace Routing::Pim::Bsr {
 
 BsmReassembly::BsmReassembly(VrfName vrfName, TimerWheel& timerWheel,
-                             std::shared_ptr<PimBsrLimits> limits)
+                             std::shared_ptr<PimBsrLimits> limits, DeferredDelete& deferred)
     : vrfName_(std::move(vrfName)),
       timerWheel_(timerWheel),
       limits_(std::move(limits)),
-      fragmentTimer_(timerWheel, [this] { handleFragmentTimerExpiry(); }) {}
+      fragmentTimer_(timerWheel, deferred.held([this] { handleFragmentTimerExpiry(); })) {}
 
 std::shared_ptr<PimBsrRxFragments> BsmReassembly::bsmRxFragments(std::uint16_t tag) const {
   const auto it = bsmRxFragments_.find(tag);

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "bsr/engine/RxFragments.h"
+#include "bsr/types/DeferredDelete.h"
 #include "bsr/types/Limits.h"
 #include "platform/Export.h"
 #include "platform/net/VrfName.h"
@@ -22,7 +23,8 @@ class ROUTING_API BsmReassembly {
   /// Seconds between runs of the fragment timer, which runs while anything is kept.
   static constexpr std::uint32_t fragmentInterval = 10;
 
-  BsmReassembly(VrfName vrfName, TimerWheel& timerWheel, std::shared_ptr<PimBsrLimits> limits);
+  BsmReassembly(VrfName vrfName, TimerWheel& timerWheel, std::shared_ptr<PimBsrLimits> limits,
+                DeferredDelete& deferred);
 
   /// Takes the RPs of a fragmented range in. Returns all RPs of the range once they are complete,
   /// nothing while some are missing; a range that contradicts what is kept of it, or finds no room,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "bsr/engine/RpSets.h"
 #include "bsr/types/Traces.h"
 #include "bsr/types/ZoneRules.h"
 #include "platform/entity/Assertion.h"
@@ -10,9 +11,38 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
-constexpr std::uint32_t maxRpsOfGroup = 255;  // the count fields have 8 bits
 constexpr std::uint32_t mtuUnknownV4 = 1500;
 constexpr std::uint32_t mtuUnknownV6 = 1280;
+
+using Rps = std::vector<std::shared_ptr<RpEntry>>;
+
+/// The RPs of a range to announce, by address: all that one entry has room for. Where more are
+/// held, because some were displaced and wait to be withdrawn, those that others know longest are
+/// left out, since leaving out takes nothing away; the withdrawn ones get at most half the room, so
+/// that nobody runs out of RPs meanwhile.
+Rps announced(const RpCandidateSet& rpSet) {
+  Rps live;
+  Rps withdrawn;
+  for (const auto& [address, rp] : rpSet.rp()) {
+    (rp->holdTime().value() == 0 ? withdrawn : live).push_back(rp);
+  }
+  const auto keep = [](Rps& rps, std::size_t count, const auto& before) {
+    if (rps.size() <= count) return;
+    std::stable_sort(rps.begin(), rps.end(), before);
+    rps.resize(count);
+  };
+  keep(live, maxRpsOfRange,
+       [](const auto& a, const auto& b) { return a->priority().value() < b->priority().value(); });
+  const std::size_t forWithdrawn =
+      std::max(std::min(withdrawn.size(), maxRpsOfRange / 2), maxRpsOfRange - live.size());
+  withdrawn.resize(std::min(withdrawn.size(), forWithdrawn));
+  keep(live, maxRpsOfRange - withdrawn.size(),
+       [](const auto& a, const auto& b) { return a->setupTime() > b->setupTime(); });
+  live.insert(live.end(), withdrawn.begin(), withdrawn.end());
+  std::sort(live.begin(), live.end(),
+            [](const auto& a, const auto& b) { return a->address() < b->address(); });
+  return live;
+}
 
 }  // namespace
 
@@ -30,7 +60,7 @@ BsmSender::BsmSender(std::shared_ptr<const Status> bsrStatus,
 
 // --- building ---------------------------------------------------------------------------------
 
-void BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet,
+bool BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet,
                                const IpGenPrefix& groupPrefix, std::uint8_t flags, double now) {
   BootstrapGroupData group(groupPrefix, flags);
   if (rpSet == nullptr) {
@@ -40,30 +70,30 @@ void BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSe
       BSR_TRACE(sm, 8, "No zone or CRP set");
     }
     bsm.groupRpDataAppend(std::move(group));
-    return;
+    return true;
   }
   BSR_TRACE(sm, 8, "Adding CRP prefix ", groupPrefix, " in BSM");
-  const std::size_t count = std::min<std::size_t>(rpSet->rp().size(), maxRpsOfGroup);
-  if (count < rpSet->rp().size()) {
-    BSR_TRACE(sm, 3, "Announcing ", count, " of ", rpSet->rp().size(), " RPs of ", groupPrefix);
+  const std::size_t held = rpSet->rp().size();
+  const Rps rps = announced(*rpSet);
+  if (rps.size() < held) {
+    BSR_TRACE(sm, 3, "Announcing ", rps.size(), " of ", held, " RPs of ", groupPrefix);
   }
-  std::vector<std::shared_ptr<RpEntry>> withdrawn;
-  for (auto it = rpSet->rp().begin(); group.rpList().size() < count; ++it) {
-    const auto& [address, rp] = *it;
+  for (const auto& rp : rps) {
     const std::uint8_t bidir = rp->mode() == PimMode::bidirectional ? GroupFlags::bidirFlag : 0;
     group.groupFlagsIs(bidir | (flags & ~GroupFlags::bidirFlag));
     group.rpList().rpIs(
-        address, {rp->holdTime().value(), static_cast<std::uint8_t>(rp->priority().value())});
-    if (rp->holdTime().value() == 0) withdrawn.push_back(rp);
+        rp->address(), {rp->holdTime().value(), static_cast<std::uint8_t>(rp->priority().value())});
   }
-  group.rpCountIs(static_cast<std::uint8_t>(count));
-  group.fragRpCountIs(static_cast<std::uint8_t>(count));
+  group.rpCountIs(static_cast<std::uint8_t>(rps.size()));
+  group.fragRpCountIs(group.rpCount());
   bsm.groupRpDataAppend(std::move(group));
-  for (const auto& rp : withdrawn) {
+  for (const auto& rp : rps) {
+    if (rp->holdTime().value() != 0) continue;
     BSR_TRACE(sm, 5, "RP ", rp->address(), " to expire now since holdtime is 0");
     rp->expiryTimeIs(now);
   }
-  BSR_TRACE(sm, 8, "RP count in BSM is ", count);
+  BSR_TRACE(sm, 8, "RP count in BSM is ", rps.size());
+  return rps.size() == held;
 }
 
 std::uint32_t BsmSender::doComputeBsmLength(const BootstrapMessage& bsm) const {
@@ -76,17 +106,20 @@ std::uint32_t BsmSender::doComputeBsmLength(const BootstrapMessage& bsm) const {
 
 // --- sending ----------------------------------------------------------------------------------
 
-void BsmSender::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm) {
+std::size_t BsmSender::forwardBsm(const IpGenPrefix& zone,
+                                  const std::shared_ptr<BootstrapMessage>& bsm, const Turn* turn) {
   const std::uint32_t length = doComputeBsmLength(*bsm);
   BSR_TRACE(sm, 1, "BSM length is ", length);
-  // A send may come back as a change of the interfaces: walk what there is now.
   std::vector<IntfId> interfaces;
   for (const auto& entry : pimStatus_->pimIntf()) interfaces.push_back(entry.first);
   Pass bsmFragments;
+  std::size_t sentOn = 0;
   for (const IntfId& intf : interfaces) {
+    if (ended_ || (turn != nullptr && !turn->goesOn())) break;
     if (!eligible(zone, intf)) continue;
     const std::uint32_t mtu = mtuOf(intf);
     sentOn_(intf);
+    ++sentOn;
     if (length > mtu) {
       fragmentAndSendBsm(zone, mtu, length, intf, bsm, bsmFragments);
       continue;
@@ -94,6 +127,7 @@ void BsmSender::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<Bootst
     write(intf, bsm);
     BSR_TRACE(sm, 1, " Forwarding BSM to oif=", intf, " for zone ", zone);
   }
+  return sentOn;
 }
 
 bool BsmSender::eligible(const IpGenPrefix& zone, const IntfId& intf) const {
@@ -105,16 +139,16 @@ bool BsmSender::eligible(const IpGenPrefix& zone, const IntfId& intf) const {
 void BsmSender::doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const IntfId& oif,
                                    const std::shared_ptr<BootstrapMessage>& bsm) {
   if (isBorder(*bsrStatus_, zone, oif)) return;
-  bsm->forwardIs(forward);
-  const std::uint32_t length = doComputeBsmLength(*bsm);
+  const auto message = withForward(bsm, forward);
+  const std::uint32_t length = doComputeBsmLength(*message);
   const std::uint32_t mtu = mtuOf(oif);
   BSR_TRACE(sm, 1, "Sending BSM along oif=", oif, " for zone ", zone, " with forward bit set to ",
             forward ? "True" : "False");
   Pass bsmFragments;
   if (length > mtu) {
-    fragmentAndSendBsm(zone, mtu, length, oif, bsm, bsmFragments);
+    fragmentAndSendBsm(zone, mtu, length, oif, message, bsmFragments);
   } else {
-    write(oif, bsm);
+    write(oif, message);
   }
 }
 
@@ -140,6 +174,7 @@ void BsmSender::fragmentAndSendBsm(const IpGenPrefix& zone, std::uint32_t mtu,
     return;
   }
   for (const PimBsrTxFragment& fragment : it->second.fragment) {
+    if (ended_) return;
     write(oif, fragment.bsm);
     BSR_TRACE(sm, 1, " Forwarding BSM fragment to oif=", oif, " for zone ", zone);
   }

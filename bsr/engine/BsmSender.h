@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "bsr/engine/Turn.h"
 #include "bsr/engine/TxFragments.h"
 #include "bsr/types/MessageStatus.h"
 #include "bsr/types/Status.h"
@@ -35,24 +36,29 @@ class ROUTING_API BsmSender {
 
   /// Appends the elected BSR's entry of a group range to its own message. Without an RP set the
   /// entry is empty. An RP that was withdrawn is announced with hold time 0 for this last time:
-  /// its expiry becomes `now`. At most 255 RPs are announced.
-  void doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet,
+  /// its expiry becomes `now`. At most 255 RPs are announced; false if more wait to be.
+  bool doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet,
                       const IpGenPrefix& groupPrefix, std::uint8_t flags, double now);
 
   std::uint32_t doComputeBsmLength(const BootstrapMessage& bsm) const;
 
   /// Sends on every PIM interface that is up and has a neighbour, the arrival interface included,
   /// borders of the zone excluded; in fragments where the message exceeds the interface's MTU.
-  void forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm);
+  /// Stops before the next interface if `turn` is there and was overtaken. Returns the number of
+  /// interfaces sent on.
+  std::size_t forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm,
+                         const Turn* turn = nullptr);
 
-  /// Sends on one interface, unless it is a border of the zone, with the forward bit as given; the
-  /// message itself is changed.
+  /// Sends on one interface, unless it is a border of the zone, with the forward bit as given.
   void doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const IntfId& oif,
                           const std::shared_ptr<BootstrapMessage>& bsm);
 
   /// The fragments of a message for an MTU; empty if the MTU is too small to make any.
   PimBsrTxFragments fragmentBsm(const IpGenPrefix& zone, std::uint32_t mtu,
                                 std::uint32_t totalBsmLength, const BootstrapMessage& bsm);
+
+  /// Nothing more is sent, not even what is being sent.
+  void end() { ended_ = true; }
 
  private:
   struct Placement;
@@ -84,6 +90,7 @@ class ROUTING_API BsmSender {
   std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir_;
   std::function<void(const IntfId&)> sentOn_;
   IpGenPrefix globalZone_;
+  bool ended_ = false;
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -1,10 +1,11 @@
 #include "bsr/engine/BsrCandidateSm.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <utility>
 
 #include "bsr/engine/ElectedBsrRecord.h"
 #include "bsr/engine/PimBsrSm.h"
+#include "bsr/engine/ZoneServices.h"
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
@@ -12,82 +13,108 @@ namespace Routing::Pim::Bsr {
 
 BsrCandidateSm::BsrCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> bsrStatus,
                                TimerWheel& timerWheel, PimBsrSm& engine)
-    : zone_(zone),
-      bsrStatus_(std::move(bsrStatus)),
-      timerWheel_(timerWheel),
-      engine_(engine),
-      bsTimer_(timerWheel, [this] { handleBsrTimerExpiry(); }),
+    : ZoneSm(zone, std::move(bsrStatus), timerWheel, engine, traces::candidateSm),
       candidate_(bsrStatus_->cbsr(zone)),
-      candidateRpSet_(zone, bsrStatus_, engine.rpSets(), timerWheel),
-      lastBsm_(engine.lastBsmBudget()) {
+      candidateRpSet_(zone, bsrStatus_, services_->rpSets(), services_->limits(), timerWheel),
+      answers_(services_->policy().answers) {}
+
+void BsrCandidateSm::start() {
   if (!candidate_) return;
+  DeferredDelete& deferred = services_->deferred();
+  const auto on = [&](auto handler) {
+    return deferred.held([this, handler] { (this->*handler)(); });
+  };
+  reactors_.push_back(bsrStatus_->bsTimeoutReactor(on(&BsrCandidateSm::handleBsTimeout)));
+  reactors_.push_back(candidate_->addressReactor(on(&BsrCandidateSm::handleIpChange)));
+  reactors_.push_back(candidate_->priorityReactor(on(&BsrCandidateSm::handlePriority)));
+  reactors_.push_back(candidate_->hashMaskLenReactor(on(&BsrCandidateSm::handleHashMaskLen)));
+  reactors_.push_back(candidate_->bsPeriodReactor(on(&BsrCandidateSm::handleBsPeriod)));
+  reactors_.push_back(candidate_->electedReactor(on(&BsrCandidateSm::handleElected)));
+  const Turn turn = joinTurn();
   candidate_->stateIs(state_);
-  reactors_.push_back(bsrStatus_->bsTimeoutReactor([this] { handleBsTimeout(); }));
-  reactors_.push_back(candidate_->addressReactor([this] { handleIpChange(); }));
-  reactors_.push_back(candidate_->priorityReactor([this] { handlePriority(); }));
-  reactors_.push_back(candidate_->hashMaskLenReactor([this] { handleHashMaskLen(); }));
-  reactors_.push_back(candidate_->bsPeriodReactor([this] { handleBsPeriod(); }));
-  reactors_.push_back(candidate_->electedReactor([this] { handleElected(); }));
-  handleInitialized();
+  turn([&] { handleInitialized(); });
+}
+
+void BsrCandidateSm::retire() {
+  ZoneSm::retire();
+  reactors_.clear();
 }
 
 // --- the table --------------------------------------------------------------------------------
 //
-// One function for each event, one arm for each state. The order inside an arm matters.
+// One function for each event, one arm for each state. The order of the steps matters, and a turn
+// that was overtaken takes no further step.
 
 #define BSR_STATE(next) \
-  (stateIs(next), BSR_TRACE(candidateSm, 1, ", state=", state_, ", zone=", zone_))
+  (stateIs(next), BSR_TRACE(candidateSm, 1, ", state=", state_, ", zone=", zone()))
 
 void BsrCandidateSm::handlePreferredBsm() {
+  const Bsm bsm = bsm_;
   BSR_TRACE(candidateSm, 9, "");
+  const Turn turn = beginTurn();
   BSR_STATE(State::cBsr);
-  candidate_->electedIs(false);  // ends our record and RP set before the new BSR's are made
-  recordIs(*bsm_);
-  forwardOrTrace();
-  engine_.storeRpSet(zone_, *bsm_, false);
-  lastBsmIs();
-  awaitNextBsm();
+  turn([&] { candidate_->electedIs(false); });  // ends our record and RP set before the new BSR's
+  turn([&] { clearOthersRpSet(bsm); });
+  turn([&] { storedBsrIs(bsm); });
+  turn([&] { forwardOrTrace(bsm, turn); });
+  turn([&] { services_->storeRpSet(zone(), *bsm, false, &turn); });
+  turn([&] { lastBsmIs(bsm); });
+  turn([&] { awaitNextBsm(); });
 }
 
 void BsrCandidateSm::handleNonPreferredBsm() {
+  const Bsm bsm = bsm_;
   BSR_TRACE(candidateSm, 9, "");
+  const Turn turn = beginTurn();
   switch (state_) {
     case State::cBsr:
       BSR_STATE(State::pBsr);
-      forwardOrTrace();
-      lowerStoredBsr();  // the back-off is reckoned from what is left of it
-      backOffIs();
+      turn([&] { forwardOrTrace(bsm, turn); });
+      turn([&] { lowerStoredBsr(bsm); });  // the back-off is reckoned from what is left of it
+      turn([&] { backOffIs(); });
       break;
     case State::pBsr:
       BSR_STATE(State::pBsr);
-      forwardOrTrace();
-      lastBsm_.messageIs(bsm_, now());
+      turn([&] { forwardOrTrace(bsm, turn); });
+      turn([&] { lastBsm_.messageIs(bsm, now()); });
       break;
     case State::eBsr:
       BSR_STATE(State::eBsr);
-      originate();
-      BSR_TRACE(candidateSm, 5, "Next Expiry Time is ", bsPeriod_, " seconds");
+      turn([&] { answer(); });
       break;
     case State::noInfoBsr:
       ROUTING_ASSERT_TEXT(false, "0 && \"Invalid Candidate BSR state\"");
   }
 }
 
+// News of our own earlier life: what we announced then still holds.
+void BsrCandidateSm::handleOwnBsm() {
+  const Bsm bsm = bsm_;
+  const Turn turn = beginTurn();
+  turn([&] { forwardOrTrace(bsm, turn); });
+  turn([&] { services_->storeRpSet(zone(), *bsm, false, &turn); });
+  turn([&] { lastBsmIs(bsm); });
+}
+
 void BsrCandidateSm::handleBsrTimerExpiry() {
   BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return;
+  const Turn turn = beginTurn();
+  const bool wins = state_ == State::pBsr;
   switch (state_) {
     case State::cBsr:
       BSR_STATE(State::pBsr);
-      backOffIs();
+      turn([&] { backOffIs(); });
       break;
     case State::pBsr:
     case State::eBsr:
       BSR_STATE(State::eBsr);
       storedBsr_ = ownBsr_;
-      candidate_->electedIs(true);  // records us
-      originate();
-      BSR_TRACE(candidateSm, 5, "Next Expiry Time in ", bsPeriod_, " seconds");
+      turn([&] { candidate_->electedIs(true); });  // records us
+      if (wins) turn([&] { takeOver(); });
+      turn([&] { originate(); });
+      if (!turn.goesOn()) return;
+      BSR_TRACE(candidateSm, 5, "Next Expiry Time in ", nextOwnBsm(), " seconds");
       break;
     case State::noInfoBsr:
       ROUTING_ASSERT_TEXT(false, "0 && \"Invalid Candidate BSR state\"");
@@ -98,100 +125,100 @@ void BsrCandidateSm::handleInitialized() {
   BSR_TRACE(candidateSm, 9, "");
   if (initialized_) return;
   if (!complete()) {
-    BSR_TRACE(candidateSm, 4, "Postponing initialization of CandidateSm ", zone_,
+    BSR_TRACE(candidateSm, 4, "Postponing initialization of CandidateSm ", zone(),
               " till all the attributes of Candidate Bsr is initialized.");
     return;
   }
+  const Turn turn = beginTurn();
   ownBsrIs();
   computeBsTimeout("BS holdtime is set to ");
-  stateIs(State::pBsr);
-  BSR_TRACE(candidateSm, 1, ", state=", state_, " ,zone=", zone_);
   storedBsr_ = betterOfRecordAndOwn();
   initialized_ = true;  // from here on messages are sent
-  if (!candidate_->elected()) {
-    const std::uint32_t delay = bs_rand_override();
-    bsTimer_.expiryInIs(delay);
-    BSR_TRACE(candidateSm, 5, " Next Expiry Time in ", delay, " seconds");
-    return;
-  }
+  stateIs(State::pBsr);
+  BSR_TRACE(candidateSm, 1, ", state=", state_, " ,zone=", zone());
+  if (!turn.goesOn()) return;
+  if (!candidate_->elected()) return awaitPriming();
   stateIs(State::eBsr);  // elected before a restart
-  BSR_TRACE(candidateSm, 1, "state=", state_, ", zone=", zone_);
+  BSR_TRACE(candidateSm, 1, "state=", state_, ", zone=", zone());
   storedBsr_ = ownBsr_;
-  doUpdateElectedBsr();
-  originate();
+  turn([&] { doUpdateElectedBsr(); });
+  turn([&] { originate(); });
 }
 
 #undef BSR_STATE
 
 // --- what the table's arms do -----------------------------------------------------------------
 
-void BsrCandidateSm::bsmIs(const std::shared_ptr<BootstrapMessage>& bsm) {
-  bsm_ = bsm;
+void BsrCandidateSm::bsmIs(const Bsm& bsm) {
+  const DeferredDelete::Hold hold(services_->deferred());
+  const Bsm before = std::exchange(bsm_, bsm);
   handleBsm();
+  bsm_ = before;
 }
 
 void BsrCandidateSm::handleBsm() {
+  const Bsm bsm = bsm_;
   BSR_TRACE(candidateSm, 9, "");
-  if (!initialized_ || !bsm_) return;
-  BSR_TRACE(candidateSm, 8, "BSM Priority is ", int{bsm_->bsrPriority()}, " and my priority is ",
+  if (!initialized_ || !bsm) return;
+  BSR_TRACE(candidateSm, 8, "BSM Priority is ", int{bsm->bsrPriority()}, " and my priority is ",
             candidate_->priority());
-  if (bsm_->bsrAddress() == ownBsr_.ipAddr) {
-    BSR_TRACE(candidateSm, 3, "BSM names ourselves, ", ownBsr_.ipAddr, ", as BSR for zone ", zone_);
-    if (state_ == State::eBsr) return;  // an echo of our own message: nobody else has won
+  if (bsm->bsrAddress() == ownBsr_.ipAddr) {
+    BSR_TRACE(candidateSm, 3, "BSM names ourselves, ", ownBsr_.ipAddr, ", as BSR for zone ",
+              zone());
+    if (state_ == State::eBsr) return;
+    if (state_ == State::pBsr) return handleOwnBsm();
   }
-  const PimBsrWeight announced(bsm_->bsrPriority(), bsm_->bsrAddress());
+  const PimBsrWeight announced(bsm->bsrPriority(), bsm->bsrAddress());
   const StoredBsr& believed = state_ == State::cBsr ? storedBsr_ : ownBsr_;
   announced < weight(believed) ? handleNonPreferredBsm() : handlePreferredBsm();
 }
 
 // The BSR that the record names if it is better than we are, else ourselves.
 BsrCandidateSm::StoredBsr BsrCandidateSm::betterOfRecordAndOwn() const {
-  const auto& record = bsrStatus_->bootstrapRouter(zone_);
-  if (!record || !namesBsr(*record)) return ownBsr_;
+  const auto record = recordedBsr();
+  if (!record) return ownBsr_;
   const StoredBsr recorded{record->ipAddr(), static_cast<std::uint8_t>(record->priority()),
                            record->hashMaskLen()};
   return weight(ownBsr_) < weight(recorded) ? recorded : ownBsr_;
 }
 
+void BsrCandidateSm::clearOthersRpSet(const Bsm& bsm) {
+  const auto record = bsrStatus_->bootstrapRouter(zone());
+  if (!record || record->ipAddr() == bsm->bsrAddress()) return;
+  clearRpSet(" since we have a new BSR. Old BSR was " + record->ipAddr().text());
+}
+
 // The message's BSR is the one that we follow from now on.
-void BsrCandidateSm::recordIs(const BootstrapMessage& bsm) {
-  const auto record = bsrStatus_->bootstrapRouter(zone_);
-  if (record && record->ipAddr() != bsm.bsrAddress()) {
-    clearRpSet(" since we have a new BSR. Old BSR was " + record->ipAddr().text());
-  }
-  storedBsr_ = {bsm.bsrAddress(), bsm.bsrPriority(), bsm.hashMaskLen()};
+void BsrCandidateSm::storedBsrIs(const Bsm& bsm) {
+  storedBsr_ = {bsm->bsrAddress(), bsm->bsrPriority(), bsm->hashMaskLen()};
   doUpdateElectedBsr();
 }
 
 // The BSR that we followed may itself say that it is worse now.
-void BsrCandidateSm::lowerStoredBsr() {
-  if (bsm_->bsrAddress() != storedBsr_.ipAddr) return;
-  storedBsr_.priority = bsm_->bsrPriority();
-  storedBsr_.hashMaskLen = bsm_->hashMaskLen();
+void BsrCandidateSm::lowerStoredBsr(const Bsm& bsm) {
+  if (bsm->bsrAddress() != storedBsr_.ipAddr) return;
+  storedBsr_.priority = bsm->bsrPriority();
+  storedBsr_.hashMaskLen = bsm->hashMaskLen();
   doUpdateElectedBsr();
 }
 
-// Forwarding may come back as another message: no timer is set for a state that has passed.
 void BsrCandidateSm::awaitNextBsm() {
-  if (state_ != State::cBsr) return;
   bsTimer_.expiryInIs(bsTimeout_);
   recordExpiryIs(bsTimer_.expiry());
   BSR_TRACE(candidateSm, 5, " Next Expiry Timer expires in about ", bsTimeout_, " secs from now");
 }
 
-// Sends our message and waits for the next period, if sending has not cost us the election.
-void BsrCandidateSm::originate() {
-  doSendBsm(false);
-  if (state_ != State::eBsr) return;
-  bsTimer_.expiryInIs(bsPeriod_);
-  recordExpiryIs(bsTimer_.expiry());
-}
-
 void BsrCandidateSm::backOffIs() {
-  if (state_ != State::pBsr) return;
   const std::uint32_t delay = bs_rand_override();
   bsTimer_.expiryInIs(delay);
   BSR_TRACE(candidateSm, 5, "Next Expiry Time in ", delay, " seconds");
+}
+
+// The first back-off gives the neighbours time to say what they know.
+void BsrCandidateSm::awaitPriming() {
+  const std::uint32_t delay = std::max(bs_rand_override(), services_->policy().primingWait);
+  bsTimer_.expiryInIs(delay);
+  BSR_TRACE(candidateSm, 5, " Next Expiry Time in ", delay, " seconds");
 }
 
 std::uint32_t BsrCandidateSm::bs_rand_override() const {
@@ -201,66 +228,106 @@ std::uint32_t BsrCandidateSm::bs_rand_override() const {
   return delay.seconds;
 }
 
-void BsrCandidateSm::forwardOrTrace() {
-  if (bsm_->forward()) {
-    engine_.forwardBsm(zone_, bsm_);
-  } else {
-    BSR_TRACE(candidateSm, 4, "Not Forwarding bootstrap message since noForward bit is set");
+// --- our own messages -------------------------------------------------------------------------
+
+// A worse message is answered at once, or as soon as the bucket bears it.
+void BsrCandidateSm::answer() {
+  const double wait = answers_.take(now());
+  if (wait == 0.0) {
+    const Turn turn = joinTurn();
+    originate();
+    if (!turn.goesOn()) return;
+    BSR_TRACE(candidateSm, 5, "Next Expiry Time is ", nextOwnBsm(), " seconds");
+    return;
   }
+  if (bsTimer_.expiry() > now() + wait) {
+    bsTimer_.expiryInIs(wait);
+    recordExpiryIs(bsTimer_.expiry());
+  }
+  BSR_TRACE(candidateSm, 5, "Too many answers. The next one in ", wait, " seconds");
 }
 
-void BsrCandidateSm::lastBsmIs() {
-  lastBsm_.messageIs(bsm_, now());
-  if (lastBsmFragments_ && lastBsmFragments_->fragTag != bsm_->fragmentTag()) {
-    BSR_TRACE(candidateSm, 8, "Removing saved fragments related to tag ",
-              lastBsmFragments_->fragTag);
-    engine_.bsmRxFragmentsDel(lastBsmFragments_);
+// Groups keep the RPs that they have: those of the BSR before us that we never heard of otherwise.
+void BsrCandidateSm::takeOver() {
+  const Turn turn = joinTurn();
+  const Bsm heard = lastBsm_.message();
+  if (services_->policy().bridging && heard && heard->bsrAddress() != ownBsr_.ipAddr) {
+    candidateRpSet_.bridge(*heard, lastBsm_.since(), ownBsr_.hashMaskLen, turn);
   }
-  lastBsmFragments_ = engine_.bsmRxFragments(bsm_->fragmentTag());
+  turn([&] { candidateRpSet_.trim(turn); });
 }
 
-void BsrCandidateSm::clearRpSet(const std::string& reason) {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone_);
-  if (!zoneStatus || !zoneStatus->status()) return;
-  BSR_TRACE(candidateSm, 4, "Clearing RP Set for zone ", zone_, reason);
-  zoneStatus->status()->crpSetDelAll();
+// Sends our message and waits for the next period.
+void BsrCandidateSm::originate() {
+  const Turn turn = joinTurn();
+  doSendBsm(false);
+  turn([&] { bsTimer_.expiryInIs(nextOwnBsm()); });
+  turn([&] { recordExpiryIs(bsTimer_.expiry()); });
+}
+
+// What nobody heard, or had not room for all, is followed soon by another message.
+double BsrCandidateSm::nextOwnBsm() const {
+  const bool soon = !allAnnounced_ || (!heard_ && services_->policy().untilHeard);
+  return soon ? std::min<double>(bsPeriod_, bsMinInterval) : bsPeriod_;
 }
 
 void BsrCandidateSm::doSendBsm(bool shutdown) {
   BSR_TRACE(candidateSm, 9, "doSendBsm", " ( shutdown=", shutdown ? "True" : "False");
   if (!initialized_) return;
+  const DeferredDelete::Hold hold(services_->deferred());
+  const Turn turn = joinTurn();
+  const Bsm bsm = ownBsm(shutdown);
+  turn([&] { lastBsm_.messageIs(bsm, now()); });
+  turn([&] { heard_ = services_->forwardBsm(zone(), bsm, &turn) > 0; });
+}
+
+ZoneSm::Bsm BsrCandidateSm::ownBsm(bool shutdown) {
   auto bsm = std::make_shared<BootstrapMessage>();
-  const bool again = lastBsm_.message() != nullptr;
-  do {
-    bsm->fragmentTagIs(static_cast<std::uint16_t>(std::rand()));
-  } while (again && bsm->fragmentTag() == lastBsm_.message()->fragmentTag());
+  bsm->fragmentTagIs(freshTag());
   bsm->forwardIs(true);
   bsm->hashMaskLenIs(static_cast<std::uint8_t>(ownBsr_.hashMaskLen));
   bsm->bsrPriorityIs(shutdown ? 0 : ownBsr_.priority);
   bsm->bsrAddressIs(ownBsr_.ipAddr);
-
-  const auto zoneStatus = bsrStatus_->crpStatus(zone_);
-  const auto rpSets = zoneStatus ? zoneStatus->status() : nullptr;
-  const bool scoped = zone_ != engine_.globalOrNonScopeZone();
-  if (scoped) {
-    const auto rpSet = rpSets ? rpSets->crpSet(zone_) : nullptr;
-    engine_.doAddGroupData(*bsm, rpSet.get(), zone_, GroupFlags::zoneFlag);
+  allAnnounced_ = true;
+  const auto add = [&](const RpCandidateSet* rpSet, const IpGenPrefix& prefix, std::uint8_t flags) {
+    if (!services_->doAddGroupData(*bsm, rpSet, prefix, flags)) allAnnounced_ = false;
+  };
+  const auto rpSets = services_->rpSets().ofZone(zone());
+  if (scoped()) {
+    const auto own = services_->rpSets().find(zone(), zone());
+    add(own.get(), zone(), GroupFlags::zoneFlag);
   }
-  if (rpSets) {
-    for (const auto& [prefix, rpSet] : rpSets->crpSet()) {
-      if (!scoped || prefix != zone_) engine_.doAddGroupData(*bsm, rpSet.get(), prefix, 0);
-    }
+  for (const auto& rpSet : rpSets) {
+    if (!scoped() || rpSet->prefix() != zone()) add(rpSet.get(), rpSet->prefix(), 0);
   }
-  lastBsm_.messageIs(bsm, now());
-  engine_.forwardBsm(zone_, bsm);
+  return bsm;
 }
+
+// Not that of our message before: its fragments may still be under way.
+std::uint16_t BsrCandidateSm::freshTag() {
+  const Bsm before = lastBsm_.message();
+  const auto draw = [&] { return static_cast<std::uint16_t>(services_->random().draw()); };
+  std::uint16_t tag = draw();
+  while (before && tag == before->fragmentTag()) tag = draw();
+  return tag;
+}
+
+// --- candidate RPs ----------------------------------------------------------------------------
 
 void BsrCandidateSm::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rpAddress,
                               RpPriority priority, CrpHoldTime holdtime) {
-  if (candidateRpSet_.doAddCrp(groupInfo, rpAddress, priority, holdtime,
-                               {ownBsr_.hashMaskLen, bsPeriod_})) {
-    pullForward();
-  }
+  const Turn turn = joinTurn();
+  const bool changed = candidateRpSet_.doAddCrp(groupInfo, rpAddress, priority, holdtime,
+                                                {ownBsr_.hashMaskLen, bsPeriod_});
+  if (changed) turn([&] { pullForward(); });
+}
+
+bool BsrCandidateSm::doExpireCrp(RpEntry& rp) {
+  if (!services_->policy().expiry || state_ != State::eBsr) return false;
+  const Turn turn = joinTurn();
+  if (!candidateRpSet_.withdraw(rp)) return false;
+  turn([&] { pullForward(); });
+  return true;
 }
 
 // A changed RP set is announced soon, but not at once (RFC 5059 section 3.3).
@@ -273,47 +340,47 @@ void BsrCandidateSm::pullForward() {
   bsTimer_.expiryInIs(bsMinInterval);
   recordExpiryIs(bsTimer_.expiry());
   BSR_TRACE(candidateSm, 5, "Setting bootstrap timer to expire in BS_MIN_INTERVAL for ", "zone ",
-            zone_);
+            zone());
 }
 
 // --- the record of the elected BSR ------------------------------------------------------------
 
 void BsrCandidateSm::doUpdateElectedBsr() {
-  const bool added = bsrStatus_->bootstrapRouter(zone_) == nullptr;
-  const auto record = bsrStatus_->newBootstrapRouter(zone_);
-  const bool other = record->ipAddr() != storedBsr_.ipAddr;
-  record->ipAddrIs(storedBsr_.ipAddr);
-  record->priorityIs(storedBsr_.priority);
-  record->hashMaskLenIs(storedBsr_.hashMaskLen);
-  if (added || other) record->setupTimeIs(now());
-  BSR_TRACE(candidateSm, 4, added ? "Added" : "Updated", " Elected BSR ", storedBsr_.ipAddr,
-            " with priority ", int{storedBsr_.priority}, ", hashMaskLen ", storedBsr_.hashMaskLen);
+  const Turn turn = joinTurn();
+  const bool added = bsrStatus_->bootstrapRouter(zone()) == nullptr;
+  const auto record = bsrStatus_->newBootstrapRouter(zone());
+  const StoredBsr bsr = storedBsr_;
+  const bool other = record->ipAddr() != bsr.ipAddr;
+  turn([&] { record->ipAddrIs(bsr.ipAddr); });
+  turn([&] { record->priorityIs(bsr.priority); });
+  turn([&] { record->hashMaskLenIs(bsr.hashMaskLen); });
+  if (added || other) turn([&] { record->setupTimeIs(now()); });
+  if (!turn.goesOn()) return dropNamelessRecord();
+  BSR_TRACE(candidateSm, 4, added ? "Added" : "Updated", " Elected BSR ", bsr.ipAddr,
+            " with priority ", int{bsr.priority}, ", hashMaskLen ", bsr.hashMaskLen);
 }
 
 void BsrCandidateSm::doDelElectedBsr() {
-  const auto record = bsrStatus_->bootstrapRouter(zone_);
+  const auto record = bsrStatus_->bootstrapRouter(zone());
   if (!record) return;
   BSR_TRACE(candidateSm, 4, "Deleting ", record->ipAddr(), " as elected BSR for zone");
-  bsrStatus_->bootstrapRouterDel(zone_);
-}
-
-void BsrCandidateSm::recordExpiryIs(double expiry) {
-  if (const auto record = bsrStatus_->bootstrapRouter(zone_)) expiryTimeIs(*record, expiry, now());
+  bsrStatus_->bootstrapRouterDel(zone());
 }
 
 void BsrCandidateSm::handleElected() {
   BSR_TRACE(candidateSm, 9, "");
+  const Turn turn = joinTurn();
   if (candidate_->elected()) {
     if (!initialized_) return;
     BSR_TRACE(candidateSm, 4, "We, ", candidate_->address(), " are elected as BSR for zone ",
-              zone_);
+              zone());
     doUpdateElectedBsr();
-    engine_.rpSets().forgetEmpty(zone_);  // that the BSR before us named
+    turn([&] { services_->rpSets().forgetEmpty(zone()); });  // that the BSR before us named
     return;
   }
-  BSR_TRACE(candidateSm, 4, "We, ", candidate_->address(), " are no longer BSR for zone ", zone_);
+  BSR_TRACE(candidateSm, 4, "We, ", candidate_->address(), " are no longer BSR for zone ", zone());
   clearRpSet("");  // while the zone is still known, so that PIM's view is cleared with it
-  doDelElectedBsr();
+  turn([&] { doDelElectedBsr(); });
 }
 
 // --- configuration ----------------------------------------------------------------------------
@@ -349,25 +416,17 @@ void BsrCandidateSm::computeBsTimeout(const char* firstPiece) {
   bsTimeout_ = bsTimeoutInForce(bsTimeout_, bsPeriod_);
 }
 
-// Restarts the timer if more than this is left; never lengthens it.
-void BsrCandidateSm::shortenTo(std::uint32_t seconds) {
-  if (!bsTimer_.armed()) {
-    BSR_TRACE(candidateSm, 5, "BS timer not set. Nothing to be done. ");
-    return;
+void BsrCandidateSm::shortenBsTimer(std::uint32_t seconds) {
+  if (shortenTo(bsTimer_, seconds, bsTexts) && state_ != State::pBsr) {
+    recordExpiryIs(bsTimer_.expiry());
   }
-  const double remaining = bsTimer_.expiry() - now();
-  if (remaining < seconds) return;
-  BSR_TRACE(candidateSm, 5, "BS timer expiry was in ", remaining,
-            " seconds from now. Resetting BS timer expiry to ", seconds, " seconds from now.");
-  bsTimer_.expiryInIs(seconds);
-  if (state_ != State::pBsr) recordExpiryIs(bsTimer_.expiry());
 }
 
 void BsrCandidateSm::handleBsTimeout() {
   BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return;
   computeBsTimeout("BS holdtime is set to ");
-  if (state_ == State::cBsr) shortenTo(bsTimeout_);
+  if (state_ == State::cBsr) shortenBsTimer(bsTimeout_);
 }
 
 void BsrCandidateSm::handleBsPeriod() {
@@ -375,15 +434,15 @@ void BsrCandidateSm::handleBsPeriod() {
   if (!initialized_) return handleInitialized();
   ownBsrIs();
   computeBsTimeout("BS holdtime is ");
-  if (state_ == State::cBsr) shortenTo(bsTimeout_);
-  if (state_ == State::eBsr) shortenTo(bsPeriod_);
+  if (state_ == State::cBsr) shortenBsTimer(bsTimeout_);
+  if (state_ == State::eBsr) shortenBsTimer(bsPeriod_);
 }
 
 void BsrCandidateSm::handleIpChange() {
   BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return handleInitialized();
   ownBsrIs();
-  BSR_TRACE(candidateSm, 4, "Changing IP address to ", ownBsr_.ipAddr, " for zone ", zone_);
+  BSR_TRACE(candidateSm, 4, "Changing IP address to ", ownBsr_.ipAddr, " for zone ", zone());
   state_ == State::eBsr ? updateElected() : contest();
 }
 
@@ -391,7 +450,7 @@ void BsrCandidateSm::handlePriority() {
   BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return handleInitialized();
   ownBsrIs();
-  BSR_TRACE(candidateSm, 4, "Changing priority to ", int{ownBsr_.priority}, " for zone ", zone_);
+  BSR_TRACE(candidateSm, 4, "Changing priority to ", int{ownBsr_.priority}, " for zone ", zone());
   if (state_ != State::eBsr) return contest();
   BSR_TRACE(candidateSm, 4, "Changing priority of Elected BSR to ", int{ownBsr_.priority});
   updateElected();
@@ -417,11 +476,12 @@ void BsrCandidateSm::updateElected() {
 // BSR starts an election, a shorter back-off counts at once, a longer one never.
 void BsrCandidateSm::contest() {
   if (state_ == State::cBsr && weight(storedBsr_) < weight(ownBsr_)) {
+    const Turn turn = beginTurn();
     stateIs(State::pBsr);
-    BSR_TRACE(candidateSm, 1, ", state=", state_, ", zone=", zone_);
-    backOffIs();
+    BSR_TRACE(candidateSm, 1, ", state=", state_, ", zone=", zone());
+    turn([&] { backOffIs(); });
   } else if (state_ == State::pBsr) {
-    shortenTo(bs_rand_override());
+    shortenBsTimer(bs_rand_override());
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include "bsr/engine/ElectedBsrRecord.h"
 #include "bsr/engine/PimBsrSm.h"
+#include "bsr/engine/ZoneServices.h"
 #include "bsr/types/Traces.h"
 
 namespace Routing::Pim::Bsr {
@@ -11,137 +12,125 @@ namespace Routing::Pim::Bsr {
 BsrNonCandidateSm::BsrNonCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> bsrStatus,
                                      TimerWheel& bsTimerWheel, TimerWheel& szTimerWheel,
                                      PimBsrSm& engine)
-    : zone_(zone),
-      bsrStatus_(std::move(bsrStatus)),
-      timerWheel_(bsTimerWheel),
-      engine_(engine),
-      bsTimer_(bsTimerWheel, [this] { handleBsrTimerExpiry(); }),
-      szTimer_(szTimerWheel, [this] { handleSzTimerExpiry(); }),
-      lastBsm_(engine.lastBsmBudget()) {
-  bsTimeoutReactor_ = bsrStatus_->bsTimeoutReactor([this] { handleBsTimeout(); });
-  szTimeoutReactor_ = bsrStatus_->szTimeoutReactor([this] { handleSzTimeout(); });
+    : ZoneSm(zone, std::move(bsrStatus), bsTimerWheel, engine, traces::nonCandidateSm),
+      szTimer_(szTimerWheel, services_->deferred().held([this] { handleSzTimerExpiry(); })) {}
+
+void BsrNonCandidateSm::start() {
+  DeferredDelete& deferred = services_->deferred();
+  bsTimeoutReactor_ = bsrStatus_->bsTimeoutReactor(deferred.held([this] { handleBsTimeout(); }));
+  szTimeoutReactor_ = bsrStatus_->szTimeoutReactor(deferred.held([this] { handleSzTimeout(); }));
   handleInitialized();
   handleBsm();
 }
 
-bool BsrNonCandidateSm::scoped() const {
-  return zone_ != engine_.globalOrNonScopeZone();
-}
-
-std::shared_ptr<ElectedBsrStatus> BsrNonCandidateSm::recordedBsr() const {
-  const auto& bsr = bsrStatus_->bootstrapRouter(zone_);
-  return bsr && namesBsr(*bsr) ? bsr : nullptr;
+void BsrNonCandidateSm::retire() {
+  ZoneSm::retire();
+  szTimer_.expiryIs(never);
+  bsTimeoutReactor_.reset();
+  szTimeoutReactor_.reset();
 }
 
 void BsrNonCandidateSm::handleInitialized() {
   BSR_TRACE(nonCandidateSm, 9, "");
+  const Turn turn = beginTurn();
   state_ = scoped() ? State::noInfo : State::acceptAny;
-  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
+  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone());
   if (const auto bsr = recordedBsr()) {
     state_ = State::acceptPreferred;
-    BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
+    BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone());
     expiryTimeIs(*bsr, now() + bsrStatus_->bsTimeout(), now());
-    bsTimer_.expiryIs(bsr->expiryTime());
+    turn([&] { bsTimer_.expiryIs(bsr->expiryTime()); });
     BSR_TRACE(nonCandidateSm, 5, " Next BS timer expiry is in ", bsr->expires(),
               " seconds from now.");
   }
-  initialized_ = true;
+  turn([&] { initialized_ = true; });
 }
 
 // --- messages ---------------------------------------------------------------------------------
 
-void BsrNonCandidateSm::bsmIs(const std::shared_ptr<BootstrapMessage>& bsm) {
-  bsm_ = bsm;
+void BsrNonCandidateSm::bsmIs(const Bsm& bsm) {
+  const DeferredDelete::Hold hold(services_->deferred());
+  const Bsm before = std::exchange(bsm_, bsm);
   handleBsm();
+  bsm_ = before;
 }
 
 void BsrNonCandidateSm::handleBsm() {
+  const Bsm bsm = bsm_;
   BSR_TRACE(nonCandidateSm, 9, "Initialized=", initialized_ ? "True" : "False",
-            ", bsm=", bsm_.get());
-  if (!initialized_ || !bsm_) return;
+            ", bsm=", bsm.get());
+  if (!initialized_ || !bsm) return;
+  const Turn turn = beginTurn();
   state_ = State::acceptPreferred;
-  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
-  if (!accept()) return;
-  if (scoped()) szTimer_.expiryIs(never);
-  if (bsm_->forward()) {
-    engine_.forwardBsm(zone_, bsm_);
-  } else {
-    BSR_TRACE(nonCandidateSm, 4, "Not Forwarding bootstrap message since noForward bit is set");
-  }
-  engine_.storeRpSet(zone_, *bsm_, false);
-  lastBsmIs();
-  if (const auto bsr = recordedBsr()) {
-    bsTimer_.expiryIs(bsr->expiryTime());
-    BSR_TRACE(nonCandidateSm, 5, " Next BS timer expiry is in ", bsr->expiryTime() - now(),
-              " seconds from now.");
-  }
+  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone());
+  if (!preferred(bsm)) return;
+  recordedBsr() ? handlePreferredBsm() : newBsr(bsm);
+  turn([&] {
+    if (scoped()) szTimer_.expiryIs(never);
+  });
+  turn([&] { forwardOrTrace(bsm, turn); });
+  turn([&] { services_->storeRpSet(zone(), *bsm, false, &turn); });
+  turn([&] { lastBsmIs(bsm); });
+  turn([&] { bsTimerIs(); });
 }
 
-// Records the message's BSR, unless a better one is recorded.
-bool BsrNonCandidateSm::accept() {
+// A message from the recorded BSR counts whatever its priority is now (RFC 5059 section 3.1.4).
+bool BsrNonCandidateSm::preferred(const Bsm& bsm) const {
   const auto bsr = recordedBsr();
-  if (!bsr) {
-    newBsr();
-    return true;
-  }
+  if (!bsr || bsm->bsrAddress() == bsr->ipAddr()) return true;
   const PimBsrWeight recorded(static_cast<std::uint8_t>(bsr->priority()), bsr->ipAddr());
-  const PimBsrWeight announced(bsm_->bsrPriority(), bsm_->bsrAddress());
-  // A message from the recorded BSR counts whatever its priority is now (RFC 5059 section 3.1.4).
-  if (bsm_->bsrAddress() != bsr->ipAddr() && announced < recorded) {
-    BSR_TRACE(nonCandidateSm, 4, "Received Non Preferred BSM. ", "Nothing to be done.");
-    return false;
-  }
-  handlePreferredBsm(*bsr);
-  return true;
+  if (!(PimBsrWeight(bsm->bsrPriority(), bsm->bsrAddress()) < recorded)) return true;
+  BSR_TRACE(nonCandidateSm, 4, "Received Non Preferred BSM. ", "Nothing to be done.");
+  return false;
 }
 
-void BsrNonCandidateSm::newBsr() {
-  clearRpSet("");
-  const auto bsr = bsrStatus_->newBootstrapRouter(zone_);
-  bsr->ipAddrIs(bsm_->bsrAddress());
-  bsr->priorityIs(bsm_->bsrPriority());
-  bsr->hashMaskLenIs(bsm_->hashMaskLen());
-  bsr->setupTimeIs(now());
-  expiryTimeIs(*bsr, now() + bsrStatus_->bsTimeout(), now());
+void BsrNonCandidateSm::newBsr(const Bsm& bsm) {
+  const Turn turn = joinTurn();
+  clearRpSet(" since we have a new BSR");
+  if (!turn.goesOn()) return;
+  const auto bsr = bsrStatus_->newBootstrapRouter(zone());
+  turn([&] { bsr->ipAddrIs(bsm->bsrAddress()); });
+  turn([&] { bsr->priorityIs(bsm->bsrPriority()); });
+  turn([&] { bsr->hashMaskLenIs(bsm->hashMaskLen()); });
+  turn([&] { bsr->setupTimeIs(now()); });
+  turn([&] { expiryTimeIs(*bsr, now() + bsrStatus_->bsTimeout(), now()); });
+  if (!turn.goesOn()) return dropNamelessRecord();
   BSR_TRACE(nonCandidateSm, 4, "Created BSR state: IP=", bsr->ipAddr(),
             ", Priority=", bsr->priority(), ", hashMaskLen=", bsr->hashMaskLen(), " for Zone ",
-            zone_);
+            zone());
 }
 
-void BsrNonCandidateSm::handlePreferredBsm(ElectedBsrStatus& bsr) {
+void BsrNonCandidateSm::handlePreferredBsm() {
+  const Bsm bsm = bsm_;
   BSR_TRACE(nonCandidateSm, 9, "");
-  if (bsr.ipAddr() != bsm_->bsrAddress()) {
-    clearRpSet(". Old BSR was " + bsr.ipAddr().text());
-    bsr.ipAddrIs(bsm_->bsrAddress());
-    bsr.setupTimeIs(now());
-  }
-  bsr.priorityIs(bsm_->bsrPriority());
-  bsr.hashMaskLenIs(bsm_->hashMaskLen());
-  BSR_TRACE(nonCandidateSm, 4, "Received preferred BSR state: IP=", bsr.ipAddr(),
-            ", Priority=", bsr.priority(), ", hashMaskLen=", bsr.hashMaskLen(), " for Zone ",
-            zone_);
-  expiryTimeIs(bsr, now() + bsrStatus_->bsTimeout(), now());
+  const Turn turn = joinTurn();
+  const auto bsr = recordedBsr();
+  if (bsr->ipAddr() != bsm->bsrAddress()) handleNewAddress(*bsr, bsm);
+  turn([&] { bsr->priorityIs(bsm->bsrPriority()); });
+  turn([&] { bsr->hashMaskLenIs(bsm->hashMaskLen()); });
+  if (!turn.goesOn()) return;
+  BSR_TRACE(nonCandidateSm, 4, "Received preferred BSR state: IP=", bsr->ipAddr(),
+            ", Priority=", bsr->priority(), ", hashMaskLen=", bsr->hashMaskLen(), " for Zone ",
+            zone());
+  expiryTimeIs(*bsr, now() + bsrStatus_->bsTimeout(), now());
 }
 
-void BsrNonCandidateSm::clearRpSet(const std::string& reason) {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone_);
-  if (!zoneStatus || !zoneStatus->status()) return;
-  BSR_TRACE(nonCandidateSm, 4, "Clearing RP Set for zone ", zone_, " since we have a new BSR",
-            reason);
-  zoneStatus->status()->crpSetDelAll();
-}
-
-void BsrNonCandidateSm::lastBsmIs() {
-  lastBsm_.messageIs(bsm_, now());
-  if (lastBsmFragments_ && lastBsmFragments_->fragTag != bsm_->fragmentTag()) {
-    BSR_TRACE(nonCandidateSm, 8, "Removing saved fragments related to tag ",
-              lastBsmFragments_->fragTag);
-    engine_.bsmRxFragmentsDel(lastBsmFragments_);
-  }
-  lastBsmFragments_ = engine_.bsmRxFragments(bsm_->fragmentTag());
+void BsrNonCandidateSm::handleNewAddress(ElectedBsrStatus& bsr, const Bsm& bsm) {
+  const Turn turn = joinTurn();
+  clearRpSet(" since we have a new BSR. Old BSR was " + bsr.ipAddr().text());
+  turn([&] { bsr.ipAddrIs(bsm->bsrAddress()); });
+  turn([&] { bsr.setupTimeIs(now()); });
 }
 
 // --- timers -----------------------------------------------------------------------------------
+
+void BsrNonCandidateSm::bsTimerIs() {
+  const auto bsr = recordedBsr();
+  if (!bsr) return;
+  bsTimer_.expiryIs(bsr->expiryTime());
+  BSR_TRACE(nonCandidateSm, 5, " Next BS timer expiry is in ", bsr->expiryTime() - now(),
+            " seconds from now.");
+}
 
 void BsrNonCandidateSm::handleBsrTimerExpiry() {
   BSR_TRACE(nonCandidateSm, 9, "");
@@ -150,16 +139,25 @@ void BsrNonCandidateSm::handleBsrTimerExpiry() {
     BSR_TRACE(nonCandidateSm, 2, "Invalid event Bootstrap Timer Expiry in state ", state_);
     return;
   }
+  const Turn turn = beginTurn();
   state_ = State::acceptAny;
-  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
-  engine_.refreshRpSet(zone_, lastBsm_.message());
-  engine_.rpSets().forgetEmpty(zone_);
-  if (const auto bsr = bsrStatus_->bootstrapRouter(zone_)) {
-    BSR_TRACE(nonCandidateSm, 4, "Removing BSR ", bsr->ipAddr(), " state for zone ", zone_);
-    bsrStatus_->bootstrapRouterDel(zone_);
-  }
+  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone());
+  services_->refreshRpSet(zone(), lastBsm_.message(), &turn);
+  turn([&] { services_->rpSets().forgetEmpty(zone()); });
+  turn([&] { removeBsr(); });
   // A message of a BSR that is gone must not prime new neighbours (RFC 5059 section 3.1.5).
-  lastBsm_.clear();
+  turn([&] { lastBsm_.clear(); });
+  turn([&] { szTimerIs(); });
+}
+
+void BsrNonCandidateSm::removeBsr() {
+  const auto bsr = bsrStatus_->bootstrapRouter(zone());
+  if (!bsr) return;
+  BSR_TRACE(nonCandidateSm, 4, "Removing BSR ", bsr->ipAddr(), " state for zone ", zone());
+  bsrStatus_->bootstrapRouterDel(zone());
+}
+
+void BsrNonCandidateSm::szTimerIs() {
   if (!scoped()) return;
   szTimer_.expiryInIs(bsrStatus_->szTimeout());
   BSR_TRACE(nonCandidateSm, 5, " Next SZ timer expiry is in ", bsrStatus_->szTimeout(),
@@ -171,44 +169,24 @@ void BsrNonCandidateSm::handleSzTimerExpiry() {
   if (!initialized_) return;
   if (state_ != State::acceptAny) {
     BSR_TRACE(nonCandidateSm, 2, "Invalid event Scope Zone Timer Expiry in state ", state_,
-              " for zone ", zone_);
+              " for zone ", zone());
     return;
   }
   state_ = State::noInfo;
-  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone_);
-  BSR_TRACE(nonCandidateSm, 4, "Deleted Zone ", zone_);
-  engine_.nonCandidateSmDel(IpGenPrefix(zone_));  // ends this machine
+  BSR_TRACE(nonCandidateSm, 1, ", state=", state_, ", Zone=", zone());
+  BSR_TRACE(nonCandidateSm, 4, "Deleted Zone ", zone());
+  engine_.nonCandidateSmDel(zone());
 }
 
 void BsrNonCandidateSm::handleBsTimeout() {
   BSR_TRACE(nonCandidateSm, 9, "");
-  if (!initialized_) return;
-  if (!bsTimer_.armed()) {
-    BSR_TRACE(nonCandidateSm, 5, "BS timer not set. Nothing to be done. ");
-    return;
-  }
-  const double remaining = bsTimer_.expiry() - now();
-  const std::uint32_t bsTimeout = bsrStatus_->bsTimeout();
-  if (remaining < bsTimeout) return;
-  BSR_TRACE(nonCandidateSm, 5, "BS timer expiry was in ", remaining,
-            " seconds from now. Resetting BS timer expiry to ", bsTimeout, " seconds from now.");
-  bsTimer_.expiryInIs(bsTimeout);
+  if (!initialized_ || !shortenTo(bsTimer_, bsrStatus_->bsTimeout(), bsTexts)) return;
   if (const auto bsr = recordedBsr()) expiryTimeIs(*bsr, bsTimer_.expiry(), now());
 }
 
 void BsrNonCandidateSm::handleSzTimeout() {
   BSR_TRACE(nonCandidateSm, 9, "");
-  if (!initialized_) return;
-  if (!szTimer_.armed()) {
-    BSR_TRACE(nonCandidateSm, 5, "SZ timer not set. Nothing to be done. ");
-    return;
-  }
-  const double remaining = szTimer_.expiry() - now();
-  const std::uint32_t szTimeout = bsrStatus_->szTimeout();
-  if (remaining < szTimeout) return;
-  BSR_TRACE(nonCandidateSm, 5, "SZ timer expiry was in ", remaining,
-            " seconds from now. Restting SZ timer expiry to ", szTimeout, " seconds from now.");
-  szTimer_.expiryInIs(szTimeout);
+  if (initialized_) shortenTo(szTimer_, bsrStatus_->szTimeout(), szTexts);
 }
 
 }  // namespace Routing::Pim::Bsr

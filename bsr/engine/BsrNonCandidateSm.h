@@ -1,18 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
-#include "bsr/engine/LastBsm.h"
-#include "bsr/engine/RxFragments.h"
-#include "bsr/types/Status.h"
-#include "platform/Export.h"
-#include "platform/pim/BootstrapMessage.h"
-#include "platform/time/TimerWheel.h"
+#include "bsr/engine/ZoneSm.h"
 
 namespace Routing::Pim::Bsr {
-
-class PimBsrSm;
 
 /// The machine of a zone in which this router is no candidate BSR (RFC 5059 section 3.1.2): follows
 /// the elected BSR, ages it out, and in the end forgets a scoped zone.
@@ -29,31 +21,26 @@ class PimBsrSm;
 ///                     |                    |    deleted         |
 ///
 /// The SZ timer runs for scoped zones only. Changes of the time-outs only ever shorten a timer.
-class ROUTING_API BsrNonCandidateSm {
+class ROUTING_API BsrNonCandidateSm final : public ZoneSm {
  public:
   using State = BsrNonCandidateState;
 
-  /// `engine` creates and deletes the machine.
+  /// `engine` calls start() once it knows the machine.
   BsrNonCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> bsrStatus,
                     TimerWheel& bsTimerWheel, TimerWheel& szTimerWheel, PimBsrSm& engine);
-  BsrNonCandidateSm(const BsrNonCandidateSm&) = delete;
-  BsrNonCandidateSm& operator=(const BsrNonCandidateSm&) = delete;
+  void start();
+  void retire() override;
 
-  const IpGenPrefix& zone() const { return zone_; }
   State state() const { return state_; }
-  /// Instants, `never` while idle.
-  double bsExpiry() const { return bsTimer_.expiry(); }
+  /// When the scope-zone timer fires; `never` while idle.
   double szExpiry() const { return szTimer_.expiry(); }
-  /// The last accepted message, null if there is none (any more).
-  const std::shared_ptr<BootstrapMessage>& lastBsm() const { return lastBsm_.message(); }
-  const std::shared_ptr<PimBsrRxFragments>& lastBsmFragments() const { return lastBsmFragments_; }
 
   /// Takes a message of the zone.
-  void bsmIs(const std::shared_ptr<BootstrapMessage>& bsm);
+  void bsmIs(const Bsm& bsm);
 
-  /// Reactions to the timers and to the time-outs of the status. The SZ timer's deletes this
-  /// object.
-  void handleBsrTimerExpiry();
+  /// Reactions to the timers and to the time-outs of the status. The SZ timer's retires this
+  /// machine.
+  void handleBsrTimerExpiry() override;
   void handleSzTimerExpiry();
   void handleBsTimeout();
   void handleSzTimeout();
@@ -61,28 +48,17 @@ class ROUTING_API BsrNonCandidateSm {
  private:
   void handleInitialized();
   void handleBsm();
-  bool accept();
-  void newBsr();
-  void handlePreferredBsm(ElectedBsrStatus& bsr);
-  void clearRpSet(const std::string& reason);
-  void lastBsmIs();
-  bool scoped() const;
-  /// The zone's elected BSR; null while none is recorded or the record is not filled in.
-  std::shared_ptr<ElectedBsrStatus> recordedBsr() const;
-  double now() const { return timerWheel_.now(); }
-  const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
+  bool preferred(const Bsm& bsm) const;
+  void newBsr(const Bsm& bsm);
+  void handlePreferredBsm();
+  void handleNewAddress(ElectedBsrStatus& bsr, const Bsm& bsm);
+  void bsTimerIs();
+  void removeBsr();
+  void szTimerIs();
 
-  IpGenPrefix zone_;
-  std::shared_ptr<Status> bsrStatus_;
-  TimerWheel& timerWheel_;
-  PimBsrSm& engine_;
-  Timer bsTimer_;
   Timer szTimer_;
-  bool initialized_ = false;
+  Bsm bsm_;  // under examination; none between turns
   State state_ = State::noInfo;
-  std::shared_ptr<BootstrapMessage> bsm_;
-  LastBsm lastBsm_;
-  std::shared_ptr<PimBsrRxFragments> lastBsmFragments_;
   Subscription bsTimeoutReactor_;
   Subscription szTimeoutReactor_;
 };

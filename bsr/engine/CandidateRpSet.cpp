@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "bsr/types/Traces.h"
 #include "platform/trace/SysLogMessage.h"
@@ -14,11 +15,41 @@ const SysLogMessage PIMBSR_MESSAGE_CRP_ZONE(
     "Indicated C-RP is a ZBR. This message is logged in compliance to RFC 5059.",
     "If C-RP is not a ZBR contact support. This message is safe to ignore otherwise.");
 
+using RpRank = std::pair<std::uint32_t, IpGenAddr>;  // the lower the better
+
+RpRank rankOf(const RpEntry& rp) {
+  return {rp.priority().value(), rp.address()};
+}
+
+/// The RPs of a range that are not withdrawn, the best first.
+std::vector<std::shared_ptr<RpEntry>> ranked(const RpCandidateSet& set) {
+  std::vector<std::shared_ptr<RpEntry>> live;
+  for (const auto& [address, rp] : set.rp()) {
+    if (rp->holdTime().value() != 0) live.push_back(rp);
+  }
+  std::sort(live.begin(), live.end(),
+            [](const auto& a, const auto& b) { return rankOf(*a) < rankOf(*b); });
+  return live;
+}
+
 }  // namespace
 
+/// An RP of another BSR's message.
+struct CandidateRpSet::Bridged {
+  const BootstrapGroupData& group;
+  const IpGenAddr& address;
+  const BootstrapRpData& data;
+  RpHashMaskLen hashMaskLen;
+  double expiryTime;
+};
+
 CandidateRpSet::CandidateRpSet(const IpGenPrefix& zone, std::shared_ptr<Status> bsrStatus,
-                               RpSets& rpSets, TimerWheel& timerWheel)
-    : zone_(zone), bsrStatus_(std::move(bsrStatus)), rpSets_(rpSets), timerWheel_(timerWheel) {}
+                               RpSets& rpSets, PimBsrLimits& limits, TimerWheel& timerWheel)
+    : zone_(zone),
+      bsrStatus_(std::move(bsrStatus)),
+      rpSets_(rpSets),
+      limits_(limits),
+      timerWheel_(timerWheel) {}
 
 bool CandidateRpSet::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rpAddress,
                               RpPriority priority, CrpHoldTime holdtime, const ZoneValues& values) {
@@ -46,11 +77,12 @@ bool CandidateRpSet::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rp
     set->rpDel(rpAddress);
     set = rpSets_.find(zone_, prefix);  // gone with its last RP
   }
-  if (withdrawal) return withdraw(set ? set->rp(rpAddress) : nullptr, rpAddress);
+  if (withdrawal) return handleWithdrawal(set ? set->rp(rpAddress) : nullptr);
 
   const RpHashMaskLen hashMaskLen(values.hashMaskLen);
   const bool added = !set || !set->rp(rpAddress);
   if (added && !rpSets_.roomForRp(prefix, rpAddress)) return false;
+  if (!roomInRange(set.get(), prefix, rpAddress, priority)) return false;
   if (!set) set = findOrCreate(prefix);
   if (!set) return false;
   const auto rp = set->newRp(rpAddress);
@@ -65,6 +97,24 @@ bool CandidateRpSet::doAddCrp(const CrpGroupInfo& groupInfo, const IpGenAddr& rp
   return added;
 }
 
+// Only an RP that does not count yet needs room; it may make the worst one go.
+bool CandidateRpSet::roomInRange(const RpCandidateSet* set, const IpGenPrefix& prefix,
+                                 const IpGenAddr& rpAddress, RpPriority priority) {
+  if (set == nullptr || set->rp().size() < maxRpsOfRange) return true;
+  const auto& held = set->rp(rpAddress);
+  if (held && held->holdTime().value() != 0) return true;
+  const auto live = ranked(*set);
+  if (live.size() < maxRpsOfRange) return true;
+  if (RpRank(priority.value(), rpAddress) < rankOf(*live.back())) {
+    withdraw(*live.back());
+    return true;
+  }
+  limits_.refusedRpsOfRangeInc();
+  BSR_TRACE(candidateSm, 1, "No room for RP ", rpAddress, " of prefix ", prefix, " besides ",
+            live.size(), " better ones");
+  return false;
+}
+
 std::shared_ptr<RpCandidateSet> CandidateRpSet::findOrCreate(const IpGenPrefix& prefix) {
   if (!rpSets_.roomForSet(zone_, prefix)) return nullptr;
   if (!bsrStatus_->crpStatus(zone_))
@@ -73,19 +123,24 @@ std::shared_ptr<RpCandidateSet> CandidateRpSet::findOrCreate(const IpGenPrefix& 
   return rpSets_.create(zone_, prefix);
 }
 
-// A withdrawn RP is announced once more, with hold time 0, and then goes.
-bool CandidateRpSet::withdraw(const std::shared_ptr<RpEntry>& rp, const IpGenAddr& rpAddress) {
+bool CandidateRpSet::handleWithdrawal(const std::shared_ptr<RpEntry>& rp) {
   if (!rp) {
     BSR_TRACE(candidateSm, 4, "Holdtime value of C-RP Advertisement is 0. Ignoring message");
     return false;
   }
-  if (rp->holdTime().value() == 0) {
+  if (!withdraw(*rp)) {
     BSR_TRACE(candidateSm, 4, "Ignoring duplicate C-RP advertisement with 0 holdtime");
     return false;
   }
-  rp->expiryTimeIs(timerWheel_.now() + rp->holdTime().value());
-  rp->holdTimeIs(CrpHoldTime(0));
-  BSR_TRACE(candidateSm, 4, "C-RP ", rpAddress, " updated with holdtime 0");
+  return true;
+}
+
+bool CandidateRpSet::withdraw(RpEntry& rp) {
+  const IpGenAddr address = rp.address();
+  if (rp.holdTime().value() == 0) return false;
+  rp.expiryTimeIs(timerWheel_.now() + rp.holdTime().value());
+  rp.holdTimeIs(CrpHoldTime(0));
+  BSR_TRACE(candidateSm, 4, "C-RP ", address, " updated with holdtime 0");
   return true;
 }
 
@@ -99,6 +154,47 @@ void CandidateRpSet::holdTimeIs(RpEntry& rp, CrpHoldTime holdtime, std::uint32_t
   }
   rp.holdTimeIs(CrpHoldTime(static_cast<std::uint64_t>(std::min(seconds, 65535.0))));
   rp.expiryTimeIs(timerWheel_.now() + seconds);
+}
+
+// --- taking office ----------------------------------------------------------------------------
+
+void CandidateRpSet::bridge(const BootstrapMessage& bsm, double heardAt, std::uint32_t hashMaskLen,
+                            const Turn& turn) {
+  for (const BootstrapGroupData& group : bsm.groupRpData()) {
+    for (const auto& rp : group.rpList()) {
+      const double expiryTime = heardAt + rp.data.rpHoldtime();
+      if (!turn.goesOn() || expiryTime <= timerWheel_.now()) continue;
+      bridge({group, rp.address, rp.data, RpHashMaskLen(hashMaskLen), expiryTime});
+    }
+  }
+}
+
+void CandidateRpSet::bridge(const Bridged& bridged) {
+  const IpGenPrefix& prefix = bridged.group.prefix();
+  auto set = rpSets_.find(zone_, prefix);
+  if (set && set->rp(bridged.address)) return;
+  if (!rpSets_.roomForRp(prefix, bridged.address)) return;
+  if (!set) set = findOrCreate(prefix);
+  if (!set) return;
+  const auto rp = set->newRp(bridged.address);
+  rp->setupTimeIs(timerWheel_.now());
+  rp->modeIs(bridged.group.bidir() ? PimMode::bidirectional : PimMode::sparse);
+  rp->priorityIs(RpPriority(bridged.data.rpPriority()));
+  rp->hashMaskLenIs(bridged.hashMaskLen);
+  rp->holdTimeIs(CrpHoldTime(bridged.data.rpHoldtime()));
+  rp->expiryTimeIs(bridged.expiryTime);
+  BSR_TRACE(candidateSm, 4, "Taking RP ", bridged.address, " over into CrpSet with prefix ",
+            prefix);
+}
+
+void CandidateRpSet::trim(const Turn& turn) {
+  for (const auto& set : rpSets_.ofZone(zone_)) {
+    if (set->rp().size() <= maxRpsOfRange) continue;
+    const auto live = ranked(*set);
+    for (std::size_t i = maxRpsOfRange; i < live.size(); ++i) {
+      turn([&] { withdraw(*live[i]); });
+    }
+  }
 }
 
 }  // namespace Routing::Pim::Bsr

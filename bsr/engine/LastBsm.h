@@ -25,6 +25,8 @@ class ROUTING_API LastBsm {
   ~LastBsm() { clear(); }
 
   const std::shared_ptr<BootstrapMessage>& message() const { return message_; }
+  /// When its first fragment was accepted; means nothing while none is held.
+  double since() const { return since_; }
 
   /// Takes a message that was accepted at an instant: joined to what is held if it is a further
   /// fragment of it, otherwise in its place. Messages taken are never changed here. Where the

@@ -1,15 +1,13 @@
 #include "bsr/engine/PimBsrSm.h"
 
-#include <cstdlib>
 #include <utility>
 
+#include "bsr/engine/AnnouncedHashMaskLen.h"
 #include "bsr/engine/BsrCandidateSm.h"
 #include "bsr/engine/BsrNonCandidateSm.h"
-#include "bsr/engine/PimBsrSmReactors.h"
-#include "bsr/engine/RpCandidateSm.h"
+#include "bsr/engine/ElectedBsrRecord.h"
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
-#include "platform/entity/RangeError.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -17,8 +15,7 @@ PimBsrSm::PimBsrSm(std::shared_ptr<Status> bsrStatus, std::shared_ptr<const PimS
                    std::shared_ptr<PimBsmStatus> bsmStatus,
                    std::shared_ptr<PimCrpMsgStatus> crpMsgStatus,
                    std::shared_ptr<RpCandidateStatus> rpCandidateStatus, TimerWheel& timerWheel,
-                   std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir,
-                   EngineOptions options)
+                   std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir, EngineOptions options)
     : bsrStatus_(std::move(bsrStatus)),
       pimStatus_(std::move(pimStatus)),
       bsmStatus_(std::move(bsmStatus)),
@@ -26,18 +23,19 @@ PimBsrSm::PimBsrSm(std::shared_ptr<Status> bsrStatus, std::shared_ptr<const PimS
       rpCandidateStatus_(std::move(rpCandidateStatus)),
       timerWheel_(timerWheel),
       allIntfStatusDir_(std::move(allIntfStatusDir)),
-      limits_(options.limits ? std::move(options.limits) : std::make_shared<PimBsrLimits>()),
       lastBsmStore_(options.lastBsmStore),
-      policy_(options.policy),
-      random_(std::move(options.random)),
-      rpSets_(bsrStatus_, limits_, rpSetTotals_),
-      lastBsmBudget_(bsrStatus_, limits_) {
+      deferred_(options.deferred ? std::move(options.deferred)
+                                 : std::make_shared<DeferredDelete>()),
+      services_(std::make_shared<ZoneServices>(bsrStatus_, timerWheel, std::move(options.limits),
+                                               options.policy, std::move(options.random),
+                                               deferred_)) {
   ROUTING_ASSERT_TEXT(bsrStatus_, "bsrStatus()");
   ROUTING_ASSERT_TEXT(pimStatus_, "pimStatus()");
   ROUTING_ASSERT_TEXT(bsmStatus_, "bsmStatus()");
   ROUTING_ASSERT_TEXT(crpMsgStatus_, "crpMsgStatus()");
   ROUTING_ASSERT_TEXT(rpCandidateStatus_, "rpCandidateStatus()");
   ROUTING_ASSERT_TEXT(allIntfStatusDir_, "allIntfStatusDir()");
+  const DeferredDelete::Hold hold(deferred());
   wire();
   handleBsrCandidate();
   handleRpCandidate();
@@ -47,50 +45,47 @@ PimBsrSm::PimBsrSm(std::shared_ptr<Status> bsrStatus, std::shared_ptr<const PimS
 }
 
 PimBsrSm::~PimBsrSm() {
-  reactors_.clear();
-  crp_.clear();
-  rpCandidateSm_.clear();
-  nonCandidateSm_.clear();
-  candidateSm_.clear();
+  retire();
 }
 
 void PimBsrSm::wire() {
-  reactors_.push_back(bsrStatus_->afReactor([this] { handleAf(); }));
-  reactors_.push_back(
-      bsrStatus_->cbsrReactor([this](const IpGenPrefix& zone) { handleBsrCandidate(zone); }));
-  reactors_.push_back(
-      bsrStatus_->bootstrapRouterReactor([this](const IpGenPrefix& zone) { handleBsr(zone); }));
-  reactors_.push_back(
-      bsrStatus_->crpReactor([this](const IpGenAddr& address) { handleCrp(address); }));
-  reactors_.push_back(
-      pimStatus_->pimIntfReactor([this](const IntfId& intf) { handlePimIntf(intf); }));
-  reactors_.push_back(bsmStatus_->rxBsmReactor([this] { handleBsm(); }));
-  reactors_.push_back(crpMsgStatus_->readCountReactor([this] { handleCrpMsg(); }));
-  for (const auto& [intf, status] : pimStatus_->pimIntf()) handlePimIntf(intf);
+  reactors_.push_back(bsrStatus_->afReactor(deferred().held([this] { handleAf(); })));
+  reactors_.push_back(bsrStatus_->cbsrReactor(
+      deferred().held([this](const IpGenPrefix& zone) { handleBsrCandidate(zone); })));
+  reactors_.push_back(bsrStatus_->bootstrapRouterReactor(
+      deferred().held([this](const IpGenPrefix& zone) { handleBsr(zone); })));
+  reactors_.push_back(bsrStatus_->crpReactor(
+      deferred().held([this](const IpGenAddr& address) { handleCrp(address); })));
+  priming_ = std::make_shared<NeighborPriming>(vrfName(), pimStatus_, services_,
+                                               [this] { return machines(); });
+  reactors_.push_back(bsmStatus_->rxBsmReactor(deferred().held([this] { handleBsm(); })));
+  reactors_.push_back(crpMsgStatus_->readCountReactor(deferred().held([this] { handleCrpMsg(); })));
 }
+
+// --- life -------------------------------------------------------------------------------------
 
 void PimBsrSm::handleInitialized() {
   BSR_TRACE(sm, 9, "");
-  std::srand(static_cast<unsigned>(timerWheel_.now()));
+  services_->random().seed(timerWheel_.now());
   const AddressFamily af = bsrStatus_->af();
   if (af == AddressFamily::unset) {
     BSR_TRACE(sm, 3, "Address Family not initialized in status");
     return;
   }
-  globalOrNonScopeZone_ = IpGenPrefix::multicast(af);
   bsrTrie_ =
       std::make_shared<TrieGen>(af == AddressFamily::ipv4 ? "PimBsrTrie" : "PimBsr6Trie", af);
   rpCandidateStatus_->rpSetTypeIs(RpSetType::bsr);
-  bsrTrieBuilder_ = std::make_unique<PimBsrTrieBuilderSm>(bsrStatus_, bsrTrie_);
-  installer_ = std::make_unique<RpSetInstaller>(vrfName(), rpSets_, limits_, timerWheel_);
-  sender_ = std::make_unique<BsmSender>(bsrStatus_, pimStatus_, bsmStatus_, allIntfStatusDir_,
-                                        [this](const IntfId& oif) {
-                                          const auto it = pimIntf_.find(oif);
-                                          if (it != pimIntf_.end()) it->second->wasDrClear();
-                                        });
-  mirror_ = std::make_unique<RpSetMirror>(bsrStatus_, rpCandidateStatus_, rpSets_, rpSetTotals_,
-                                          timerWheel_, *bsrTrie_);
+  bsrTrieBuilder_ = std::make_shared<PimBsrTrieBuilderSm>(bsrStatus_, bsrTrie_);
+  services_->begin(
+      std::make_unique<BsmSender>(bsrStatus_, pimStatus_, bsmStatus_, allIntfStatusDir_,
+                                  [this](const IntfId& oif) { priming_->handleForwarding(oif); }));
+  mirror_ = std::make_shared<RpSetMirror>(
+      bsrStatus_, rpCandidateStatus_, *services_, timerWheel_, *bsrTrie_,
+      [this](const IpGenPrefix& zone, RpEntry& rp) { return withdraw(zone, rp); });
+  advertisers_ =
+      std::make_shared<Advertisers>(bsrStatus_, crpMsgStatus_, bsrTrie_, timerWheel_, *services_);
   initialized_ = true;
+  priming_->activeIs(true);
   for (const auto& [zone, bsr] : bsrStatus_->bootstrapRouter()) handleBsr(zone);
   handleBsrCandidate();
   handleRpCandidate();
@@ -106,28 +101,61 @@ void PimBsrSm::handleAf() {
   }
 }
 
+// The machines first; then what they said of their zones.
 void PimBsrSm::teardown() {
-  crp_.clear();
-  rpCandidateSm_.clear();
+  initialized_ = false;
+  advertisers_->retire();
   BSR_TRACE(sm, 4, "Deleted all RP Candidate SMs");
-  nonCandidateSm_.clear();
+  while (!nonCandidateSm_.empty()) {
+    retireFrom(nonCandidateSm_, IpGenPrefix(nonCandidateSm_.begin()->first));
+  }
   BSR_TRACE(sm, 4, "Deleted all Non Candidate SMs");
   while (!candidateSm_.empty()) {
     const IpGenPrefix zone = candidateSm_.begin()->first;
-    candidateSm_.erase(zone);
+    retireFrom(candidateSm_, zone);
     handleCandidateSm(zone);
   }
   BSR_TRACE(sm, 4, "Deleted all Candidate SMs");
   // No hold timer runs from here on, so no RP may stay in PIM's view.
   bsrStatus_->crpStatusDelAll();
   if (lastBsmStore_ != nullptr) lastBsmStore_->lastBsmDelAll();
+  end();
+}
+
+void PimBsrSm::retire() {
+  const auto deferred = deferred_;
+  const DeferredDelete::Hold hold(*deferred);
+  reactors_.clear();
   initialized_ = false;
+  if (advertisers_) advertisers_->retire();
+  for (const auto& entry : nonCandidateSm_) entry.second->retire();
+  for (const auto& entry : candidateSm_) entry.second->retire();
+  if (priming_) priming_->retire();
+  end();
+}
+
+// What is gone may still be on the stack.
+void PimBsrSm::end() {
+  priming_->activeIs(false);
+  services_->end();
+  if (mirror_) mirror_->retire();
+  for (auto& [zone, reactor] : bsr_) deferred().take(std::move(reactor));
   bsr_.clear();
-  mirror_.reset();
-  sender_.reset();
-  installer_.reset();
-  bsrTrieBuilder_.reset();
-  bsrTrie_.reset();
+  deferred().take(std::move(bsrTrie_));
+  deferred().take(std::move(bsrTrieBuilder_));
+  deferred().take(std::move(mirror_));
+  deferred().take(std::move(advertisers_));
+}
+
+template <class Machines>
+bool PimBsrSm::retireFrom(Machines& machines, const IpGenPrefix& zone) {
+  const auto it = machines.find(zone);
+  if (it == machines.end()) return false;
+  const auto machine = std::move(it->second);
+  machines.erase(it);
+  machine->retire();
+  deferred().take(machine);
+  return true;
 }
 
 // --- zones ------------------------------------------------------------------------------------
@@ -142,6 +170,13 @@ std::shared_ptr<BsrNonCandidateSm> PimBsrSm::nonCandidateSm(const IpGenPrefix& z
   return it == nonCandidateSm_.end() ? nullptr : it->second;
 }
 
+std::vector<std::shared_ptr<const ZoneSm>> PimBsrSm::machines() const {
+  std::vector<std::shared_ptr<const ZoneSm>> machines;
+  for (const auto& entry : nonCandidateSm_) machines.push_back(entry.second);
+  for (const auto& entry : candidateSm_) machines.push_back(entry.second);
+  return machines;
+}
+
 void PimBsrSm::handleBsrCandidate() {
   BSR_TRACE(sm, 9, "");
   if (!initialized_) return;
@@ -153,28 +188,47 @@ void PimBsrSm::handleBsrCandidate() {
 void PimBsrSm::handleBsrCandidate(const IpGenPrefix& zone) {
   BSR_TRACE(sm, 9, " ( ", zone, " )");
   if (!initialized_) return;
-  if (bsrStatus_->cbsr(zone)) {
-    // One bootstrap timer at a time may age the zone's record.
-    if (nonCandidateSm_.erase(zone) > 0) BSR_TRACE(sm, 4, "Deleted ", zone, " NonCandidate SM");
-    if (!candidateSm(zone)) {
-      candidateSm_[zone] = std::make_shared<BsrCandidateSm>(zone, bsrStatus_, timerWheel_, *this);
-      handleCandidateSm(zone);
-    }
-    BSR_TRACE(sm, 4, "Instantiated Candidate SM for zone ", zone);
-    return;
+  bsrStatus_->cbsr(zone) ? candidateSmIs(zone) : candidateSmDel(zone);
+}
+
+// One bootstrap timer at a time may age the zone's record. A candidate that was deleted may be back
+// before its deletion is told.
+void PimBsrSm::candidateSmIs(const IpGenPrefix& zone) {
+  const auto machine = candidateSm(zone);
+  if (machine && machine->candidate() != bsrStatus_->cbsr(zone)) candidateSmDel(zone);
+  if (retireFrom(nonCandidateSm_, zone)) {
+    BSR_TRACE(sm, 4, "Deleted ", zone, " NonCandidate SM");
   }
+  if (!initialized_ || !bsrStatus_->cbsr(zone)) return;
+  if (!candidateSm(zone)) {
+    const auto fresh = std::make_shared<BsrCandidateSm>(zone, bsrStatus_, timerWheel_, *this);
+    candidateSm_[zone] = fresh;
+    fresh->start();
+    handleCandidateSm(zone);
+  }
+  BSR_TRACE(sm, 4, "Instantiated Candidate SM for zone ", zone);
+}
+
+// The machine goes first: a reactor may configure the zone anew while it says goodbye.
+void PimBsrSm::candidateSmDel(const IpGenPrefix& zone) {
   const auto machine = candidateSm(zone);
   if (!machine) return;
+  candidateSm_.erase(zone);
   const auto candidate = machine->candidate();  // no longer in the status, but still ours
   if (candidate && candidate->elected()) {
     machine->doSendBsm(true);
     candidate->electedIs(false);
   }
-  candidateSm_.erase(zone);
+  machine->retire();
+  deferred().take(machine);
   BSR_TRACE(sm, 4, "Deleted Candidate SM", " for zone ", zone);
+  if (!initialized_) return;
   handleCandidateSm(zone);
-  maybeInitNonCandidateSm();  // a BSR that was followed goes on being followed
-  if (!nonCandidateSm(zone)) zoneGone(zone);
+  // A BSR that was followed goes on being followed. A record that names none yet is the machine's,
+  // which was writing it and will delete it.
+  const auto& record = bsrStatus_->bootstrapRouter(zone);
+  if (!record || namesBsr(*record)) maybeInitNonCandidateSm();
+  if (!nonCandidateSm(zone) && !candidateSm(zone)) zoneGone(zone);
 }
 
 void PimBsrSm::handleCandidateSm(const IpGenPrefix& zone) {
@@ -188,16 +242,25 @@ void PimBsrSm::handleCandidateSm(const IpGenPrefix& zone) {
 
 void PimBsrSm::maybeInitNonCandidateSm() {
   BSR_TRACE(sm, 9, "");
-  for (const auto& [zone, bsr] : bsrStatus_->bootstrapRouter()) {
+  std::vector<IpGenPrefix> zones;
+  for (const auto& entry : bsrStatus_->bootstrapRouter()) zones.push_back(entry.first);
+  for (const IpGenPrefix& zone : zones) {
+    if (!initialized_) return;
     if (candidateSm(zone) || nonCandidateSm(zone)) continue;
-    nonCandidateSm_[zone] =
-        std::make_shared<BsrNonCandidateSm>(zone, bsrStatus_, timerWheel_, timerWheel_, *this);
+    newNonCandidateSm(zone)->start();
     BSR_TRACE(sm, 4, "Created Non Candidate SM for zone ", zone);
   }
 }
 
+std::shared_ptr<BsrNonCandidateSm> PimBsrSm::newNonCandidateSm(const IpGenPrefix& zone) {
+  const auto machine =
+      std::make_shared<BsrNonCandidateSm>(zone, bsrStatus_, timerWheel_, timerWheel_, *this);
+  nonCandidateSm_[zone] = machine;
+  return machine;
+}
+
 void PimBsrSm::nonCandidateSmDel(const IpGenPrefix& zone) {
-  if (nonCandidateSm_.erase(zone) > 0) zoneGone(zone);
+  if (retireFrom(nonCandidateSm_, zone)) zoneGone(zone);
 }
 
 // Nothing of a zone is left behind: what its groups had, and what intake knows of it.
@@ -207,9 +270,10 @@ void PimBsrSm::zoneGone(const IpGenPrefix& zone) {
 }
 
 bool PimBsrSm::roomForZone(const IpGenPrefix& zone) {
-  const std::size_t zones = nonCandidateSm_.size() - nonCandidateSm_.count(globalOrNonScopeZone_);
-  if (zones < limits_->maxZones()) return true;
-  limits_->refusedZonesInc();
+  PimBsrLimits& limits = services_->limits();
+  const std::size_t zones = nonCandidateSm_.size() - nonCandidateSm_.count(globalOrNonScopeZone());
+  if (zones < limits.maxZones()) return true;
+  limits.refusedZonesInc();
   BSR_TRACE(sm, 1, "No room for zone ", zone, " besides ", zones, " zones");
   zoneGone(zone);
   return false;
@@ -225,8 +289,8 @@ void PimBsrSm::handleBsm() {
     return;
   }
   if (bsm->bsrAddress().af() != bsrStatus_->af()) return;
-  const IpGenPrefix zone = zoneOf(*bsm, globalOrNonScopeZone_);
-  if (zone == globalOrNonScopeZone_) {
+  const IpGenPrefix zone = zoneOf(*bsm, globalOrNonScopeZone());
+  if (zone == globalOrNonScopeZone()) {
     handleGlobalBsm(bsm);
   } else {
     handleScopedBsm(zone, bsm);
@@ -243,31 +307,60 @@ void PimBsrSm::handleScopedBsm(const IpGenPrefix& zone,
   auto machine = nonCandidateSm(zone);
   if (!machine) {
     if (!roomForZone(zone)) return;
-    machine =
-        std::make_shared<BsrNonCandidateSm>(zone, bsrStatus_, timerWheel_, timerWheel_, *this);
-    nonCandidateSm_[zone] = machine;
+    machine = newNonCandidateSm(zone);
+    machine->start();
     BSR_TRACE(sm, 4, "Instantiated Scoped NonCandidate SM Scope: ", zone);
   }
   machine->bsmIs(bsm);
 }
 
 void PimBsrSm::handleGlobalBsm(const std::shared_ptr<BootstrapMessage>& bsm) {
-  if (const auto candidate = candidateSm(globalOrNonScopeZone_)) {
+  if (const auto candidate = candidateSm(globalOrNonScopeZone())) {
     BSR_TRACE(sm, 4, "Trigger Global/Non-Scoped Candidate SM");
     candidate->bsmIs(bsm);
     return;
   }
-  auto machine = nonCandidateSm(globalOrNonScopeZone_);
+  auto machine = nonCandidateSm(globalOrNonScopeZone());
   if (!machine) {
-    machine = std::make_shared<BsrNonCandidateSm>(globalOrNonScopeZone_, bsrStatus_, timerWheel_,
-                                                  timerWheel_, *this);
-    nonCandidateSm_[globalOrNonScopeZone_] = machine;
+    machine = newNonCandidateSm(globalOrNonScopeZone());
+    machine->start();
     BSR_TRACE(sm, 4, "Instantiated Global/Non-Scoped Non Candidate SM");
   }
   machine->bsmIs(bsm);
 }
 
-// --- candidate-RP advertisements --------------------------------------------------------------
+void PimBsrSm::handleBsr(const IpGenPrefix& zone) {
+  BSR_TRACE(sm, 9, " ( ", zone, " )");
+  if (!initialized_) return;
+  const auto& bsr = bsrStatus_->bootstrapRouter(zone);
+  const auto it = bsr_.find(zone);
+  if (it != bsr_.end()) {
+    if (it->second->bsr() == bsr) return;
+    deferred().take(std::move(it->second));
+    bsr_.erase(it);
+  }
+  if (bsr) bsr_.emplace(zone, std::make_shared<AnnouncedHashMaskLen>(bsrStatus_, bsr, services_));
+}
+
+// --- candidate RPs ----------------------------------------------------------------------------
+
+const Advertisers::Machines& PimBsrSm::rpCandidateSm() const {
+  static const Advertisers::Machines none;
+  return advertisers_ ? advertisers_->rpCandidateSm() : none;
+}
+
+void PimBsrSm::handleRpCandidate() {
+  BSR_TRACE(sm, 9, "");
+  if (!initialized_) return;
+  std::vector<IpGenAddr> addresses;
+  for (const auto& entry : bsrStatus_->crp()) addresses.push_back(entry.first);
+  for (const IpGenAddr& address : addresses) handleCrp(address);
+}
+
+void PimBsrSm::handleCrp(const IpGenAddr& address) {
+  BSR_TRACE(sm, 9, " ( ", address, " )");
+  if (initialized_) advertisers_->handleCrp(address);
+}
 
 void PimBsrSm::handleCrpMsg() {
   BSR_TRACE(sm, 9, "");
@@ -289,7 +382,7 @@ void PimBsrSm::handleCrpMsg() {
 void PimBsrSm::crpMsgRejected(const IpGenPrefix& zone) {
   BSR_TRACE(sm, 3, "Rx Error - Dropping Crp Adv Message to Candidate BSR ", crpMsgStatus_->bsrIp(),
             " for zone ", zone);
-  const auto& counters = bsrStatus_->counters();
+  const auto counters = bsrStatus_->counters();
   if (!counters || crpMsgStatus_->rxCrpMsg() == lastRejected_) return;
   lastRejected_ = crpMsgStatus_->rxCrpMsg();
   counters->rxErrorInc();
@@ -299,43 +392,9 @@ void PimBsrSm::crpMsgRejected(const IpGenPrefix& zone) {
   counters->errCountersIs(errors);
 }
 
-// --- services for the zone machines -----------------------------------------------------------
-
-void PimBsrSm::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh) {
-  if (!initialized_) return;
-  try {
-    installer_->storeRpSet(zone, bsm, refresh);
-  } catch (const RangeError& error) {
-    BSR_TRACE(sm, 1, "RP set of zone ", zone, " not installed: ", error.what());
-  }
-}
-
-void PimBsrSm::refreshRpSet(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm) {
-  if (!initialized_ || !bsm) return;
-  bsm->forwardIs(true);
-  storeRpSet(zone, *bsm, true);
-}
-
-std::shared_ptr<PimBsrRxFragments> PimBsrSm::bsmRxFragments(std::uint16_t tag) const {
-  return initialized_ ? installer_->reassembly().bsmRxFragments(tag) : nullptr;
-}
-
-void PimBsrSm::bsmRxFragmentsDel(const std::shared_ptr<PimBsrRxFragments>& fragments) {
-  if (initialized_) installer_->reassembly().bsmRxFragmentsDel(fragments);
-}
-
-void PimBsrSm::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet,
-                              const IpGenPrefix& prefix, std::uint8_t flags) {
-  if (initialized_) sender_->doAddGroupData(bsm, rpSet, prefix, flags, timerWheel_.now());
-}
-
-void PimBsrSm::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm) {
-  if (initialized_) sender_->forwardBsm(zone, bsm);
-}
-
-void PimBsrSm::doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const IntfId& oif,
-                                  const std::shared_ptr<BootstrapMessage>& bsm) {
-  if (initialized_) sender_->doSendTriggeredBsm(zone, forward, oif, bsm);
+bool PimBsrSm::withdraw(const IpGenPrefix& zone, RpEntry& rp) {
+  const auto machine = candidateSm(zone);
+  return machine && machine->doExpireCrp(rp);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -4,13 +4,13 @@
 #include <memory>
 #include <vector>
 
-#include "bsr/engine/BsmSender.h"
-#include "bsr/engine/LastBsmBudget.h"
-#include "bsr/engine/RpSetInstaller.h"
+#include "bsr/engine/Advertisers.h"
+#include "bsr/engine/NeighborPriming.h"
 #include "bsr/engine/RpSetMirror.h"
-#include "bsr/engine/RpSets.h"
+#include "bsr/engine/ZoneServices.h"
 #include "bsr/trie/PimBsrTrieBuilder.h"
 #include "bsr/types/BsrPolicy.h"
+#include "bsr/types/DeferredDelete.h"
 #include "bsr/types/LastBsmStore.h"
 #include "bsr/types/Limits.h"
 #include "bsr/types/MessageStatus.h"
@@ -25,9 +25,9 @@
 
 namespace Routing::Pim::Bsr {
 
+class AnnouncedHashMaskLen;
 class BsrCandidateSm;
 class BsrNonCandidateSm;
-class RpCandidateSm;
 
 /// What an engine may be given besides its inputs.
 struct EngineOptions {
@@ -36,14 +36,21 @@ struct EngineOptions {
   LastBsmStore* lastBsmStore = nullptr;
   BsrPolicy policy = {};
   RandomSource random = nullptr;  ///< null: rand(), seeded with the time
+  /// Takes what is deleted; null: one of the engine's own.
+  std::shared_ptr<DeferredDelete> deferred = nullptr;
 };
 
-/// The root of the BSR engine of one VRF and address family. Owns a machine for every zone (a
+/// The root of the BSR engine of one VRF and address family. Owns a machine for every zone: a
 /// candidate's where the status has a candidate BSR, a follower's where a Bootstrap message came or
-/// a BSR is known), the advertisers of this router's candidate RPs, and what the machines share:
-/// the zone trie, the RP sets, and the sending of messages.
+/// a BSR is known. Around them stand
+///   ZoneServices     what the zone machines share: RP sets, sending, the host's choices
+///   RpSetMirror      hold times of all RPs, and PIM's view of them
+///   NeighborPriming  No-Forward messages for new neighbours
+///   Advertisers      this router's candidate RPs
 ///
-/// Inert until the status has the address family IPv4 or IPv6, and again when it loses it.
+/// Inert until the status has the address family IPv4 or IPv6, and again when it loses it. Reactors
+/// of the host may do to the status whatever they like at any time; to delete the engine itself
+/// from one, retire() it and hand it to its DeferredDelete, as BsrInstance does.
 class ROUTING_API PimBsrSm {
  public:
   /// All entities are required and shared; a missing one is a failed assertion that names it. The
@@ -51,12 +58,14 @@ class ROUTING_API PimBsrSm {
   PimBsrSm(std::shared_ptr<Status> bsrStatus, std::shared_ptr<const PimStatus> pimStatus,
            std::shared_ptr<PimBsmStatus> bsmStatus, std::shared_ptr<PimCrpMsgStatus> crpMsgStatus,
            std::shared_ptr<RpCandidateStatus> rpCandidateStatus, TimerWheel& timerWheel,
-           std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir,
-           EngineOptions options = {});
+           std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir, EngineOptions options = {});
   PimBsrSm(const PimBsrSm&) = delete;
   PimBsrSm& operator=(const PimBsrSm&) = delete;
   /// Changes nothing in the status.
   ~PimBsrSm();
+
+  /// Does nothing from here on, and changes nothing in the status.
+  void retire();
 
   const std::shared_ptr<Status>& bsrStatus() const { return bsrStatus_; }
   const std::shared_ptr<const PimStatus>& pimStatus() const { return pimStatus_; }
@@ -66,9 +75,10 @@ class ROUTING_API PimBsrSm {
   const std::shared_ptr<const AllIntfStatusDir>& allIntfStatusDir() const {
     return allIntfStatusDir_;
   }
+  const std::shared_ptr<ZoneServices>& services() const { return services_; }
   bool initialized() const { return initialized_; }
   /// The zone of all groups: 224.0.0.0/4 or ff00::/8.
-  const IpGenPrefix& globalOrNonScopeZone() const { return globalOrNonScopeZone_; }
+  const IpGenPrefix& globalOrNonScopeZone() const { return services_->globalZone(); }
   /// Machines by zone; null where there is none.
   std::shared_ptr<BsrCandidateSm> candidateSm(const IpGenPrefix& zone) const;
   std::shared_ptr<BsrNonCandidateSm> nonCandidateSm(const IpGenPrefix& zone) const;
@@ -78,12 +88,10 @@ class ROUTING_API PimBsrSm {
   const std::map<IpGenPrefix, std::shared_ptr<BsrNonCandidateSm>>& nonCandidateSm() const {
     return nonCandidateSm_;
   }
-  const std::map<CrpOptions, std::shared_ptr<RpCandidateSm>>& rpCandidateSm() const {
-    return rpCandidateSm_;
-  }
+  const Advertisers::Machines& rpCandidateSm() const;
   /// True if this router ceased to be designated router on the interface and no new neighbour has
   /// been primed since.
-  bool wasDr(const IntfId& intf) const;
+  bool wasDr(const IntfId& intf) const { return priming_->wasDr(intf); }
   /// Null while uninitialised.
   const std::shared_ptr<TrieGen>& bsrTrie() const { return bsrTrie_; }
 
@@ -95,71 +103,77 @@ class ROUTING_API PimBsrSm {
   void handleBsm();
   void handleCrpMsg();
 
-  // Services for the zone machines; they do nothing while uninitialised.
+  /// A follower's machine has forgotten its zone.
   void nonCandidateSmDel(const IpGenPrefix& zone);
-  // What cannot be installed is traced: the machine's timers must run all the same.
-  void storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh);
-  void refreshRpSet(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm);
-  std::shared_ptr<PimBsrRxFragments> bsmRxFragments(std::uint16_t tag) const;
-  void bsmRxFragmentsDel(const std::shared_ptr<PimBsrRxFragments>& fragments);
+
+  // The services of the zone machines, under the engine's name; see ZoneServices.
+  void storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh) {
+    services_->storeRpSet(zone, bsm, refresh);
+  }
+  void refreshRpSet(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm) {
+    services_->refreshRpSet(zone, bsm);
+  }
+  std::shared_ptr<PimBsrRxFragments> bsmRxFragments(std::uint16_t tag) const {
+    return services_->bsmRxFragments(tag);
+  }
   void doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet, const IpGenPrefix& prefix,
-                      std::uint8_t flags);
-  void forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm);
+                      std::uint8_t flags) {
+    services_->doAddGroupData(bsm, rpSet, prefix, flags);
+  }
+  void forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm) {
+    services_->forwardBsm(zone, bsm);
+  }
   void doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const IntfId& oif,
-                          const std::shared_ptr<BootstrapMessage>& bsm);
-  RpSets& rpSets() { return rpSets_; }
-  LastBsmBudget& lastBsmBudget() { return lastBsmBudget_; }
+                          const std::shared_ptr<BootstrapMessage>& bsm) {
+    services_->doSendTriggeredBsm(zone, forward, oif, bsm);
+  }
 
  private:
-  class PimIntfReactor;
-  class BsrReactor;
-  class CrpReactor;
-
+  void wire();
   void handleInitialized();
   void teardown();
-  void wire();
-  void handlePimIntf(const IntfId& intf);
+  void end();
   void handleBsr(const IpGenPrefix& zone);
   void handleCrp(const IpGenAddr& address);
+  void candidateSmIs(const IpGenPrefix& zone);
+  void candidateSmDel(const IpGenPrefix& zone);
   void handleCandidateSm(const IpGenPrefix& zone);
   void maybeInitNonCandidateSm();
+  std::shared_ptr<BsrNonCandidateSm> newNonCandidateSm(const IpGenPrefix& zone);
   void handleScopedBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm);
   void handleGlobalBsm(const std::shared_ptr<BootstrapMessage>& bsm);
   bool roomForZone(const IpGenPrefix& zone);
   void zoneGone(const IpGenPrefix& zone);
   void crpMsgRejected(const IpGenPrefix& zone);
+  bool withdraw(const IpGenPrefix& zone, RpEntry& rp);
+  std::vector<std::shared_ptr<const ZoneSm>> machines() const;
+  template <class Machines>
+  bool retireFrom(Machines& machines, const IpGenPrefix& zone);
+  DeferredDelete& deferred() const { return *deferred_; }
   const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
 
-  std::shared_ptr<Status> bsrStatus_;
-  std::shared_ptr<const PimStatus> pimStatus_;
-  std::shared_ptr<PimBsmStatus> bsmStatus_;
-  std::shared_ptr<PimCrpMsgStatus> crpMsgStatus_;
-  std::shared_ptr<RpCandidateStatus> rpCandidateStatus_;
+  const std::shared_ptr<Status> bsrStatus_;
+  const std::shared_ptr<const PimStatus> pimStatus_;
+  const std::shared_ptr<PimBsmStatus> bsmStatus_;
+  const std::shared_ptr<PimCrpMsgStatus> crpMsgStatus_;
+  const std::shared_ptr<RpCandidateStatus> rpCandidateStatus_;
   TimerWheel& timerWheel_;
-  std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir_;
-  std::shared_ptr<PimBsrLimits> limits_;
-  LastBsmStore* lastBsmStore_;
-  const BsrPolicy policy_;
-  RandomSource random_;
+  const std::shared_ptr<const AllIntfStatusDir> allIntfStatusDir_;
+  LastBsmStore* const lastBsmStore_;
+  const std::shared_ptr<DeferredDelete> deferred_;
+  const std::shared_ptr<ZoneServices> services_;
+  std::shared_ptr<NeighborPriming> priming_;
 
   bool initialized_ = false;
-  IpGenPrefix globalOrNonScopeZone_;
-  RpSetTotals rpSetTotals_;
-  RpSets rpSets_;
-  LastBsmBudget lastBsmBudget_;
   // Present while initialised, made in this order.
   std::shared_ptr<TrieGen> bsrTrie_;
-  std::unique_ptr<PimBsrTrieBuilderSm> bsrTrieBuilder_;
-  std::unique_ptr<RpSetInstaller> installer_;
-  std::unique_ptr<BsmSender> sender_;
-  std::unique_ptr<RpSetMirror> mirror_;
+  std::shared_ptr<PimBsrTrieBuilderSm> bsrTrieBuilder_;
+  std::shared_ptr<RpSetMirror> mirror_;
+  std::shared_ptr<Advertisers> advertisers_;
 
-  std::map<IntfId, std::unique_ptr<PimIntfReactor>> pimIntf_;
-  std::map<IpGenPrefix, std::unique_ptr<BsrReactor>> bsr_;
-  std::map<IpGenAddr, std::unique_ptr<CrpReactor>> crp_;
+  std::map<IpGenPrefix, std::shared_ptr<AnnouncedHashMaskLen>> bsr_;
   std::map<IpGenPrefix, std::shared_ptr<BsrCandidateSm>> candidateSm_;
   std::map<IpGenPrefix, std::shared_ptr<BsrNonCandidateSm>> nonCandidateSm_;
-  std::map<CrpOptions, std::shared_ptr<RpCandidateSm>> rpCandidateSm_;
   std::shared_ptr<CrpAdvMessage> lastRejected_;  // a message is counted once, whatever its ranges
   std::vector<Subscription> reactors_;
 };

@@ -1,10 +1,10 @@
 #include "bsr/engine/RpCandidateSm.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 #include <vector>
 
+#include "bsr/engine/ZoneServices.h"
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
@@ -19,19 +19,29 @@ constexpr std::uint8_t repetitions = 2;  // after a first advertisement to a new
 
 RpCandidateSm::RpCandidateSm(const CrpOptions& crpOptions, std::shared_ptr<const Status> status,
                              std::shared_ptr<PimCrpMsgStatus> crpMsgStatus,
-                             std::shared_ptr<TrieGen> bsrTrie, TimerWheel& timerWheel)
+                             std::shared_ptr<TrieGen> bsrTrie, TimerWheel& timerWheel,
+                             ZoneServices& services)
     : crpOptions_(crpOptions),
       status_(std::move(status)),
       crpMsgStatus_(std::move(crpMsgStatus)),
       bsrTrie_(std::move(bsrTrie)),
       timerWheel_(timerWheel),
+      services_(services),
       crp_(status_->crp(crpOptions.rpAddress())),
-      crpAdvTimer_(timerWheel, [this] { handleCrpAdvTimerExpiry(); }) {
+      crpAdvTimer_(timerWheel, services.deferred().held([this] { handleCrpAdvTimerExpiry(); })) {
   ROUTING_ASSERT_TEXT(crp_, "crp()");
-  trieReactor_ = bsrTrie_->routeReactor(
-      [this](const IpGenPrefix& zone, TrieEvent event) { handleTrie(zone, event); });
-  intervalReactor_ = crp_->intervalReactor([this] { handleInterval(); });
+  trieReactor_ = bsrTrie_->routeReactor(services.deferred().held(
+      [this](const IpGenPrefix& zone, TrieEvent event) { handleTrie(zone, event); }));
+  intervalReactor_ = crp_->intervalReactor(services.deferred().held([this] { handleInterval(); }));
   handleInitialized();
+}
+
+void RpCandidateSm::retire() {
+  Turn::begin(turns_);
+  initialized_ = false;
+  trieReactor_.reset();
+  intervalReactor_.reset();
+  crpAdvTimer_.expiryIs(never);
 }
 
 void RpCandidateSm::handleInitialized() {
@@ -46,7 +56,7 @@ void RpCandidateSm::handleInitialized() {
 
 // Arms the timer within the back-off; returns the seconds.
 unsigned RpCandidateSm::armSoon() {
-  const unsigned delay = static_cast<unsigned>(std::rand()) % maxBackoff;
+  const unsigned delay = services_.random().draw() % maxBackoff;
   crpAdvTimer_.expiryInIs(delay);
   return delay;
 }
@@ -135,7 +145,9 @@ void RpCandidateSm::handleInterval() {
 void RpCandidateSm::handleCrpAdvTimerExpiry() {
   BSR_TRACE(rpCandidateSm, 9, "");
   if (!initialized_) return;
+  const Turn turn = Turn::begin(turns_);
   doSendCrpAdv(false);
+  if (!turn.goesOn()) return;
   if (crpAdvBackoffCount_ > 0) {
     --crpAdvBackoffCount_;
     const unsigned delay = armSoon();
@@ -151,11 +163,14 @@ void RpCandidateSm::handleCrpAdvTimerExpiry() {
 
 void RpCandidateSm::doSendCrpAdv(bool withdraw) {
   BSR_TRACE(rpCandidateSm, 9, " ( withdraw=", withdraw ? "True" : "False", " )");
+  const DeferredDelete::Hold hold(services_.deferred());
+  const Turn turn = Turn::join(turns_);
   std::vector<std::shared_ptr<const ElectedBsrStatus>> bsrs;
   for (const auto& [zone, bsr] : status_->bootstrapRouter()) {
     if (!bsr->ipAddr().isUnset()) bsrs.push_back(bsr);
   }
   for (const auto& bsr : bsrs) {
+    if (!turn.goesOn()) return;
     const auto set = crpAdvSet_.find(bsr->zone());
     if (set == crpAdvSet_.end() || set->second.empty()) {
       BSR_TRACE(rpCandidateSm, 8,

@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 
+#include "bsr/engine/Turn.h"
 #include "bsr/types/MessageStatus.h"
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
@@ -12,6 +13,8 @@
 #include "platform/trie/TrieGen.h"
 
 namespace Routing::Pim::Bsr {
+
+class ZoneServices;
 
 /// The group prefixes that a candidate RP advertises in one zone.
 using RpCandidatePrefixSet = std::set<IpGenPrefix>;
@@ -24,12 +27,15 @@ class ROUTING_API RpCandidateSm {
   static constexpr std::uint8_t maxPrefixs = 255;
 
   /// The candidate of the options' address must exist in the status. Advertisements are handed over
-  /// through `crpMsgStatus`.
+  /// through `crpMsgStatus`. The wheel and the services must outlive the machine.
   RpCandidateSm(const CrpOptions& crpOptions, std::shared_ptr<const Status> status,
                 std::shared_ptr<PimCrpMsgStatus> crpMsgStatus, std::shared_ptr<TrieGen> bsrTrie,
-                TimerWheel& timerWheel);
+                TimerWheel& timerWheel, ZoneServices& services);
   RpCandidateSm(const RpCandidateSm&) = delete;
   RpCandidateSm& operator=(const RpCandidateSm&) = delete;
+
+  /// The machine sends nothing from here on.
+  void retire();
 
   const CrpOptions& crpOptions() const { return crpOptions_; }
   const std::map<IpGenPrefix, RpCandidatePrefixSet>& crpAdvSet() const { return crpAdvSet_; }
@@ -67,10 +73,12 @@ class ROUTING_API RpCandidateSm {
   std::shared_ptr<PimCrpMsgStatus> crpMsgStatus_;
   std::shared_ptr<TrieGen> bsrTrie_;
   TimerWheel& timerWheel_;
+  ZoneServices& services_;
   std::shared_ptr<const RpCandidate> crp_;
   std::map<IpGenPrefix, RpCandidatePrefixSet> crpAdvSet_;  // by zone
   std::uint8_t crpAdvBackoffCount_ = 0;                    // fast repetitions still to send
   bool initialized_ = false;
+  std::uint64_t turns_ = 0;
   Timer crpAdvTimer_;
   Subscription trieReactor_;
   Subscription intervalReactor_;

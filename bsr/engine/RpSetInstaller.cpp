@@ -15,29 +15,32 @@ struct RpSetInstaller::Range {
   RpHashMaskLen hashMaskLen;
   bool refresh;
   bool reassembled;
+  const Turn* turn;
 };
 
 RpSetInstaller::RpSetInstaller(const VrfName& vrfName, RpSets& rpSets,
-                               std::shared_ptr<PimBsrLimits> limits, TimerWheel& timerWheel)
+                               std::shared_ptr<PimBsrLimits> limits, TimerWheel& timerWheel,
+                               DeferredDelete& deferred)
     : vrfName_(vrfName),
       rpSets_(rpSets),
       timerWheel_(timerWheel),
-      reassembly_(vrfName, timerWheel, std::move(limits)) {}
+      reassembly_(vrfName, timerWheel, std::move(limits), deferred) {}
 
-void RpSetInstaller::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm,
-                                bool refresh) {
+void RpSetInstaller::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh,
+                                const Turn* turn) {
   BSR_TRACE(sm, 9, " ( zone=", zone, ", bsm=", bsm, ", refresh=", refresh ? "True" : "False", " )");
   const RpHashMaskLen hashMaskLen(bsm.hashMaskLen());
   for (const BootstrapGroupData& group : bsm.groupRpData()) {
+    if (!goesOn(turn)) return;
     const bool fragmented = group.fragRpCount() != 0 && group.fragRpCount() != group.rpCount();
     // A refresh replays one saved message: what is missing from it will not come.
     if (!fragmented || refresh) {
-      install({zone, group, group.rpList(), hashMaskLen, refresh, false});
+      install({zone, group, group.rpList(), hashMaskLen, refresh, false, turn});
       continue;
     }
     const auto complete = reassembly_.add(bsm.fragmentTag(), group);
     if (!complete) continue;
-    install({zone, group, *complete, hashMaskLen, refresh, true});
+    install({zone, group, *complete, hashMaskLen, refresh, true, turn});
     BSR_TRACE(sm, 1, "Fragments related to ", group.prefix(), " from fragment tag ",
               bsm.fragmentTag(), " processed");
     reassembly_.processed(bsm.fragmentTag(), group.prefix());
@@ -54,6 +57,7 @@ void RpSetInstaller::install(const Range& range) {
     if (range.rps.empty()) newCrpSet(range);
   }
   for (const auto& [address, data] : range.rps) {
+    if (!goesOn(range.turn)) return;
     if (data.rpHoldtime() != 0) {
       announce(range, address, data);
     } else {

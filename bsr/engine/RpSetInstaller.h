@@ -4,6 +4,8 @@
 
 #include "bsr/engine/BsmReassembly.h"
 #include "bsr/engine/RpSets.h"
+#include "bsr/engine/Turn.h"
+#include "bsr/types/DeferredDelete.h"
 #include "bsr/types/Limits.h"
 #include "platform/Export.h"
 #include "platform/pim/BootstrapMessage.h"
@@ -17,12 +19,16 @@ namespace Routing::Pim::Bsr {
 class ROUTING_API RpSetInstaller {
  public:
   RpSetInstaller(const VrfName& vrfName, RpSets& rpSets, std::shared_ptr<PimBsrLimits> limits,
-                 TimerWheel& timerWheel);
+                 TimerWheel& timerWheel, DeferredDelete& deferred);
 
   /// Installs a message's mappings for a zone. A refresh touches only what exists already; it still
   /// removes RPs that are announced with hold time 0. A hash mask length above 128 raises
-  /// RangeError before anything is written.
-  void storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh);
+  /// RangeError before anything is written. Stops before the next RP if `turn` is there and was
+  /// overtaken.
+  void storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh,
+                  const Turn* turn = nullptr);
+  /// Nothing more is installed, not even of the present message.
+  void end() { ended_ = true; }
 
   BsmReassembly& reassembly() { return reassembly_; }
 
@@ -35,12 +41,14 @@ class ROUTING_API RpSetInstaller {
   std::shared_ptr<RpCandidateSet> crpSet(const Range& range) const;
   std::shared_ptr<RpCandidateSet> newCrpSet(const Range& range);
   std::shared_ptr<RpEntry> rpEntry(const Range& range, const IpGenAddr& address);
+  bool goesOn(const Turn* turn) const { return !ended_ && (turn == nullptr || turn->goesOn()); }
   const VrfName& vrfName() const { return vrfName_; }
 
   VrfName vrfName_;
   RpSets& rpSets_;
   TimerWheel& timerWheel_;
   BsmReassembly reassembly_;
+  bool ended_ = false;
 };
 
 }  // namespace Routing::Pim::Bsr

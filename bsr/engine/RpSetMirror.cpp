@@ -8,6 +8,43 @@
 
 namespace Routing::Pim::Bsr {
 
+namespace {
+
+/// The keys of a collection as it is now: the host may change it while they are walked.
+template <class Collection>
+auto keysOf(const Collection& collection) {
+  std::vector<typename Collection::key_type> keys;
+  for (const auto& [key, value] : collection) keys.push_back(key);
+  return keys;
+}
+
+/// True if there is a reactor for just this entity: an entry that was deleted may be back already,
+/// made by a reactor of the host, before its deletion is told.
+template <class Map, class Key, class Entity>
+bool watched(const Map& map, const Key& key, const std::shared_ptr<Entity>& entity) {
+  const auto it = map.find(key);
+  return it == map.end() ? !entity : it->second->entity() == entity;
+}
+
+/// Takes an element out of a map of reactors, makes it inert and frees it once it is safe.
+template <class Map, class Key>
+bool retireFrom(Map& map, const Key& key, DeferredDelete& deferred) {
+  const auto it = map.find(key);
+  if (it == map.end()) return false;
+  auto reactor = std::move(it->second);
+  map.erase(it);
+  reactor->retire();
+  deferred.take(std::move(reactor));
+  return true;
+}
+
+template <class Map>
+void retireAll(Map& map, DeferredDelete& deferred) {
+  for (const auto& key : keysOf(map)) retireFrom(map, key, deferred);
+}
+
+}  // namespace
+
 /// One RP of one range of one zone. An entry whose expiry is not set yet is still being written.
 class RpSetMirror::RpReactor {
  public:
@@ -17,20 +54,28 @@ class RpSetMirror::RpReactor {
         zone_(zone),
         prefix_(prefix),
         rp_(std::move(rp)),
-        holdTimer_(mirror.timerWheel_, [this] { handleHoldtimeExpired(); }) {
-    ++mirror_.totals_.rps;
-    changes_ = rp_->anyReactor([this](std::size_t attribute) { handleChange(attribute); });
-    handleChange(RpEntry::Attr::expiryTime);
+        holdTimer_(mirror.timerWheel_,
+                   mirror.services_.deferred().held([this] { handleHoldtimeExpired(); })) {
+    ++mirror_.services_.rpSetTotals().rps;
+    changes_ = rp_->anyReactor(mirror.services_.deferred().held(
+        [this](std::size_t attribute) { handleChange(attribute); }));
   }
-  ~RpReactor() { --mirror_.totals_.rps; }
   RpReactor(const RpReactor&) = delete;
   RpReactor& operator=(const RpReactor&) = delete;
+
+  const std::shared_ptr<RpEntry>& entity() const { return rp_; }
+  void start() { handleChange(RpEntry::Attr::expiryTime); }
+  void retire() {
+    --mirror_.services_.rpSetTotals().rps;
+    changes_.reset();
+    holdTimer_.expiryIs(never);
+  }
 
  private:
   void handleChange(std::size_t attribute) {
     if (rp_->expiryTime() == 0.0) return;
     if (attribute == RpEntry::Attr::expiryTime) setHoldtimer();
-    mirror_.mirror(zone_, prefix_, *rp_);
+    mirror_.mirror(zone_, prefix_, rp_);
   }
   void setHoldtimer();
   void handleHoldtimeExpired();
@@ -49,13 +94,22 @@ class RpSetMirror::SetReactor {
  public:
   SetReactor(RpSetMirror& mirror, const IpGenPrefix& zone, std::shared_ptr<RpCandidateSet> set)
       : mirror_(mirror), zone_(zone), set_(std::move(set)) {
-    ++mirror_.totals_.groups;
-    rpSubscription_ = set_->rpReactor([this](const IpGenAddr& rp) { handleRp(rp); });
-    for (const auto& [address, rp] : set_->rp()) handleRp(address);
+    ++mirror_.services_.rpSetTotals().groups;
+    rpSubscription_ = set_->rpReactor(
+        mirror.services_.deferred().held([this](const IpGenAddr& rp) { handleRp(rp); }));
   }
-  ~SetReactor() { --mirror_.totals_.groups; }
   SetReactor(const SetReactor&) = delete;
   SetReactor& operator=(const SetReactor&) = delete;
+
+  const std::shared_ptr<RpCandidateSet>& entity() const { return set_; }
+  void start() {
+    for (const IpGenAddr& address : keysOf(set_->rp())) handleRp(address);
+  }
+  void retire() {
+    --mirror_.services_.rpSetTotals().groups;
+    rpSubscription_.reset();
+    retireAll(rp_, mirror_.services_.deferred());
+  }
 
  private:
   void handleRp(const IpGenAddr& address);
@@ -65,7 +119,7 @@ class RpSetMirror::SetReactor {
   RpSetMirror& mirror_;
   const IpGenPrefix& zone_;
   std::shared_ptr<RpCandidateSet> set_;
-  std::map<IpGenAddr, std::unique_ptr<RpReactor>> rp_;
+  std::map<IpGenAddr, std::shared_ptr<RpReactor>> rp_;
   Subscription rpSubscription_;
 };
 
@@ -74,11 +128,19 @@ class RpSetMirror::ZoneReactor {
  public:
   ZoneReactor(RpSetMirror& mirror, std::shared_ptr<PimBsrRpCandidateStatus> zoneStatus)
       : mirror_(mirror), zoneStatus_(std::move(zoneStatus)) {
-    statusSubscription_ = zoneStatus_->statusReactor([this] { handleStatus(); });
-    handleStatus();
+    statusSubscription_ =
+        zoneStatus_->statusReactor(mirror.services_.deferred().held([this] { handleStatus(); }));
   }
   ZoneReactor(const ZoneReactor&) = delete;
   ZoneReactor& operator=(const ZoneReactor&) = delete;
+
+  const std::shared_ptr<PimBsrRpCandidateStatus>& entity() const { return zoneStatus_; }
+  void start() { handleStatus(); }
+  void retire() {
+    statusSubscription_.reset();
+    setSubscription_.reset();
+    retireAll(set_, mirror_.services_.deferred());
+  }
 
  private:
   const IpGenPrefix& zone() const { return zoneStatus_->zone(); }
@@ -89,7 +151,8 @@ class RpSetMirror::ZoneReactor {
 
   RpSetMirror& mirror_;
   std::shared_ptr<PimBsrRpCandidateStatus> zoneStatus_;
-  std::map<IpGenPrefix, std::unique_ptr<SetReactor>> set_;
+  std::shared_ptr<RpCandidateStatus> status_;  // whose sets are watched
+  std::map<IpGenPrefix, std::shared_ptr<SetReactor>> set_;
   Subscription statusSubscription_;
   Subscription setSubscription_;
 };
@@ -101,20 +164,20 @@ void RpSetMirror::RpReactor::setHoldtimer() {
 }
 
 void RpSetMirror::RpReactor::handleHoldtimeExpired() {
+  if (mirror_.withdraw_(zone_, *rp_)) return;
   BSR_TRACE(sm, 4, "Deleting RP ", rp_->address(), " from prefix ", prefix_, " and zone ", zone_);
-  // The deletion ends this reactor.
-  const auto set = mirror_.rpSets_.find(zone_, prefix_);
-  const IpGenAddr address = rp_->address();
-  if (set) set->rpDel(address);
+  const auto set = mirror_.services_.rpSets().find(zone_, prefix_);
+  if (set) set->rpDel(rp_->address());  // retires this reactor
 }
 
 void RpSetMirror::SetReactor::handleRp(const IpGenAddr& address) {
-  if (const auto& rp = set_->rp(address)) {
-    auto& reactor = rp_[address];
-    if (!reactor) reactor = std::make_unique<RpReactor>(mirror_, zone_, set_->prefix(), rp);
-  } else if (rp_.erase(address) > 0) {
-    handleRpDel(address);
-  }
+  const auto rp = set_->rp(address);
+  if (watched(rp_, address, rp)) return;
+  if (retireFrom(rp_, address, mirror_.services_.deferred())) handleRpDel(address);
+  if (!rp) return;
+  const auto reactor = std::make_shared<RpReactor>(mirror_, zone_, set_->prefix(), rp);
+  rp_[address] = reactor;
+  reactor->start();
 }
 
 void RpSetMirror::SetReactor::handleRpDel(const IpGenAddr& address) {
@@ -122,79 +185,87 @@ void RpSetMirror::SetReactor::handleRpDel(const IpGenAddr& address) {
   mirror_.unmirrorRp(zone_, prefix, address);
   if (!set_->rp().empty()) return;
   const auto zoneStatus = mirror_.bsrStatus_->crpStatus(zone_);
-  if (!zoneStatus || !zoneStatus->status()) {
+  const auto status = zoneStatus ? zoneStatus->status() : nullptr;
+  if (!status) {
     BSR_TRACE(sm, 8, "Nothing to do since the Crp Zone has already been deleted ");
-  } else if (zoneStatus->status()->crpSet(prefix) == set_) {
+  } else if (status->crpSet(prefix) == set_) {
     BSR_TRACE(sm, 4, "Deleted rpset for prefix ", prefix, " in zone ", zone_);
-    zoneStatus->status()->crpSetDel(prefix);  // ends this reactor
+    status->crpSetDel(prefix);  // retires this reactor
   }
 }
 
 void RpSetMirror::ZoneReactor::handleStatus() {
-  const auto& status = zoneStatus_->status();
-  if (!status) return;
-  setSubscription_ =
-      status->crpSetReactor([this](const IpGenPrefix& prefix) { handleSet(prefix); });
-  for (const auto& [prefix, set] : status->crpSet()) handleSet(prefix);
+  retireAll(set_, mirror_.services_.deferred());
+  status_ = zoneStatus_->status();
+  setSubscription_.reset();
+  if (!status_) return;
+  setSubscription_ = status_->crpSetReactor(
+      mirror_.services_.deferred().held([this](const IpGenPrefix& prefix) { handleSet(prefix); }));
+  for (const IpGenPrefix& prefix : keysOf(status_->crpSet())) handleSet(prefix);
 }
 
 void RpSetMirror::ZoneReactor::handleSet(const IpGenPrefix& prefix) {
-  if (const auto& set = zoneStatus_->status()->crpSet(prefix)) {
-    auto& reactor = set_[prefix];
-    if (!reactor) reactor = std::make_unique<SetReactor>(mirror_, zone(), set);
-  } else if (set_.erase(prefix) > 0) {
-    handleSetDel(prefix);
-  }
+  const auto set = status_->crpSet(prefix);
+  if (watched(set_, prefix, set)) return;
+  if (retireFrom(set_, prefix, mirror_.services_.deferred())) handleSetDel(prefix);
+  if (!set) return;
+  const auto reactor = std::make_shared<SetReactor>(mirror_, zone(), set);
+  set_[prefix] = reactor;
+  reactor->start();
 }
 
 void RpSetMirror::ZoneReactor::handleSetDel(const IpGenPrefix& prefix) {
   mirror_.unmirrorSet(zone(), prefix);
-  if (!zoneStatus_->status()->crpSet().empty()) return;
+  if (!status_->crpSet().empty()) return;
   if (mirror_.bsrStatus_->crpStatus(zone()) != zoneStatus_) return;
   BSR_TRACE(sm, 4, "Deleted zone ", zone(), " RP set ");
-  mirror_.bsrStatus_->crpStatusDel(zone());  // ends this reactor
+  mirror_.bsrStatus_->crpStatusDel(zone());  // retires this reactor
 }
 
 RpSetMirror::RpSetMirror(std::shared_ptr<Status> bsrStatus,
-                         std::shared_ptr<RpCandidateStatus> rpCandidateStatus, const RpSets& rpSets,
-                         RpSetTotals& totals, TimerWheel& timerWheel, TrieGen& bsrTrie)
+                         std::shared_ptr<RpCandidateStatus> rpCandidateStatus,
+                         ZoneServices& services, TimerWheel& timerWheel, TrieGen& bsrTrie,
+                         Withdraw withdraw)
     : bsrStatus_(std::move(bsrStatus)),
       rpCandidateStatus_(std::move(rpCandidateStatus)),
-      rpSets_(rpSets),
-      totals_(totals),
+      services_(services),
       timerWheel_(timerWheel),
-      bsrTrie_(bsrTrie) {
-  zoneSubscription_ =
-      bsrStatus_->crpStatusReactor([this](const IpGenPrefix& zone) { handleZone(zone); });
-  trieSubscription_ =
-      bsrTrie_.routeReactor([this](const IpGenPrefix& zone, TrieEvent) { handleTrie(zone); });
-  for (const auto& [zone, status] : bsrStatus_->crpStatus()) handleZone(zone);
+      bsrTrie_(bsrTrie),
+      withdraw_(std::move(withdraw)) {
+  DeferredDelete& deferred = services.deferred();
+  zoneSubscription_ = bsrStatus_->crpStatusReactor(
+      deferred.held([this](const IpGenPrefix& zone) { handleZone(zone); }));
+  trieSubscription_ = bsrTrie_.routeReactor(
+      deferred.held([this](const IpGenPrefix& zone, TrieEvent) { handleTrie(zone); }));
+  for (const IpGenPrefix& zone : keysOf(bsrStatus_->crpStatus())) handleZone(zone);
   dropOrphans();
 }
 
 // What an earlier run left in PIM's set and no zone accounts for now would never expire.
 void RpSetMirror::dropOrphans() {
-  std::vector<IpGenPrefix> orphans;
-  for (const auto& [prefix, set] : rpCandidateStatus_->crpSet()) {
-    if (!owner_.contains(prefix)) orphans.push_back(prefix);
+  for (const IpGenPrefix& prefix : keysOf(rpCandidateStatus_->crpSet())) {
+    if (!owner_.contains(prefix)) rpCandidateStatus_->crpSetDel(prefix);
   }
-  for (const IpGenPrefix& prefix : orphans) rpCandidateStatus_->crpSetDel(prefix);
+}
+
+void RpSetMirror::retire() {
+  zoneSubscription_.reset();
+  trieSubscription_.reset();
+  retireAll(zone_, services_.deferred());
 }
 
 RpSetMirror::~RpSetMirror() = default;
 
 void RpSetMirror::handleZone(const IpGenPrefix& zone) {
-  if (const auto& zoneStatus = bsrStatus_->crpStatus(zone)) {
-    auto& reactor = zone_[zone];
-    if (!reactor) reactor = std::make_unique<ZoneReactor>(*this, zoneStatus);
-    return;
+  const auto zoneStatus = bsrStatus_->crpStatus(zone);
+  if (watched(zone_, zone, zoneStatus)) return;
+  if (retireFrom(zone_, zone, services_.deferred())) {
+    for (const IpGenPrefix& prefix : keysOf(owner_)) unmirrorSet(zone, prefix);
   }
-  zone_.erase(zone);
-  std::vector<IpGenPrefix> left;
-  for (const auto& [prefix, owner] : owner_) {
-    if (owner == zone) left.push_back(prefix);
-  }
-  for (const IpGenPrefix& prefix : left) unmirrorSet(zone, prefix);
+  if (!zoneStatus || zone_.contains(zone)) return;
+  const auto reactor = std::make_shared<ZoneReactor>(*this, zoneStatus);
+  zone_[zone] = reactor;
+  reactor->start();
 }
 
 // A zone gained or lost its BSR: ranges inside it may have another most specific zone now.
@@ -218,7 +289,7 @@ void RpSetMirror::settle(const IpGenPrefix& prefix) {
   if (match.isNone()) return;
   const auto owner = owner_.find(prefix);
   if (owner != owner_.end() && owner->second == match) return;
-  const auto set = rpSets_.find(match, prefix);
+  const auto set = services_.rpSets().find(match, prefix);
   if (set && !set->rp().empty()) {
     mirrorSet(match, *set);
   } else if (owner != owner_.end() && owner->second.contains(match)) {
@@ -231,15 +302,21 @@ bool RpSetMirror::owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const
   return it != owner_.end() && it->second == zone;
 }
 
-void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp) {
+// Whether a zone says what PIM is to know of a range whose most specific zone is `match`.
+bool RpSetMirror::servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) const {
+  return match == zone || (match.isNone() && services_.policy().earlyView);
+}
+
+void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
+                         const std::shared_ptr<RpEntry>& rp) {
   const IpGenPrefix match = bsrTrie_.longestMatch(prefix);
-  if (match != zone) {
+  if (!servesPim(zone, match)) {
     BSR_TRACE(sm, 8, "Not updating RpCandidateStatus since our zone ", zone,
               " does not match the longest prefix match ", match, " for prefix ", prefix);
     return;
   }
   if (!owns(zone, prefix)) {
-    if (const auto set = rpSets_.find(zone, prefix)) mirrorSet(zone, *set);
+    if (const auto rpSet = services_.rpSets().find(zone, prefix)) mirrorSet(zone, *rpSet);
     return;
   }
   auto set = rpCandidateStatus_->crpSet(prefix);
@@ -247,34 +324,33 @@ void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, con
     BSR_TRACE(sm, 5, "Forced creation of crpSet with prefix ", prefix, " in rpCandidateStatus");
     set = rpCandidateStatus_->newCrpSet(prefix);
   }
-  auto copy = set->rp(rp.address());
+  auto copy = set->rp(rp->address());
   if (!copy) {
-    BSR_TRACE(sm, 5, "Forced creation of RP ", rp.address(), " in Rp Set for prefix ", prefix,
+    BSR_TRACE(sm, 5, "Forced creation of RP ", rp->address(), " in Rp Set for prefix ", prefix,
               " in zone ", zone);
-    copy = set->newRp(rp.address());
+    copy = set->newRp(rp->address());
   }
-  copy->modeIs(rp.mode());
-  copy->priorityIs(rp.priority());
-  copy->holdTimeIs(rp.holdTime());
-  copy->hashMaskLenIs(rp.hashMaskLen());
-  copy->setupTimeIs(rp.setupTime());
-  copy->expiryTimeIs(rp.expiryTime());
+  copy->modeIs(rp->mode());
+  copy->priorityIs(rp->priority());
+  copy->holdTimeIs(rp->holdTime());
+  copy->hashMaskLenIs(rp->hashMaskLen());
+  copy->setupTimeIs(rp->setupTime());
+  copy->expiryTimeIs(rp->expiryTime());
 }
 
 // The zone takes a range over: what others put there goes, what it has comes.
 void RpSetMirror::mirrorSet(const IpGenPrefix& zone, const RpCandidateSet& set) {
   const IpGenPrefix& prefix = set.prefix();
   owner_[prefix] = zone;
-  for (const auto& [address, rp] : set.rp()) {
-    if (rp->expiryTime() != 0.0) mirror(zone, prefix, *rp);
+  for (const IpGenAddr& address : keysOf(set.rp())) {
+    const auto rp = set.rp(address);
+    if (rp && rp->expiryTime() != 0.0) mirror(zone, prefix, rp);
   }
   const auto mirrored = rpCandidateStatus_->crpSet(prefix);
   if (!mirrored) return;
-  std::vector<IpGenAddr> foreign;
-  for (const auto& [address, rp] : mirrored->rp()) {
-    if (!set.rp(address)) foreign.push_back(address);
+  for (const IpGenAddr& address : keysOf(mirrored->rp())) {
+    if (!set.rp(address)) mirrored->rpDel(address);
   }
-  for (const IpGenAddr& address : foreign) mirrored->rpDel(address);
 }
 
 void RpSetMirror::unmirrorRp(const IpGenPrefix& zone, const IpGenPrefix& prefix,

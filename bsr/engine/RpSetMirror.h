@@ -1,9 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 
-#include "bsr/engine/RpSets.h"
+#include "bsr/engine/ZoneServices.h"
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
 #include "platform/time/TimerWheel.h"
@@ -21,13 +22,20 @@ namespace Routing::Pim::Bsr {
 /// construction: what no zone accounts for goes.
 class ROUTING_API RpSetMirror {
  public:
-  /// Keeps `totals` up to date; it, the sets, the wheel and the trie must outlive the mirror.
+  /// Withdraws an RP of a zone whose hold time has ended, if there is somebody to do it; false if
+  /// not: the RP is then deleted.
+  using Withdraw = std::function<bool(const IpGenPrefix& zone, RpEntry& rp)>;
+
+  /// Keeps the services' totals up to date; they, the wheel and the trie must outlive the mirror.
   RpSetMirror(std::shared_ptr<Status> bsrStatus,
-              std::shared_ptr<RpCandidateStatus> rpCandidateStatus, const RpSets& rpSets,
-              RpSetTotals& totals, TimerWheel& timerWheel, TrieGen& bsrTrie);
+              std::shared_ptr<RpCandidateStatus> rpCandidateStatus, ZoneServices& services,
+              TimerWheel& timerWheel, TrieGen& bsrTrie, Withdraw withdraw);
   RpSetMirror(const RpSetMirror&) = delete;
   RpSetMirror& operator=(const RpSetMirror&) = delete;
   ~RpSetMirror();
+
+  /// Watches nothing any more.
+  void retire();
 
  private:
   class ZoneReactor;
@@ -39,7 +47,9 @@ class ROUTING_API RpSetMirror {
   void handleTrie(const IpGenPrefix& zone);
   void settle(const IpGenPrefix& prefix);
   bool owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;
-  void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp);
+  bool servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) const;
+  void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
+              const std::shared_ptr<RpEntry>& rp);
   void mirrorSet(const IpGenPrefix& zone, const RpCandidateSet& set);
   void unmirrorRp(const IpGenPrefix& zone, const IpGenPrefix& prefix, const IpGenAddr& rp);
   void unmirrorSet(const IpGenPrefix& zone, const IpGenPrefix& prefix);
@@ -47,12 +57,12 @@ class ROUTING_API RpSetMirror {
 
   std::shared_ptr<Status> bsrStatus_;
   std::shared_ptr<RpCandidateStatus> rpCandidateStatus_;
-  const RpSets& rpSets_;
-  RpSetTotals& totals_;
+  ZoneServices& services_;
   TimerWheel& timerWheel_;
   TrieGen& bsrTrie_;
+  const Withdraw withdraw_;
   std::map<IpGenPrefix, IpGenPrefix> owner_;  // mirrored range -> zone that put it there
-  std::map<IpGenPrefix, std::unique_ptr<ZoneReactor>> zone_;
+  std::map<IpGenPrefix, std::shared_ptr<ZoneReactor>> zone_;
   Subscription zoneSubscription_;
   Subscription trieSubscription_;
 };

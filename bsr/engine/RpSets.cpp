@@ -1,7 +1,6 @@
 #include "bsr/engine/RpSets.h"
 
 #include <utility>
-#include <vector>
 
 #include "bsr/types/Traces.h"
 
@@ -16,6 +15,14 @@ std::shared_ptr<RpCandidateSet> RpSets::find(const IpGenPrefix& zone,
   const auto& zoneStatus = bsrStatus_->crpStatus(zone);
   if (!zoneStatus || !zoneStatus->status()) return nullptr;
   return zoneStatus->status()->crpSet(prefix);
+}
+
+std::vector<std::shared_ptr<RpCandidateSet>> RpSets::ofZone(const IpGenPrefix& zone) const {
+  std::vector<std::shared_ptr<RpCandidateSet>> sets;
+  const auto& zoneStatus = bsrStatus_->crpStatus(zone);
+  if (!zoneStatus || !zoneStatus->status()) return sets;
+  for (const auto& [prefix, rpSet] : zoneStatus->status()->crpSet()) sets.push_back(rpSet);
+  return sets;
 }
 
 bool RpSets::roomForSet(const IpGenPrefix& zone, const IpGenPrefix& prefix) {
@@ -40,13 +47,11 @@ std::shared_ptr<RpCandidateSet> RpSets::create(const IpGenPrefix& zone, const Ip
 }
 
 void RpSets::forgetEmpty(const IpGenPrefix& zone) {
-  const auto zoneStatus = bsrStatus_->crpStatus(zone);
-  if (!zoneStatus || !zoneStatus->status()) return;
-  std::vector<IpGenPrefix> empty;
-  for (const auto& [prefix, rpSet] : zoneStatus->status()->crpSet()) {
-    if (rpSet->rp().empty()) empty.push_back(prefix);
+  for (const auto& rpSet : ofZone(zone)) {
+    const auto zoneStatus = bsrStatus_->crpStatus(zone);
+    const auto status = zoneStatus ? zoneStatus->status() : nullptr;
+    if (status && rpSet->rp().empty()) status->crpSetDel(rpSet->prefix());
   }
-  for (const IpGenPrefix& prefix : empty) zoneStatus->status()->crpSetDel(prefix);
 }
 
 }  // namespace Routing::Pim::Bsr

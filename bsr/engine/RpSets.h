@@ -1,12 +1,17 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <vector>
 
 #include "bsr/types/Limits.h"
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
 
 namespace Routing::Pim::Bsr {
+
+/// RPs of one range that a Bootstrap message can tell of: its count fields have 8 bits.
+constexpr std::size_t maxRpsOfRange = 255;
 
 /// How many group ranges and RPs the RP sets of all zones hold together.
 struct RpSetTotals {
@@ -23,6 +28,9 @@ class ROUTING_API RpSets {
 
   /// The set of a group range in a zone; null if there is none.
   std::shared_ptr<RpCandidateSet> find(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;
+
+  /// The sets of all ranges of a zone, in the order of their prefixes.
+  std::vector<std::shared_ptr<RpCandidateSet>> ofZone(const IpGenPrefix& zone) const;
 
   /// False, counted and traced, if the bounds leave no room for one more.
   bool roomForSet(const IpGenPrefix& zone, const IpGenPrefix& prefix);

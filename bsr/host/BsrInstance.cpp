@@ -1,5 +1,7 @@
 #include "bsr/host/BsrInstance.h"
 
+#include <utility>
+
 #include "bsr/config/ConfigSm.h"
 #include "bsr/engine/PimBsrSm.h"
 #include "bsr/intake/BootstrapMessageSm.h"
@@ -13,18 +15,20 @@ namespace Routing::Pim::Bsr {
 // what was deconfigured meanwhile.
 BsrInstance::BsrInstance(const BsrInputs& inputs)
     : inputs_(inputs),
+      deferred_(std::make_shared<DeferredDelete>()),
       bsmStatus_(std::make_shared<PimBsmStatus>()),
       crpMsgStatus_(std::make_shared<PimCrpMsgStatus>()),
-      bsmIntake_(std::make_unique<BootstrapMessageSm>(inputs.pamManager, inputs.status, bsmStatus_,
+      bsmIntake_(std::make_shared<BootstrapMessageSm>(inputs.pamManager, inputs.status, bsmStatus_,
                                                       inputs.pamManager->bsmRxInfo(),
-                                                      *inputs.timerWheel)),
-      crpIntake_(std::make_unique<CrpMessageSm>(inputs.pamManager, inputs.status, crpMsgStatus_,
+                                                      *inputs.timerWheel, deferred_)),
+      crpIntake_(std::make_shared<CrpMessageSm>(inputs.pamManager, inputs.status, crpMsgStatus_,
                                                 inputs.pamManager->crpRxInfo(),
-                                                inputs.ucastRouteStatus)),
-      engine_(std::make_unique<PimBsrSm>(
-          inputs.status, inputs.pimStatus, bsmStatus_, crpMsgStatus_, inputs.rpCandidateStatus,
-          *inputs.timerWheel, inputs.allIntfStatusDir,
-          EngineOptions{inputs.limits, bsmIntake_.get(), inputs.policy, inputs.random})) {
+                                                inputs.ucastRouteStatus, deferred_)),
+      engine_(std::make_shared<PimBsrSm>(inputs.status, inputs.pimStatus, bsmStatus_, crpMsgStatus_,
+                                         inputs.rpCandidateStatus, *inputs.timerWheel,
+                                         inputs.allIntfStatusDir,
+                                         EngineOptions{inputs.limits, bsmIntake_.get(),
+                                                       inputs.policy, inputs.random, deferred_})) {
   if (inputs.config) {
     configSm_ = std::make_unique<ConfigSm>(inputs.config, inputs.vrfIntfConfig, inputs.clearConfig,
                                            inputs.status, inputs.pamManager->counters(),
@@ -36,6 +40,16 @@ BsrInstance::BsrInstance(const BsrInputs& inputs)
   }
 }
 
-BsrInstance::~BsrInstance() = default;
+// The engine uses the intake to the end: it goes first.
+BsrInstance::~BsrInstance() {
+  zeuSm_.reset();
+  configSm_.reset();
+  engine_->retire();
+  crpIntake_->retire();
+  bsmIntake_->retire();
+  deferred_->take(std::move(engine_));
+  deferred_->take(std::move(crpIntake_));
+  deferred_->take(std::move(bsmIntake_));
+}
 
 }  // namespace Routing::Pim::Bsr

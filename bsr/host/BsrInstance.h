@@ -4,6 +4,7 @@
 
 #include "bsr/types/BsrPolicy.h"
 #include "bsr/types/Config.h"
+#include "bsr/types/DeferredDelete.h"
 #include "bsr/types/Limits.h"
 #include "bsr/types/MessageStatus.h"
 #include "bsr/types/Status.h"
@@ -54,7 +55,8 @@ struct BsrInputs {
 };
 
 /// The mechanism in one VRF and address family: its machines, built in the order that their
-/// hand-overs need and destroyed in reverse. Destruction changes nothing in the status.
+/// hand-overs need and destroyed in reverse. Destruction changes nothing in the status, and is
+/// legal at any time, in a reactor too: nothing of the instance is used afterwards.
 class ROUTING_API BsrInstance {
  public:
   explicit BsrInstance(const BsrInputs& inputs);
@@ -75,11 +77,12 @@ class ROUTING_API BsrInstance {
 
  private:
   BsrInputs inputs_;
+  std::shared_ptr<DeferredDelete> deferred_;
   std::shared_ptr<PimBsmStatus> bsmStatus_;
   std::shared_ptr<PimCrpMsgStatus> crpMsgStatus_;
-  std::unique_ptr<BootstrapMessageSm> bsmIntake_;
-  std::unique_ptr<CrpMessageSm> crpIntake_;
-  std::unique_ptr<PimBsrSm> engine_;
+  std::shared_ptr<BootstrapMessageSm> bsmIntake_;
+  std::shared_ptr<CrpMessageSm> crpIntake_;
+  std::shared_ptr<PimBsrSm> engine_;
   std::unique_ptr<ConfigSm> configSm_;
   std::unique_ptr<ZeuSm> zeuSm_;
 };

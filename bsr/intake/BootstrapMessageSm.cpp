@@ -24,7 +24,8 @@ struct BootstrapMessageSm::Received {
 BootstrapMessageSm::BootstrapMessageSm(std::shared_ptr<PamManager> pamManager,
                                        std::shared_ptr<Status> bsrStatus,
                                        std::shared_ptr<PimBsmStatus> bsmStatus,
-                                       std::shared_ptr<MessageInfo> bsmInfo, TimerWheel& timerWheel)
+                                       std::shared_ptr<MessageInfo> bsmInfo, TimerWheel& timerWheel,
+                                       std::shared_ptr<DeferredDelete> deferred)
     : pamManager_(std::move(pamManager)),
       bsrStatus_(std::move(bsrStatus)),
       bsmStatus_(std::move(bsmStatus)),
@@ -32,11 +33,18 @@ BootstrapMessageSm::BootstrapMessageSm(std::shared_ptr<PamManager> pamManager,
       timerWheel_(timerWheel) {
   ROUTING_ASSERT_TEXT(bsrStatus_, "bsrStatus()");
   counters_ = bsrStatus_->counters();
+  if (!deferred) deferred = std::make_shared<DeferredDelete>();
   reactors_.push_back(bsrStatus_->countersReactor([this] { counters_ = bsrStatus_->counters(); }));
-  reactors_.push_back(bsmStatus_->writeCountReactor([this] { handleTransmission(); }));
-  reactors_.push_back(bsmInfo_->countReactor([this] { handleBootstrapMessage(); }));
+  reactors_.push_back(
+      bsmStatus_->writeCountReactor(deferred->held([this] { handleTransmission(); })));
+  reactors_.push_back(bsmInfo_->countReactor(deferred->held([this] { handleBootstrapMessage(); })));
   handleBootstrapMessage();
   handleInitialize();
+}
+
+void BootstrapMessageSm::retire() {
+  initialized_ = false;
+  reactors_.clear();
 }
 
 void BootstrapMessageSm::handleInitialize() {
@@ -116,7 +124,8 @@ bool BootstrapMessageSm::quickRefreshAllowed(const Received& rx) {
   const auto last = lastBsm(rx.zone);
   const double sinceStartup = timerWheel_.now() - startupTime_;
   const std::uint32_t period = bsPeriod(rx.zone);
-  if (!last && sinceStartup <= period) return true;
+  const bool quick = !last || furtherFragment(*rx.bsm, *last);
+  if (quick && sinceStartup <= period) return true;
   if (last) {
     BSR_TRACE(io, 1, "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. ",
               "lastBsm=", *last, ", TimeSince startup=", sinceStartup, ", bsPeriod=", period);
@@ -126,6 +135,14 @@ bool BootstrapMessageSm::quickRefreshAllowed(const Received& rx) {
   }
   countError([](PimBsrErrorCounters& e) { e.rxNoForwardBsmIs(e.rxNoForwardBsm() + 1); });
   return false;
+}
+
+// Fragments of one tag from one BSR are one message: what belongs to the No-Forward message that is
+// stored is no second one.
+bool BootstrapMessageSm::furtherFragment(const BootstrapMessage& bsm,
+                                         const BootstrapMessage& last) const {
+  return !last.forward() && last.bsrAddress() == bsm.bsrAddress() &&
+         last.fragmentTag() == bsm.fragmentTag();
 }
 
 bool BootstrapMessageSm::borderAllowed(const Received& rx) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "bsr/types/DeferredDelete.h"
 #include "bsr/types/LastBsmStore.h"
 #include "bsr/types/MessageStatus.h"
 #include "bsr/types/Status.h"
@@ -24,11 +25,15 @@ class ROUTING_API BootstrapMessageSm final : public LastBsmStore {
 
   /// The packet manager, its RPF table and the status are required; a missing one, or a status
   /// without address family, is a failed assertion. Starts the counters of all messages from 0.
+  /// Whoever hands it to `deferred` may delete the machine at any time; null: one of its own.
   BootstrapMessageSm(std::shared_ptr<PamManager> pamManager, std::shared_ptr<Status> bsrStatus,
                      std::shared_ptr<PimBsmStatus> bsmStatus, std::shared_ptr<MessageInfo> bsmInfo,
-                     TimerWheel& timerWheel);
+                     TimerWheel& timerWheel, std::shared_ptr<DeferredDelete> deferred = nullptr);
   BootstrapMessageSm(const BootstrapMessageSm&) = delete;
   BootstrapMessageSm& operator=(const BootstrapMessageSm&) = delete;
+
+  /// Takes nothing in and hands nothing out from here on.
+  void retire();
 
   bool initialized() const { return initialized_; }
   double startupTime() const { return startupTime_; }
@@ -55,6 +60,7 @@ class ROUTING_API BootstrapMessageSm final : public LastBsmStore {
   bool destinationAllowed(const Received& rx);
   bool rpfAllowed(const Received& rx);
   bool quickRefreshAllowed(const Received& rx);
+  bool furtherFragment(const BootstrapMessage& bsm, const BootstrapMessage& last) const;
   bool borderAllowed(const Received& rx);
   void accept(const Received& rx);
   void countError(ErrorField bump);

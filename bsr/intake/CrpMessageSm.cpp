@@ -11,7 +11,8 @@ CrpMessageSm::CrpMessageSm(std::shared_ptr<PamManager> pamManager,
                            std::shared_ptr<Status> bsrStatus,
                            std::shared_ptr<PimCrpMsgStatus> crpMsgStatus,
                            std::shared_ptr<MessageInfo> crpMsgInfo,
-                           std::shared_ptr<const PimUcastRouteStatus> ucastRouteStatus)
+                           std::shared_ptr<const PimUcastRouteStatus> ucastRouteStatus,
+                           std::shared_ptr<DeferredDelete> deferred)
     : pamManager_(std::move(pamManager)),
       bsrStatus_(std::move(bsrStatus)),
       crpMsgStatus_(std::move(crpMsgStatus)),
@@ -21,11 +22,18 @@ CrpMessageSm::CrpMessageSm(std::shared_ptr<PamManager> pamManager,
   ROUTING_ASSERT_TEXT(crpMsgStatus_, "crpMsgStatus()");
   ROUTING_ASSERT_TEXT(crpMsgInfo_, "crpMsgInfo()");
   counters_ = bsrStatus_->counters();
+  if (!deferred) deferred = std::make_shared<DeferredDelete>();
   reactors_.push_back(bsrStatus_->countersReactor([this] { counters_ = bsrStatus_->counters(); }));
-  reactors_.push_back(crpMsgStatus_->writeCountReactor([this] { handleTransmission(); }));
-  reactors_.push_back(crpMsgInfo_->countReactor([this] { handleCrpAdvMessage(); }));
+  reactors_.push_back(
+      crpMsgStatus_->writeCountReactor(deferred->held([this] { handleTransmission(); })));
+  reactors_.push_back(crpMsgInfo_->countReactor(deferred->held([this] { handleCrpAdvMessage(); })));
   handleCrpAdvMessage();
   handleInitialize();
+}
+
+void CrpMessageSm::retire() {
+  initialized_ = false;
+  reactors_.clear();
 }
 
 void CrpMessageSm::handleInitialize() {
@@ -63,7 +71,9 @@ void CrpMessageSm::handleCRPAdv(const std::shared_ptr<CrpAdvMessage>& message) {
   crpMsgStatus_->priorityIs(RpPriority(message->priority()));
   crpMsgStatus_->holdTimeIs(CrpHoldTime(message->holdtime()));
   crpMsgStatus_->rxCrpMsgIs(message);
-  for (const CrpGroupInfo& range : message->groupData()) handOver(range);
+  for (const CrpGroupInfo& range : message->groupData()) {
+    if (initialized_) handOver(range);
+  }
   if (message->groupData().empty()) {
     BSR_TRACE(io, 1,
               "RX - Received CRP Advertisement with 0 groups. Assuming 224.0.0.0/4 or ff00::/8");

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "bsr/trie/PimBsrCrpPermitTrieBuilder.h"
+#include "bsr/types/DeferredDelete.h"
 #include "bsr/types/MessageStatus.h"
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
@@ -22,9 +23,13 @@ class ROUTING_API CrpMessageSm {
   CrpMessageSm(std::shared_ptr<PamManager> pamManager, std::shared_ptr<Status> bsrStatus,
                std::shared_ptr<PimCrpMsgStatus> crpMsgStatus,
                std::shared_ptr<MessageInfo> crpMsgInfo,
-               std::shared_ptr<const PimUcastRouteStatus> ucastRouteStatus);
+               std::shared_ptr<const PimUcastRouteStatus> ucastRouteStatus,
+               std::shared_ptr<DeferredDelete> deferred = nullptr);
   CrpMessageSm(const CrpMessageSm&) = delete;
   CrpMessageSm& operator=(const CrpMessageSm&) = delete;
+
+  /// Takes nothing in and hands nothing out from here on.
+  void retire();
 
   bool initialized() const { return initialized_; }
   const TrieGen& crpPermitTrie() const { return *crpPermitTrie_; }

@@ -24,7 +24,8 @@ void PimBsrTrieBuilderSm::handleBsr() {
 void PimBsrTrieBuilderSm::handleBsr(const IpGenPrefix& zone) {
   BSR_TRACE(sm, 9, " ( ", zone, " )");
   if (const auto& bsr = bsrStatus_->bootstrapRouter(zone)) {
-    bsr_.try_emplace(zone, std::make_unique<BsrReactor>(*this, bsr));
+    auto& reactor = bsr_[zone];
+    if (!reactor || reactor->bsr() != bsr) reactor = std::make_unique<BsrReactor>(*this, bsr);
     if (!trieGen_->routeIs(zone)) return;
     ++trieUpdates_;
     BSR_TRACE(sm, 8, "Added prefix ", zone, " into trie");

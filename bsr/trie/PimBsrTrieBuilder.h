@@ -29,6 +29,7 @@ class ROUTING_API PimBsrTrieBuilderSm {
    public:
     BsrReactor(PimBsrTrieBuilderSm& builder, const std::shared_ptr<ElectedBsrStatus>& bsr);
     void handleBsrIp();
+    const std::shared_ptr<const ElectedBsrStatus>& bsr() const { return bsr_; }
 
    private:
     PimBsrTrieBuilderSm& builder_;

@@ -4,29 +4,35 @@
 
 namespace Routing::Pim::Bsr {
 
-/// What a host may choose beyond the mechanism itself, given with the machine's inputs and fixed for
-/// its life. By default nothing is chosen; `continuous()` chooses all of it, so that groups keep
-/// their RP while routers restart, fail and come back.
+/// What a host may choose beyond the mechanism itself, given with the machine's inputs and fixed
+/// for its life. By default nothing is chosen; `continuous()` chooses all of it, so that groups
+/// keep their RP while routers restart, fail and come back.
 struct BsrPolicy {
   /// A candidate that becomes elected while the last message it heard for the zone names another
-  /// BSR takes the RPs of that message over that it does not hold itself, until their announced hold
-  /// times end. So its first message carries the RPs.
+  /// BSR takes the RPs of that message over that it does not hold itself, until their announced
+  /// hold times end. So its first message carries the RPs.
   bool bridging = false;
-  /// An RP whose hold time ends at the elected BSR is announced once with hold time 0, like one that
-  /// withdraws (RFC 5059 section 4.2). So all routers drop it together.
+  /// An RP whose hold time ends at the elected BSR is announced once with hold time 0, like one
+  /// that withdraws (RFC 5059 section 4.2). So all routers drop it together.
   bool expiry = false;
   /// How many worse messages an elected BSR answers at once in a zone; another answer comes free
   /// every second. What is not answered at once is answered together when it is free. 0: no bound.
   std::uint32_t answers = 0;
-  /// Seconds that a candidate waits beyond its back-off when it starts without being elected: long
-  /// enough for its neighbours to prime it (RFC 5059 section 3.5) before it can be elected.
+  /// Seconds that the first back-off of a candidate lasts at the least, when it starts without
+  /// being elected: long enough for its neighbours to prime it (RFC 5059 section 3.5) before.
   std::uint32_t primingWait = 0;
-  /// A message that is forwarded on an interface where a triggered Hello is due does not stand in for
-  /// priming: the new neighbour drops it, since it has heard no Hello yet.
+  /// A message that is forwarded on an interface where a triggered Hello is due does not stand in
+  /// for priming: the new neighbour drops it, since it has heard no Hello yet.
   bool primeAfterHello = false;
+  /// An elected BSR whose message found no neighbour on any interface, as after a restart, sends
+  /// the next one within BS_Min_Interval.
+  bool untilHeard = false;
+  /// PIM is shown the RPs of a zone without an elected BSR as well, if no wider zone has one: those
+  /// that a candidate was told of while it waits to be elected.
+  bool earlyView = false;
 
   /// All of it.
-  static constexpr BsrPolicy continuous() { return {true, true, 16, 1, true}; }
+  static constexpr BsrPolicy continuous() { return {true, true, 16, 6, true, true, true}; }
 
   friend bool operator==(const BsrPolicy&, const BsrPolicy&) = default;
 };

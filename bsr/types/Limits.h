@@ -10,6 +10,8 @@ namespace Routing::Pim::Bsr {
 ///   maxGroups     group ranges with an RP set, over all zones
 ///   maxRps        RPs, over all group ranges
 ///   maxFragments  group ranges of which not all fragments have arrived
+/// A range has at most 255 RPs at its elected BSR, as many as a message can tell of: what is not
+/// among the best is refusedRpsOfRange.
 /// A message that is to be kept to prime new neighbours and finds no room is refusedKept; see
 /// maxKept().
 #define PIM_BSR_LIMITS(ATTR)                     \
@@ -20,6 +22,7 @@ namespace Routing::Pim::Bsr {
   ATTR(COUNTER, refusedZones)                    \
   ATTR(COUNTER, refusedGroups)                   \
   ATTR(COUNTER, refusedRps)                      \
+  ATTR(COUNTER, refusedRpsOfRange)               \
   ATTR(COUNTER, refusedFragments)                \
   ATTR(COUNTER, refusedKept)
 

@@ -13,6 +13,14 @@ bool operator==(const BootstrapMessage& a, const BootstrapMessage& b) {
   return a.sameAddresses(b) && fields(a) == fields(b);
 }
 
+std::shared_ptr<BootstrapMessage> withForward(const std::shared_ptr<BootstrapMessage>& bsm,
+                                              bool forward) {
+  if (bsm->forward() == forward) return bsm;
+  auto copy = std::make_shared<BootstrapMessage>(*bsm);
+  copy->forwardIs(forward);
+  return copy;
+}
+
 std::size_t entriesOf(const BootstrapMessage& bsm) {
   std::size_t entries = bsm.groupRpData().size();
   for (const auto& group : bsm.groupRpData()) entries += group.rpList().size();

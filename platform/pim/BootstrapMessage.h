@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -95,6 +96,11 @@ class ROUTING_API BootstrapMessage : public PimMessage {
   bool forward_ = true;
   std::vector<BootstrapGroupData> groupRpData_;
 };
+
+/// The message with its No-Forward bit as asked for: itself, or a copy where it has the other one,
+/// because whoever else holds it must not see it change.
+ROUTING_API std::shared_ptr<BootstrapMessage> withForward(
+    const std::shared_ptr<BootstrapMessage>& bsm, bool forward);
 
 /// The group ranges of a message and the RPs in them, counted together: what it takes to keep it.
 ROUTING_API std::size_t entriesOf(const BootstrapMessage& bsm);

@@ -86,9 +86,10 @@ BsrRouter::BsrRouter(AddressFamily af, TimerWheel& wheel, double random)
 }
 
 void BsrRouter::start() {
-  instance = std::make_unique<Bsr::BsrInstance>(
-      Bsr::BsrInputs{status, pim.pimStatus(), pim.pamManager(), ucastRoutes, intfDir, pimRpStatus,
-                     limits, &wheel});
+  Bsr::BsrInputs inputs{status,  pim.pimStatus(), pim.pamManager(), ucastRoutes,
+                        intfDir, pimRpStatus,     limits,           &wheel};
+  inputs.policy = policy;
+  instance = std::make_unique<Bsr::BsrInstance>(inputs);
 }
 
 Pim::PimInterface& BsrRouter::linkIs(const std::string& intf, const std::string& address,

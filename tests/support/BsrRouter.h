@@ -76,6 +76,11 @@ class BsrRouter : public PimRouter {
 
   /// Builds the machines, also over what an earlier run left in `status`; ends them.
   void start();
+  void restart(const Bsr::BsrPolicy& chosen) {
+    stop();
+    policy = chosen;
+    start();
+  }
   void stop() { instance.reset(); }
 
   /// A PIM interface that is up; an MTU of 0 leaves it without interface status.
@@ -135,6 +140,7 @@ class BsrRouter : public PimRouter {
   const std::shared_ptr<Pim::RpCandidateStatus> pimRpStatus;  ///< what PIM selects RPs from
   const std::shared_ptr<Pim::PimUcastRouteStatus> ucastRoutes;
   const std::shared_ptr<Bsr::PimBsrLimits> limits;
+  Bsr::BsrPolicy policy;
   std::unique_ptr<Bsr::BsrInstance> instance;
 };
 

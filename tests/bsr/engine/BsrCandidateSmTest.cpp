@@ -318,21 +318,19 @@ TEST_F(BsrCandidateSmTest, EveryMessageOfItsOwnHasAFreshTag) {
   }
 }
 
-// A neighbour primes it with its own message of before a restart: followed like any other, until
-// the BS time-out.
+// A neighbour primes it with its own message of before a restart: the RPs are taken in, the
+// election goes on as if nothing had come.
 TEST_F(BsrCandidateSmTest, ItsOwnMessageComesBackAfterARestart) {
   stand();
-  hear(Bsm("10.0.0.1", 64).noForward());
-  EXPECT_EQ(state(), "cBsr");
-  EXPECT_FALSE(router.status->cbsr(prefix(global))->elected());
-  expectTimerAndRecord(now() + timeout);
-  router.status->cbsr(prefix(global))->priorityIs(Bsr::priorityUnknown);
-  EXPECT_EQ(state(), "cBsr") << "nobody contests its own equal";
-  wait(timeout);
+  hear(Bsm("10.0.0.1", 200).noForward().group("225.0.0.0/8", {{"10.9.9.9"}}));
   EXPECT_EQ(state(), "pBsr");
-  expectTimer(now() + 5);
+  EXPECT_EQ(router.bsrOf(global), "none");
+  expectTimer(now() + backOffOfEqual);
+  EXPECT_EQ(sent(), Lines{});
   wait(5);
   EXPECT_EQ(state(), "eBsr");
+  EXPECT_EQ(sent(), onBoth(now(), "10.0.0.1 64 30 tag * 225.0.0.0/8 0 1/1(10.9.9.9 150 0)"));
+  EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.9.9.9 150 0"});
 }
 
 TEST_F(BsrCandidateSmTest, SavedFragmentsOfAnOlderTagAreDropped) {

@@ -99,6 +99,7 @@ TEST_P(FollowerTest, StartsAccordingToItsZoneWithoutTimers) {
   const std::string initial = place.scoped ? "noInfo" : "acceptAny";
   BsrNonCandidateSm fresh(prefix(place.zone), router.status, world.wheel, world.wheel,
                           router.engine());
+  fresh.start();
   EXPECT_EQ(enumName(fresh.state()), initial);
   EXPECT_EQ(fresh.bsExpiry(), never);
   EXPECT_EQ(fresh.szExpiry(), never);
