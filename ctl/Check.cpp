@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "agent/config/ConfigFile.h"
+#include "agent/config/Forecast.h"
 
 namespace Routing::Ctl {
 namespace {
@@ -30,6 +31,42 @@ std::string summary(const LoadedConfig& loaded) {
          count(Severity::error, "error") + ", " + count(Severity::warning, "warning");
 }
 
+template <class Value>
+Json valueOrNull(const std::optional<Value>& value) {
+  return value ? Json(*value) : Json(nullptr);
+}
+
+Json jsonOf(const Agent::Forecast& forecast) {
+  const Agent::FailoverTerms& terms = forecast.terms;
+  return {{"bsr-elected", forecast.elected},
+          {"completed", forecast.completed},
+          {"rp-holdtime", forecast.rpsLive},
+          {"without-rp", forecast.withoutRp},
+          {"needed-rp-candidate-interval", valueOrNull(forecast.rpInterval)},
+          {"needed-hold-time", valueOrNull(forecast.holdTime)},
+          {"hold-time", terms.holdTime},
+          {"priority", terms.candidate.priority},
+          {"interval", terms.candidate.interval},
+          {"rp-candidate-interval", terms.rpInterval},
+          {"bsr-candidate-assumed", terms.candidateAssumed},
+          {"rp-candidate-assumed", terms.rpIntervalAssumed}};
+}
+
+/// How a failover goes at worst, in every VRF and family of a configuration that can be used.
+Json forecastsOf(const LoadedConfig& loaded) {
+  Json forecasts = Json::array();
+  if (!loaded.config) return forecasts;
+  for (const auto& [vrf, families] : loaded.config->vrfs) {
+    for (const auto& [af, settings] : families) {
+      Json forecast = jsonOf(worstForecast(settings, af));
+      forecast["vrf"] = vrf.text();
+      forecast["address-family"] = enumName(af);
+      forecasts.push_back(std::move(forecast));
+    }
+  }
+  return forecasts;
+}
+
 Json jsonOf(const std::string& file, const LoadedConfig& loaded) {
   Json findings = Json::array();
   for (const Finding& finding : loaded.findings) {
@@ -38,7 +75,10 @@ Json jsonOf(const std::string& file, const LoadedConfig& loaded) {
                         {"path", finding.path},
                         {"text", finding.text}});
   }
-  return {{"file", file}, {"good", loaded.config.has_value()}, {"findings", findings}};
+  return {{"file", file},
+          {"good", loaded.config.has_value()},
+          {"findings", findings},
+          {"forecasts", forecastsOf(loaded)}};
 }
 
 }  // namespace

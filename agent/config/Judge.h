@@ -46,8 +46,10 @@ void judgeReferences(FamilyJudge& judge);
 /// Errors: zones that two interfaces claim, by prefix or by access list. Warnings: zones that one
 /// interface is given twice, with different settings.
 void judgeZones(FamilyJudge& judge);
-/// Warnings: timers that cannot work together. Information: the time to a new BSR.
+/// Warnings: timers that cannot work together.
 void judgeTimers(FamilyJudge& judge);
+/// Warning: RPs that do not outlive a failover. Information: how long one takes, and that they do.
+void judgeFailover(FamilyJudge& judge);
 /// Warnings: candidates and filters that come to nothing or to something surprising.
 void judgeCandidates(FamilyJudge& judge, const std::optional<AddressedInterfaces>& addressed);
 

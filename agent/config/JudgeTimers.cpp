@@ -1,9 +1,7 @@
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 #include "agent/config/Judge.h"
-#include "bsr/types/PimBsr.h"
 
 namespace Routing::Agent {
 namespace {
@@ -54,34 +52,7 @@ void judgeScopeZoneTimeout(FamilyJudge& judge) {
   }
 }
 
-IpGenAddr lastAddress(AddressFamily af) {
-  constexpr std::uint64_t ones = ~std::uint64_t{0};
-  return af == AddressFamily::ipv4 ? IpGenAddr::v4(~std::uint32_t{0}) : IpGenAddr::v6(ones, ones);
-}
-
-/// From the last message of the elected BSR to the first of this candidate, at the longest: with
-/// the lowest address, against the best BSR that there can be.
-double failover(std::uint32_t holdTime, const BsrCandidateSettings& zone, AddressFamily af) {
-  const Pim::Bsr::PimBsrWeight mine(zone.priority, IpGenAddr::zero(af));
-  const Pim::Bsr::PimBsrWeight best(255, lastAddress(af));
-  return Pim::Bsr::bsTimeoutInForce(holdTime, zone.interval) + Pim::Bsr::backOff(mine, best).delay;
-}
-
 }  // namespace
-
-std::optional<double> worstFailover(const FamilySettings& settings, AddressFamily af) {
-  std::optional<double> worst;
-  const auto look = [&](const auto& zones) {
-    for (const auto& [key, zone] : zones) {
-      worst = std::max(worst.value_or(0), failover(settings.holdTime, zone, af));
-    }
-  };
-  for (const auto& [name, candidate] : settings.bsrCandidates) {
-    look(candidate.zones);
-    look(candidate.accessLists);
-  }
-  return worst;
-}
 
 void judgeTimers(FamilyJudge& judge) {
   const auto all = candidacies(judge);
@@ -92,12 +63,6 @@ void judgeTimers(FamilyJudge& judge) {
   if (hopeless && !all.empty()) {
     judge.warn(judge.bsrPath() + "/bsr-candidate",
                "every priority is 0, the lowest: any other candidate is preferred");
-  }
-  if (const auto seconds = worstFailover(judge.settings, judge.af)) {
-    judge.inform(judge.bsrPath() + "/hold-time",
-                 "a lost BSR is replaced by this router within " +
-                     std::to_string(static_cast<std::uint64_t>(std::ceil(*seconds))) +
-                     " seconds, if by none before");
   }
 }
 

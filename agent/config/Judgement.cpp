@@ -55,6 +55,7 @@ Findings judge(const DaemonConfig& config, const std::optional<AddressedInterfac
       judgeReferences(judge);
       judgeZones(judge);
       judgeTimers(judge);
+      judgeFailover(judge);
       judgeCandidates(judge, addressed);
     }
   }

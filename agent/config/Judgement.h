@@ -21,10 +21,4 @@ using AddressedInterfaces = std::set<std::pair<std::string, AddressFamily>>;
 Findings judge(const DaemonConfig& config,
                const std::optional<AddressedInterfaces>& addressed = std::nullopt);
 
-/// The longest time in seconds from the last message of an elected BSR to the first of its
-/// successor, if this router is the one to take over, in the zone where that takes longest: the
-/// bootstrap time-out and the largest back-off that RFC 5059 section 5 allows for. None without a
-/// candidate BSR.
-std::optional<double> worstFailover(const FamilySettings& settings, AddressFamily af);
-
 }  // namespace Routing::Agent

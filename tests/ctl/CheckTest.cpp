@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <variant>
@@ -53,7 +54,7 @@ TEST(Check, PrintsALineForEachFinding) {
                 bad + ": cannot be used, 1 error, 0 warnings\n");
   const std::string out = check({warned.c_str()}).out;
   EXPECT_NE(out.find(warned + ":75: warning: vrf[default]/"), std::string::npos) << out;
-  EXPECT_NE(out.find(warned + ": good, 0 errors, 3 warnings\n"), std::string::npos) << out;
+  EXPECT_NE(out.find(warned + ": good, 0 errors, 4 warnings\n"), std::string::npos) << out;
 }
 
 TEST(Check, PrintsJson) {
@@ -65,9 +66,26 @@ TEST(Check, PrintsJson) {
                    {"line", 9},
                    {"path", "vrf[default]/address-family[ipv4]/bsr/hold-time"},
                    {"text", "invalid value \"11\" (allowed: 12..1073741823 seconds)"}}}));
+  EXPECT_EQ(answer.at("forecasts"), Json::array());
   EXPECT_EQ(Json::parse(check({good.c_str(), "--json"}).out).at("good"), true);
   const Json absent = Json::parse(check({"/nonexistent/pimbsrd.yaml", "--json"}).out);
   EXPECT_TRUE(absent.at("findings").at(0).at("line").is_null());
+}
+
+TEST(Check, PrintsTheFiguresOfAFailoverAsJson) {
+  const std::string file =
+      PIMBSR_SOURCE_DIR "/tests/data/config/judged/failovers-that-rps-do-not-outlive.yaml";
+  const Json forecasts = Json::parse(check({file.c_str(), "--json"}).out).at("forecasts");
+  ASSERT_EQ(forecasts.size(), 5U);
+  Json forecast = forecasts.at(4);  // by name of the VRF
+  for (const char* instant : {"bsr-elected", "completed", "without-rp"}) {
+    forecast[instant] = std::round(100 * forecast.at(instant).get<double>()) / 100;
+  }
+  EXPECT_EQ(forecast, Json::parse(R"({
+    "vrf": "short", "address-family": "ipv4", "bsr-elected": 34.37, "completed": 37.37,
+    "rp-holdtime": 30.0, "without-rp": 10.5, "needed-rp-candidate-interval": 13,
+    "needed-hold-time": null, "hold-time": 12, "priority": 50, "interval": 10,
+    "rp-candidate-interval": 2, "bsr-candidate-assumed": false, "rp-candidate-assumed": false})"));
 }
 
 }  // namespace

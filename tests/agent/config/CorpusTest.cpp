@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "agent/config/ConfigFile.h"
+#include "agent/config/Forecast.h"
 
 // The files under tests/data/config. A bad one begins with the errors that it must give, one in
 // "judged" with the warnings, one in "told" with what else is said of it, each as
@@ -73,6 +74,17 @@ TEST(ThePackagedFile, HasNothingToWarnOf) {
   ASSERT_TRUE(loaded.config);
   for (const Finding& finding : loaded.findings) {
     EXPECT_EQ(finding.severity, Severity::information) << findingText(finding);
+  }
+}
+
+TEST(TheExamples, KeepTheirRpsInAFailover) {
+  for (int number = 1; number <= 5; ++number) {
+    const std::string file = "/examples/lab/r" + std::to_string(number) + ".yaml";
+    const LoadedConfig loaded = loadConfig(PIMBSR_SOURCE_DIR + file);
+    ASSERT_TRUE(loaded.config) << file;
+    for (const auto& [af, settings] : loaded.config->vrfs.at(VrfName("default"))) {
+      EXPECT_EQ(worstForecast(settings, af).withoutRp, 0) << file;
+    }
   }
 }
 
