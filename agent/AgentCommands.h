@@ -2,16 +2,18 @@
 
 #include <string>
 
+#include "agent/config/Candidacies.h"
 #include "agent/config/Finding.h"
 
 namespace Routing::Agent {
 
 /// What came of reading the configuration again.
 struct ReloadOutcome {
-  std::string file;      ///< or who speaks, if there is none
-  bool good = false;     ///< otherwise nothing has changed
-  bool changed = false;  ///< the configuration is another one than before
-  Findings findings;
+  std::string file;        ///< or who speaks, if there is none
+  bool good = false;       ///< otherwise nothing has changed
+  bool changed = false;    ///< the configuration is another one than before
+  bool undrained = false;  ///< this router was drained until now
+  Findings findings = {};
 };
 
 /// What operators can have the running daemon do. Each command is done when its function returns.
@@ -19,9 +21,14 @@ class AgentCommands {
  public:
   virtual ~AgentCommands() = default;
 
+  /// A configuration that is good ends a drain.
   virtual ReloadOutcome reload() = 0;
   /// Announces that the process is about to be replaced; the instances report when they are ready.
   virtual void prepareUpgrade() = 0;
+  /// Withdraws more candidacies, as if they were deconfigured, and goes on.
+  virtual void drain(const Candidacies& kinds) = 0;
+  /// Gives all of them back.
+  virtual void undrain() = 0;
 };
 
 }  // namespace Routing::Agent

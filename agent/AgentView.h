@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "agent/DrainReport.h"
 #include "bsr/types/Limits.h"
 #include "bsr/types/Status.h"
 #include "platform/net/AddressFamily.h"
@@ -42,6 +43,8 @@ class AgentView {
   virtual double startTime() const = 0;
   /// In the order of VRF name, then family.
   virtual std::vector<InstanceView> instances() const = 0;
+  /// What operators have taken from this router, and what has come of it.
+  virtual DrainReport drainReport() const = 0;
   /// State and MTU of all interfaces of the router, whether PIM runs on them or not.
   virtual std::shared_ptr<const Pim::AllIntfStatusDir> allIntfStatusDir() const = 0;
 };

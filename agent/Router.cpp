@@ -48,12 +48,28 @@ void Router::requireDefaultVrf() const {
   throw std::runtime_error("no family can run in the default VRF");
 }
 
-bool Router::configIs(const DaemonConfig& config) {
-  if (config == entities_.config()) return false;
-  entities_.configIs(config);
+void Router::configIs(const DaemonConfig& config) {
+  const bool changed = config != config_;
+  config_ = config;
+  undrain();
+  if (started_ && changed) warnOfAbsent();
+}
+
+void Router::drain(const Candidacies& kinds) {
+  drain_.add(kinds, instances());
+  updateEntities();
+}
+
+void Router::undrain() {
+  drain_.end();
+  updateEntities();
+}
+
+void Router::updateEntities() {
+  const DaemonConfig left = without(drain_.drained(), config_);
+  if (left == entities_.config()) return;
+  entities_.configIs(left);
   if (started_) instances_.handleConfig();
-  if (started_) warnOfAbsent();
-  return true;
 }
 
 void Router::shutdown() {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "agent/AgentView.h"
+#include "agent/Drain.h"
 #include "agent/EventLoop.h"
 #include "agent/InstanceTable.h"
 #include "agent/InterfaceTable.h"
@@ -30,9 +31,13 @@ class Router final : public AgentView {
   /// std::runtime_error if the default VRF is configured and none of its families can run, because
   /// the process must not open raw sockets, for example.
   void start();
-  /// Follows a configuration in which judge() finds no error. Says whether it is another one.
-  bool configIs(const DaemonConfig& config);
-  const DaemonConfig& config() const { return entities_.config(); }
+  /// Follows a configuration in which judge() finds no error, with all its candidacies.
+  void configIs(const DaemonConfig& config);
+  const DaemonConfig& config() const { return config_; }
+  /// Withdraws candidacies as if they were not configured, until undrain() or configIs().
+  void drain(const Candidacies& kinds);
+  const Candidacies& drained() const { return drain_.drained(); }
+  void undrain();
   /// Takes the candidates away and says goodbye to all neighbours, unless an upgrade is prepared:
   /// then others are to notice nothing.
   void shutdown();
@@ -43,9 +48,11 @@ class Router final : public AgentView {
   double now() const override { return loop_.clock().now(); }
   double startTime() const override { return startTime_; }
   std::vector<InstanceView> instances() const override { return instances_.views(); }
+  DrainReport drainReport() const override { return drain_.report(instances()); }
   std::shared_ptr<const Pim::AllIntfStatusDir> allIntfStatusDir() const override { return dir_; }
 
  private:
+  void updateEntities();
   void handleIntf(const IntfId& intf, const Interface* before, const Interface* now);
   void updateDir(const IntfId& intf, const Interface* now);
   void requireDefaultVrf() const;
@@ -56,7 +63,9 @@ class Router final : public AgentView {
   const std::shared_ptr<Pim::AllIntfStatusDir> dir_;
   InterfaceTable interfaces_;
   RouteQuery routeQuery_;
-  ConfigEntities entities_;
+  DaemonConfig config_;
+  Drain drain_;
+  ConfigEntities entities_;  // what the drain leaves of the configuration
   UpgradeController upgrade_;
   InstanceTable instances_;
   RouteChanges routeChanges_;

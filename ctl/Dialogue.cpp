@@ -1,10 +1,16 @@
 #include "ctl/Dialogue.h"
 
+#include <chrono>
+#include <thread>
+
 #include "ctl/Format.h"
 #include "ctl/Options.h"
 
 namespace Routing::Ctl {
 namespace {
+
+using Time = std::chrono::steady_clock;
+constexpr std::chrono::milliseconds pollInterval(200);
 
 /// What the daemon does not do for lack of room is as good as no daemon.
 int refusedCode(const Json& answer) {
@@ -36,6 +42,17 @@ Json answerTo(Connection& daemon, const Json& request) {
   const Json answer = readAnswer(daemon);
   expectGood(answer);
   return answer.at("data");
+}
+
+Json pollUntil(Connection& daemon, const Json& request, Json data, double seconds,
+               const std::function<bool(const Json&)>& done) {
+  const std::chrono::duration<double> patience(seconds);
+  const auto start = Time::now();
+  while (!done(data) && Time::now() - start < patience) {
+    std::this_thread::sleep_for(pollInterval);
+    data = answerTo(daemon, request);
+  }
+  return data;
 }
 
 }  // namespace Routing::Ctl

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
 
 #include "ctl/Connection.h"
@@ -16,5 +17,9 @@ Json readAnswer(Connection& daemon);
 void expectGood(const Json& answer);
 /// Sends a request and gives the data of the answer, raising as all of the above.
 Json answerTo(Connection& daemon, const Json& request);
+/// Repeats a request, after whose first answer `data`, until the data satisfies `done` or so many
+/// seconds are over; gives the last data.
+Json pollUntil(Connection& daemon, const Json& request, Json data, double seconds,
+               const std::function<bool(const Json&)>& done);
 
 }  // namespace Routing::Ctl

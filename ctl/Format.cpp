@@ -44,9 +44,21 @@ std::string listText(const Json& values) {
   return text.empty() ? "-" : text;
 }
 
+std::string instanceText(const Json& instance) {
+  const bool v4 = instance.at("address-family") == "ipv4";
+  return "VRF " + valueText(instance.at("vrf")) + (v4 ? ", IPv4" : ", IPv6");
+}
+
+std::string drainText(const Json& data) {
+  const Json& drained = data.at("drained");
+  Json offices = Json::array();
+  if (drained.at("bsr")) offices.push_back("no candidate BSR");
+  if (drained.at("rp")) offices.push_back("no candidate RP");
+  return offices.empty() ? "" : "Drained: this router is " + listText(offices) + "\n";
+}
+
 std::string titleText(const std::string& subject, const Json& data) {
-  const bool v4 = data.at("address-family") == "ipv4";
-  return subject + ", VRF " + valueText(data.at("vrf")) + (v4 ? ", IPv4\n\n" : ", IPv6\n\n");
+  return subject + ", " + instanceText(data) + "\n\n";
 }
 
 std::string zoneText(const Json& zone) {

@@ -15,6 +15,10 @@ std::string valueText(const Json& value);
 std::string genIdText(const Json& value);
 /// Strings separated by ", "; "-" if there are none.
 std::string listText(const Json& values);
+/// "VRF default, IPv4".
+std::string instanceText(const Json& instance);
+/// Which candidacies operators have taken from the router, as a line; empty if none.
+std::string drainText(const Json& data);
 /// "SUBJECT, VRF default, IPv4", as the first line of every answer, and an empty line.
 std::string titleText(const std::string& subject, const Json& data);
 /// "Zone 224.0.0.0/4 (global)" with a newline.

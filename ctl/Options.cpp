@@ -25,6 +25,12 @@ constexpr Topic clearTopics[] = {
     {"counters", "The message counters of the packet layer"},
 };
 
+constexpr Topic drainTopics[] = {
+    {"bsr", "As BSR and candidate BSR"},
+    {"rp", "As candidate RP"},
+    {"all", "As both"},
+};
+
 constexpr Topic watchTopics[] = {
     {"bsr", "Elected and candidate BSRs"},
     {"rp-set", "The RPs by zone and group range"},
@@ -104,6 +110,26 @@ void addUpgrade(CLI::App& app, Options& options) {
   prepare->final_callback([&options] { options.command = "upgrade"; });
 }
 
+void addDrain(CLI::App& app, Options& options) {
+  CLI::App* drain =
+      word(app, "drain", "Leave office as if deconfigured, until undrain or a reload");
+  drain->require_subcommand(1);
+  for (const Topic& topic : drainTopics) {
+    CLI::App* leaf = word(*drain, topic.name, topic.help);
+    leaf->add_flag("--json", options.json, "JSON instead of text");
+    leaf->add_option("--wait", options.wait,
+                     "Seconds to wait until others have taken over; exit with 1 if they have not")
+        ->check(CLI::PositiveNumber);
+    leaf->final_callback([&options, name = topic.name] {
+      options.command = "drain";
+      options.topic = name;
+    });
+  }
+  CLI::App* undrain = word(app, "undrain", "End a drain: be a candidate as configured");
+  undrain->add_flag("--json", options.json, "JSON instead of text");
+  undrain->final_callback([&options] { options.command = "undrain"; });
+}
+
 void addAll(CLI::App& app, Options& options) {
   app.require_subcommand(1);
   app.set_version_flag("--version", "pimbsrctl " PIMBSR_VERSION);
@@ -119,6 +145,7 @@ void addAll(CLI::App& app, Options& options) {
   addCheck(app, options);
   addReload(app, options);
   addUpgrade(app, options);
+  addDrain(app, options);
 }
 
 }  // namespace

@@ -35,11 +35,12 @@ int reload(const Options& options, Connection& daemon, std::ostream& out, std::o
     if (finding.severity != Severity::information) err << fileText(file, finding) << "\n";
   }
   const bool changed = data.at("changed");
+  const bool undrained = data.at("undrained");
   out << file
       << (!good     ? ": refused, nothing has changed"
           : changed ? ": applied"
                     : ": unchanged")
-      << "\n";
+      << (undrained ? ", no longer drained\n" : "\n");
   return good ? exitGood : exitProblem;
 }
 

@@ -37,6 +37,8 @@ std::string candidateText(const Json& candidate) {
 
 std::string renderBsr(const Json& data) {
   std::string text = titleText("PIM bootstrap routers", data);
+  const std::string drained = drainText(data);
+  if (!drained.empty()) text += drained + "\n";
   const char* separator = "";
   for (const Json& zone : data.at("zones")) {
     const Json& bsr = zone.at("bsr");

@@ -7,6 +7,7 @@
 #include "ctl/Check.h"
 #include "ctl/Connection.h"
 #include "ctl/Dialogue.h"
+#include "ctl/Drain.h"
 #include "ctl/Format.h"
 #include "ctl/Reload.h"
 #include "ctl/Render.h"
@@ -21,8 +22,8 @@ Connection::Deadline deadlineOf(const Options& options) {
   const bool waits = options.command == "watch" && !options.timeout;
   if (waits) return std::nullopt;
   constexpr double longest = 1e9;  // seconds that every clock can hold
-  // Getting ready has a time-out of its own, within this one.
-  const double more = options.command == "upgrade" ? upgradeTimeout : 0;
+  // Getting ready and leaving office have a time of their own, within this one.
+  const double more = options.command == "upgrade" ? upgradeTimeout : options.wait.value_or(0);
   const std::chrono::duration<double> delay(
       std::fmin(options.timeout.value_or(answerTimeout) + more, longest));
   return std::chrono::steady_clock::now() +
@@ -81,6 +82,8 @@ int carryOut(const Options& options, Connection& daemon, std::ostream& out, std:
   if (options.command == "watch") return watch(options, daemon, out);
   if (options.command == "reload") return reload(options, daemon, out, err);
   if (options.command == "upgrade") return prepareUpgrade(options, daemon, out);
+  if (options.command == "drain") return drain(options, daemon, out);
+  if (options.command == "undrain") return undrain(options, daemon, out);
   return ask(options, daemon, out);
 }
 

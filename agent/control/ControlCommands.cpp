@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "agent/control/DrainCommands.h"
 #include "agent/control/Show.h"
 
 namespace Routing::Agent {
@@ -65,6 +66,7 @@ Json show(const AgentView& view, const ControlRequest& request) {
                      .interfaces = *interfaces,
                      .now = view.now(),
                      .startTime = view.startTime(),
+                     .drained = view.drainReport().drained,
                      .group = request.group});
 }
 
@@ -88,6 +90,7 @@ Json reload(AgentCommands& commands) {
   return {{"file", outcome.file},
           {"good", outcome.good},
           {"changed", outcome.changed},
+          {"undrained", outcome.undrained},
           {"findings", std::move(findings)}};
 }
 
@@ -111,10 +114,15 @@ std::string lineOf(const Json& json) {
   return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+std::string acceptedLine(Json data) {
+  return lineOf({{"ok", true}, {"data", std::move(data)}});
+}
+
+/// Of one VRF and family.
 std::string acceptedLine(const ControlRequest& request, Json data) {
   data["vrf"] = request.vrf.text();
   data["address-family"] = enumName(request.af);
-  return lineOf({{"ok", true}, {"data", std::move(data)}});
+  return acceptedLine(std::move(data));
 }
 
 std::string_view codeName(RefusalCode code) {
@@ -127,9 +135,13 @@ std::string_view codeName(RefusalCode code) {
 std::string answerLine(const ControlTarget& target, const ControlRequest& request) {
   switch (request.command) {
     case ControlRequest::Command::reload:
-      return lineOf({{"ok", true}, {"data", reload(target.commands)}});
+      return acceptedLine(reload(target.commands));
     case ControlRequest::Command::upgrade:
-      return lineOf({{"ok", true}, {"data", upgrade(target, request)}});
+      return acceptedLine(upgrade(target, request));
+    case ControlRequest::Command::drain:
+      return acceptedLine(drain(target, request.topic));
+    case ControlRequest::Command::undrain:
+      return acceptedLine(undrain(target));
     case ControlRequest::Command::clear:
       return acceptedLine(request, clear(target.view, request));
     default:

@@ -23,6 +23,8 @@ ControlRequest::Command commandOf(const std::string& text) {
   if (text == "watch") return ControlRequest::Command::watch;
   if (text == "reload") return ControlRequest::Command::reload;
   if (text == "upgrade") return ControlRequest::Command::upgrade;
+  if (text == "drain") return ControlRequest::Command::drain;
+  if (text == "undrain") return ControlRequest::Command::undrain;
   refuse("unknown command '" + text + "'");
 }
 
@@ -63,8 +65,9 @@ void take(ControlRequest& request, const std::string& name, const Json& value) {
 
 /// The members without which a command cannot be carried out.
 std::vector<const char*> requiredMembers(ControlRequest::Command command) {
-  if (command == ControlRequest::Command::reload) return {};
-  if (command == ControlRequest::Command::upgrade) return {"topic"};
+  using Command = ControlRequest::Command;
+  if (command == Command::reload || command == Command::undrain) return {};
+  if (command == Command::upgrade || command == Command::drain) return {"topic"};
   return {"family", "topic"};
 }
 

@@ -12,7 +12,7 @@ namespace Routing::Agent {
 
 /// What an operator asks for: one line of the control protocol (docs/control-protocol.md).
 struct ControlRequest {
-  enum class Command : std::uint8_t { show, clear, watch, reload, upgrade };
+  enum class Command : std::uint8_t { show, clear, watch, reload, upgrade, drain, undrain };
 
   Command command = Command::show;
   std::string topic{};

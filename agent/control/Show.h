@@ -18,6 +18,7 @@ struct ShowInput {
   const Pim::AllIntfStatusDir& interfaces;
   double now = 0.0;
   double startTime = 0.0;
+  Candidacies drained;
   const std::string& group;  ///< as the operator wrote it; of showRpHash()
 };
 

@@ -76,7 +76,7 @@ Json zoneJson(const ShowInput& in, const IpGenPrefix& zone) {
 Json showBsr(const ShowInput& in) {
   Json zones = Json::array();
   for (const IpGenPrefix& zone : zonesOf(in.instance)) zones.push_back(zoneJson(in, zone));
-  return {{"zones", std::move(zones)}};
+  return {{"drained", drainedJson(in.drained)}, {"zones", std::move(zones)}};
 }
 
 }  // namespace Routing::Agent

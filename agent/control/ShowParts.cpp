@@ -33,6 +33,10 @@ Json addressList(const std::set<IpGenAddr>& addresses) {
   return list;
 }
 
+Json drainedJson(const Candidacies& drained) {
+  return {{"bsr", drained.bsr}, {"rp", drained.rp}};
+}
+
 std::string_view scopeName(const IpGenPrefix& zone) {
   const bool global = zone == IpGenPrefix::multicast(zone.af());
   return enumName(global ? Pim::Bsr::Scope::global : Pim::Bsr::Scope::admin);

@@ -20,6 +20,8 @@ Json textOrNull(const IpGenAddr& address);
 Json textOrNull(const IntfId& intf);
 /// Addresses in numeric order.
 Json addressList(const std::set<IpGenAddr>& addresses);
+/// Which candidacies operators have taken from this router.
+Json drainedJson(const Candidacies& drained);
 /// "global" for the whole multicast range, else "admin".
 std::string_view scopeName(const IpGenPrefix& zone);
 

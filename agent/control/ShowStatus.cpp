@@ -17,6 +17,7 @@ Json treeOf(const Entity& root) {
 Json showStatus(const ShowInput& in) {
   return {{"now", in.now},
           {"up-time", secondsBetween(in.startTime, in.now)},
+          {"drained", drainedJson(in.drained)},
           {"bsr", treeOf(*in.instance.status)},
           {"pim", treeOf(*in.instance.pimStatus)},
           {"rp-candidate", treeOf(*in.instance.rpCandidate)},

@@ -49,23 +49,38 @@ void Daemon::shutdown() {
 ReloadOutcome Daemon::reload() {
   if (source_.file().empty()) {
     spdlog::info("there is no configuration file to read again");
-    return {"pimbsrd", false, false, {{Severity::error, 0, "", "started without a file"}}};
+    return {.file = "pimbsrd", .findings = {{Severity::error, 0, "", "started without a file"}}};
   }
   const LoadedConfig loaded = source_.load(router_.addressedInterfaces());
-  ReloadOutcome outcome{source_.file(), loaded.config.has_value(), false, loaded.findings};
+  ReloadOutcome outcome{.file = source_.file(), .findings = loaded.findings};
   if (loaded.config) {
+    outcome.good = true;
     outcome.changed = *loaded.config != router_.config();
+    outcome.undrained = !router_.drained().none();
     configIs(*loaded.config);
   }
   log(outcome.findings);
   const char* result = !outcome.good ? "refused" : outcome.changed ? "applied" : "unchanged";
-  spdlog::info("configuration {} {}", source_.file(), result);
+  spdlog::info("configuration {} {}{}", source_.file(), result,
+               outcome.undrained ? ", no longer drained" : "");
   return outcome;
 }
 
 void Daemon::prepareUpgrade() {
   if (!router_.upgrade().prepared()) spdlog::info("preparing an upgrade");
   router_.upgrade().prepare();
+}
+
+void Daemon::drain(const Candidacies& kinds) {
+  router_.drain(kinds);
+  const Candidacies& drained = router_.drained();
+  spdlog::info("drained{}{}", drained.bsr ? ", no candidate BSR" : "",
+               drained.rp ? ", no candidate RP" : "");
+}
+
+void Daemon::undrain() {
+  if (!router_.drained().none()) spdlog::info("no longer drained");
+  router_.undrain();
 }
 
 void Daemon::configIs(const DaemonConfig& config) {

@@ -25,6 +25,8 @@ class Daemon final : public AgentCommands {
   void shutdown();
   ReloadOutcome reload() override;
   void prepareUpgrade() override;
+  void drain(const Candidacies& kinds) override;
+  void undrain() override;
   void configIs(const DaemonConfig& config);
   void log(const Findings& findings) const;
 

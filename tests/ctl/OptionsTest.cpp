@@ -55,6 +55,9 @@ TEST(CtlOptions, ReadTheCommandWord) {
   EXPECT_FALSE(accepted("watch ip pim bsr --changes-only").snapshot);
   EXPECT_EQ("reload", accepted("reload").command);
   EXPECT_EQ("upgrade", accepted("upgrade prepare --timeout 60").command);
+  EXPECT_EQ("undrain", accepted("undrain").command);
+  EXPECT_EQ("all", accepted("drain all").topic);
+  EXPECT_EQ(2.5, accepted("drain rp --wait 2.5").wait);
 }
 
 TEST(CtlOptions, StandBeforeOrBehindTheCommand) {
@@ -75,7 +78,7 @@ TEST(CtlOptions, RefuseWhatMakesNoSense) {
        {"", "show", "show ip", "show ip pim", "show ip pim weather", "show ip pim rp-hash",
         "show ip pim bsr extra", "clear ip pim bsr", "watch ip pim rp-hash",
         "show ip pim bsr --timeout 0", "show ip pim bsr --changes-only", "upgrade", "reload x",
-        "show ip pim bsr --no-such"}) {
+        "show ip pim bsr --no-such", "drain", "drain all --wait 0", "undrain rp"}) {
     const EarlyExit exit = refused(line);
     EXPECT_EQ(exitUsage, exit.code) << line;
     EXPECT_FALSE(exit.text.empty()) << line;

@@ -57,6 +57,7 @@ TEST_F(RenderTest, Bsr) {
 }
 
 TEST_F(RenderTest, BsrOfAGlobalZoneWhereNothingIsKnown) {
+  agent_.drained.drained = {.bsr = true, .rp = true};
   v6Asked_ = true;
   expect("bsr-unknown", "bsr");
 }

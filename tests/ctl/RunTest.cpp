@@ -127,11 +127,13 @@ TEST_F(RunWithDaemon, FollowsChangesUntilItsTimeIsUp) {
 
 TEST_F(RunWithDaemon, TellsWhatCameOfAReload) {
   using Agent::Severity;
-  agent_.outcome = {"/p.yaml", true, true, {{Severity::warning, 0, "vrf", "hm"}}};
+  agent_.outcome = {"/p.yaml", true, true, false, {{Severity::warning, 0, "vrf", "hm"}}};
   start();
   Options reload = options("reload", "");
   EXPECT_EQ((Outcome{exitGood, "/p.yaml: applied\n", "/p.yaml: warning: vrf: hm\n"}), run(reload));
-  agent_.outcome = {"/p.yaml", false, false, {{Severity::error, 7, "vrf", "bad"}}};
+  agent_.outcome = {"/p.yaml", true, false, true};
+  EXPECT_EQ((Outcome{exitGood, "/p.yaml: unchanged, no longer drained\n", ""}), run(reload));
+  agent_.outcome = {"/p.yaml", false, false, false, {{Severity::error, 7, "vrf", "bad"}}};
   EXPECT_EQ(
       (Outcome{exitProblem, "/p.yaml: refused, nothing has changed\n", "/p.yaml:7: vrf: bad\n"}),
       run(reload));
@@ -139,6 +141,34 @@ TEST_F(RunWithDaemon, TellsWhatCameOfAReload) {
   const Outcome json = run(reload);
   EXPECT_EQ(exitProblem, json.code);
   EXPECT_EQ("bad", Json::parse(json.out).at("findings").at(0).at("text"));
+}
+
+TEST_F(RunWithDaemon, WaitsUntilOthersHaveTakenOver) {
+  agent_.drained.zones = {
+      {VrfName("default"), AddressFamily::ipv4, Agent::prefix("224.0.0.0/4"), {}}};
+  start();
+  Options drain = options("drain", "bsr");
+  const std::string left = "Drained: this router is no candidate BSR\n";
+  const std::string zone = "  VRF default, IPv4, zone 224.0.0.0/4: ";
+  const Outcome pending{exitGood, left + zone + "no other BSR yet\n", ""};
+  EXPECT_EQ(pending, run(drain));
+  drain.wait = 0.1;
+  EXPECT_EQ((Outcome{exitProblem, pending.out, ""}), run(drain)) << "not in time";
+  drain.wait = 60;
+  asio::steady_timer meanwhile(loop_);
+  const auto soon = [&](const std::function<void()>& change) {
+    asio::post(loop_, [&meanwhile, change] {
+      meanwhile.expires_after(std::chrono::milliseconds(300));
+      meanwhile.async_wait([change](std::error_code) { change(); });
+    });
+  };
+  soon([this] { agent_.drained.drained = {}; });
+  EXPECT_EQ(exitProblem, run(drain).code) << "somebody has ended it";
+  soon([this] { agent_.drained.zones[0].bsr = Agent::addr("10.0.0.9"); });
+  EXPECT_EQ((Outcome{exitGood, left + zone + "BSR 10.0.0.9\n", ""}), run(drain));
+
+  EXPECT_EQ(exitGood, run(options("undrain", "")).code);
+  EXPECT_TRUE(agent_.drained.drained.none());
 }
 
 TEST_F(RunWithDaemon, CountsADaemonThatIsTooBusyAsUnreachable) {

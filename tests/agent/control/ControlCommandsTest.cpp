@@ -116,6 +116,26 @@ TEST_F(ControlCommands, TellWhichInstancesAreReadyForAnUpgrade) {
             refusal({.command = ControlRequest::Command::upgrade, .topic = "undo"}));
 }
 
+TEST_F(ControlCommands, DrainWhatTheyAreTold) {
+  const auto drained = [this](const std::string& line) {
+    return Json::parse(answerLine(agent_.target(), parseControlRequest(line)))
+        .at("data")
+        .at("drained");
+  };
+  const std::pair<const char*, Candidacies> topics[] = {{"bsr", {true, false}},
+                                                        {"rp", {false, true}},
+                                                        {"all", {true, true}},
+                                                        {"status", {true, true}}};
+  for (const auto& [topic, kinds] : topics) {
+    EXPECT_EQ(drained(std::string(R"({"command":"drain","topic":")") + topic + R"("})"),
+              Json({{"bsr", kinds.bsr}, {"rp", kinds.rp}}));
+    EXPECT_EQ(agent_.drained.drained, kinds) << topic;
+  }
+  EXPECT_EQ(drained(R"({"command":"undrain"})"), Json({{"bsr", false}, {"rp", false}}));
+  EXPECT_EQ(RefusalCode::badRequest,
+            refusal({.command = ControlRequest::Command::drain, .topic = "office"}));
+}
+
 TEST_F(ControlCommands, SurviveNamesThatAreNoUtf8) {
   red_.pimStatus->newPimIntf(IntfId("eth\xff"));
   const auto data = [this](const char* topic) {

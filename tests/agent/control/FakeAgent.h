@@ -42,16 +42,20 @@ struct FakeAgent : AgentView, AgentCommands {
 
   ReloadOutcome reload() override { return outcome; }
   void prepareUpgrade() override { upgradePrepared = true; }
+  void drain(const Candidacies& kinds) override { drained.drained = kinds; }
+  void undrain() override { drained = {}; }
 
   double now() const override { return 5000.0; }
   double startTime() const override { return 1000.0; }
   std::vector<InstanceView> instances() const override;
+  DrainReport drainReport() const override { return drained; }
   std::shared_ptr<const Pim::AllIntfStatusDir> allIntfStatusDir() const override {
     return interfaces;
   }
 
   ReloadOutcome outcome;  // of every reload
   bool upgradePrepared = false;
+  DrainReport drained;
   std::list<FakeInstance> list;
   std::shared_ptr<Pim::AllIntfStatusDir> interfaces = std::make_shared<Pim::AllIntfStatusDir>();
 };
