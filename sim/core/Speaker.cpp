@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "sim/core/Digest.h"
 #include "sim/core/StatusWriter.h"
 #include "sim/core/World.h"
 
@@ -13,12 +14,29 @@ const VrfName& vrf() {
   return name;
 }
 
+/// As the daemon has it: the first Hello comes at once, so that neighbours prime a newcomer soon.
+Pim::HelloConfig helloConfig() {
+  Pim::HelloConfig config;
+  config.firstDelay = 0.5;
+  return config;
+}
+
+/// A router draws numbers of its own, so that what one draws changes nothing for the others.
+std::uint64_t seedOf(const World& world, RouterId router, AddressFamily af) {
+  Digest seed;
+  seed.add(world.seed());
+  seed.add(std::uint64_t{router});
+  seed.add(static_cast<std::uint64_t>(af));
+  return seed.value();
+}
+
 }  // namespace
 
 Speaker::Speaker(World& world, RouterId router, AddressFamily af)
     : world_(world),
       router_(router),
       af_(af),
+      random_(seedOf(world, router, af)),
       loopback_(Topology::loopback(router, af)),
       limits_(std::make_shared<Pim::Bsr::PimBsrLimits>()),
       localRoutes_(std::make_shared<Pim::PimUcastRouteStatus>(af)) {
@@ -82,10 +100,13 @@ void Speaker::configIs(const RouterConfig& config) {
 
 void Speaker::start(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir) {
   startedAt_ = world_.instant();
-  pim_ = std::make_unique<Pim::PimInstance>(vrf(), af_, *this, *this, world_.wheel(),
-                                            [this] { return world_.random().uniform(); });
+  const RandomSource random = [this] { return random_.uniform(); };
+  pim_ = std::make_unique<Pim::PimInstance>(vrf(), af_, *this, *this, world_.wheel(), random,
+                                            helloConfig());
   Pim::Bsr::BsrInputs inputs{status_, pim_->pimStatus(), pim_->pamManager(), localRoutes_, dir,
                              view_,   limits_,           &world_.wheel()};
+  inputs.policy = world_.policy();
+  inputs.random = random;
   bsr_ = std::make_unique<Pim::Bsr::BsrInstance>(inputs);
   for (const NetworkId network : world_.topology().router(router_).networks) {
     networkIs(network, world_.liveness().network[network]);

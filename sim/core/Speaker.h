@@ -6,6 +6,7 @@
 #include "bsr/host/BsrInstance.h"
 #include "platform/pim/PimInstance.h"
 #include "sim/core/Packet.h"
+#include "sim/core/Random.h"
 #include "sim/core/RouterConfig.h"
 #include "sim/core/Topology.h"
 
@@ -61,6 +62,7 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   World& world_;
   const RouterId router_;
   const AddressFamily af_;
+  Random random_;  // goes on over restarts
   IpGenAddr loopback_;
   RouterConfig config_;
   std::shared_ptr<Pim::Bsr::Status> status_;

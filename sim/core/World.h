@@ -22,6 +22,7 @@ struct WorldOptions {
   std::uint64_t seed = 1;
   std::vector<AddressFamily> families{AddressFamily::ipv4};
   double convergence = 0.2;  ///< seconds that unicast routing lags behind a failure
+  Pim::Bsr::BsrPolicy policy = Pim::Bsr::BsrPolicy::continuous();  ///< of every router
 };
 
 /// A network of routers in virtual time. All chance comes from one seed: the same seed gives the
@@ -41,6 +42,7 @@ class World {
   const Topology& topology() const { return topology_; }
   const std::vector<AddressFamily>& families() const { return options_.families; }
   std::uint64_t seed() const { return options_.seed; }
+  const Pim::Bsr::BsrPolicy& policy() const { return options_.policy; }
   TimerWheel& wheel() { return wheel_; }
   const TimerWheel& wheel() const { return wheel_; }
   Random& random() { return random_; }

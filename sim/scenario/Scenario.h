@@ -34,6 +34,7 @@ struct Scenario {
   Topology topology;
   std::vector<AddressFamily> families{AddressFamily::ipv4};
   double convergence = 0.2;
+  Pim::Bsr::BsrPolicy policy = Pim::Bsr::BsrPolicy::continuous();
   double bootSpread = 1.0;  ///< routers start at random within these seconds
   double duration = 600.0;
   std::map<std::pair<RouterId, AddressFamily>, RouterConfig> configs;

@@ -32,6 +32,23 @@ void parseTimers(const YamlValue& value, Scenario& scenario) {
   }
 }
 
+/// "none", or what differs from all of it.
+Pim::Bsr::BsrPolicy policyOf(const YamlValue& value) {
+  if (!value.isMap()) {
+    if (value.text() != "none") value.fail("a policy is none, or says what differs from all of it");
+    return {};
+  }
+  auto policy = Pim::Bsr::BsrPolicy::continuous();
+  YamlMap map(value);
+  if (const auto v = map.get("bridging")) policy.bridging = v->yes();
+  if (const auto v = map.get("expiry")) policy.expiry = v->yes();
+  if (const auto v = map.get("answers")) policy.answers = v->whole(0, UINT32_MAX);
+  if (const auto v = map.get("priming-wait")) policy.primingWait = v->whole(0, 3600);
+  if (const auto v = map.get("prime-after-hello")) policy.primeAfterHello = v->yes();
+  map.done();
+  return policy;
+}
+
 Scenario parse(const YamlValue& root) {
   YamlMap map(root);
   Scenario scenario;
@@ -41,6 +58,7 @@ Scenario parse(const YamlValue& root) {
     scenario.families.clear();
     for (const YamlValue& family : families->list()) scenario.families.push_back(familyOf(family));
   }
+  if (const auto policy = map.get("policy")) scenario.policy = policyOf(*policy);
   parseTopology(map.need("topology"), scenario.topology);
   if (const auto timers = map.get("timers")) parseTimers(*timers, scenario);
   if (const auto configured = map.get("configuration")) parseConfiguration(*configured, scenario);

@@ -16,7 +16,8 @@ constexpr double mostRests = 4;  // settling times that are waited for at the mo
 ScenarioRun::ScenarioRun(const Scenario& scenario, const RunOptions& options)
     : scenario_(scenario),
       options_(options),
-      world_(scenario.topology, {options.seed, scenario.families, scenario.convergence}),
+      world_(scenario.topology,
+             {options.seed, scenario.families, scenario.convergence, scenario.policy}),
       beliefs_(world_),
       digest_(world_),
       invariants_(world_, beliefs_),

@@ -29,6 +29,7 @@ topology:
   links: [r2-a, {link: a-b, loss: 5%, mtu: 600}]
   lans: [{lan: lan1, routers: [r1, a, b]}]
 timers: {bs-timeout: 100, boot: 3}
+policy: {expiry: false, answers: 3}
 configuration:
   - candidate-bsr: {router: a, zone: 239.1.0.0/16, priority: 7, period: 30}
   - candidate-rp: {router: [b], ranges: [{range: 239.1.0.0/24, priority: 3}, 239.2.0.0/16]}
@@ -39,6 +40,7 @@ script:
   - {at: [10, 20], spread: 5, crash: [a, b]}
 )",
                                           "f");
+  EXPECT_EQ(scenario.policy, (Pim::Bsr::BsrPolicy{true, false, 3, 1, true}));
   const Topology& topology = scenario.topology;
   ASSERT_EQ(topology.routers().size(), 4U);
   ASSERT_EQ(topology.networks().size(), 4U);
@@ -66,6 +68,8 @@ script:
 TEST(ScenarioParser, NamesFileAndLineOfWhatItDoesNotUnderstand) {
   const std::pair<const char*, const char*> cases[] = {
       {"colour: blue\n", "f.yaml:5: \"colour\" is not known here"},
+      {"policy: some\n", "f.yaml:5: a policy is none, or"},
+      {"policy:\n  {bridging: true, answer: 3}\n", "f.yaml:6: \"answer\" is not known here"},
       {"late: [r1,\n  r9]\n", "f.yaml:6: there is no router r9"},
       {"script:\n- {at: 3, crash: r1, bang: 1}\n", "f.yaml:6: \"bang\" is not known here"},
       {"script:\n- {at: 3}\n", "f.yaml:6: nothing happens here"},
