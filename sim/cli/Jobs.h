@@ -15,8 +15,9 @@ struct RunResult {
   bool passed = false;
   bool died = false;  ///< the run ended its process; nothing more is known of it
   std::uint64_t digest = 0;
-  std::uint32_t judged = 0;   ///< expectations
-  std::uint32_t skipped = 0;  ///< expectations that were not judged
+  std::uint32_t judged = 0;     ///< expectations
+  std::uint32_t skipped = 0;    ///< expectations that were not judged
+  std::vector<double> figures;  ///< what else the command wants to know
 };
 
 /// Calls `run` with every seed of the options, in as many processes as they ask for, and copies

@@ -75,6 +75,15 @@ void addRun(CLI::App& app, Options& options) {
   });
 }
 
+void addContinuity(CLI::App& app, Options& options) {
+  CLI::App& continuity = *app.add_subcommand(
+      "continuity", "Measures for how long routers are without BSR or RPs, or disagree on them");
+  continuity.add_option("FILE", options.files, "scenario files")->required();
+  addCommon(continuity, options);
+  continuity.add_flag("--faults", options.faults, "plagues the network with random faults");
+  continuity.callback([&] { options.command = Options::Command::continuity; });
+}
+
 void addFailover(CLI::App& app, Options& options) {
   CLI::App& failover = *app.add_subcommand(
       "failover", "Measures how long it takes from the death of the BSR until all agree again");
@@ -102,6 +111,7 @@ std::optional<int> readOptions(int argc, char** argv, Options& options) {
   CLI::App app("Runs bootstrap routers in a simulated network");
   app.require_subcommand(1);
   addRun(app, options);
+  addContinuity(app, options);
   addFailover(app, options);
   addScale(app, options);
   try {

@@ -121,7 +121,7 @@ RunResult runBriefly(const Options& options, const Scenario& scenario, const std
     writeFailures(out, run);
     writeReplay(out, options, file, seed);
   }
-  return {seed, run.passed(), false, run.digest(), run.judged(), run.skipped()};
+  return {seed, run.passed(), false, run.digest(), run.judged(), run.skipped(), {}};
 }
 
 /// One line that sums up the runs of a scenario. Returns whether all passed.

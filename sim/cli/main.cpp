@@ -1,6 +1,7 @@
 #include <exception>
 #include <iostream>
 
+#include "sim/cli/ContinuityCommand.h"
 #include "sim/cli/FailoverCommand.h"
 #include "sim/cli/Options.h"
 #include "sim/cli/RunCommand.h"
@@ -12,6 +13,8 @@ int main(int argc, char** argv) {
   if (const auto code = readOptions(argc, argv, options)) return *code;
   try {
     switch (options.command) {
+      case Options::Command::continuity:
+        return continuityCommand(options);
       case Options::Command::failover:
         return failoverCommand(options);
       case Options::Command::scale:

@@ -10,6 +10,7 @@ namespace Routing::Sim {
 struct World::Node {
   std::shared_ptr<Pim::AllIntfStatusDir> dir = std::make_shared<Pim::AllIntfStatusDir>();
   std::vector<std::unique_ptr<Speaker>> speakers;
+  bool keptStatus = false;
 };
 
 namespace {
@@ -60,6 +61,10 @@ const Speaker& World::speaker(RouterId router, AddressFamily af) const {
     if (speaker->af() == af) return *speaker;
   }
   throw std::out_of_range("the router does not speak this address family");
+}
+
+bool World::keptStatus(RouterId router) const {
+  return nodes_[router]->keptStatus;
 }
 
 std::vector<std::uint32_t> World::parts(
@@ -241,15 +246,16 @@ void World::livenessChanged() {
 
 void World::start(RouterId router, Memory memory) {
   if (up(router)) return;
-  const bool again = nodes_[router]->speakers.front()->startedAt() > 0;
+  Node& node = *nodes_[router];
+  node.keptStatus = memory == Memory::kept && node.speakers.front()->startedAt() > 0;
   disturbed(topology_.router(router).name + " starts" +
-            (again && memory == Memory::kept ? ", its status kept" : ""));
+            (node.keptStatus ? ", its status kept" : ""));
   liveness_.router[router] = true;
   livenessChanged();
   touch(router);
-  for (const auto& speaker : nodes_[router]->speakers) {
+  for (const auto& speaker : node.speakers) {
     if (memory == Memory::lost) speaker->forget();
-    speaker->start(nodes_[router]->dir);
+    speaker->start(node.dir);
   }
 }
 

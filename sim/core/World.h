@@ -55,6 +55,8 @@ class World {
   Speaker& speaker(RouterId router, AddressFamily af);
   const Speaker& speaker(RouterId router, AddressFamily af) const;
   bool up(RouterId router) const { return liveness_.router[router]; }
+  /// Whether the router's last start found the status that it had left.
+  bool keptStatus(RouterId router) const;
 
   double instant() const { return clock_.now(); }
   double now() const { return clock_.now() - origin_; }

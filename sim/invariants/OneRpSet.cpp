@@ -2,7 +2,7 @@
 
 #include <map>
 
-#include "sim/invariants/ZoneParts.h"
+#include "sim/core/ZoneParts.h"
 
 namespace Routing::Sim {
 

@@ -2,8 +2,8 @@
 
 #include <map>
 
-#include "platform/pim/RpSelection.h"
-#include "sim/invariants/ZoneParts.h"
+#include "sim/core/Groups.h"
+#include "sim/core/ZoneParts.h"
 
 namespace Routing::Sim {
 namespace {
@@ -11,30 +11,7 @@ namespace {
 constexpr RouterId mostRouters = 64;  // looked at, of all that there are
 constexpr unsigned mostGroups = 8;
 
-IpGenAddr within(const IpGenPrefix& range, Random& random) {
-  const IpGenAddr& base = range.address();
-  if (range.af() == AddressFamily::ipv4) {
-    const auto host = static_cast<std::uint32_t>(random.next());
-    const std::uint32_t mask = range.length() == 32 ? 0 : UINT32_MAX >> range.length();
-    return IpGenAddr::v4(base.v4Value() | (host & mask));
-  }
-  return range.length() <= 64 ? IpGenAddr::v6(base.upper(), random.next()) : base;
-}
-
 }  // namespace
-
-IpGenAddr rpOf(const Speaker& speaker, const IpGenAddr& group) {
-  std::vector<Pim::RpMapping> mappings;
-  for (const auto& [range, set] : speaker.view()->crpSet()) {
-    if (!range.contains(group)) continue;
-    for (const auto& [address, rp] : set->rp()) {
-      mappings.push_back({range, address, static_cast<std::uint8_t>(rp->mode()),
-                          rp->priority().value(), rp->hashMaskLen().value()});
-    }
-  }
-  const Pim::RpChoice choice = Pim::selectRp(group, mappings);
-  return choice.rp ? choice.rp->rp : IpGenAddr{};
-}
 
 void SameRp::judge() {
   for (const AddressFamily af : world().families()) judgeFamily(af);
@@ -47,12 +24,12 @@ std::vector<IpGenAddr> SameRp::sampleGroups(AddressFamily af) {
     const auto id = static_cast<RouterId>(random_.below(routers));
     const auto& ranges = world().speaker(id, af).view()->crpSet();
     if (ranges.empty()) {
-      groups.push_back(within(IpGenPrefix::multicast(af), random_));
+      groups.push_back(groupWithin(IpGenPrefix::multicast(af), random_));
       continue;
     }
     auto it = ranges.begin();
     std::advance(it, random_.below(ranges.size()));
-    groups.push_back(within(it->first, random_));
+    groups.push_back(groupWithin(it->first, random_));
   }
   return groups;
 }

@@ -5,9 +5,6 @@
 
 namespace Routing::Sim {
 
-/// The RP of a group by what PIM knows on a router; unset if there is none.
-IpGenAddr rpOf(const Speaker& speaker, const IpGenAddr& group);
-
 /// Once quiet, every sampled group has the same RP wherever the same zones are.
 class SameRp final : public QuietInvariant {
  public:

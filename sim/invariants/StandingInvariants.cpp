@@ -14,7 +14,10 @@
 
 namespace Routing::Sim {
 
-StandingInvariants::StandingInvariants(World& world, const Beliefs& beliefs) {
+StandingInvariants::StandingInvariants(World& world, Beliefs& beliefs) {
+  for (const AddressFamily af : world.families()) {
+    continuity_.push_back(std::make_unique<ContinuityMeter>(world, beliefs, af));
+  }
   invariants_.push_back(std::make_unique<NoErrors>(world, violations_));
   invariants_.push_back(std::make_unique<BordersHold>(world, violations_));
   invariants_.push_back(std::make_unique<RpsExpire>(world, violations_));

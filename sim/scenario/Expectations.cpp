@@ -4,8 +4,8 @@
 #include <array>
 #include <set>
 
-#include "sim/invariants/SameRp.h"
-#include "sim/invariants/ZoneParts.h"
+#include "sim/core/Groups.h"
+#include "sim/core/ZoneParts.h"
 
 namespace Routing::Sim {
 namespace {

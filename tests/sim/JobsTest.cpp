@@ -13,7 +13,7 @@ TEST(Jobs, ARunThatDiesIsKnownByItsSeedAndTheOthersAreRun) {
   options.jobs = 3;
   const auto results = eachSeed(options, [](std::uint64_t seed, std::ostream&) -> RunResult {
     if (seed == 8) ::_exit(3);
-    return {seed, seed != 6, false, seed * 100, 1, 0};
+    return {seed, seed != 6, false, seed * 100, 1, 0, std::vector<double>(seed * 1000, 0.5)};
   });
   ASSERT_EQ(results.size(), 10U);
   for (const RunResult& result : results) {
@@ -22,6 +22,7 @@ TEST(Jobs, ARunThatDiesIsKnownByItsSeedAndTheOthersAreRun) {
     EXPECT_EQ(result.died, seed == 8);
     EXPECT_EQ(result.passed, seed != 6 && seed != 8);
     EXPECT_EQ(result.digest, seed == 8 ? 0 : seed * 100);
+    EXPECT_EQ(result.figures, std::vector<double>(seed == 8 ? 0 : seed * 1000, 0.5));
   }
 }
 

@@ -1,4 +1,4 @@
-#include "sim/invariants/ZoneParts.h"
+#include "sim/core/ZoneParts.h"
 
 namespace Routing::Sim {
 
