@@ -5,7 +5,9 @@
 #include <iomanip>
 #include <iostream>
 #include <map>
+#include <utility>
 
+#include "sim/core/Distribution.h"
 #include "sim/report/TextReport.h"
 #include "sim/scenario/FailoverMeter.h"
 #include "sim/scenario/ScenarioParser.h"
@@ -17,10 +19,9 @@ namespace {
 constexpr double bin = 5.0;  // seconds
 constexpr std::size_t widest = 60;
 
-void writeDistribution(std::vector<double> durations, double bound) {
-  std::sort(durations.begin(), durations.end());
+void writeDistribution(const Distribution& durations, double bound) {
   std::map<long, std::size_t> bins;
-  for (const double duration : durations) ++bins[std::lround(std::floor(duration / bin))];
+  for (const double duration : durations.values()) ++bins[std::lround(std::floor(duration / bin))];
   std::size_t highest = 1;
   for (const auto& [number, count] : bins) highest = std::max(highest, count);
   for (const auto& [number, count] : bins) {
@@ -28,12 +29,10 @@ void writeDistribution(std::vector<double> durations, double bound) {
               << count << "  " << std::string((count * widest + highest - 1) / highest, '#')
               << "\n";
   }
-  const auto at = [&](double share) {
-    return durations[static_cast<std::size_t>(share * static_cast<double>(durations.size() - 1))];
-  };
-  std::cout << std::fixed << std::setprecision(3) << durations.size() << " failovers: shortest "
-            << durations.front() << ", median " << at(0.5) << ", 99% " << at(0.99) << ", longest "
-            << durations.back() << " s; bound " << bound << " s\n";
+  std::cout << std::fixed << std::setprecision(3) << durations.values().size()
+            << " failovers: shortest " << durations.at(0) << ", median " << durations.at(0.5)
+            << ", 99% " << durations.at(0.99) << ", longest " << durations.at(1) << " s; bound "
+            << bound << " s\n";
 }
 
 }  // namespace
@@ -66,7 +65,7 @@ int failoverCommand(const Options& options) {
     std::cout << "no elected BSR died in this scenario\n";
     return 1;
   }
-  writeDistribution(durations, bound);
+  writeDistribution(Distribution(std::move(durations)), bound);
   return good ? 0 : 1;
 }
 

@@ -14,8 +14,6 @@ class Distribution {
   bool empty() const { return values_.empty(); }
   /// The value that such a share of all, from 0 to 1, does not exceed; 0 if there is none.
   double at(double share) const;
-  double median() const { return at(0.5); }
-  double longest() const { return at(1.0); }
 
  private:
   std::vector<double> values_;

@@ -37,7 +37,7 @@ void writeSubject(std::ostream& out, const ContinuityStudy& study, std::size_t s
     if (times.empty()) {
       out << std::setw(2 * timeWidth) << "-";
     } else {
-      out << std::setw(timeWidth) << times.median() << std::setw(timeWidth) << times.longest();
+      out << std::setw(timeWidth) << times.at(0.5) << std::setw(timeWidth) << times.at(1);
     }
   }
   out << "\n";

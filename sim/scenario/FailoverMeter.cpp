@@ -11,14 +11,23 @@ FailoverMeter::FailoverMeter(World& world, const Beliefs& beliefs, const IpGenPr
   world.observerIs(*this);
 }
 
-bool FailoverMeter::alive(const IpGenAddr& bsr) const {
+const ZoneBelief* FailoverMeter::beliefOf(const IpGenAddr& bsr) const {
   const auto routers = static_cast<RouterId>(world_.topology().routers().size());
   for (RouterId id = 0; id < routers; ++id) {
     if (!world_.up(id) || !world_.speaker(id, zone_.af()).owns(bsr)) continue;
-    const ZoneBelief* belief = beliefs_.of(id, zone_.af()).zone(zone_);
-    return belief != nullptr && belief->elected;
+    return beliefs_.of(id, zone_.af()).zone(zone_);
   }
-  return false;
+  return nullptr;
+}
+
+bool FailoverMeter::alive(const IpGenAddr& bsr) const {
+  const ZoneBelief* belief = beliefOf(bsr);
+  return belief != nullptr && belief->elected;
+}
+
+bool FailoverMeter::dead(const IpGenAddr& bsr) const {
+  const ZoneBelief* belief = beliefOf(bsr);
+  return belief == nullptr || (!belief->elected && !alive(belief->bsr));
 }
 
 IpGenAddr FailoverMeter::agreed() const {
@@ -36,7 +45,7 @@ IpGenAddr FailoverMeter::agreed() const {
 
 void FailoverMeter::settled(const std::vector<RouterId>& touched) {
   if (touched.empty()) return;
-  if (!death_ && !current_.isUnset() && !alive(current_)) death_ = world_.now();
+  if (!death_ && !current_.isUnset() && dead(current_)) death_ = world_.now();
   const IpGenAddr bsr = agreed();
   if (bsr.isUnset()) return;
   current_ = bsr;

@@ -9,7 +9,8 @@
 namespace Routing::Sim {
 
 /// Measures how long a zone is without agreement: from the death of its elected BSR until all
-/// routers that are up hold one BSR again that is alive.
+/// routers that are up hold one BSR again that is alive. A BSR that steps down for one that lives
+/// has not died.
 class FailoverMeter final : public WorldObserver {
  public:
   /// Starts to observe the world; the beliefs must have been made before.
@@ -25,6 +26,9 @@ class FailoverMeter final : public WorldObserver {
   /// The BSR that all believe in; unset if they differ or nobody is it.
   IpGenAddr agreed() const;
   bool alive(const IpGenAddr& bsr) const;
+  bool dead(const IpGenAddr& bsr) const;
+  /// Of the router that has the address and is up; null if there is none, or it knows no BSR.
+  const ZoneBelief* beliefOf(const IpGenAddr& bsr) const;
 
   const World& world_;
   const Beliefs& beliefs_;

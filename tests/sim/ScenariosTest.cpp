@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "sim/scenario/FailoverMeter.h"
 #include "sim/scenario/ScenarioParser.h"
 #include "sim/scenario/ScenarioRun.h"
 #include "tests/support/TraceRecorder.h"
@@ -74,6 +75,28 @@ TEST(Determinism, TheSameSeedGivesTheSamePacketsAndTracesAndAnotherSeedDoesNot) 
   const auto again = outcome(7);
   EXPECT_EQ(first.first, again.first);
   EXPECT_TRUE(first.second == again.second);
+}
+
+TEST(FailoverMeter, CountsDeathsAndNoHandBack) {
+  const Scenario scenario = parseScenario(R"(
+name: n
+text: t
+topology: {line: 4}
+configuration:
+  - candidate-bsr: {router: r1, priority: 200}
+  - candidate-bsr: {router: r4, priority: 100}
+run: 900
+script: [{at: 200, crash: r1}, {at: 500, start: r1}]
+)",
+                                          "here");
+  ScenarioRun run(scenario, {1, false, std::nullopt});
+  const FailoverMeter meter(run.world(), run.beliefs(),
+                            IpGenPrefix::multicast(AddressFamily::ipv4));
+  run.run();
+  EXPECT_TRUE(run.passed()) << failuresOf(run);
+  EXPECT_FALSE(meter.pending());
+  ASSERT_EQ(meter.durations().size(), 1U);
+  EXPECT_GT(meter.durations()[0], 70.0);
 }
 
 TEST(ScenarioRun, ADisappointedExpectationFailsTheRun) {
