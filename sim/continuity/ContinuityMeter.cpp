@@ -100,25 +100,25 @@ void ContinuityMeter::followLife(Watch& watch) {
     started(watch);
   } else if (wasUp && !watch.up) {
     watch.diedAt = world_.now();
-    forget(watch, true);
+    watch.newcomer = false;
+    lackIs(watch, Lack::start, 0, false);
   }
 }
 
 void ContinuityMeter::started(Watch& watch) {
   if (world_.keptStatus(watch.router) && world_.now() - watch.diedAt <= keeps) return;
-  forget(watch, false);
+  forget(watch);
   for (std::size_t group = 0; group < supply_.groups().size() && !watch.newcomer; ++group) {
     watch.newcomer = supply_.rpDue(watch.router, group) && model(watch, group) != nullptr;
   }
 }
 
-/// It lacks nothing any more; `counts`: what it had it is asked for again when it returns.
-void ContinuityMeter::forget(Watch& watch, bool counts) {
+void ContinuityMeter::forget(Watch& watch) {
   watch.newcomer = false;
   for (const Lack lack : allLacks) {
     for (std::size_t number = 0; number < watch.of(lack).size(); ++number) {
       lackIs(watch, lack, number, false);
-      if (!counts) watch.of(lack)[number].counts = false;
+      watch.of(lack)[number].counts = false;
     }
   }
 }
@@ -147,12 +147,13 @@ void ContinuityMeter::choose(Watch& watch) {
 }
 
 void ContinuityMeter::assess(Watch& watch) {
-  if (!watch.up) return;
   for (std::size_t group = 0; group < supply_.groups().size(); ++group) {
-    itemIs(watch, Lack::rp, group, supply_.rpDue(watch.router, group), watch.hasRp(group));
+    const bool due = watch.up && supply_.rpDue(watch.router, group);
+    itemIs(watch, Lack::rp, group, due, watch.hasRp(group));
   }
   for (std::size_t zone = 0; zone < supply_.zones().size(); ++zone) {
-    itemIs(watch, Lack::bsr, zone, supply_.bsrDue(watch.router, zone), knowsBsr(watch, zone));
+    const bool due = watch.up && supply_.bsrDue(watch.router, zone);
+    itemIs(watch, Lack::bsr, zone, due, knowsBsr(watch, zone));
   }
 }
 
@@ -163,7 +164,13 @@ bool ContinuityMeter::knowsBsr(const Watch& watch, std::size_t zone) const {
 
 void ContinuityMeter::itemIs(Watch& watch, Lack lack, std::size_t number, bool due, bool has) {
   Item& item = watch.of(lack)[number];
-  item.counts = due && (item.counts || has);
+  if (!due) {
+    if (!item.undueSince) item.undueSince = world_.now();
+    return lackIs(watch, lack, number, false);
+  }
+  if (item.undueSince && world_.now() - *item.undueSince > keeps) item.counts = false;
+  item.undueSince.reset();
+  item.counts |= has;
   watch.measured[static_cast<std::size_t>(lack)] |= item.counts;
   anyServed_ |= item.counts;
   lackIs(watch, lack, number, item.counts && !has);
@@ -185,7 +192,8 @@ void ContinuityMeter::lackIs(Watch& watch, Lack lack, std::size_t number, bool l
 }
 
 bool ContinuityMeter::settledOn(const Watch& watch, std::size_t group) const {
-  return watch.hasRp(group) && !watch.newcomer && watch.of(Lack::rp)[group].counts;
+  const Item& item = watch.of(Lack::rp)[group];
+  return watch.hasRp(group) && !watch.newcomer && item.counts && !item.undueSince;
 }
 
 const ContinuityMeter::Watch* ContinuityMeter::model(const Watch& watch, std::size_t group) const {

@@ -34,13 +34,13 @@ struct Gap {
 };
 
 /// Measures, in one address family, how groups and routers are served. A router's RP and BSR count
-/// from the moment it first had them. A router that dies counts no longer; when it returns with its
-/// status soon enough it counts as before, else it is a newcomer: then the time from its first
-/// Hello until it has all that others have is its start. Only what a router can reach is asked for
-/// (Supply). Of very many routers some are watched.
+/// from the moment it first had them, as long as it is up and can have them (Supply); after a short
+/// absence they count as before. A router that returns without its status or after longer is a
+/// newcomer: the time from its first Hello until it has all that others have is its start. Of very
+/// many routers some are watched.
 class ContinuityMeter final : public WorldObserver {
  public:
-  /// A status that is kept counts as kept for so many seconds: RPs and BSR outlive them.
+  /// The longest absence, in seconds, that is short: RPs and BSR outlive it.
   static constexpr double keeps = 60.0;
 
   /// Starts to observe both.
@@ -62,8 +62,9 @@ class ContinuityMeter final : public WorldObserver {
  private:
   /// Something that is asked for, as one router has it.
   struct Item {
-    bool counts = false;          // the router has had it
-    std::optional<double> since;  // it lacks it
+    bool counts = false;               // the router has had it
+    std::optional<double> undueSince;  // it cannot have it
+    std::optional<double> since;       // it lacks it
   };
   struct Watch {
     RouterId router = 0;
@@ -89,11 +90,11 @@ class ContinuityMeter final : public WorldObserver {
   void assess(Watch& watch);
   void itemIs(Watch& watch, Lack lack, std::size_t number, bool due, bool has);
   void lackIs(Watch& watch, Lack lack, std::size_t number, bool lacks);
-  void forget(Watch& watch, bool counts);
+  void forget(Watch& watch);
   void compare(std::size_t group);
   void welcome(Watch& watch);
   bool knowsBsr(const Watch& watch, std::size_t zone) const;
-  /// Whether the watch has the group's RP, and others go by that.
+  /// Whether the watch has an RP for the group that others are held against.
   bool settledOn(const Watch& watch, std::size_t group) const;
   /// Somebody else of the same place who is settled on an RP for the group.
   const Watch* model(const Watch& watch, std::size_t group) const;

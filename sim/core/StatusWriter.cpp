@@ -90,8 +90,8 @@ void statusIs(Pim::Bsr::Status& status, const RouterConfig& config, const Topolo
   status.szTimeoutIs(config.szTimeout);
   bordersAre(status, config, topology);
   permitIs(status, config);
+  candidateRpsAre(status, config, loopback);  // so that a BSR that leaves announces what withdraws
   candidateBsrsAre(status, config, loopback);
-  candidateRpsAre(status, config, loopback);
 }
 
 }  // namespace Routing::Sim

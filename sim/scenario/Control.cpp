@@ -26,6 +26,26 @@ void Control::shutdown(RouterId router) {
   world_.shutdown(router);
 }
 
+void Control::drain(RouterId router, bool bsr, bool rp) {
+  for (const AddressFamily af : world_.families()) {
+    RouterConfig config = world_.speaker(router, af).config();
+    routers_[router].undrained.try_emplace(af, config);
+    if (bsr) config.candidateBsrs.clear();
+    if (rp) config.candidateRps.clear();
+    world_.configIs(router, af, config);
+  }
+}
+
+void Control::undrain(RouterId router) {
+  for (const auto& [af, before] : routers_[router].undrained) {
+    RouterConfig config = world_.speaker(router, af).config();
+    config.candidateBsrs = before.candidateBsrs;
+    config.candidateRps = before.candidateRps;
+    world_.configIs(router, af, config);
+  }
+  routers_[router].undrained.clear();
+}
+
 void Control::networkIs(NetworkId network, bool up) {
   networks_[network].wanted = up;
   apply(network);

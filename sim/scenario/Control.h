@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -19,6 +20,9 @@ class Control {
   void start(RouterId router, World::Memory memory);
   void crash(RouterId router);
   void shutdown(RouterId router);
+  /// Withdraws a router's candidacies, as if they were not configured, until undrain().
+  void drain(RouterId router, bool bsr, bool rp);
+  void undrain(RouterId router);
   void networkIs(NetworkId network, bool up);
   void impairmentIs(NetworkId network, const Impairment& impairment);
 
@@ -31,6 +35,7 @@ class Control {
   struct RouterState {
     bool wanted = false;
     bool faulty = false;
+    std::map<AddressFamily, RouterConfig> undrained;  // while it is drained
   };
   struct NetworkState {
     bool wanted = true;

@@ -130,15 +130,22 @@ bool sameAddress(const CandidateRp& rp, const std::optional<IpGenAddr>& address)
   return rp.address == address.value_or(IpGenAddr{});
 }
 
+IpGenAddr following(const IpGenAddr& first, std::uint32_t number) {
+  return first.af() == AddressFamily::ipv4 ? IpGenAddr::v4(first.v4Value() + number)
+                                           : IpGenAddr::v6(first.upper(), first.lower() + number);
+}
+
 Changes parseCandidateRp(const YamlValue& value, const Scenario& scenario) {
   YamlMap map(value);
   CandidateRp rp;
   std::uint16_t priority = 192;
   if (const auto v = map.get("priority")) priority = static_cast<std::uint16_t>(v->whole(0, 255));
   std::optional<AddressFamily> given;
+  std::uint32_t count = 1;
   if (const auto v = map.get("address")) {
     rp.address = v->address();
     given = rp.address.af();
+    if (const auto more = map.get("count")) count = more->whole(1, 10'000);
   }
   if (const auto ranges = map.get("ranges")) {
     for (const YamlValue& entry : ranges->list()) {
@@ -161,9 +168,12 @@ Changes parseCandidateRp(const YamlValue& value, const Scenario& scenario) {
     return [=](RouterConfig& config) {
       CandidateRp candidate = rp;
       if (candidate.ranges.empty()) candidate.ranges[IpGenPrefix::multicast(af)] = priority;
-      std::erase_if(config.candidateRps,
-                    [&](const CandidateRp& old) { return sameAddress(old, candidate.address); });
-      config.candidateRps.push_back(candidate);
+      for (std::uint32_t number = 0; number < count; ++number) {
+        if (number > 0) candidate.address = following(rp.address, number);
+        std::erase_if(config.candidateRps,
+                      [&](const CandidateRp& old) { return sameAddress(old, candidate.address); });
+        config.candidateRps.push_back(candidate);
+      }
     };
   });
 }

@@ -73,12 +73,39 @@ Run parseConfigure(const std::string& kind, const YamlValue& value, const Scenar
   };
 }
 
+Run parseDrain(const YamlValue& value, const Scenario& scenario) {
+  YamlMap map(value);
+  const YamlValue routers = map.need("router");
+  const YamlValue what = map.need("what");
+  map.done();
+  const std::string said = what.text();
+  if (said != "bsr" && said != "rp" && said != "all")
+    what.fail("what is drained is bsr, rp or all");
+  return onRouters(routers, scenario, [said](Control& control, RouterId id) {
+    control.drain(id, said != "rp", said != "bsr");
+  });
+}
+
+/// The end of a router; `away` seconds later it returns, if that is said.
+template <class End>
+Run parseEnd(YamlMap& map, const YamlValue& routers, const Scenario& scenario, End&& end) {
+  const auto away = map.get("away");
+  if (!away) return onRouters(routers, scenario, end);
+  const double seconds = away->number(0, 1e7);
+  const auto memory = memoryOf(map);
+  return onRouters(routers, scenario, [=](Control& control, RouterId id) {
+    end(control, id);
+    control.world().at(control.world().now() + seconds,
+                       [&control, id, memory] { control.start(id, memory); });
+  });
+}
+
 std::optional<Run> parseAct(YamlMap& map, const Scenario& scenario) {
   if (const auto v = map.get("crash")) {
-    return onRouters(*v, scenario, [](Control& c, RouterId id) { c.crash(id); });
+    return parseEnd(map, *v, scenario, [](Control& c, RouterId id) { c.crash(id); });
   }
   if (const auto v = map.get("shutdown")) {
-    return onRouters(*v, scenario, [](Control& c, RouterId id) { c.shutdown(id); });
+    return parseEnd(map, *v, scenario, [](Control& c, RouterId id) { c.shutdown(id); });
   }
   if (const auto v = map.get("start")) {
     const auto memory = memoryOf(map);
@@ -96,6 +123,10 @@ std::optional<Run> parseAct(YamlMap& map, const Scenario& scenario) {
   }
   if (const auto v = map.get("up")) {
     return onNetworks(*v, scenario, [](Control& c, NetworkId id) { c.networkIs(id, true); });
+  }
+  if (const auto v = map.get("drain")) return parseDrain(*v, scenario);
+  if (const auto v = map.get("undrain")) {
+    return onRouters(*v, scenario, [](Control& c, RouterId id) { c.undrain(id); });
   }
   if (const auto v = map.get("impair")) return parseImpair(*v, scenario);
   if (const auto v = map.get("address")) return parseAddress(*v, scenario);

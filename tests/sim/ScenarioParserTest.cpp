@@ -72,6 +72,8 @@ TEST(ScenarioParser, NamesFileAndLineOfWhatItDoesNotUnderstand) {
       {"policy:\n  {bridging: true, answer: 3}\n", "f.yaml:6: \"answer\" is not known here"},
       {"late: [r1,\n  r9]\n", "f.yaml:6: there is no router r9"},
       {"script:\n- {at: 3, crash: r1, bang: 1}\n", "f.yaml:6: \"bang\" is not known here"},
+      {"script:\n- {at: 3, drain: {router: r1, what: it}}\n", "f.yaml:6: what is drained is"},
+      {"script:\n- {at: 3, crash: r1, status: kept}\n", "f.yaml:6: \"status\" is not known here"},
       {"script:\n- {at: 3}\n", "f.yaml:6: nothing happens here"},
       {"script:\n- {crash: r1}\n", "f.yaml:6: \"at\" is missing"},
       {"script:\n- {at: 700, crash: r1}\n", "f.yaml:6: this is after the end of the run"},

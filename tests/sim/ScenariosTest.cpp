@@ -15,7 +15,7 @@ namespace {
 std::vector<std::string> shippedScenarios() {
   std::vector<std::string> files;
   for (const auto& entry : std::filesystem::directory_iterator(PIMBSR_SCENARIOS)) {
-    files.push_back(entry.path().string());
+    if (entry.path().extension() == ".yaml") files.push_back(entry.path().string());
   }
   std::sort(files.begin(), files.end());
   return files;
