@@ -81,6 +81,8 @@ void addContinuity(CLI::App& app, Options& options) {
   continuity.add_option("FILE", options.files, "scenario files")->required();
   addCommon(continuity, options);
   continuity.add_flag("--faults", options.faults, "plagues the network with random faults");
+  continuity.add_flag("--json", options.json, "prints JSON");
+  continuity.add_option("--html", options.html, "writes a page with pictures to this file");
   continuity.callback([&] { options.command = Options::Command::continuity; });
 }
 

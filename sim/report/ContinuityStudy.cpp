@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 namespace Routing::Sim {
 namespace {
@@ -10,18 +11,19 @@ constexpr double notMeasured = -1.0;
 
 }  // namespace
 
-ContinuityStudy::ContinuityStudy(const Scenario& scenario) : scenario_(scenario) {
-  for (const AddressFamily af : scenario.families) {
-    for (const RouterPlan& router : scenario.topology.routers()) {
-      const bool several = scenario.families.size() > 1;
+ContinuityStudy::ContinuityStudy(const std::string& file, Scenario scenario)
+    : file_(file), scenario_(std::move(scenario)) {
+  for (const AddressFamily af : scenario_.families) {
+    for (const RouterPlan& router : scenario_.topology.routers()) {
+      const bool several = scenario_.families.size() > 1;
       subjects_.push_back(router.name + (several ? " " + std::string(enumName(af)) : ""));
     }
   }
 }
 
-std::vector<double> ContinuityStudy::figures(const Meters& meters) const {
+std::vector<double> ContinuityStudy::figures(const ScenarioRun& run) const {
   std::vector<double> figures;
-  for (const auto& meter : meters) {
+  for (const auto& meter : run.invariants().continuity()) {
     for (RouterId id = 0; id < scenario_.topology.routers().size(); ++id) {
       for (const Lack lack : allLacks) {
         figures.push_back(meter->longest(lack, id).value_or(notMeasured));
@@ -31,10 +33,30 @@ std::vector<double> ContinuityStudy::figures(const Meters& meters) const {
   return figures;
 }
 
-void ContinuityStudy::add(std::uint64_t seed, const std::vector<double>& figures) {
+void ContinuityStudy::add(std::uint64_t seed, bool passed, const std::vector<double>& figures) {
+  ++runs_;
+  failed_ += !passed;
   for (std::size_t i = 0; i < figures.size(); ++i) {
     if (figures[i] == notMeasured) continue;
     samples_[i % allLacks.size()].push_back({seed, i / allLacks.size(), figures[i]});
+  }
+}
+
+void ContinuityStudy::detailIs(const ScenarioRun& run, const Timeline& timeline) {
+  detail_ = {run.options().seed, run.world().now(), {}, {}};
+  std::size_t family = 0;
+  const auto take = [&](const std::vector<Gap>& gaps) {
+    for (const Gap& gap : gaps) {
+      detail_->gaps.push_back({family * scenario_.topology.routers().size() + gap.router, gap});
+    }
+  };
+  for (const auto& meter : run.invariants().continuity()) {
+    take(meter->gaps());
+    for (const Lack lack : allLacks) take(meter->open(lack));
+    ++family;
+  }
+  for (const Happening& happening : timeline.happenings()) {
+    if (happening.kind == Happening::Kind::script) detail_->script.push_back(happening);
   }
 }
 
@@ -63,6 +85,16 @@ std::optional<ContinuityStudy::Sample> ContinuityStudy::worst(Lack lack) const {
     return a.seconds < b.seconds;
   });
   return it == all.end() ? std::nullopt : std::optional(*it);
+}
+
+// Groups without an RP say most; a start that is no longer than others says little.
+std::optional<std::uint64_t> ContinuityStudy::tellingSeed() const {
+  for (const Lack lack : allLacks) {
+    const auto sample = worst(lack);
+    if (sample && sample->seconds > 0) return sample->seed;
+  }
+  const auto any = worst(Lack::rp);
+  return any ? std::optional(any->seed) : std::nullopt;
 }
 
 }  // namespace Routing::Sim

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <map>
 
+#include "sim/report/HtmlPages.h"
 #include "sim/report/JsonParts.h"
 
 namespace Routing::Sim {
@@ -123,15 +124,6 @@ Json switchesJson(const Recorder& recorder) {
   return switches;
 }
 
-/// JSON that may stand inside a script element: nothing in it looks like a tag.
-std::string scriptText(const Json& data) {
-  std::string text;
-  for (const char c : data.dump(-1, ' ', true)) {
-    c == '<' ? text += "\\u003c" : text += c;
-  }
-  return text;
-}
-
 }  // namespace
 
 std::string htmlReport(const ScenarioRun& run, const Timeline& timeline, const Recorder& recorder) {
@@ -145,9 +137,7 @@ std::string htmlReport(const ScenarioRun& run, const Timeline& timeline, const R
   data["messages"] = messagesJson(recorder, words);
   data["switches"] = switchesJson(recorder);
   data["words"] = words.texts();
-  std::string page(htmlPage);
-  constexpr std::string_view mark = "@DATA@";
-  return page.replace(page.find(mark), mark.size(), scriptText(data));
+  return pageWith(HtmlPages::page, data);
 }
 
 }  // namespace Routing::Sim

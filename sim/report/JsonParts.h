@@ -1,6 +1,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "sim/report/Timeline.h"
 #include "sim/scenario/ScenarioRun.h"
@@ -14,5 +15,8 @@ Json runJson(const ScenarioRun& run);
 /// What happened: at, kind, text, routers, last.
 Json timelineJson(const Timeline& timeline);
 std::string kindText(Happening::Kind kind);
+
+/// A page with data in place of the word "@DATA@", written so that nothing in it looks like a tag.
+std::string pageWith(std::string_view page, const Json& data);
 
 }  // namespace Routing::Sim

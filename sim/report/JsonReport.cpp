@@ -106,6 +106,15 @@ Json timelineJson(const Timeline& timeline) {
   return all;
 }
 
+std::string pageWith(std::string_view page, const Json& data) {
+  std::string text;
+  for (const char c : data.dump(-1, ' ', true)) {
+    c == '<' ? text += "\\u003c" : text += c;
+  }
+  constexpr std::string_view mark = "@DATA@";
+  return std::string(page).replace(page.find(mark), mark.size(), text);
+}
+
 std::string jsonReport(ScenarioRun& run, const Timeline& timeline) {
   Json report = runJson(run);
   report["timeline"] = timelineJson(timeline);
