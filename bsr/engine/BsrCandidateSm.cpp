@@ -36,6 +36,7 @@ void BsrCandidateSm::start() {
 }
 
 void BsrCandidateSm::retire() {
+  services_->announcingIs(zone(), false);
   ZoneSm::retire();
   reactors_.clear();
 }
@@ -71,6 +72,7 @@ void BsrCandidateSm::handleNonPreferredBsm() {
       BSR_STATE(State::pBsr);
       turn([&] { forwardOrTrace(bsm, turn); });
       turn([&] { lowerStoredBsr(bsm); });  // the back-off is reckoned from what is left of it
+      turn([&] { takeLastWords(bsm, turn); });
       turn([&] { backOffIs(); });
       break;
     case State::pBsr:
@@ -141,6 +143,7 @@ void BsrCandidateSm::handleInitialized() {
   stateIs(State::eBsr);  // elected before a restart
   BSR_TRACE(candidateSm, 1, "state=", state_, ", zone=", zone());
   storedBsr_ = ownBsr_;
+  services_->announcingIs(zone(), true);
   turn([&] { doUpdateElectedBsr(); });
   turn([&] { originate(); });
 }
@@ -200,6 +203,13 @@ void BsrCandidateSm::lowerStoredBsr(const Bsm& bsm) {
   storedBsr_.priority = bsm->bsrPriority();
   storedBsr_.hashMaskLen = bsm->hashMaskLen();
   doUpdateElectedBsr();
+}
+
+// What the BSR that we follow says when it leaves still holds, above all what it withdraws.
+void BsrCandidateSm::takeLastWords(const Bsm& bsm, const Turn& turn) {
+  if (!services_->policy().handOver || bsm->bsrAddress() != storedBsr_.ipAddr) return;
+  services_->storeRpSet(zone(), *bsm, false, &turn);
+  turn([&] { lastBsmIs(bsm); });
 }
 
 void BsrCandidateSm::awaitNextBsm() {
@@ -278,6 +288,7 @@ void BsrCandidateSm::doSendBsm(bool shutdown) {
   const Turn turn = joinTurn();
   const Bsm bsm = ownBsm(shutdown);
   turn([&] { lastBsm_.messageIs(bsm, now()); });
+  turn([&] { services_->announced(zone()); });
   turn([&] { heard_ = services_->forwardBsm(zone(), bsm, &turn) > 0; });
 }
 
@@ -370,6 +381,7 @@ void BsrCandidateSm::doDelElectedBsr() {
 void BsrCandidateSm::handleElected() {
   BSR_TRACE(candidateSm, 9, "");
   const Turn turn = joinTurn();
+  services_->announcingIs(zone(), candidate_->elected());
   if (candidate_->elected()) {
     if (!initialized_) return;
     BSR_TRACE(candidateSm, 4, "We, ", candidate_->address(), " are elected as BSR for zone ",
@@ -441,9 +453,15 @@ void BsrCandidateSm::handleBsPeriod() {
 void BsrCandidateSm::handleIpChange() {
   BSR_TRACE(candidateSm, 9, "");
   if (!initialized_) return handleInitialized();
+  const Turn turn = joinTurn();
+  const bool moves = state_ == State::eBsr && services_->policy().handOver &&
+                     usable(candidate_->address()) && candidate_->address() != ownBsr_.ipAddr;
+  if (moves) doSendBsm(true);  // in the name of the old address
+  if (!turn.goesOn()) return;
   ownBsrIs();
   BSR_TRACE(candidateSm, 4, "Changing IP address to ", ownBsr_.ipAddr, " for zone ", zone());
   state_ == State::eBsr ? updateElected() : contest();
+  if (moves) turn([&] { originate(); });
 }
 
 void BsrCandidateSm::handlePriority() {

@@ -100,6 +100,7 @@ class ROUTING_API BsrCandidateSm final : public ZoneSm {
   void clearOthersRpSet(const Bsm& bsm);
   void storedBsrIs(const Bsm& bsm);
   void lowerStoredBsr(const Bsm& bsm);
+  void takeLastWords(const Bsm& bsm, const Turn& turn);
   void awaitNextBsm();
   void backOffIs();
   void awaitPriming();

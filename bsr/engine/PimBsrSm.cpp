@@ -84,6 +84,7 @@ void PimBsrSm::handleInitialized() {
       [this](const IpGenPrefix& zone, RpEntry& rp) { return withdraw(zone, rp); });
   advertisers_ =
       std::make_shared<Advertisers>(bsrStatus_, crpMsgStatus_, bsrTrie_, timerWheel_, *services_);
+  services_->viewIs([this](const IpGenPrefix& zone) { mirror_->show(zone); });
   initialized_ = true;
   priming_->activeIs(true);
   for (const auto& [zone, bsr] : bsrStatus_->bootstrapRouter()) handleBsr(zone);
@@ -215,8 +216,10 @@ void PimBsrSm::candidateSmDel(const IpGenPrefix& zone) {
   if (!machine) return;
   candidateSm_.erase(zone);
   const auto candidate = machine->candidate();  // no longer in the status, but still ours
+  std::shared_ptr<BootstrapMessage> farewell;
   if (candidate && candidate->elected()) {
     machine->doSendBsm(true);
+    farewell = machine->lastBsm();
     candidate->electedIs(false);
   }
   machine->retire();
@@ -228,7 +231,16 @@ void PimBsrSm::candidateSmDel(const IpGenPrefix& zone) {
   // which was writing it and will delete it.
   const auto& record = bsrStatus_->bootstrapRouter(zone);
   if (!record || namesBsr(*record)) maybeInitNonCandidateSm();
-  if (!nonCandidateSm(zone) && !candidateSm(zone)) zoneGone(zone);
+  if (farewell && services_->policy().handOver) follow(zone, farewell);
+  if (initialized_ && !nonCandidateSm(zone) && !candidateSm(zone)) zoneGone(zone);
+}
+
+// This router hears its own farewell like everybody else, and does not pass it on.
+void PimBsrSm::follow(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& farewell) {
+  if (candidateSm(zone) || nonCandidateSm(zone)) return;
+  const auto machine = newNonCandidateSm(zone);
+  machine->start();
+  machine->bsmIs(withForward(farewell, false));
 }
 
 void PimBsrSm::handleCandidateSm(const IpGenPrefix& zone) {

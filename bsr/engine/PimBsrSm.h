@@ -137,6 +137,7 @@ class ROUTING_API PimBsrSm {
   void handleCrp(const IpGenAddr& address);
   void candidateSmIs(const IpGenPrefix& zone);
   void candidateSmDel(const IpGenPrefix& zone);
+  void follow(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& farewell);
   void handleCandidateSm(const IpGenPrefix& zone);
   void maybeInitNonCandidateSm();
   std::shared_ptr<BsrNonCandidateSm> newNonCandidateSm(const IpGenPrefix& zone);

@@ -248,6 +248,12 @@ void RpSetMirror::dropOrphans() {
   }
 }
 
+void RpSetMirror::show(const IpGenPrefix& zone) {
+  for (const auto& set : services_.rpSets().ofZone(zone)) {
+    if (bsrTrie_.longestMatch(set->prefix()) == zone) mirrorSet(zone, *set);
+  }
+}
+
 void RpSetMirror::retire() {
   zoneSubscription_.reset();
   trieSubscription_.reset();
@@ -309,6 +315,7 @@ bool RpSetMirror::servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) c
 
 void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
                          const std::shared_ptr<RpEntry>& rp) {
+  if (services_.heldBack(zone)) return mirrorTimes(zone, prefix, *rp);
   const IpGenPrefix match = bsrTrie_.longestMatch(prefix);
   if (!servesPim(zone, match)) {
     BSR_TRACE(sm, 8, "Not updating RpCandidateStatus since our zone ", zone,
@@ -336,6 +343,16 @@ void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
   copy->hashMaskLenIs(rp->hashMaskLen());
   copy->setupTimeIs(rp->setupTime());
   copy->expiryTimeIs(rp->expiryTime());
+}
+
+// What is held back is who serves a range and how; how long it does may be seen.
+void RpSetMirror::mirrorTimes(const IpGenPrefix& zone, const IpGenPrefix& prefix,
+                              const RpEntry& rp) {
+  const auto set = owns(zone, prefix) ? rpCandidateStatus_->crpSet(prefix) : nullptr;
+  const auto copy = set ? set->rp(rp.address()) : nullptr;
+  if (!copy) return;
+  copy->holdTimeIs(rp.holdTime());
+  copy->expiryTimeIs(rp.expiryTime());
 }
 
 // The zone takes a range over: what others put there goes, what it has comes.

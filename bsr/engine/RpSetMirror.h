@@ -34,6 +34,8 @@ class ROUTING_API RpSetMirror {
   RpSetMirror& operator=(const RpSetMirror&) = delete;
   ~RpSetMirror();
 
+  /// Shows PIM what a zone holds now, as far as the zone has a say in it.
+  void show(const IpGenPrefix& zone);
   /// Watches nothing any more.
   void retire();
 
@@ -50,6 +52,7 @@ class ROUTING_API RpSetMirror {
   bool servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) const;
   void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
               const std::shared_ptr<RpEntry>& rp);
+  void mirrorTimes(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp);
   void mirrorSet(const IpGenPrefix& zone, const RpCandidateSet& set);
   void unmirrorRp(const IpGenPrefix& zone, const IpGenPrefix& prefix, const IpGenAddr& rp);
   void unmirrorSet(const IpGenPrefix& zone, const IpGenPrefix& prefix);

@@ -31,6 +31,24 @@ void ZoneServices::end() {
   if (sender_) sender_->end();
   installer_.reset();
   sender_.reset();
+  view_ = nullptr;
+  heldBack_.clear();
+}
+
+void ZoneServices::announcingIs(const IpGenPrefix& zone, bool announcing) {
+  if (announcing && policy_.announcedView) {
+    heldBack_.insert(zone);
+  } else {
+    heldBack_.erase(zone);
+  }
+}
+
+void ZoneServices::announced(const IpGenPrefix& zone) {
+  if (!heldBack(zone) || !view_) return;
+  const auto view = view_;
+  heldBack_.erase(zone);
+  view(zone);
+  if (view_) heldBack_.insert(zone);
 }
 
 void ZoneServices::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh,

@@ -2,6 +2,8 @@
 
 #include <functional>
 #include <memory>
+#include <set>
+#include <utility>
 
 #include "bsr/engine/BsmSender.h"
 #include "bsr/engine/LastBsmBudget.h"
@@ -43,6 +45,15 @@ class ROUTING_API ZoneServices {
   LastBsmBudget& lastBsmBudget() { return lastBsmBudget_; }
   PimBsrLimits& limits() { return *limits_; }
 
+  /// This router is, or is no longer, the elected BSR of a zone. While it is and the policy asks
+  /// for it, PIM's view of the zone is held back until announced() is called.
+  void announcingIs(const IpGenPrefix& zone, bool announcing);
+  bool heldBack(const IpGenPrefix& zone) const { return heldBack_.contains(zone); }
+  /// The zone's RP set stands in a message that is being sent.
+  void announced(const IpGenPrefix& zone);
+  /// Who shows PIM what was announced; null for nobody.
+  void viewIs(std::function<void(const IpGenPrefix&)> view) { view_ = std::move(view); }
+
   /// Installs a message's mappings. What cannot be installed is traced: the machine's timers must
   /// run all the same. Stops where `turn`, if there is one, is overtaken.
   void storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh,
@@ -71,6 +82,8 @@ class ROUTING_API ZoneServices {
   RandomNumbers random_;
   std::shared_ptr<DeferredDelete> deferred_;
   IpGenPrefix globalZone_;
+  std::set<IpGenPrefix> heldBack_;
+  std::function<void(const IpGenPrefix&)> view_;
   RpSetTotals rpSetTotals_;
   RpSets rpSets_;
   LastBsmBudget lastBsmBudget_;

@@ -31,8 +31,19 @@ struct BsrPolicy {
   /// that a candidate was told of while it waits to be elected.
   bool earlyView = false;
 
+  /// A BSR that leaves office takes its own farewell, the message with priority 0, like everybody
+  /// else: it goes on serving the RPs until another BSR speaks. Candidates take in what the BSR
+  /// that they follow says last. A BSR whose address changes takes leave of the old one and speaks
+  /// with the new one at once.
+  bool handOver = false;
+  /// The elected BSR shows PIM what it announced last, not what it has gathered since. So it
+  /// chooses the RPs that all others choose.
+  bool announcedView = false;
+
   /// All of it.
-  static constexpr BsrPolicy continuous() { return {true, true, 16, 6, true, true, true}; }
+  static constexpr BsrPolicy continuous() {
+    return {true, true, 16, 6, true, true, true, true, true};
+  }
 
   friend bool operator==(const BsrPolicy&, const BsrPolicy&) = default;
 };
