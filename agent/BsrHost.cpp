@@ -59,7 +59,9 @@ Pim::Bsr::BsrInputs BsrHost::inputs(const HostBase& base, const FamilyEntities& 
           sourceIntfSm_,
           base.entities.accessLists(af_),
           base.upgrade.shutdownStatus(),
-          base.upgrade.vrfStatus(af_)};
+          base.upgrade.vrfStatus(af_),
+          Pim::Bsr::BsrPolicy::continuous(),
+          base.random};
 }
 
 const FamilySettings& BsrHost::settings() const {

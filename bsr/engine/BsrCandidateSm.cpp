@@ -20,6 +20,7 @@ BsrCandidateSm::BsrCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> 
 
 void BsrCandidateSm::start() {
   if (!candidate_) return;
+  if (services_->policy().lapsingOffice && officeLapsed()) candidate_->electedIs(false);
   DeferredDelete& deferred = services_->deferred();
   const auto on = [&](auto handler) {
     return deferred.held([this, handler] { (this->*handler)(); });
@@ -174,6 +175,14 @@ void BsrCandidateSm::handleBsm() {
   const PimBsrWeight announced(bsm->bsrPriority(), bsm->bsrAddress());
   const StoredBsr& believed = state_ == State::cBsr ? storedBsr_ : ownBsr_;
   announced < weight(believed) ? handleNonPreferredBsm() : handlePreferredBsm();
+}
+
+// True if all who heard our last message have waited for the next one in vain.
+bool BsrCandidateSm::officeLapsed() const {
+  const auto record = bsrStatus_->bootstrapRouter(zone());
+  if (!candidate_->elected() || !record) return false;
+  const double lastMessage = record->expiryTime() - candidate_->bsPeriod();
+  return now() >= lastMessage + bsTimeoutInForce(bsrStatus_->bsTimeout(), candidate_->bsPeriod());
 }
 
 // The BSR that the record names if it is better than we are, else ourselves.
@@ -461,7 +470,7 @@ void BsrCandidateSm::handleIpChange() {
   ownBsrIs();
   BSR_TRACE(candidateSm, 4, "Changing IP address to ", ownBsr_.ipAddr, " for zone ", zone());
   state_ == State::eBsr ? updateElected() : contest();
-  if (moves) turn([&] { originate(); });
+  if (moves) turn([&] { bsTimer_.expiryInIs(0); });
 }
 
 void BsrCandidateSm::handlePriority() {

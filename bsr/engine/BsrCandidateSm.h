@@ -96,6 +96,7 @@ class ROUTING_API BsrCandidateSm final : public ZoneSm {
   void ownBsrIs();
   void computeBsTimeout(const char* firstPiece);
   std::uint32_t bs_rand_override() const;
+  bool officeLapsed() const;
   StoredBsr betterOfRecordAndOwn() const;
   void clearOthersRpSet(const Bsm& bsm);
   void storedBsrIs(const Bsm& bsm);

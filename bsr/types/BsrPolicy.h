@@ -39,10 +39,14 @@ struct BsrPolicy {
   /// The elected BSR shows PIM what it announced last, not what it has gathered since. So it
   /// chooses the RPs that all others choose.
   bool announcedView = false;
+  /// A candidate that was elected before a restart does not resume its office if its last message
+  /// is so old that all others have given it up: it stands for election like any candidate that
+  /// starts.
+  bool lapsingOffice = false;
 
   /// All of it.
   static constexpr BsrPolicy continuous() {
-    return {true, true, 16, 6, true, true, true, true, true};
+    return {true, true, 16, 6, true, true, true, true, true, true};
   }
 
   friend bool operator==(const BsrPolicy&, const BsrPolicy&) = default;

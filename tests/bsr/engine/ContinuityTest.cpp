@@ -153,6 +153,21 @@ TEST_F(ContinuityTest, ACandidateThatWaitsServesWhatItWasTold) {
   EXPECT_EQ(router.bsrOf(global), "none");
 }
 
+TEST_F(ContinuityTest, AnOfficeThatOthersHaveGivenUpIsNotResumed) {
+  for (const bool lapsed : {false, true}) {
+    choose({.lapsingOffice = true});
+    standAndWin();
+    advertise("225.0.0.0/8", "10.9.9.9", 500);
+    router.stop();
+    world.clock.nowIs(now() + (lapsed ? timeout : timeout - 1));
+    router.start();
+    EXPECT_EQ(state(), lapsed ? "pBsr" : "eBsr");
+    EXPECT_EQ(router.pimRps().size(), 1U) << "RPs that still hold serve all the same";
+    router.status->cbsrDelAll();
+    router.status->crpStatusDelAll();
+  }
+}
+
 // --- the best of a range ----------------------------------------------------------------------
 
 TEST_F(ContinuityTest, TheBest255RpsOfARangeCount) {
