@@ -94,7 +94,8 @@ ObserverTable& Entity::observers() const {
 }
 
 void Entity::tell(std::size_t attribute, const void* key) {
-  if (logged_) tellAncestors({*this, attribute, key});
+  if (logged_) [[unlikely]]
+    tellAncestors({*this, attribute, key});
   if (observers_ == nullptr) return;
   observers_->notify(attribute + firstAttributeList, key, anyList, &attribute);
 }

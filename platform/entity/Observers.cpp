@@ -1,9 +1,9 @@
 #include "platform/entity/Observers.h"
 
 #include <algorithm>
-#include <exception>
+#include <new>
 
-#include "platform/entity/Assertion.h"
+#include "platform/entity/FirstError.h"
 
 namespace Routing {
 
@@ -14,107 +14,144 @@ void Subscription::reset() {
   ObserverTable::drop(node);
 }
 
-ObserverTable* ObserverTable::create() {
-  return new ObserverTable();
+ObserverTable::~ObserverTable() {
+  for (std::size_t i = 0; i < size_; ++i) ::operator delete(lists_[i]);
 }
 
-Subscription ObserverTable::append(std::size_t index, ObserverNode* node) {
-  if (index >= size_) {
-    auto grown = std::make_unique<List[]>(index + 1);
-    std::copy_n(lists_.get(), size_, grown.get());
-    lists_ = std::move(grown);
-    size_ = index + 1;
-  }
-  List& list = lists_[index];
+Subscription ObserverTable::append(std::size_t index, std::unique_ptr<ObserverNode> node,
+                                   Fire fire) {
+  List& list = roomIn(index);
   node->table_ = this;
   node->list_ = static_cast<std::uint16_t>(index);
-  node->serial_ = ++lastSerial_;
-  node->previous_ = list.last;
-  (list.last == nullptr ? list.first : list.last->next_) = node;
-  list.last = node;
+  node->index_ = list.size;
   ++node->holders_;
-  return Subscription(node);
+  list.places()[list.size++] = {fire, node.get()};
+  return Subscription(node.release());
 }
 
-void ObserverTable::notify(std::size_t list, const void* key) {
-  notify(list, key, noList, nullptr);
-}
-
-void ObserverTable::notify(std::size_t list, const void* key, std::size_t second,
-                           const void* secondKey) {
-  std::exception_ptr firstError;
-  const std::uint64_t newest = lastSerial_;
-  ++holders_;
-  if (observed(list)) fireAll(list, key, newest, firstError);
-  if (observed(second)) fireAll(second, secondKey, newest, firstError);
-  release();
-  if (firstError) std::rethrow_exception(firstError);
-}
-
-void ObserverTable::fireAll(std::size_t index, const void* key, std::uint64_t newest,
-                            std::exception_ptr& firstError) {
-  ObserverNode* node = lists_[index].first;
-  const bool tooDeep = ++lists_[index].nesting > maxNesting;
-  for (; node != nullptr && node->serial_ <= newest; node = node->next_) {
-    if (node->table_ == nullptr) continue;
-    try {
-      ROUTING_ASSERT_TEXT(!tooDeep, "nesting < maxNesting");
-      node->fire(key);
-    } catch (...) {
-      if (!firstError) firstError = std::current_exception();
-    }
+// The list, with room for one more place.
+ObserverTable::List& ObserverTable::roomIn(std::size_t index) {
+  if (index >= size_) {
+    auto grown = std::make_unique<List*[]>(index + 1);
+    std::copy_n(lists_.get(), size_, grown.get());
+    lists_ = std::move(grown);
+    size_ = static_cast<std::uint32_t>(index + 1);
   }
-  List& list = lists_[index];  // looked up again: a subscription may have moved the lists
-  if (--list.nesting == 0 && list.dirty) sweep(list);
+  List* const list = lists_[index];
+  if (list == nullptr) return *(lists_[index] = newList(1));
+  if (list->size < list->capacity) return *list;
+  List* const grown = newList(2 * list->capacity);
+  std::copy_n(list->places(), list->size, grown->places());
+  grown->size = list->size;
+  grown->dead = list->dead;
+  grown->running = list->running;
+  if (list->running > 0) {
+    grown->outgrown = list;
+  } else {
+    ::operator delete(list);
+  }
+  return *(lists_[index] = grown);
+}
+
+ObserverTable::List* ObserverTable::newList(std::uint32_t capacity) {
+  auto* list = new (::operator new(sizeof(List) + capacity * sizeof(Place))) List;
+  list->capacity = capacity;
+  std::uninitialized_fill_n(list->places(), capacity, Place{});
+  return list;
+}
+
+void ObserverTable::notifyBoth(std::size_t list, const void* key, std::size_t second,
+                               const void* secondKey) {
+  FirstError error;
+  Walk walk = enter(list);
+  Walk others;
+  error.run([&] { others = enter(second); });
+  finish(walk, key, error);
+  finish(others, secondKey, error);
+  leave(list);
+  if (others.end != nullptr) leave(second);
+  error.rethrow();
+}
+
+void ObserverTable::finish(Walk& walk, const void* key, FirstError& error) {
+  while (walk.at != walk.end) error.run([&] { call(walk, key); });
+}
+
+void ObserverTable::finishAfterError(std::size_t list, const void* key, Walk walk) {
+  FirstError error;
+  error.run([] { throw; });
+  finish(walk, key, error);
+  leave(list);
+  error.rethrow();
 }
 
 void ObserverTable::remove(ObserverNode* node) {
-  List& list = lists_[node->list_];
+  List& list = *lists_[node->list_];
+  Place& place = list.places()[node->index_];
   node->table_ = nullptr;
-  if (list.nesting > 0) {
-    list.dirty = true;
-  } else {
-    unlink(list, node);
-    drop(node);
+  place.fire = idleFire;
+  ++list.dead;
+  for (List* old = list.outgrown; old != nullptr; old = old->outgrown) {
+    if (node->index_ < old->size) old->places()[node->index_].fire = idleFire;
   }
+  if (list.running > 0) return;
+  place.node = nullptr;
+  drop(node);                                    // its subscription still holds it
+  if (2 * list.dead > list.size) closeUp(list);  // lets go of nobody
 }
 
-void ObserverTable::unlink(List& list, ObserverNode* node) {
-  (node->previous_ == nullptr ? list.first : node->previous_->next_) = node->next_;
-  (node->next_ == nullptr ? list.last : node->next_->previous_) = node->previous_;
+// Closes a list up that has become idle. Lets go of the nodes last: a reactor that dies may own
+// subscriptions of this very list, or be the last to hold the subject.
+void ObserverTable::tidy(List& list) {
+  while (list.outgrown != nullptr) {
+    List* const old = std::exchange(list.outgrown, list.outgrown->outgrown);
+    ::operator delete(old);
+  }
+  const std::vector<ObserverNode*> gone = closeUp(list);
+  if (detached_ && idle()) delete this;
+  for (ObserverNode* node : gone) drop(node);
 }
 
-// Takes all dead nodes out before it drops the first: a reactor that dies may own subscriptions of
-// this very list.
-void ObserverTable::sweep(List& list) {
-  list.dirty = false;
-  ObserverNode* dead = nullptr;
-  for (ObserverNode* node = list.first; node != nullptr;) {
-    ObserverNode* next = node->next_;
-    if (node->table_ == nullptr) {
-      unlink(list, node);
-      node->next_ = dead;
-      dead = node;
+// The unsubscribed nodes that the list still held.
+std::vector<ObserverNode*> ObserverTable::closeUp(List& list) {
+  std::vector<ObserverNode*> gone;
+  std::uint32_t kept = 0;
+  for (std::uint32_t at = 0; at < list.size; ++at) {
+    const Place place = list.places()[at];
+    if (place.fire != idleFire) {
+      place.node->index_ = kept;
+      list.places()[kept++] = place;
+    } else if (place.node != nullptr) {
+      gone.push_back(place.node);
     }
-    node = next;
   }
-  while (dead != nullptr) drop(std::exchange(dead, dead->next_));
+  list.size = kept;
+  list.dead = 0;
+  return gone;
 }
 
+// No reactor dies here: its subscription holds it still.
 void ObserverTable::detach() {
-  for (std::size_t i = 0; i < size_; ++i) {
-    List& list = lists_[i];
-    for (ObserverNode* node = list.first; node != nullptr; node = node->next_) {
-      node->table_ = nullptr;
-    }
-    list.dirty = true;
-    if (list.nesting == 0) sweep(list);
+  for (std::size_t index = 0; index < size_; ++index) {
+    if (lists_[index] != nullptr) removeAll(index);
   }
-  release();
+  detached_ = true;
+  if (idle()) delete this;
 }
 
-void ObserverTable::release() {
-  if (--holders_ == 0) delete this;
+void ObserverTable::removeAll(std::size_t index) {
+  List& list = *lists_[index];
+  ++list.running;  // every place stays where it is
+  for (std::uint32_t at = 0; at < list.size; ++at) {
+    const Place& place = list.places()[at];
+    if (place.fire != idleFire) remove(place.node);
+  }
+  leave(index);
+}
+
+bool ObserverTable::idle() const {
+  return std::all_of(lists_.get(), lists_.get() + size_,
+                     [](const List* list) { return list == nullptr || list->running == 0; });
 }
 
 void ObserverTable::drop(ObserverNode* node) {

@@ -2,15 +2,17 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "platform/Export.h"
+#include "platform/entity/Assertion.h"
 
 namespace Routing {
 
+class FirstError;
 class ObserverTable;
 
 /// One subscriber's place in a list. Held by its Subscription, and by the list while it stands in
@@ -21,19 +23,15 @@ class ROUTING_API ObserverNode {
   ObserverNode(const ObserverNode&) = delete;
   ObserverNode& operator=(const ObserverNode&) = delete;
   virtual ~ObserverNode() = default;
-  /// Runs the reactor; `key` points to the changed key, or is null where the attribute has none.
-  virtual void fire(const void* key) = 0;
 
  private:
   friend class ObserverTable;
   friend class Subscription;
 
-  ObserverNode* previous_ = nullptr;
-  ObserverNode* next_ = nullptr;
   ObserverTable* table_ = nullptr;  // null once unsubscribed or once the subject is gone
-  std::uint64_t serial_ = 0;
-  std::uint32_t holders_ = 1;
+  std::uint32_t index_ = 0;
   std::uint16_t list_ = 0;
+  std::uint16_t holders_ = 1;
 };
 
 /// Keeps a reactor subscribed; its destructor unsubscribes. The subject may die first.
@@ -43,10 +41,7 @@ class ROUTING_API Subscription {
   explicit Subscription(ObserverNode* node) : node_(node) {}
   Subscription(Subscription&& other) noexcept : node_(std::exchange(other.node_, nullptr)) {}
   Subscription& operator=(Subscription&& other) noexcept {
-    if (this != &other) {
-      reset();
-      node_ = std::exchange(other.node_, nullptr);
-    }
+    Subscription before(std::exchange(node_, std::exchange(other.node_, nullptr)));
     return *this;
   }
   ~Subscription() { reset(); }
@@ -63,12 +58,28 @@ class ROUTING_API Subscription {
 /// subscription. A reactor that subscribes during a notification is first told of the next one; one
 /// that unsubscribes, or whose owner is deleted, is not called any more. The subject itself may be
 /// deleted inside a notification: the reactors that were not reached yet are then not called.
+///
+///   table   [ . | x | . | x ]                        one pointer a list, up to the highest in use
+///                 |
+///                 v
+///   list    size 4, dead 1, running 1 | f a | f b | - c | f d |    in the order of subscription
+///                                         |
+///                                         v
+///   node                               the reactor, held by its Subscription too
+///
+/// A notification calls the functions of the places that were there when it began, so what is
+/// appended waits. To unsubscribe makes the function of the place one that does nothing ("- c").
+/// While notifications run on a list, places stay where they are, also those of a list that has
+/// grown meanwhile, and unsubscribed nodes stay alive: whoever walks just walks on, and a reactor
+/// that goes away in its own call is callable to the end. When the last has ended, the list closes
+/// up. A table whose subject has died goes when the last of its lists is idle.
 class ROUTING_API ObserverTable {
  public:
-  /// Notifications nested in each other on one list before the assertion "nesting < maxNesting".
-  static constexpr unsigned maxNesting = 64;
+  /// Notifications nested in each other on one list; one more is the assertion
+  /// "nesting < maxNesting".
+  static constexpr std::uint32_t maxNesting = 64;
 
-  static ObserverTable* create();
+  static ObserverTable* create() { return new ObserverTable(); }
   ObserverTable(const ObserverTable&) = delete;
   ObserverTable& operator=(const ObserverTable&) = delete;
 
@@ -78,11 +89,15 @@ class ROUTING_API ObserverTable {
   /// Appends a reactor `void()` or `void(const Key&)` to a list.
   template <class Key, class Reactor>
   [[nodiscard]] Subscription subscribe(std::size_t list, Reactor&& reactor) {
-    return append(list, new Node<Key, std::decay_t<Reactor>>(std::forward<Reactor>(reactor)));
+    using Made = Node<Key, std::decay_t<Reactor>>;
+    return append(list, std::make_unique<Made>(std::forward<Reactor>(reactor)), &Made::fire);
   }
 
-  bool observed(std::size_t list) const { return list < size_ && lists_[list].first != nullptr; }
-  /// Calls the list's reactors. If some throw, all are called and the first error is rethrown.
+  bool observed(std::size_t list) const {
+    return list < size_ && lists_[list] != nullptr && lists_[list]->size > 0;
+  }
+  /// Calls the list's reactors; `key` points to what changed, or is null where there is no key. If
+  /// some throw, all are called and the first error is rethrown.
   void notify(std::size_t list, const void* key);
   /// Calls the reactors of two lists as if they were one.
   void notify(std::size_t list, const void* key, std::size_t second, const void* secondKey);
@@ -90,11 +105,27 @@ class ROUTING_API ObserverTable {
  private:
   friend class Subscription;
 
+  using Fire = void (*)(ObserverNode* node, const void* key);
+
+  struct Place {
+    Fire fire = idleFire;          // until subscribed, and once unsubscribed
+    ObserverNode* node = nullptr;  // until subscribed, and once let go of
+  };
+
+  /// Head of a list; its places follow it in memory.
   struct List {
-    ObserverNode* first = nullptr;
-    ObserverNode* last = nullptr;
-    std::uint32_t nesting = 0;
-    bool dirty = false;  // holds unsubscribed nodes that a running notification may stand on
+    std::uint32_t size = 0;
+    std::uint32_t capacity = 0;
+    std::uint32_t dead = 0;  // unsubscribed places
+    std::uint32_t running = 0;
+    List* outgrown = nullptr;  // the same list before it grew, kept for those that walk on it
+    Place* places() { return reinterpret_cast<Place*>(this + 1); }
+  };
+
+  /// The places that a notification has still to call.
+  struct Walk {
+    const Place* at = nullptr;
+    const Place* end = nullptr;
   };
 
   template <class Key, class Reactor>
@@ -102,11 +133,11 @@ class ROUTING_API ObserverTable {
    public:
     template <class R>
     explicit Node(R&& reactor) : reactor_(std::forward<R>(reactor)) {}
-    void fire([[maybe_unused]] const void* key) override {
+    static void fire(ObserverNode* node, [[maybe_unused]] const void* key) {
       if constexpr (std::is_void_v<Key>) {
-        reactor_();
+        static_cast<Node*>(node)->reactor_();
       } else {
-        reactor_(*static_cast<const Key*>(key));
+        static_cast<Node*>(node)->reactor_(*static_cast<const Key*>(key));
       }
     }
 
@@ -115,23 +146,68 @@ class ROUTING_API ObserverTable {
   };
 
   ObserverTable() = default;
-  ~ObserverTable() = default;
-  Subscription append(std::size_t list, ObserverNode* node);
-  static constexpr std::size_t noList = ~std::size_t{0};
-
-  /// Calls the reactors of a list that subscribed not later than the one numbered `newest`.
-  void fireAll(std::size_t list, const void* key, std::uint64_t newest,
-               std::exception_ptr& firstError);
+  ~ObserverTable();
+  Subscription append(std::size_t index, std::unique_ptr<ObserverNode> node, Fire fire);
+  List& roomIn(std::size_t index);
+  void notifyBoth(std::size_t list, const void* key, std::size_t second, const void* secondKey);
+  void finishAfterError(std::size_t list, const void* key, Walk walk);
+  Walk enter(std::size_t list);
+  void leave(std::size_t list);
+  void tidy(List& list);
   void remove(ObserverNode* node);
-  void unlink(List& list, ObserverNode* node);
-  void sweep(List& list);
-  void release();
+  void removeAll(std::size_t list);
+  bool idle() const;
+  static void idleFire(ObserverNode*, const void*) {}
+  static List* newList(std::uint32_t capacity);
+  static void call(Walk& walk, const void* key);
+  static void finish(Walk& walk, const void* key, FirstError& error);
+  static std::vector<ObserverNode*> closeUp(List& list);
   static void drop(ObserverNode* node);
 
-  std::unique_ptr<List[]> lists_;  // grows to the highest list in use
-  std::size_t size_ = 0;
-  std::uint64_t lastSerial_ = 0;
-  std::uint32_t holders_ = 1;  // the subject, and every notification that is under way
+  std::unique_ptr<List*[]> lists_;  // grows to the highest list in use
+  std::uint32_t size_ = 0;
+  bool detached_ = false;
 };
+
+inline void ObserverTable::notify(std::size_t list, const void* key) {
+  if (!observed(list)) return;
+  Walk walk = enter(list);
+  try {
+    call(walk, key);
+  } catch (...) {
+    return finishAfterError(list, key, walk);
+  }
+  leave(list);
+}
+
+inline void ObserverTable::notify(std::size_t list, const void* key, std::size_t second,
+                                  const void* secondKey) {
+  if (observed(second)) {
+    if (observed(list)) return notifyBoth(list, key, second, secondKey);
+    list = second;
+    key = secondKey;
+  }
+  notify(list, key);
+}
+
+inline ObserverTable::Walk ObserverTable::enter(std::size_t index) {
+  List& list = *lists_[index];
+  ROUTING_ASSERT_TEXT(list.running < maxNesting, "nesting < maxNesting");
+  ++list.running;
+  return {list.places(), list.places() + list.size};
+}
+
+inline void ObserverTable::leave(std::size_t index) {
+  List& list = *lists_[index];
+  if (--list.running == 0 && (list.dead > 0 || list.outgrown != nullptr)) tidy(list);
+}
+
+// `at` stands behind the place that is called: after an error the next one's turn has come.
+inline void ObserverTable::call(Walk& walk, const void* key) {
+  while (walk.at != walk.end) {
+    const Place& place = *walk.at++;
+    place.fire(place.node, key);
+  }
+}
 
 }  // namespace Routing
