@@ -1,81 +1,128 @@
 #include "platform/entity/AttributeLog.h"
 
 #include <utility>
-#include <vector>
+
+#include "platform/entity/FirstError.h"
 
 namespace Routing {
 namespace {
 
-/// Path of an entity below a root: "/cbsr[224.0.0.0/4]", or nothing for the root itself.
-std::string pathBelow(const Entity& root, const Entity& entity) {
-  if (&entity == &root || entity.parent() == nullptr) return {};
-  std::string path = pathBelow(root, *entity.parent());
-  path += '/';
-  path += entity.parentAttribute();
-  if (entity.keyedInParent()) path.append("[").append(entity.keyText()).append("]");
-  return path;
+/// Appends the path of an entity below a root: "/cbsr[224.0.0.0/4]", or nothing for the root
+/// itself.
+void appendPath(std::string& out, const Entity& root, const Entity& entity) {
+  if (&entity == &root || entity.parent() == nullptr) return;
+  appendPath(out, root, *entity.parent());
+  out.append("/").append(entity.parentAttribute());
+  if (entity.keyedInParent()) out.append("[").append(entity.keyText()).append("]");
 }
 
+/// Appends a line for each thing that it is shown of an entity and of all below it.
 class LogVisitor final : public EntityVisitor {
  public:
-  LogVisitor(std::string path, const AttributeLog::Sink& sink)
-      : path_(std::move(path)), sink_(sink) {}
+  LogVisitor(std::string path, std::string& out) : path_(std::move(path)), out_(out) {}
 
   void value(std::string_view attribute, const ValueView& value) override {
-    std::string line = start("= ", attribute);
-    line += ' ';
-    value.notation(line);
-    sink_(line);
+    attribute_ = attribute;
+    line("= ", nullptr, &value);
   }
   void begin(std::string_view attribute, AttributeKind) override { attribute_ = attribute; }
   void end() override {}
-  void member(const ValueView& key) override { sink_(keyed("+ ", &key)); }
-  void entry(const ValueView& key, const ValueView& value) override {
-    std::string line = keyed("= ", &key);
-    line += ' ';
-    value.notation(line);
-    sink_(line);
-  }
+  void member(const ValueView& key) override { line("+ ", &key, nullptr); }
+  void entry(const ValueView& key, const ValueView& value) override { line("= ", &key, &value); }
   void child(const ValueView* key, const Entity& child) override {
-    std::string line = keyed("+ ", key);
-    const std::string path = line.substr(2);
-    if (key == nullptr) line.append(" ").append(child.keyText());
-    sink_(line);
-    LogVisitor below(path, sink_);
+    out_ += "+ ";
+    const std::size_t path = out_.size();
+    name(key);
+    LogVisitor below(out_.substr(path), out_);
+    if (key == nullptr) out_.append(" ").append(child.keyText());
+    out_ += '\n';
     child.visit(below);
   }
-  void gone(const ValueView* key) override { sink_(keyed("- ", key)); }
+  void gone(const ValueView* key) override { line("- ", key, nullptr); }
 
  private:
-  std::string start(std::string_view sign, std::string_view attribute) const {
-    std::string line(sign);
-    line.append(path_).append("/").append(attribute);
-    return line;
+  void name(const ValueView* key) {
+    out_.append(path_).append("/").append(attribute_);
+    if (key == nullptr) return;
+    out_ += '[';
+    key->notation(out_);
+    out_ += ']';
   }
-  std::string keyed(std::string_view sign, const ValueView* key) const {
-    std::string line = start(sign, attribute_);
-    if (key == nullptr) return line;
-    line += '[';
-    key->notation(line);
-    line += ']';
-    return line;
+  void line(std::string_view sign, const ValueView* key, const ValueView* value) {
+    out_ += sign;
+    name(key);
+    if (value != nullptr) {
+      out_ += ' ';
+      value->notation(out_);
+    }
+    out_ += '\n';
   }
 
-  std::string path_;
-  const AttributeLog::Sink& sink_;
+  const std::string path_;
+  std::string& out_;
   std::string_view attribute_;
 };
 
 }  // namespace
 
+/// What a log shares with its subscription, so that a sink may end the log. The lines of a change
+/// are complete before the sink gets the first: it may change the tree again.
+class AttributeLog::Writer {
+ public:
+  Writer(std::shared_ptr<const Entity> root, Sink sink)
+      : root_(std::move(root)), sink_(std::move(sink)) {}
+
+  const Entity& root() const { return *root_; }
+  void close() { open_ = false; }
+  void writeTree() {
+    LogVisitor visitor({}, pending_);
+    root_->visit(visitor);
+    deliver();
+    lines_.shrink_to_fit();
+  }
+  void write(const TreeChange& change) {
+    std::string path;
+    appendPath(path, *root_, change.entity);
+    LogVisitor visitor(std::move(path), pending_);
+    change.entity.visitChange(change.attribute, change.key, visitor);
+    deliver();
+  }
+
+ private:
+  void deliver() {
+    if (std::exchange(delivering_, true)) return;
+    FirstError error;
+    while (open_ && !pending_.empty()) {
+      lines_.clear();
+      lines_.swap(pending_);
+      for (std::string_view rest = lines_; open_ && !rest.empty();) {
+        const std::size_t length = rest.find('\n');
+        error.run([&] { sink_(rest.substr(0, length)); });
+        rest.remove_prefix(length + 1);
+      }
+    }
+    lines_.clear();
+    delivering_ = false;
+    error.rethrow();
+  }
+
+  const std::shared_ptr<const Entity> root_;
+  const Sink sink_;
+  std::string lines_;    // being delivered, each with its newline
+  std::string pending_;  // to be delivered behind them
+  bool delivering_ = false;
+  bool open_ = true;
+};
+
 AttributeLog::AttributeLog(std::shared_ptr<const Entity> root, Sink sink)
-    : root_(std::move(root)), sink_(std::move(sink)) {
-  LogVisitor snapshot({}, sink_);
-  root_->visit(snapshot);
-  changes_ = root_->treeReactor([this](const TreeChange& change) {
-    LogVisitor delta(pathBelow(*root_, change.entity), sink_);
-    change.entity.visitChange(change.attribute, change.key, delta);
-  });
+    : writer_(std::make_shared<Writer>(std::move(root), std::move(sink))) {
+  changes_ = writer_->root().treeReactor(
+      [writer = writer_](const TreeChange& change) { writer->write(change); });
+  writer_->writeTree();
+}
+
+AttributeLog::~AttributeLog() {
+  writer_->close();
 }
 
 bool AttributeMirror::apply(std::string_view line) {
@@ -88,15 +135,15 @@ bool AttributeMirror::apply(std::string_view line) {
   } else if (!in.take("= ")) {
     return false;
   }
-  Entity* at = root_.get();
+  std::shared_ptr<Entity> at = root_;
   while (in.take("/")) {
     const auto name = in.rest().substr(0, in.rest().find_first_of("[/ "));
     in.take(name);
     // Try the last step first: whether a '/' follows is only known behind the key.
     ValueReader probe = in;
-    Entity* below = nullptr;
+    std::shared_ptr<Entity> below;
     if (at->edit(Entity::Edit::find, name, probe, below) && probe.rest().starts_with('/')) {
-      at = below;
+      at = std::move(below);
       in = probe;
       continue;
     }
@@ -111,8 +158,7 @@ bool AttributeMirror::apply(std::string_view line) {
 
 std::string treeText(const Entity& root) {
   std::string out;
-  const AttributeLog::Sink sink = [&out](std::string_view line) { out.append(line).append("\n"); };
-  LogVisitor visitor({}, sink);
+  LogVisitor visitor({}, out);
   root.visit(visitor);
   return out;
 }

@@ -21,16 +21,21 @@ namespace Routing {
 /// that exists already.
 class ROUTING_API AttributeLog {
  public:
-  /// Gets each line, without newline. Runs inside the setter that made the change.
+  /// Gets each line, without newline. Runs inside the setter that made the change; it may change
+  /// the tree, of which it is told afterwards, and end the log, and is then told nothing more.
   using Sink = std::function<void(std::string_view line)>;
 
   /// Writes the whole tree to the sink at once, then every change until destruction. Holds the
   /// root.
   AttributeLog(std::shared_ptr<const Entity> root, Sink sink);
+  AttributeLog(const AttributeLog&) = delete;
+  AttributeLog& operator=(const AttributeLog&) = delete;
+  ~AttributeLog();
 
  private:
-  std::shared_ptr<const Entity> root_;
-  Sink sink_;
+  class Writer;
+
+  const std::shared_ptr<Writer> writer_;
   Subscription changes_;
 };
 

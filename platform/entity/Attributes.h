@@ -8,137 +8,143 @@
 #include <vector>
 
 #include "platform/entity/Entity.h"
+#include "platform/entity/FirstError.h"
 
 /// What the keyed attributes of an entity are made of. Each operation changes the content first and
-/// notifies last, with the changed key. Content iterates in key order.
+/// notifies last, with the changed key; what it takes out lives until everybody has been told.
+/// Content iterates in key order.
 namespace Routing {
 
 /// Raised by a setter of a collection of references that is given null.
 [[noreturn]] ROUTING_API void refuseNull(std::string_view attribute, std::string_view owner);
 
-template <class K>
-class SetAttribute {
+/// The key of a set's member or of a map's entry.
+template <class Content>
+const typename Content::key_type& keyOf(const typename Content::value_type& entry) {
+  if constexpr (std::is_same_v<typename Content::key_type, typename Content::value_type>) {
+    return entry;
+  } else {
+    return entry.first;
+  }
+}
+
+/// A set or map of an entity, without what adds to it.
+template <class Container>
+class KeyedAttribute {
  public:
-  using Content = std::set<K>;
+  using Content = Container;
+  using Key = typename Content::key_type;
+
   const Content& content() const { return content_; }
-  bool has(const K& key) const { return content_.contains(key); }
-  void insert(Entity& owner, std::size_t attribute, const K& key) {
-    if (content_.insert(key).second) owner.changed(attribute, &key);
-  }
-  void erase(Entity& owner, std::size_t attribute, K key) {
-    if (content_.erase(key) > 0) owner.changed(attribute, &key);
-  }
-  void clear(Entity& owner, std::size_t attribute) {
-    const Content keys = content_;
-    for (const K& key : keys) erase(owner, attribute, key);
+  void erase(Entity& owner, std::size_t attribute, const Key& key) {
+    const auto at = content_.find(key);
+    if (at != content_.end()) take(owner, attribute, at);
   }
 
- private:
+ protected:
+  void take(Entity& owner, std::size_t attribute, typename Content::const_iterator at) {
+    const auto gone = content_.extract(at);
+    if constexpr (std::is_same_v<Key, typename Content::value_type>) {
+      owner.changed(attribute, &gone.value());
+    } else {
+      owner.changed(attribute, &gone.key());
+    }
+  }
+
   Content content_;
 };
 
-template <class K, class V>
-class MapAttribute {
+/// Deletes the keys that are there now, one by one, as far as their owner lives.
+template <class Keyed>
+void clearKeys(Keyed& keyed, Entity& owner, std::size_t attribute) {
+  std::vector<typename Keyed::Key> keys;
+  keys.reserve(keyed.content().size());
+  for (const auto& entry : keyed.content()) keys.push_back(keyOf<typename Keyed::Content>(entry));
+  const Entity::Watch watch(owner);
+  FirstError error;
+  for (const auto& key : keys) {
+    if (watch.alive()) error.run([&] { keyed.erase(owner, attribute, key); });
+  }
+  error.rethrow();
+}
+
+template <class K>
+class SetAttribute : public KeyedAttribute<std::set<K>> {
  public:
-  using Content = std::map<K, V>;
-  const Content& content() const { return content_; }
+  bool has(const K& key) const { return this->content_.contains(key); }
+  void insert(Entity& owner, std::size_t attribute, const K& key) {
+    if (this->content_.insert(key).second) owner.changedAt(attribute, key);
+  }
+};
+
+template <class K, class V>
+class MapAttribute : public KeyedAttribute<std::map<K, V>> {
+ public:
   const V* find(const K& key) const {
-    const auto it = content_.find(key);
-    return it == content_.end() ? nullptr : &it->second;
+    const auto it = this->content_.find(key);
+    return it == this->content_.end() ? nullptr : &it->second;
   }
   void assign(Entity& owner, std::size_t attribute, const K& key, const V& value) {
-    const auto [it, added] = content_.try_emplace(key, value);
-    if (!added && it->second == value) return;
-    it->second = value;
-    owner.changed(attribute, &key);
+    const auto [it, added] = this->content_.try_emplace(key, value);
+    if (!added) {
+      if (it->second == value) return;
+      it->second = value;
+    }
+    owner.changedAt(attribute, key);
   }
-  void erase(Entity& owner, std::size_t attribute, K key) {
-    if (content_.erase(key) > 0) owner.changed(attribute, &key);
-  }
-  void clear(Entity& owner, std::size_t attribute) {
-    const Content entries = content_;
-    for (const auto& entry : entries) erase(owner, attribute, entry.first);
-  }
+};
 
- private:
-  Content content_;
+/// Shared pointers to entities, by key.
+template <class K, class E>
+class EntityMap : public KeyedAttribute<std::map<K, std::shared_ptr<E>>> {
+ public:
+  const std::shared_ptr<E>& find(const K& key) const {
+    static const std::shared_ptr<E> none;
+    const auto it = this->content_.find(key);
+    return it == this->content_.end() ? none : it->second;
+  }
 };
 
 /// Entities that the owner holds, by key. A deleted entry is detached, never changed: whoever still
 /// holds it may read and write it, and its own reactors go on working.
 template <class K, class E>
-class CollectionAttribute {
+class CollectionAttribute : public EntityMap<K, E> {
  public:
-  using Content = std::map<K, std::shared_ptr<E>>;
   CollectionAttribute() = default;
   ~CollectionAttribute() {
-    for (const auto& entry : content_) entry.second->orphan();
+    for (const auto& entry : this->content_) entry.second->orphan();
   }
   CollectionAttribute(const CollectionAttribute&) = delete;
   CollectionAttribute& operator=(const CollectionAttribute&) = delete;
 
-  const Content& content() const { return content_; }
-  const std::shared_ptr<E>& find(const K& key) const {
-    static const std::shared_ptr<E> none;
-    const auto it = content_.find(key);
-    return it == content_.end() ? none : it->second;
-  }
   std::shared_ptr<E> create(Entity& owner, std::size_t attribute, const K& key) {
-    std::shared_ptr<E>& slot = content_[key];
-    if (slot) return slot;
-    std::shared_ptr<E> entry = std::make_shared<E>(key);
-    slot = entry;
+    const auto at = this->content_.lower_bound(key);
+    if (at != this->content_.end() && !(key < at->first)) return at->second;
+    const auto entry = std::make_shared<E>(key);
+    this->content_.emplace_hint(at, key, entry);
     owner.adopt(*entry, attribute, true);
-    owner.changed(attribute, &key);
+    owner.changedAt(attribute, key);
     return entry;
   }
-  void erase(Entity& owner, std::size_t attribute, K key) {
-    const auto it = content_.find(key);
-    if (it == content_.end()) return;
-    const std::shared_ptr<E> entry = std::move(it->second);
-    content_.erase(it);
-    entry->orphan();
-    owner.changed(attribute, &key);
+  void erase(Entity& owner, std::size_t attribute, const K& key) {
+    const auto at = this->content_.find(key);
+    if (at == this->content_.end()) return;
+    at->second->orphan();
+    this->take(owner, attribute, at);
   }
-  void clear(Entity& owner, std::size_t attribute) {
-    std::vector<K> keys;
-    keys.reserve(content_.size());
-    for (const auto& entry : content_) keys.push_back(entry.first);
-    for (const K& key : keys) erase(owner, attribute, key);
-  }
-
- private:
-  Content content_;
 };
 
 /// References to entities that somebody else owns.
 template <class K, class E>
-class ReferenceAttribute {
+class ReferenceAttribute : public EntityMap<K, E> {
  public:
-  using Content = std::map<K, std::shared_ptr<E>>;
-  const Content& content() const { return content_; }
-  const std::shared_ptr<E>& find(const K& key) const {
-    static const std::shared_ptr<E> none;
-    const auto it = content_.find(key);
-    return it == content_.end() ? none : it->second;
-  }
   void assign(Entity& owner, std::size_t attribute, const K& key, std::shared_ptr<E> entity) {
     if (!entity) refuseNull(owner.attributeName(attribute), owner.typeName());
-    std::shared_ptr<E>& slot = content_[key];
+    std::shared_ptr<E>& slot = this->content_[key];
     if (slot == entity) return;
-    slot = std::move(entity);
-    owner.changed(attribute, &key);
+    slot.swap(entity);
+    owner.changedAt(attribute, key);
   }
-  void erase(Entity& owner, std::size_t attribute, K key) {
-    if (content_.erase(key) > 0) owner.changed(attribute, &key);
-  }
-  void clear(Entity& owner, std::size_t attribute) {
-    const Content entries = content_;
-    for (const auto& entry : entries) erase(owner, attribute, entry.first);
-  }
-
- private:
-  Content content_;
 };
 
 /// One entity that the owner holds, made with an argument of type A.

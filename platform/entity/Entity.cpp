@@ -1,6 +1,7 @@
 #include "platform/entity/Entity.h"
 
 #include "platform/entity/Attributes.h"
+#include "platform/entity/FirstError.h"
 #include "platform/entity/SchemaDetail.h"
 
 namespace Routing {
@@ -80,7 +81,24 @@ class JsonVisitor final : public EntityVisitor {
 
 }  // namespace
 
+namespace {
+thread_local Entity::Watch* innermost = nullptr;
+}
+
+Entity::Watch::Watch(const Entity& entity)
+    : entity_(&entity),
+      outer_(std::exchange(innermost, this)),
+      nested_(std::exchange(entity.watched_, true)) {}
+
+Entity::Watch::~Watch() {
+  innermost = outer_;
+  if (entity_ != nullptr) entity_->watched_ = nested_;
+}
+
 Entity::~Entity() {
+  for (Watch* watch = watched_ ? innermost : nullptr; watch != nullptr; watch = watch->outer_) {
+    if (watch->entity_ == this) watch->entity_ = nullptr;
+  }
   if (observers_ != nullptr) observers_->detach();
 }
 
@@ -95,15 +113,35 @@ ObserverTable& Entity::observers() const {
 
 void Entity::tell(std::size_t attribute, const void* key) {
   if (logged_) [[unlikely]]
-    tellAncestors({*this, attribute, key});
-  if (observers_ == nullptr) return;
+    return tellAll(attribute, key);
   observers_->notify(attribute + firstAttributeList, key, anyList, &attribute);
 }
 
-void Entity::tellAncestors(const TreeChange& change) const {
-  for (const Entity* at = this; at != nullptr; at = at->parent_) {
-    if (at->observers_ != nullptr) at->observers_->notify(treeList, &change);
+void Entity::tellAll(std::size_t attribute, const void* key) {
+  const Watch watch(*this);
+  FirstError error;
+  error.run([&] { tellTrees({{*this, attribute, key}, watch}); });
+  if (watch.alive() && observers_ != nullptr) {
+    error.run(
+        [&] { observers_->notify(attribute + firstAttributeList, key, anyList, &attribute); });
   }
+  error.rethrow();
+}
+
+void Entity::tellTrees(const TreeNotice& notice) const {
+  FirstError error;
+  for (const Entity* at = this; at != nullptr && notice.watch.alive();) {
+    const Watch watch(*at);
+    if (at->observers_ != nullptr) error.run([&] { at->observers_->notify(treeList, &notice); });
+    at = watch.alive() ? at->parent_ : nullptr;
+  }
+  error.rethrow();
+}
+
+bool Entity::within(const Entity& tree) const {
+  const Entity* at = this;
+  while (at != nullptr && at != &tree) at = at->parent_;
+  return at != nullptr;
 }
 
 void Entity::adopt(Entity& child, std::size_t attribute, bool keyed) {

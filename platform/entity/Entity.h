@@ -70,8 +70,29 @@ struct TreeChange {
 /// nothing; a value out of bounds stays stored, raises RangeError and notifies nobody. Notification
 /// is synchronous, inside the setter, one per change, in the order of subscription (an attribute's
 /// own reactors, then those of the whole entity). Not thread-safe: one event-loop thread.
+///
+/// A reactor may do anything: change the attribute or its collection, delete the entity or whoever
+/// called the setter, throw. So what a setter is given may be lent from what goes, and it touches
+/// nothing of the entity after its last notification unless a Watch says that it lives.
 class ROUTING_API Entity {
  public:
+  /// Learns whether an entity dies while the watch stands. For local variables only: watches end in
+  /// the opposite order of their beginning.
+  class ROUTING_API Watch {
+   public:
+    explicit Watch(const Entity& entity);
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+    ~Watch();
+    bool alive() const { return entity_ != nullptr; }
+
+   private:
+    friend class Entity;
+    const Entity* entity_;
+    Watch* const outer_;
+    const bool nested_;  // another watch stands on the same entity
+  };
+
   /// How an attribute log writes to a tree.
   enum class Edit : std::uint8_t { assign, insert, erase, find };
 
@@ -97,8 +118,9 @@ class ROUTING_API Entity {
   virtual void visitChange(std::size_t attribute, const void* key,
                            EntityVisitor& visitor) const = 0;
   /// Applies an edit that was read from a log: `in` stands behind the attribute's name. False if it
-  /// does not fit the schema. `child` receives the entity that find and insert arrive at.
-  virtual bool edit(Edit edit, std::string_view attribute, ValueReader& in, Entity*& child) = 0;
+  /// does not fit the schema. `child` receives the entity that find arrives at.
+  virtual bool edit(Edit edit, std::string_view attribute, ValueReader& in,
+                    std::shared_ptr<Entity>& child) = 0;
 
   /// Runs `reactor(attribute index)` at every change of an attribute of this entity.
   template <class Reactor>
@@ -106,11 +128,15 @@ class ROUTING_API Entity {
     return observers().subscribe<std::size_t>(anyList, std::forward<Reactor>(reactor));
   }
   /// Runs `reactor(TreeChange)` at every change of this entity and of all below it, before any
-  /// other reactor of that change.
+  /// other reactor of that change. A change of an entity that an earlier tree reactor has deleted
+  /// is told no further in the tree that it has left.
   template <class Reactor>
   [[nodiscard]] Subscription treeReactor(Reactor&& reactor) const {
     logTree();
-    return observers().subscribe<TreeChange>(treeList, std::forward<Reactor>(reactor));
+    return observers().subscribe<TreeNotice>(
+        treeList, [this, call = std::forward<Reactor>(reactor)](const TreeNotice& notice) mutable {
+          if (notice.watch.alive() && notice.change.entity.within(*this)) call(notice.change);
+        });
   }
 
  protected:
@@ -120,6 +146,13 @@ class ROUTING_API Entity {
   void setValue(T& slot, const T& value, std::size_t attribute) {
     if (slot == value) return;
     slot = value;
+    changed(attribute, nullptr);
+  }
+  /// The object of before dies last: `value` may be lent from it.
+  template <class T>
+  void setValue(std::shared_ptr<T>& slot, const std::shared_ptr<T>& value, std::size_t attribute) {
+    if (slot == value) return;
+    const std::shared_ptr<T> before = std::exchange(slot, std::shared_ptr<T>(value));
     changed(attribute, nullptr);
   }
 
@@ -132,8 +165,22 @@ class ROUTING_API Entity {
   void changed(std::size_t attribute, const void* key) {
     if (observers_ != nullptr || logged_) tell(attribute, key);
   }
+  /// The reactors are shown a copy of the key: the caller's may be lent from what they delete.
+  template <class K>
+  void changedAt(std::size_t attribute, const K& key) {
+    if (observers_ == nullptr && !logged_) return;
+    const K copy = key;
+    tell(attribute, &copy);
+  }
 
  private:
+  struct TreeNotice {
+    TreeChange change;
+    const Watch& watch;
+  };
+
+  template <class Content>
+  friend class KeyedAttribute;
   template <class K>
   friend class SetAttribute;
   template <class K, class V>
@@ -151,7 +198,9 @@ class ROUTING_API Entity {
 
   ObserverTable& observers() const;
   void tell(std::size_t attribute, const void* key);
-  void tellAncestors(const TreeChange& change) const;
+  void tellAll(std::size_t attribute, const void* key);
+  void tellTrees(const TreeNotice& notice) const;
+  bool within(const Entity& tree) const;
   void adopt(Entity& child, std::size_t attribute, bool keyed);
   void orphan() { parent_ = nullptr; }
   void logTree() const;
@@ -161,6 +210,7 @@ class ROUTING_API Entity {
   std::uint16_t attributeInParent_ = 0;
   bool keyed_ = false;
   mutable bool logged_ = false;  // an ancestor, or this entity, has tree reactors
+  mutable bool watched_ = false;
 };
 
 /// The whole tree in value notation, one attribute a line; equal trees give equal texts.

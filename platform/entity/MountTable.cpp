@@ -13,7 +13,7 @@ void MountTable::mountIs(std::string_view path, std::shared_ptr<Entity> root) {
 
 void MountTable::mountDel(std::string_view path) {
   const auto it = mounts_.find(path);
-  if (it != mounts_.end()) mounts_.erase(it);
+  if (it != mounts_.end()) mounts_.extract(it);  // the root dies outside the table
 }
 
 std::shared_ptr<Entity> MountTable::find(std::string_view path) const {

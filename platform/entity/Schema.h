@@ -62,7 +62,7 @@
   void visitChange(std::size_t attribute, const void* key, ::Routing::EntityVisitor& visitor) \
       const override;                                                                         \
   bool edit(Edit edit, std::string_view attribute, ::Routing::ValueReader& in,                \
-            ::Routing::Entity*& child) override;                                              \
+            std::shared_ptr<::Routing::Entity>& child) override;                              \
   SCHEMA(ROUTING_ATTR_MEMBERS)
 
 #define ROUTING_ENTITY_DEFINE(Qualifier, Type, SCHEMA)                               \
@@ -85,7 +85,7 @@
     }                                                                                \
   }                                                                                  \
   bool Type::edit(Edit edit, std::string_view attribute, ::Routing::ValueReader& in, \
-                  [[maybe_unused]] ::Routing::Entity*& child) {                      \
+                  [[maybe_unused]] std::shared_ptr<::Routing::Entity>& child) {      \
     SCHEMA(ROUTING_ATTR_EDIT)                                                        \
     return false;                                                                    \
   }
@@ -99,20 +99,22 @@
     break;
 #define ROUTING_ATTR_MEMBERS(KIND, ...) ROUTING_MEMBERS_##KIND(__VA_ARGS__)
 #define ROUTING_ATTR_EDIT(KIND, name, ...) \
-  if (attribute == #name) return ROUTING_EDIT_##KIND(name);
+  if (attribute == #name) return ROUTING_EDIT_##KIND(name, __VA_ARGS__);
 
-#define ROUTING_EDIT_VALUE(name) \
+#define ROUTING_EDIT_VALUE(name, ...) \
   ::Routing::detail::editValue(edit, in, name##_, [this](const auto& v) { name##Is(v); })
-#define ROUTING_EDIT_BOUNDED(name) ROUTING_EDIT_VALUE(name)
-#define ROUTING_EDIT_COUNTER(name) ROUTING_EDIT_VALUE(name)
-#define ROUTING_EDIT_POINTER(name) false
-#define ROUTING_EDIT_REFERENCES(name) false
-#define ROUTING_EDIT_HELD(name) \
+#define ROUTING_EDIT_BOUNDED(name, T, initial, min, max, ...)                               \
+  ::Routing::detail::editBounded(edit, in, name##_, std::uint64_t{min}, std::uint64_t{max}, \
+                                 [this](const auto& v) { name##Is(v); })
+#define ROUTING_EDIT_COUNTER(name, ...) ROUTING_EDIT_VALUE(name)
+#define ROUTING_EDIT_POINTER(name, ...) false
+#define ROUTING_EDIT_REFERENCES(name, ...) false
+#define ROUTING_EDIT_HELD(name, ...) \
   ::Routing::detail::editHeld(*this, Attr::name, name##_, edit, in, child)
-#define ROUTING_EDIT_SET(name) ROUTING_EDIT_HELD(name)
-#define ROUTING_EDIT_MAP(name) ROUTING_EDIT_HELD(name)
-#define ROUTING_EDIT_COLLECTION(name) ROUTING_EDIT_HELD(name)
-#define ROUTING_EDIT_CHILD(name) ROUTING_EDIT_HELD(name)
+#define ROUTING_EDIT_SET(name, ...) ROUTING_EDIT_HELD(name)
+#define ROUTING_EDIT_MAP(name, ...) ROUTING_EDIT_HELD(name)
+#define ROUTING_EDIT_COLLECTION(name, ...) ROUTING_EDIT_HELD(name)
+#define ROUTING_EDIT_CHILD(name, ...) ROUTING_EDIT_HELD(name)
 
 #define ROUTING_REACTOR(name, Key)                                                    \
   template <class Reactor>                                                            \
@@ -181,31 +183,31 @@
     name##_.erase(*this, Attr::name, key);                                                   \
   }                                                                                          \
   void name##DelAll() {                                                                      \
-    name##_.clear(*this, Attr::name);                                                        \
+    ::Routing::clearKeys(name##_, *this, Attr::name);                                        \
   }                                                                                          \
   ROUTING_REACTOR(name, K)                                                                   \
  private:                                                                                    \
   ::Routing::SetAttribute<K> name##_;
 
-#define ROUTING_MEMBERS_MAP(name, K, V)        \
- public:                                       \
-  const std::map<K, V>& name() const {         \
-    return name##_.content();                  \
-  }                                            \
-  const V* name(const K& key) const {          \
-    return name##_.find(key);                  \
-  }                                            \
-  void name##Is(const K& key, const V& v) {    \
-    name##_.assign(*this, Attr::name, key, v); \
-  }                                            \
-  void name##Del(const K& key) {               \
-    name##_.erase(*this, Attr::name, key);     \
-  }                                            \
-  void name##DelAll() {                        \
-    name##_.clear(*this, Attr::name);          \
-  }                                            \
-  ROUTING_REACTOR(name, K)                     \
- private:                                      \
+#define ROUTING_MEMBERS_MAP(name, K, V)               \
+ public:                                              \
+  const std::map<K, V>& name() const {                \
+    return name##_.content();                         \
+  }                                                   \
+  const V* name(const K& key) const {                 \
+    return name##_.find(key);                         \
+  }                                                   \
+  void name##Is(const K& key, const V& v) {           \
+    name##_.assign(*this, Attr::name, key, v);        \
+  }                                                   \
+  void name##Del(const K& key) {                      \
+    name##_.erase(*this, Attr::name, key);            \
+  }                                                   \
+  void name##DelAll() {                               \
+    ::Routing::clearKeys(name##_, *this, Attr::name); \
+  }                                                   \
+  ROUTING_REACTOR(name, K)                            \
+ private:                                             \
   ::Routing::MapAttribute<K, V> name##_;
 
 #define ROUTING_MEMBERS_COLLECTION(name, Name, K, E)    \
@@ -223,7 +225,7 @@
     name##_.erase(*this, Attr::name, key);              \
   }                                                     \
   void name##DelAll() {                                 \
-    name##_.clear(*this, Attr::name);                   \
+    ::Routing::clearKeys(name##_, *this, Attr::name);   \
   }                                                     \
   ROUTING_REACTOR(name, K)                              \
  private:                                               \
@@ -244,7 +246,7 @@
     name##_.erase(*this, Attr::name, key);                   \
   }                                                          \
   void name##DelAll() {                                      \
-    name##_.clear(*this, Attr::name);                        \
+    ::Routing::clearKeys(name##_, *this, Attr::name);        \
   }                                                          \
   ROUTING_REACTOR(name, K)                                   \
  private:                                                    \

@@ -100,19 +100,32 @@ bool readKey(ValueReader& in, K& key) {
   return in.take("[") && readValue(in, key) && in.take("]");
 }
 
+/// " VALUE" up to the end of `in`.
+template <class T>
+bool readOnly(ValueReader& in, T& value) {
+  return in.take(" ") && readValue(in, value) && in.atEnd();
+}
+
 template <class T, class Assign>
 bool editValue(Entity::Edit edit, ValueReader& in, const T&, Assign assign) {
   T value{};
-  if (edit != Entity::Edit::assign || !in.take(" ") || !readValue(in, value) || !in.atEnd()) {
-    return false;
-  }
+  if (edit != Entity::Edit::assign || !readOnly(in, value)) return false;
+  assign(value);
+  return true;
+}
+template <class T, class Assign>
+bool editBounded(Entity::Edit edit, ValueReader& in, const T&, std::uint64_t min, std::uint64_t max,
+                 Assign assign) {
+  T value{};
+  if (edit != Entity::Edit::assign || !readOnly(in, value)) return false;
+  if (value < min || value > max) return false;
   assign(value);
   return true;
 }
 
 template <class K>
 bool editHeld(Entity& owner, std::size_t attribute, SetAttribute<K>& set, Entity::Edit edit,
-              ValueReader& in, Entity*&) {
+              ValueReader& in, std::shared_ptr<Entity>&) {
   K key{};
   if (!readKey(in, key) || !in.atEnd()) return false;
   if (edit == Entity::Edit::insert) {
@@ -126,7 +139,7 @@ bool editHeld(Entity& owner, std::size_t attribute, SetAttribute<K>& set, Entity
 }
 template <class K, class V>
 bool editHeld(Entity& owner, std::size_t attribute, MapAttribute<K, V>& map, Entity::Edit edit,
-              ValueReader& in, Entity*&) {
+              ValueReader& in, std::shared_ptr<Entity>&) {
   K key{};
   if (!readKey(in, key)) return false;
   if (edit == Entity::Edit::erase && in.atEnd()) {
@@ -134,24 +147,22 @@ bool editHeld(Entity& owner, std::size_t attribute, MapAttribute<K, V>& map, Ent
     return true;
   }
   V value{};
-  if (edit != Entity::Edit::assign || !in.take(" ") || !readValue(in, value) || !in.atEnd()) {
-    return false;
-  }
+  if (edit != Entity::Edit::assign || !readOnly(in, value)) return false;
   map.assign(owner, attribute, key, value);
   return true;
 }
 template <class K, class E>
 bool editHeld(Entity& owner, std::size_t attribute, CollectionAttribute<K, E>& entries,
-              Entity::Edit edit, ValueReader& in, Entity*& child) {
+              Entity::Edit edit, ValueReader& in, std::shared_ptr<Entity>& child) {
   K key{};
   if (!readKey(in, key)) return false;
   if (edit == Entity::Edit::find) {
-    child = entries.find(key).get();
+    child = entries.find(key);
     return child != nullptr;
   }
   if (!in.atEnd()) return false;
   if (edit == Entity::Edit::insert) {
-    child = entries.create(owner, attribute, key).get();
+    entries.create(owner, attribute, key);
   } else if (edit == Entity::Edit::erase) {
     entries.erase(owner, attribute, key);
   } else {
@@ -161,9 +172,9 @@ bool editHeld(Entity& owner, std::size_t attribute, CollectionAttribute<K, E>& e
 }
 template <class A, class E>
 bool editHeld(Entity& owner, std::size_t attribute, ChildAttribute<A, E>& held, Entity::Edit edit,
-              ValueReader& in, Entity*& child) {
+              ValueReader& in, std::shared_ptr<Entity>& child) {
   if (edit == Entity::Edit::find) {
-    child = held.get().get();
+    child = held.get();
     return child != nullptr;
   }
   if (edit == Entity::Edit::erase && in.atEnd()) {
@@ -171,10 +182,8 @@ bool editHeld(Entity& owner, std::size_t attribute, ChildAttribute<A, E>& held, 
     return true;
   }
   A argument{};
-  if (edit != Entity::Edit::insert || !in.take(" ") || !readValue(in, argument) || !in.atEnd()) {
-    return false;
-  }
-  child = held.create(owner, attribute, argument).get();
+  if (edit != Entity::Edit::insert || !readOnly(in, argument)) return false;
+  held.create(owner, attribute, argument);
   return true;
 }
 

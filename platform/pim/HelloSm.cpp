@@ -39,13 +39,14 @@ std::uint32_t newGenerationId(RandomSource& random, std::uint32_t old) {
 
 }  // namespace
 
-HelloSm::HelloSm(std::shared_ptr<PimInterface> intf, PamManager& packets, TimerWheel& wheel,
-                 RandomSource& random, const HelloConfig& config)
+HelloSm::HelloSm(std::shared_ptr<PimInterface> intf, std::shared_ptr<PamManager> packets,
+                 TimerWheel& wheel, std::shared_ptr<RandomSource> random, const HelloConfig& config)
     : intf_(std::move(intf)),
-      packets_(packets),
-      random_(random),
+      packets_(std::move(packets)),
+      random_(std::move(random)),
       config_(config),
-      neighbors_(packets.vrfName(), intf_, config.limits, wheel, [this] { elect(); }),
+      neighbors_(packets_->vrfName(), intf_, config.limits, wheel,
+                 [this](const IpGenAddr& neighbor) { handleLoss(neighbor); }),
       helloTimer_(wheel, [this] { handleHelloTimer(); }),
       triggeredTimer_(wheel, [this] { sendHello(); }) {
   ROUTING_ASSERT(config.helloPeriod > 0);
@@ -83,8 +84,8 @@ bool HelloSm::secondariesAre(const std::set<IpGenAddr>& secondaries) {
 
 void HelloSm::start() {
   neighbors_.neighborDel(intf_->address());  // its address is now ours
-  intf_->generationIdIs(newGenerationId(random_, intf_->generationId()));
-  helloTimer_.expiryInIs(random_() * config_.firstDelay);
+  intf_->generationIdIs(newGenerationId(*random_, intf_->generationId()));
+  helloTimer_.expiryInIs((*random_)() * config_.firstDelay);
 }
 
 void HelloSm::configIs(const HelloConfig& config) {
@@ -99,21 +100,27 @@ void HelloSm::receive(const HelloMessage& hello) {
   if (!intf_->running()) return refuse(hello, interfaceDown);
   const Heard heard = neighbors_.helloIs(hello);
   if (heard == Heard::refused) return refuse(hello, tooManyNeighbors);
-  ROUTING_TRACE(helloTrace, heard == Heard::refreshed ? 8 : 4, packets_.vrfName(), " Neighbor ",
+  ROUTING_TRACE(helloTrace, heard == Heard::refreshed ? 8 : 4, packets_->vrfName(), " Neighbor ",
                 hello.source(), " on ", intf_->intfId(), textOf(heard), ": ", hello);
   elect();
   if (heard == Heard::appeared || heard == Heard::restarted) triggeredHelloIsDue();
 }
 
+void HelloSm::handleLoss(const IpGenAddr& neighbor) {
+  const auto self = weak_from_this().lock();
+  neighbors_.neighborDel(neighbor);
+  elect();
+}
+
 void HelloSm::refuse(const HelloMessage& hello, std::string_view reason) {
-  packets_.counters()->rxDroppedInc(reason);
-  ROUTING_TRACE(helloTrace, 1, packets_.vrfName(), " RX - Dropping Hello from ", hello.source(),
+  packets_->counters()->rxDroppedInc(reason);
+  ROUTING_TRACE(helloTrace, 1, packets_->vrfName(), " RX - Dropping Hello from ", hello.source(),
                 " on ", intf_->intfId(), ": ", reason);
 }
 
 void HelloSm::triggeredHelloIsDue() {
   if (!sending() || triggeredTimer_.armed()) return;
-  triggeredTimer_.expiryInIs(random_() * config_.triggeredDelay);
+  triggeredTimer_.expiryInIs((*random_)() * config_.triggeredDelay);
   intf_->triggeredHelloDueIs(true);
 }
 
@@ -122,7 +129,7 @@ bool HelloSm::goodbye() {
   helloTimer_.expiryIs(never);
   triggeredTimer_.expiryIs(never);
   intf_->triggeredHelloDueIs(false);
-  return wasSending && packets_.sendHello(intf_->intfId(), hello(0));
+  return wasSending && packets_->sendHello(intf_->intfId(), hello(0));
 }
 
 void HelloSm::helloAtOnce() {
@@ -135,8 +142,9 @@ void HelloSm::handleHelloTimer() {
 }
 
 void HelloSm::sendHello() {
-  const bool sent = packets_.sendHello(intf_->intfId(), hello(config_.holdtime));
-  ROUTING_TRACE(helloTrace, sent ? 8 : 3, packets_.vrfName(), " Hello on ", intf_->intfId(),
+  const auto self = weak_from_this().lock();
+  const bool sent = packets_->sendHello(intf_->intfId(), hello(config_.holdtime));
+  ROUTING_TRACE(helloTrace, sent ? 8 : 3, packets_->vrfName(), " Hello on ", intf_->intfId(),
                 sent ? " sent" : " could not be sent");
   if (!sent || !intf_->triggeredHelloDue() || triggeredTimer_.armed()) return;
   intf_->triggeredHelloDueIs(false);
@@ -158,7 +166,7 @@ void HelloSm::elect() {
   const IpGenAddr dr = electDr(*intf_);
   const bool isDr = !dr.isUnset() && dr == intf_->address();
   if (dr != intf_->usedDr()) {
-    ROUTING_TRACE(helloTrace, 4, packets_.vrfName(), " DR on ", intf_->intfId(), " changes from ",
+    ROUTING_TRACE(helloTrace, 4, packets_->vrfName(), " DR on ", intf_->intfId(), " changes from ",
                   intf_->usedDr(), " to ", dr, isDr ? " (this router)" : "");
   }
   intf_->drIs(dr, isDr);

@@ -29,13 +29,14 @@ namespace Routing::Pim {
 ///
 /// A triggered Hello that cannot be sent is made up for by the next one that can. Within one Hello
 /// the order is: neighbour, `usedDr` and `isDr`, `triggeredHelloDue`, and after the delay
-/// `triggeredHelloDue` again before `triggeredHelloSent`.
-class ROUTING_API HelloSm {
+/// `triggeredHelloDue` again before `triggeredHelloSent`. Reactors of the interface may delete
+/// whoever holds the machine: one that is shared lives until the call that told them returns.
+class ROUTING_API HelloSm : public std::enable_shared_from_this<HelloSm> {
  public:
-  /// `packets`, `wheel` and `random` must outlive the machine. The interface must be new: it is
-  /// taken as down, with the priority of the configuration.
-  HelloSm(std::shared_ptr<PimInterface> intf, PamManager& packets, TimerWheel& wheel,
-          RandomSource& random, const HelloConfig& config);
+  /// `wheel` must outlive the machine. The interface must be new: it is taken as down, with the
+  /// priority of the configuration.
+  HelloSm(std::shared_ptr<PimInterface> intf, std::shared_ptr<PamManager> packets,
+          TimerWheel& wheel, std::shared_ptr<RandomSource> random, const HelloConfig& config);
   HelloSm(const HelloSm&) = delete;
   HelloSm& operator=(const HelloSm&) = delete;
   /// Sends nothing and leaves the interface as it is.
@@ -63,14 +64,15 @@ class ROUTING_API HelloSm {
   void helloAtOnce();
   void triggeredHelloIsDue();
   void handleHelloTimer();
+  void handleLoss(const IpGenAddr& neighbor);
   void sendHello();
   HelloMessage hello(std::uint16_t holdtime) const;
   void elect();
   void refuse(const HelloMessage& hello, std::string_view reason);
 
   const std::shared_ptr<PimInterface> intf_;
-  PamManager& packets_;
-  RandomSource& random_;
+  const std::shared_ptr<PamManager> packets_;
+  const std::shared_ptr<RandomSource> random_;
   HelloConfig config_;
   NeighborTable neighbors_;
   Timer helloTimer_;      // armed while Hellos are sent

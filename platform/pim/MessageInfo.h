@@ -34,8 +34,14 @@ class ROUTING_API MessageInfo : public Entity {
   /// A transmit info.
   explicit MessageInfo(HandOff handOff) : handOff_(std::move(handOff)) {}
 
+  /// Another way out from now on.
+  void handOffIs(HandOff handOff) { handOff_ = std::move(handOff); }
+
   void countInc(std::uint32_t n) {
-    if (!handOff_ || handOff_(*this)) countIs(count() + n);
+    const Watch watch(*this);
+    const HandOff handOff = handOff_;  // callable to the end, whoever dies
+    const bool taken = !handOff || handOff(*this);
+    if (taken && watch.alive()) countIs(count() + n);
   }
 
  private:

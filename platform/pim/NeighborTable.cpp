@@ -28,8 +28,7 @@ void optionsAre(PimNeighbor& neighbor, const HelloMessage& hello) {
 }  // namespace
 
 NeighborTable::NeighborTable(VrfName vrf, std::shared_ptr<PimInterface> intf,
-                             const NeighborLimits& limits, TimerWheel& wheel,
-                             std::function<void()> lost)
+                             const NeighborLimits& limits, TimerWheel& wheel, Lost lost)
     : vrf_(std::move(vrf)),
       intf_(std::move(intf)),
       limits_(limits),
@@ -40,7 +39,7 @@ NeighborTable::Heard NeighborTable::helloIs(const HelloMessage& hello) {
   const std::uint16_t holdtime = hello.holdtime().value_or(defaultHoldtime);
   const Heard heard = judge(hello, holdtime);
   if (heard == Heard::goodbye) neighborDel(hello.source());
-  if (heard == Heard::restarted) handleLoss(hello.source());
+  if (heard == Heard::restarted) lost_(hello.source());
   if (heard == Heard::goodbye || heard == Heard::refused || !intf_->running()) return heard;
   const auto neighbor = intf_->newNeighbor(hello.source());
   if (heard != Heard::refreshed) neighbor->setupTimeIs(wheel_.now());
@@ -107,14 +106,11 @@ void NeighborTable::claim(PimNeighbor& neighbor, const IpGenAddr& address) {
   neighbor.secondaryAddressIs(address, true);
 }
 
+// Whoever is told may delete the table.
 void NeighborTable::handleExpiry(const IpGenAddr& address) {
   ROUTING_TRACE(helloTrace, 4, vrf_, " Neighbor ", address, " on ", intf_->intfId(), " expired");
-  handleLoss(address);
-}
-
-void NeighborTable::handleLoss(const IpGenAddr& address) {
-  neighborDel(address);
-  lost_();
+  const Lost lost = lost_;
+  lost(address);
 }
 
 void NeighborTable::neighborDel(IpGenAddr address) {

@@ -30,10 +30,12 @@ class ROUTING_API NeighborTable {
     restarted,  ///< from a known neighbour with another generation ID than before
   };
 
-  /// `lost` runs after a neighbour was removed because its hold time had passed, or because it has
-  /// restarted. The wheel must outlive the table.
+  /// Is told of a neighbour whose hold time has passed or that has restarted, and removes it.
+  using Lost = std::function<void(const IpGenAddr&)>;
+
+  /// The wheel must outlive the table.
   NeighborTable(VrfName vrf, std::shared_ptr<PimInterface> intf, const NeighborLimits& limits,
-                TimerWheel& wheel, std::function<void()> lost);
+                TimerWheel& wheel, Lost lost);
   NeighborTable(const NeighborTable&) = delete;
   NeighborTable& operator=(const NeighborTable&) = delete;
 
@@ -55,13 +57,12 @@ class ROUTING_API NeighborTable {
   void secondariesAre(PimNeighbor& neighbor, const std::vector<IpGenAddr>& list);
   void claim(PimNeighbor& neighbor, const IpGenAddr& address);
   void handleExpiry(const IpGenAddr& address);
-  void handleLoss(const IpGenAddr& address);
 
   const VrfName vrf_;
   const std::shared_ptr<PimInterface> intf_;
   const NeighborLimits limits_;
   TimerWheel& wheel_;
-  const std::function<void()> lost_;
+  const Lost lost_;
   std::map<IpGenAddr, Timer> liveness_;  // by neighbour
   std::map<IpGenAddr, IpGenAddr> listedBy_;
 };

@@ -26,6 +26,12 @@ PamManager::PamManager(AddressFamily af, std::shared_ptr<const PimStatus> pimSta
       crpTxInfo_(
           std::make_shared<MessageInfo>([this](const auto& info) { return sendCrpAdv(info); })) {}
 
+PamManager::~PamManager() {
+  for (const auto& info : {bsmTxInfo_, crpTxInfo_}) {
+    info->handOffIs([](const MessageInfo&) { return false; });
+  }
+}
+
 void PamManager::receive(const ReceivedPacket& packet) {
   if (packet.source.af() != af_) return drop(packet, dropReasonText(DropReason::badFamily));
   const DecodeResult result = decode(packet.payload, packet.source, packet.destination);
@@ -43,17 +49,19 @@ void PamManager::receive(const ReceivedPacket& packet) {
 }
 
 void PamManager::drop(const ReceivedPacket& packet, std::string_view reason) {
-  counters_->rxDroppedInc(reason);
   ROUTING_TRACE(trace, 1, pimStatus_->vrfName(), " RX - Dropping packet from ", packet.source,
                 " to ", packet.destination, " on ", packet.intf, ": ", reason);
+  counters_->rxDroppedInc(reason);
 }
 
 void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<HelloMessage>& hello) {
   const auto& intf = pimStatus_->pimIntf(packet.intf);
   if (!intf) return drop(packet, noInterface);
   if (packet.source == intf->address()) return drop(packet, ownPacket);
+  const auto self = weak_from_this().lock();
   counters_->rxHelloInc();
-  if (helloReceiver_) helloReceiver_(packet.intf, *hello);
+  const HelloReceiver receiver = helloReceiver_;  // callable to the end, whoever dies
+  if (receiver) receiver(packet.intf, *hello);
 }
 
 void PamManager::deliver(const ReceivedPacket& packet,
@@ -62,13 +70,15 @@ void PamManager::deliver(const ReceivedPacket& packet,
   if (!intf) return drop(packet, noInterface);
   if (packet.source == intf->address()) return drop(packet, ownPacket);
   if (!intf->neighbor(packet.source)) return drop(packet, notNeighbor);
+  const auto info = bsmRxInfo_;
   counters_->rxBootstrapInc();
-  publish(*bsmRxInfo_, packet, bsm);
+  publish(*info, packet, bsm);
 }
 
 void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<CrpAdvMessage>& adv) {
+  const auto info = crpRxInfo_;
   counters_->rxCrpAdvInc();
-  publish(*crpRxInfo_, packet, adv);
+  publish(*info, packet, adv);
 }
 
 void PamManager::publish(MessageInfo& info, const ReceivedPacket& packet,

@@ -45,7 +45,7 @@ class ROUTING_API PacketPort {
 /// other. What is malformed, or a Bootstrap message whose source is no PIM neighbour on the arrival
 /// interface (RFC 5059 section 3.1.3), is dropped here, counted by reason and traced under
 /// "Pim::Packet".
-class ROUTING_API PamManager {
+class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
  public:
   using HelloReceiver = std::function<void(const IntfId&, const HelloMessage&)>;
 
@@ -54,6 +54,8 @@ class ROUTING_API PamManager {
              std::shared_ptr<PimRpfTable> rpfTable, PacketPort& port);
   PamManager(const PamManager&) = delete;
   PamManager& operator=(const PamManager&) = delete;
+  /// Whoever still holds a transmit info can send nothing any more.
+  ~PamManager();
 
   const VrfName& vrfName() const { return pimStatus_->vrfName(); }
   const std::shared_ptr<PimRpfTable>& rpfTable() const { return rpfTable_; }
@@ -76,8 +78,8 @@ class ROUTING_API PamManager {
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<HelloMessage>& hello);
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<BootstrapMessage>& bsm);
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<CrpAdvMessage>& adv);
-  void publish(MessageInfo& info, const ReceivedPacket& packet,
-               const std::shared_ptr<PimMessage>& message);
+  static void publish(MessageInfo& info, const ReceivedPacket& packet,
+                      const std::shared_ptr<PimMessage>& message);
   bool sendBsm(const MessageInfo& info);
   bool sendCrpAdv(const MessageInfo& info);
   bool sendOnLink(const IntfId& intf, const PimMessage& message);

@@ -11,7 +11,7 @@ PimInstance::PimInstance(const VrfName& vrf, AddressFamily af, const UnicastRout
                          const HelloConfig& config)
     : af_(af),
       wheel_(wheel),
-      random_(std::move(random)),
+      random_(std::make_shared<RandomSource>(std::move(random))),
       config_(config),
       pimStatus_(std::make_shared<PimStatus>(vrf)),
       rpfTable_(std::make_shared<PimRpfTable>(routing, pimStatus_)),
@@ -24,13 +24,21 @@ PimInstance::~PimInstance() {
   pamManager_->helloReceiverIs({});  // others may still share the packet layer
 }
 
-HelloSm& PimInstance::helloSm(const IntfId& intf) {
-  const auto known = helloSm_.find(intf);
-  if (known != helloSm_.end()) return known->second;
-  return helloSm_
-      .try_emplace(intf, pimStatus_->newPimIntf(intf), *pamManager_, wheel_, random_,
-                   helloConfig(intf))
-      .first->second;
+std::shared_ptr<HelloSm> PimInstance::known(const IntfId& intf) const {
+  const auto at = machines_->find(intf);
+  return at == machines_->end() ? nullptr : at->second;
+}
+
+std::shared_ptr<HelloSm> PimInstance::helloSm(const IntfId& intf) {
+  if (auto sm = known(intf)) return sm;
+  const auto machines = machines_;
+  const auto config = helloConfig(intf);
+  const auto packets = pamManager_;
+  const auto random = random_;
+  TimerWheel& wheel = wheel_;
+  const auto status = pimStatus_->newPimIntf(intf);
+  return (*machines)[status->intfId()] =
+             std::make_shared<HelloSm>(status, packets, wheel, random, config);
 }
 
 const HelloConfig& PimInstance::helloConfig(const IntfId& intf) const {
@@ -41,21 +49,23 @@ const HelloConfig& PimInstance::helloConfig(const IntfId& intf) const {
 void PimInstance::intfIs(const IntfId& intf, const IpGenAddr& address,
                          const std::set<IpGenAddr>& secondaries, bool up) {
   const bool usable = address.af() == af_ && isUnicast(address);
-  helloSm(intf).intfIs(usable ? address : IpGenAddr{}, secondaries, up);
+  helloSm(intf)->intfIs(usable ? address : IpGenAddr{}, secondaries, up);
 }
 
 void PimInstance::intfDel(const IntfId& intf) {
-  const auto known = helloSm_.find(intf);
-  if (known == helloSm_.end()) return;
-  known->second.intfIs({}, {}, false);
-  helloSm_.erase(known);
-  pimStatus_->pimIntfDel(intf);
+  const auto sm = known(intf);
+  if (!sm) return;
+  const auto machines = machines_;
+  const auto status = pimStatus_;
+  const IntfId& name = sm->intf()->intfId();
+  sm->intfIs({}, {}, false);
+  machines->erase(name);
+  if (status->pimIntf(name) == sm->intf()) status->pimIntfDel(name);
 }
 
 void PimInstance::helloConfigIs(const IntfId& intf, const HelloConfig& config) {
   helloConfig_.insert_or_assign(intf, config);
-  const auto known = helloSm_.find(intf);
-  if (known != helloSm_.end()) known->second.configIs(config);
+  if (const auto sm = known(intf)) sm->configIs(config);
 }
 
 void PimInstance::drPriorityIs(const IntfId& intf, std::uint32_t priority) {
@@ -69,12 +79,12 @@ void PimInstance::drPriorityDel(const IntfId& intf) {
 }
 
 void PimInstance::handleHello(const IntfId& intf, const HelloMessage& hello) {
-  const auto known = helloSm_.find(intf);
-  if (known != helloSm_.end()) known->second.receive(hello);
+  if (const auto sm = known(intf)) sm->receive(hello);
 }
 
 void PimInstance::shutdown() {
-  for (auto& [intf, sm] : helloSm_) sm.goodbye();
+  const auto machines = *machines_;
+  for (const auto& [intf, sm] : machines) sm->goodbye();
 }
 
 }  // namespace Routing::Pim

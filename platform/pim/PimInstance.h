@@ -16,7 +16,8 @@ namespace Routing::Pim {
 
 /// What a router needs of PIM itself in one VRF and address family: interfaces that send Hellos,
 /// neighbours, designated routers, RPF lookup and the packet layer. The host tells it of its
-/// interfaces and brings it datagrams; it hands datagrams out through the packet port.
+/// interfaces and brings it datagrams; it hands datagrams out through the packet port. Reactors of
+/// what it keeps may delete interfaces, and the instance itself.
 class ROUTING_API PimInstance {
  public:
   /// `routing`, `port` and `wheel` must outlive the instance; `routing` and `port` also whoever
@@ -55,19 +56,22 @@ class ROUTING_API PimInstance {
   void shutdown();
 
  private:
-  HelloSm& helloSm(const IntfId& intf);
+  using Machines = std::map<IntfId, std::shared_ptr<HelloSm>>;
+
+  std::shared_ptr<HelloSm> known(const IntfId& intf) const;
+  std::shared_ptr<HelloSm> helloSm(const IntfId& intf);
   const HelloConfig& helloConfig(const IntfId& intf) const;
   void handleHello(const IntfId& intf, const HelloMessage& hello);
 
   const AddressFamily af_;
   TimerWheel& wheel_;
-  RandomSource random_;
+  const std::shared_ptr<RandomSource> random_;
   const HelloConfig config_;
   const std::shared_ptr<PimStatus> pimStatus_;
   const std::shared_ptr<PimRpfTable> rpfTable_;
   const std::shared_ptr<PamManager> pamManager_;
   std::map<IntfId, HelloConfig> helloConfig_;  // where it is not that of all interfaces
-  std::map<IntfId, HelloSm> helloSm_;
+  const std::shared_ptr<Machines> machines_ = std::make_shared<Machines>();
 };
 
 }  // namespace Routing::Pim

@@ -11,15 +11,14 @@ void PimMessageCounters::rxDroppedInc(std::string_view reason) {
 }
 
 void clearMessageCounters(PimMessageCounters& counters) {
-  counters.rxHelloIs(0);
-  counters.rxBootstrapIs(0);
-  counters.rxCrpAdvIs(0);
-  counters.rxOtherIs(0);
-  counters.rxDroppedDelAll();
-  counters.txHelloIs(0);
-  counters.txBootstrapIs(0);
-  counters.txCrpAdvIs(0);
-  counters.txErrorIs(0);
+  using Counters = PimMessageCounters;
+  const Entity::Watch watch(counters);
+  for (const auto set : {&Counters::rxHelloIs, &Counters::rxBootstrapIs, &Counters::rxCrpAdvIs,
+                         &Counters::rxOtherIs, &Counters::txHelloIs, &Counters::txBootstrapIs,
+                         &Counters::txCrpAdvIs, &Counters::txErrorIs}) {
+    if (watch.alive()) (counters.*set)(0);
+  }
+  if (watch.alive()) counters.rxDroppedDelAll();
 }
 
 }  // namespace Routing::Pim

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/entity/FirstError.h"
+
 namespace Routing::Pim {
 
 ROUTING_ENTITY_DEFINE("Routing::Pim::", PimNeighbor, ROUTING_PIM_NEIGHBOR)
@@ -19,8 +21,11 @@ std::shared_ptr<PimNeighbor> PimInterface::neighborOf(const IpGenAddr& address) 
 void PimInterface::drIs(const IpGenAddr& dr, bool own) {
   const bool drChanged = std::exchange(usedDr_, dr) != dr;
   const bool ownChanged = std::exchange(isDr_, own) != own;
-  if (drChanged) changed(Attr::usedDr, nullptr);
-  if (ownChanged) changed(Attr::isDr, nullptr);
+  const Watch watch(*this);
+  FirstError error;
+  if (drChanged) error.run([&] { changed(Attr::usedDr, nullptr); });
+  if (ownChanged && watch.alive()) error.run([&] { changed(Attr::isDr, nullptr); });
+  error.rethrow();
 }
 
 }  // namespace Routing::Pim

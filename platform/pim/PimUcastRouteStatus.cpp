@@ -21,9 +21,10 @@ void PimUcastRouteStatus::routeIs(const IpGenPrefix& prefix, ForwardingEntry ent
   if (!trie_.routeIs(prefix)) trie_.changedRouteIs(prefix);
 }
 
-void PimUcastRouteStatus::routeDel(const IpGenPrefix& prefix) {
-  trie_.routeDel(prefix);
+// A reactor of the trie may delete the whole.
+void PimUcastRouteStatus::routeDel(IpGenPrefix prefix) {
   table_.entryDel(prefix);
+  trie_.routeDel(prefix);
 }
 
 }  // namespace Routing::Pim

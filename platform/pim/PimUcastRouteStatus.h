@@ -44,7 +44,7 @@ class ROUTING_API PimUcastRouteStatus {
 
   /// Adds or rewrites a route; a prefix of another family is ignored.
   void routeIs(const IpGenPrefix& prefix, ForwardingEntry entry);
-  void routeDel(const IpGenPrefix& prefix);
+  void routeDel(IpGenPrefix prefix);
 
   const TrieGen& trie() const { return trie_; }
   const ForwardingTable& table() const { return table_; }

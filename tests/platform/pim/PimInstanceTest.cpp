@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "platform/pim/PimCodec.h"
 #include "platform/pim/PimInstance.h"
 #include "tests/support/PimLan.h"
 
@@ -238,6 +240,98 @@ TEST_F(PimInstanceTest, RemovedInterfacesAndInstancesLeaveNothingBehind) {
   goTo(200);
   EXPECT_GT(a.sent.size(), sentBefore);
   EXPECT_TRUE(neighborsOf(a).empty()) << "no timer of the dead sends any more";
+}
+
+// Whatever an instance keeps changes in this play; at each change in turn a reactor deletes.
+struct DeletedByReactor : PacketPort, UnicastRouting {
+  enum class Victim { nobody, intf, instance };
+
+  DeletedByReactor(Victim victim, int change) : victim_(victim), countdown_(change) {
+    pim_ = std::make_unique<PimInstance>(VrfName("default"), AddressFamily::ipv4, *this, *this,
+                                         world_.wheel, [] { return 0.5; });
+    const auto packets = pim_->pamManager();
+    watch(*pim_->pimStatus());
+    watch(*packets->counters());
+    for (const auto& info : {packets->bsmRxInfo(), packets->bsmTxInfo()}) watch(*info);
+  }
+  ~DeletedByReactor() override {
+    if (!pim_) EXPECT_EQ(world_.wheel.armed(), 0u);
+  }
+
+  /// The changes that were still to come.
+  int play() {
+    const std::uint8_t garbage[] = {1, 2, 3};
+    HelloConfig config;
+    config.drPriority = 3;
+    step([](PimInstance& pim) { pim.intfIs(eth0, addr("10.0.0.1"), {addr("10.0.1.1")}, true); });
+    for (const std::uint32_t generation : {7, 7, 8}) {
+      hear("10.0.0.2", 105, generation);
+      hear("10.0.0.3", 5, generation);
+    }
+    step([&](PimInstance& pim) {
+      pim.receive({eth0, addr("10.0.0.2"), addr("10.0.0.1"), garbage});
+    });
+    step([](PimInstance& pim) {
+      const auto info = pim.pamManager()->bsmTxInfo();
+      info->intfIdIs(eth0);
+      info->messageIs(std::make_shared<BootstrapMessage>(PimInstanceTest::bsm()));
+    });
+    step([](PimInstance& pim) { pim.pamManager()->bsmTxInfo()->countInc(1); });
+    world_.runUntil(200);
+    hear("10.0.0.2", 105, 9);
+    hear("10.0.0.2", 0, 9);
+    step([&](PimInstance& pim) { pim.helloConfigIs(eth0, config); });
+    step([](PimInstance& pim) { clearMessageCounters(*pim.pamManager()->counters()); });
+    step([](PimInstance& pim) { pim.intfDel(eth0); });
+    step([](PimInstance& pim) { pim.intfIs(eth0, addr("10.0.0.1"), {}, true); });
+    step([](PimInstance& pim) { pim.shutdown(); });
+    step([](PimInstance& pim) { pim.intfIs(eth0, addr("10.0.0.9"), {}, true); });
+    return countdown_;
+  }
+
+ private:
+  template <class Step>
+  void step(Step&& act) {
+    if (pim_) act(*pim_);
+  }
+  void hear(const char* source, std::uint16_t holdtime, std::uint32_t generation) {
+    HelloMessage hello;
+    hello.holdtimeIs(holdtime);
+    hello.drPriorityIs(1);
+    hello.generationIdIs(generation);
+    hello.addressListIs({addr("10.0.7.7"), addr(std::string(source) + "0")});
+    std::vector<std::uint8_t> octets;
+    ASSERT_TRUE(encode(hello, addr(source), allPimRouters(AddressFamily::ipv4), octets));
+    step([&](PimInstance& pim) {
+      pim.receive({eth0, addr(source), allPimRouters(AddressFamily::ipv4), octets});
+    });
+  }
+  void watch(const Entity& tree) {
+    changes_.push_back(tree.treeReactor([this](const TreeChange&) {
+      if (countdown_-- != 0) return;
+      if (victim_ == Victim::intf) pim_->intfDel(eth0);
+      if (victim_ == Victim::instance) pim_.reset();
+    }));
+  }
+  bool send(const TransmitPacket&) override { return true; }
+  std::vector<NextHop> nextHops(const IpGenAddr&) const override { return {}; }
+
+  TestKit::VirtualWorld world_;
+  const Victim victim_;
+  int countdown_;
+  std::unique_ptr<PimInstance> pim_;
+  std::vector<Subscription> changes_;
+};
+
+TEST(PimInstance, MayBeDeletedByReactorsOfWhateverItKeeps) {
+  using Victim = DeletedByReactor::Victim;
+  const int changes = -DeletedByReactor(Victim::nobody, 0).play();
+  EXPECT_GT(changes, 50);
+  for (int change = 0; change < changes; ++change) {
+    SCOPED_TRACE(change);
+    EXPECT_LT(DeletedByReactor(Victim::intf, change).play(), 0);
+    EXPECT_LT(DeletedByReactor(Victim::instance, change).play(), 0);
+  }
 }
 
 }  // namespace
