@@ -10,6 +10,12 @@
 #include "platform/entity/Assertion.h"
 
 namespace Routing::Pim::Bsr {
+namespace {
+
+// Seconds until unicast routing knows a new address of ours, well below the shortest back-off.
+constexpr double addressSettles = 2.0;
+
+}  // namespace
 
 BsrCandidateSm::BsrCandidateSm(const IpGenPrefix& zone, std::shared_ptr<Status> bsrStatus,
                                TimerWheel& timerWheel, PimBsrSm& engine)
@@ -470,7 +476,7 @@ void BsrCandidateSm::handleIpChange() {
   ownBsrIs();
   BSR_TRACE(candidateSm, 4, "Changing IP address to ", ownBsr_.ipAddr, " for zone ", zone());
   state_ == State::eBsr ? updateElected() : contest();
-  if (moves) turn([&] { bsTimer_.expiryInIs(0); });
+  if (moves) turn([&] { bsTimer_.expiryInIs(addressSettles); });
 }
 
 void BsrCandidateSm::handlePriority() {

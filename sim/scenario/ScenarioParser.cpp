@@ -40,11 +40,20 @@ Pim::Bsr::BsrPolicy policyOf(const YamlValue& value) {
   }
   auto policy = Pim::Bsr::BsrPolicy::continuous();
   YamlMap map(value);
-  if (const auto v = map.get("bridging")) policy.bridging = v->yes();
-  if (const auto v = map.get("expiry")) policy.expiry = v->yes();
+  const std::pair<const char*, bool Pim::Bsr::BsrPolicy::*> switches[] = {
+      {"bridging", &Pim::Bsr::BsrPolicy::bridging},
+      {"expiry", &Pim::Bsr::BsrPolicy::expiry},
+      {"prime-after-hello", &Pim::Bsr::BsrPolicy::primeAfterHello},
+      {"until-heard", &Pim::Bsr::BsrPolicy::untilHeard},
+      {"early-view", &Pim::Bsr::BsrPolicy::earlyView},
+      {"hand-over", &Pim::Bsr::BsrPolicy::handOver},
+      {"announced-view", &Pim::Bsr::BsrPolicy::announcedView},
+      {"lapsing-office", &Pim::Bsr::BsrPolicy::lapsingOffice}};
+  for (const auto& [key, choice] : switches) {
+    if (const auto v = map.get(key)) policy.*choice = v->yes();
+  }
   if (const auto v = map.get("answers")) policy.answers = v->whole(0, UINT32_MAX);
   if (const auto v = map.get("priming-wait")) policy.primingWait = v->whole(0, 3600);
-  if (const auto v = map.get("prime-after-hello")) policy.primeAfterHello = v->yes();
   map.done();
   return policy;
 }

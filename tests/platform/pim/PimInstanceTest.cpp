@@ -255,7 +255,9 @@ struct DeletedByReactor : PacketPort, UnicastRouting {
     for (const auto& info : {packets->bsmRxInfo(), packets->bsmTxInfo()}) watch(*info);
   }
   ~DeletedByReactor() override {
-    if (!pim_) EXPECT_EQ(world_.wheel.armed(), 0u);
+    if (!pim_) {
+      EXPECT_EQ(world_.wheel.armed(), 0u);
+    }
   }
 
   /// The changes that were still to come.
