@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "sim/scenario/ParseConfig.h"
 #include "sim/scenario/ParseScript.h"

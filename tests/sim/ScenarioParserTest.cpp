@@ -29,7 +29,7 @@ topology:
   links: [r2-a, {link: a-b, loss: 5%, mtu: 600}]
   lans: [{lan: lan1, routers: [r1, a, b]}]
 timers: {bs-timeout: 100, boot: 3}
-policy: {expiry: false, answers: 3}
+policy: {expiry: false, answers: 3, hand-over: false}
 configuration:
   - candidate-bsr: {router: a, zone: 239.1.0.0/16, priority: 7, period: 30}
   - candidate-rp: {router: [b], ranges: [{range: 239.1.0.0/24, priority: 3}, 239.2.0.0/16]}
@@ -40,7 +40,11 @@ script:
   - {at: [10, 20], spread: 5, crash: [a, b]}
 )",
                                           "f");
-  EXPECT_EQ(scenario.policy, (Pim::Bsr::BsrPolicy{true, false, 3, 1, true}));
+  auto policy = Pim::Bsr::BsrPolicy::continuous();
+  policy.expiry = false;
+  policy.answers = 3;
+  policy.handOver = false;
+  EXPECT_EQ(scenario.policy, policy);
   const Topology& topology = scenario.topology;
   ASSERT_EQ(topology.routers().size(), 4U);
   ASSERT_EQ(topology.networks().size(), 4U);
