@@ -1,16 +1,10 @@
 #include "sim/report/ContinuityJson.h"
 
-#include <cmath>
-
 #include "sim/report/HtmlPages.h"
 #include "sim/report/JsonParts.h"
 
 namespace Routing::Sim {
 namespace {
-
-double rounded(double seconds) {
-  return std::round(seconds * 1e4) / 1e4;
-}
 
 Json distributionJson(const Distribution& seconds) {
   return {{"samples", seconds.values().size()},

@@ -1,6 +1,5 @@
 #include "sim/report/HtmlReport.h"
 
-#include <cmath>
 #include <map>
 
 #include "sim/report/HtmlPages.h"
@@ -8,10 +7,6 @@
 
 namespace Routing::Sim {
 namespace {
-
-double rounded(double seconds) {
-  return std::round(seconds * 1e4) / 1e4;
-}
 
 std::string rolesOf(const ScenarioRun& run, RouterId router) {
   std::string roles;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <string_view>
 
@@ -9,6 +10,11 @@
 namespace Routing::Sim {
 
 using Json = nlohmann::ordered_json;
+
+/// Seconds, to a tenth of a millisecond: pages need no more.
+inline double rounded(double seconds) {
+  return std::round(seconds * 1e4) / 1e4;
+}
 
 /// Name, seed and outcome of a run.
 Json runJson(const ScenarioRun& run);

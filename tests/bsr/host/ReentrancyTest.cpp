@@ -19,7 +19,7 @@ namespace {
 using namespace TestKit;
 
 const char* const site = "239.1.0.0/16";
-const char* const other = "239.2.0.0/16";
+const char* const elsewhere = "239.2.0.0/16";
 
 class ReentrantRouter : public BsrRouter {
  public:
@@ -61,8 +61,8 @@ class ReentrantRouter : public BsrRouter {
     wait(200);
     hearBsm(Bsm("192.0.2.9", 200).tag(7).piece("228.0.0.0/8", 2, {{"10.5.5.5"}}));
     hearBsm(Bsm("192.0.2.9", 200).tag(7).piece("228.0.0.0/8", 2, {{"10.5.5.6"}}));
-    hearBsm(Bsm("192.0.2.9", 200).zone(other).group("239.2.1.0/24", {{"10.5.5.5"}}));
-    hearBsm(Bsm("192.0.2.9", 201).zone(other).group("239.2.1.0/24", {{"10.5.5.5", 0}}));
+    hearBsm(Bsm("192.0.2.9", 200).zone(elsewhere).group("239.2.1.0/24", {{"10.5.5.5"}}));
+    hearBsm(Bsm("192.0.2.9", 201).zone(elsewhere).group("239.2.1.0/24", {{"10.5.5.5", 0}}));
     if (const auto crp = status->crp(addr("10.0.0.1"))) crp->intervalIs(CrpAdvInterval(30));
     wait(200);
     status->crpDel(addr("10.0.0.1"));
@@ -136,7 +136,7 @@ struct Deed {
 const Deed deeds[] = {
     {"deconfigures a candidate", [](auto& r) { r.status->cbsrDel(prefix(global)); }},
     {"deconfigures all", [](auto& r) { r.status->cbsrDelAll(), r.status->crpDelAll(); }},
-    {"configures a candidate", [](auto& r) { r.candidateBsrIs(other, "10.0.0.1"); }},
+    {"configures a candidate", [](auto& r) { r.candidateBsrIs(elsewhere, "10.0.0.1"); }},
     {"configures a candidate anew",
      [](auto& r) {
        r.status->cbsrDel(prefix(global));

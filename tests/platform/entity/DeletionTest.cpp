@@ -23,20 +23,20 @@ using Sample::Router;
 using TestKit::prefix;
 using TestKit::refusal;
 
-const IntfId eth0("a name that is too long to stand in the object itself: eth0");
-const IntfId eth1("a name that is too long to stand in the object itself: eth1");
+const IntfId longEth0("a name that is too long to stand in the object itself: eth0");
+const IntfId longEth1("a name that is too long to stand in the object itself: eth1");
 const IpGenPrefix zone0 = prefix("239.0.0.0/8");
 const IpGenPrefix zone1 = prefix("238.0.0.0/8");
 
 std::shared_ptr<Router> fullRouter(bool withConsole = true) {
   auto r = makeRouter();
-  for (const auto& [zone, intf] : {std::pair(zone0, eth0), std::pair(zone1, eth1)}) {
+  for (const auto& [zone, intf] : {std::pair(zone0, longEth0), std::pair(zone1, longEth1)}) {
     r->zoneIs(zone, intf);
     r->newPort(intf)->permitIs(zone0, true);
     r->port(intf)->permitIs(zone1, true);
     r->uplinkIs(intf.text(), r->port(intf));
   }
-  if (withConsole) r->newConsole(eth0);
+  if (withConsole) r->newConsole(longEth0);
   r->messageIs(std::make_shared<std::string>("hello"));
   return r;
 }
@@ -54,13 +54,13 @@ const std::vector<std::pair<const char*, std::function<void(Router&)>>> setters{
     {"portDel", [](Router& r) { r.portDel(r.port().begin()->first); }},
     {"portDelOfItsKey", [](Router& r) { r.portDel(r.port().begin()->second->intfId()); }},
     {"portDelAll", [](Router& r) { r.portDelAll(); }},
-    {"uplinkIs", [](Router& r) { r.uplinkIs(r.uplink().begin()->first, r.port(eth1)); }},
+    {"uplinkIs", [](Router& r) { r.uplinkIs(r.uplink().begin()->first, r.port(longEth1)); }},
     {"uplinkDel", [](Router& r) { r.uplinkDel(r.uplink().begin()->first); }},
     {"uplinkDelAll", [](Router& r) { r.uplinkDelAll(); }},
     {"consoleDel", [](Router& r) { r.consoleDel(); }},
     {"newConsole", [](Router& r) { r.newConsole(r.port().begin()->first); }},
-    {"portPriorityIs", [](Router& r) { r.port(eth0)->priorityIs(1); }},
-    {"portPermitDelAll", [](Router& r) { r.port(eth0)->permitDelAll(); }},
+    {"portPriorityIs", [](Router& r) { r.port(longEth0)->priorityIs(1); }},
+    {"portPermitDelAll", [](Router& r) { r.port(longEth0)->permitDelAll(); }},
 };
 
 TEST(Deletion, TheLastOwnerMayGoInsideEverySetter) {
@@ -76,7 +76,7 @@ TEST(Deletion, TheLastOwnerMayGoInsideEverySetter) {
       };
       if (*kind != 't') {
         reactors.push_back(r->anyReactor([&](std::size_t) { drop(); }));
-        reactors.push_back(r->port(eth0)->anyReactor([&](std::size_t) { drop(); }));
+        reactors.push_back(r->port(longEth0)->anyReactor([&](std::size_t) { drop(); }));
       }
       for (int i = 0; i < 2 && *kind != 'a'; ++i) {
         reactors.push_back(r->treeReactor([&](const TreeChange&) { drop(); }));
@@ -123,10 +123,10 @@ TEST(Deletion, AnotherOwnersKeyAndTheEntryItBelongsToMayGo) {
   std::string key;
   const auto first = r->portReactor([&](const IntfId&) { r->zoneDelAll(); });
   const auto second = r->portReactor([&](const IntfId& intf) { key = intf.text(); });
-  r->portDel(eth0);
-  r->zoneIs(zone0, eth0);
+  r->portDel(longEth0);
+  r->zoneIs(zone0, longEth0);
   r->newPort(r->zone().begin()->second);
-  EXPECT_EQ(key, eth0.text());
+  EXPECT_EQ(key, longEth0.text());
 }
 
 TEST(Deletion, AClearedCollectionIsClearedWhateverItsReactorsThrow) {
@@ -145,18 +145,18 @@ TEST(Deletion, AClearedCollectionIsClearedWhateverItsReactorsThrow) {
 TEST(Deletion, ATreeIsNotToldOfWhatHasLeftIt) {
   for (const bool held : {false, true}) {
     const auto r = fullRouter();
-    const auto port = held ? r->port(eth0) : nullptr;
+    const auto port = held ? r->port(longEth0) : nullptr;
     std::string log;
     const auto first = r->treeReactor([&](const TreeChange& change) {
-      if (change.entity.parent() != nullptr) r->portDel(eth0);
+      if (change.entity.parent() != nullptr) r->portDel(longEth0);
     });
     const auto second = r->treeReactor([&](const TreeChange& change) {
       log.append(change.entity.attributeName(change.attribute)).append(" ");
     });
-    const auto own = r->port(eth0)->priorityReactor([&] { log += "own"; });
+    const auto own = r->port(longEth0)->priorityReactor([&] { log += "own"; });
     r->uplinkDelAll();
     log.clear();
-    r->port(eth0)->priorityIs(1);
+    r->port(longEth0)->priorityIs(1);
     EXPECT_EQ(log, held ? "port own" : "port ");
   }
 }
@@ -168,8 +168,8 @@ TEST(Deletion, ASinkMayChangeTheTreeAndEndTheLog) {
   const AttributeLog log(r, [&](std::string_view line) {
     const std::string before(line);
     if (r->rx() < 20) r->rxInc();
-    if (r->rx() == 5) r->portDel(eth0);
-    if (r->rx() == 10) r->newPort(eth0)->priorityIs(3);
+    if (r->rx() == 5) r->portDel(longEth0);
+    if (r->rx() == 10) r->newPort(longEth0)->priorityIs(3);
     EXPECT_EQ(line, before);
     EXPECT_TRUE(mirror.apply(line)) << line;
   });
@@ -184,7 +184,7 @@ TEST(Deletion, ASinkMayChangeTheTreeAndEndTheLog) {
     lines += text.size() == 100 ? 1 : 100;
   });
   lines = 0;
-  r->newPort(eth1);
+  r->newPort(longEth1);
   EXPECT_EQ(lines, 1) << "none of the lines for its attributes";
 }
 
@@ -209,9 +209,15 @@ TEST(Deletion, AMirrorMayGoWithAllThatItsReactorsDelete) {
 // --- what dies with a reactor -----------------------------------------------------------------
 
 /// Runs a function when it dies.
-struct AtDeath {
-  std::function<void()> act;
-  ~AtDeath() { act(); }
+class AtDeath {
+ public:
+  explicit AtDeath(std::function<void()> act) : act_(std::move(act)) {}
+  AtDeath(const AtDeath&) = delete;
+  AtDeath& operator=(const AtDeath&) = delete;
+  ~AtDeath() { act_(); }
+
+ private:
+  std::function<void()> act_;
 };
 
 TEST(Deletion, AReactorThatDiesMayComeBack) {
@@ -239,13 +245,13 @@ TEST(Deletion, AReactorThatDiesMayComeBack) {
 TEST(Deletion, EntriesThatDieMayDeleteTheirOwner) {
   for (const bool all : {false, true}) {
     auto r = fullRouter();
-    for (const IntfId& intf : {eth0, eth1}) {
+    for (const IntfId& intf : {longEth0, longEth1}) {
       r->uplinkIs(intf.text(), {new Port(intf), [&r](Port* port) {
                                   delete port;
                                   r.reset();
                                 }});
     }
-    all ? r->uplinkDelAll() : r->uplinkDel(eth0.text());
+    all ? r->uplinkDelAll() : r->uplinkDel(longEth0.text());
     EXPECT_FALSE(r);
   }
 }
