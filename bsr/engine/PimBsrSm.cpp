@@ -265,7 +265,7 @@ void PimBsrSm::maybeInitNonCandidateSm() {
 }
 
 std::shared_ptr<BsrNonCandidateSm> PimBsrSm::newNonCandidateSm(const IpGenPrefix& zone) {
-  const auto machine =
+  auto machine =
       std::make_shared<BsrNonCandidateSm>(zone, bsrStatus_, timerWheel_, timerWheel_, *this);
   nonCandidateSm_[zone] = machine;
   return machine;

@@ -14,6 +14,7 @@ namespace {
 template <class Collection>
 auto keysOf(const Collection& collection) {
   std::vector<typename Collection::key_type> keys;
+  keys.reserve(collection.size());
   for (const auto& [key, value] : collection) keys.push_back(key);
   return keys;
 }
@@ -360,6 +361,8 @@ void RpSetMirror::mirrorSet(const IpGenPrefix& zone, const RpCandidateSet& set) 
   const IpGenPrefix& prefix = set.prefix();
   owner_[prefix] = zone;
   for (const IpGenAddr& address : keysOf(set.rp())) {
+    // A reactor may delete it meanwhile.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const auto rp = set.rp(address);
     if (rp && rp->expiryTime() != 0.0) mirror(zone, prefix, rp);
   }

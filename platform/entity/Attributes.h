@@ -120,7 +120,7 @@ class CollectionAttribute : public EntityMap<K, E> {
   std::shared_ptr<E> create(Entity& owner, std::size_t attribute, const K& key) {
     const auto at = this->content_.lower_bound(key);
     if (at != this->content_.end() && !(key < at->first)) return at->second;
-    const auto entry = std::make_shared<E>(key);
+    auto entry = std::make_shared<E>(key);
     this->content_.emplace_hint(at, key, entry);
     owner.adopt(*entry, attribute, true);
     owner.changedAt(attribute, key);
