@@ -30,7 +30,7 @@ struct Share {
 
 RunResult runAndPrint(std::uint64_t seed, const Run& run) {
   std::ostringstream text;
-  const RunResult result = run(seed, text);
+  RunResult result = run(seed, text);
   if (!text.str().empty()) std::cout << text.str() << std::flush;
   return result;
 }
@@ -127,6 +127,7 @@ bool listen(Child& child, std::vector<RunResult>& results) {
 /// Waits until one of the children has something to say.
 std::size_t awaitOne(const std::vector<Child>& children) {
   std::vector<pollfd> ends;
+  ends.reserve(children.size());
   for (const Child& child : children) ends.push_back({child.results, POLLIN, 0});
   while (::poll(ends.data(), ends.size(), -1) < 0) {
     if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");

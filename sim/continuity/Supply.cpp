@@ -118,6 +118,7 @@ Supply::Domain Supply::domainOf(const std::vector<std::size_t>& zones) const {
   std::map<std::vector<std::uint32_t>, std::uint32_t> known;
   for (RouterId id = 0; id < routers(); ++id) {
     std::vector<std::uint32_t> parts;
+    parts.reserve(zones.size());
     for (const std::size_t zone : zones) parts.push_back(parts_[zone][id]);
     const auto number = static_cast<std::uint32_t>(known.size());
     domain.places[id] = known.try_emplace(parts, number).first->second;

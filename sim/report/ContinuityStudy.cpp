@@ -75,6 +75,7 @@ Distribution ContinuityStudy::ofRuns(Lack lack) const {
     seconds = std::max(seconds, sample.seconds);
   }
   std::vector<double> seconds;
+  seconds.reserve(longest.size());
   for (const auto& [seed, value] : longest) seconds.push_back(value);
   return Distribution(std::move(seconds));
 }
