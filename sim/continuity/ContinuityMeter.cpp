@@ -126,7 +126,7 @@ void ContinuityMeter::forget(Watch& watch) {
 void ContinuityMeter::welcome(Watch& watch) {
   if (!watch.newcomer) return;
   for (std::size_t zone = 0; zone < supply_.zones().size(); ++zone) {
-    if (supply_.bsrDue(watch.router, zone) && !knowsBsr(watch, zone)) return;
+    if (supply_.bsrDue(watch.router, zone) && !knowsBsr(watch, zone) && !waits(watch, zone)) return;
   }
   for (std::size_t group = 0; group < supply_.groups().size(); ++group) {
     const Watch* other = supply_.rpDue(watch.router, group) ? model(watch, group) : nullptr;
@@ -160,6 +160,12 @@ void ContinuityMeter::assess(Watch& watch) {
 bool ContinuityMeter::knowsBsr(const Watch& watch, std::size_t zone) const {
   const ZoneBelief* belief = beliefs_.of(watch.router, af()).zone(supply_.zones()[zone]);
   return belief != nullptr && !belief->bsr.isUnset();
+}
+
+/// Whether it is a candidate that waits to be elected: until then it knows of no BSR.
+bool ContinuityMeter::waits(const Watch& watch, std::size_t zone) const {
+  const ZoneBelief* belief = beliefs_.of(watch.router, af()).zone(supply_.zones()[zone]);
+  return belief != nullptr && belief->state == Pim::Bsr::BsrCandidateState::pBsr;
 }
 
 void ContinuityMeter::itemIs(Watch& watch, Lack lack, std::size_t number, bool due, bool has) {
@@ -206,23 +212,27 @@ const ContinuityMeter::Watch* ContinuityMeter::model(const Watch& watch, std::si
 }
 
 void ContinuityMeter::compare(std::size_t group) {
-  struct Answers {
-    IpGenAddr first;
-    bool differ = false;
-  };
-  std::map<std::uint32_t, Answers> places;
+  const auto mixed = mixedPlaces(group);
+  for (Watch& watch : watches_) {
+    const bool settled = settledOn(watch, group);
+    watch.measured[static_cast<std::size_t>(Lack::agreement)] |= settled;
+    lackIs(watch, Lack::agreement, group,
+           settled && mixed.contains(supply_.place(watch.router, group)));
+  }
+}
+
+/// The places whose routers do not all choose the same RP.
+std::set<std::uint32_t> ContinuityMeter::mixedPlaces(std::size_t group) const {
+  std::map<std::uint32_t, IpGenAddr> first;
+  std::set<std::uint32_t> mixed;
   for (const Watch& watch : watches_) {
     if (!settledOn(watch, group)) continue;
-    Answers& answers =
-        places.try_emplace(supply_.place(watch.router, group), Answers{watch.rp[group]})
-            .first->second;
-    answers.differ |= answers.first != watch.rp[group];
+    const std::uint32_t place = supply_.place(watch.router, group);
+    if (first.try_emplace(place, watch.rp[group]).first->second != watch.rp[group]) {
+      mixed.insert(place);
+    }
   }
-  for (Watch& watch : watches_) {
-    const bool lacks = settledOn(watch, group) && places[supply_.place(watch.router, group)].differ;
-    lackIs(watch, Lack::agreement, group, lacks);
-    watch.measured[static_cast<std::size_t>(Lack::agreement)] |= settledOn(watch, group);
-  }
+  return mixed;
 }
 
 // --- what came of it --------------------------------------------------------------------------

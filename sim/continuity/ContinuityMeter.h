@@ -2,6 +2,7 @@
 
 #include <array>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -92,8 +93,10 @@ class ContinuityMeter final : public WorldObserver {
   void lackIs(Watch& watch, Lack lack, std::size_t number, bool lacks);
   void forget(Watch& watch);
   void compare(std::size_t group);
+  std::set<std::uint32_t> mixedPlaces(std::size_t group) const;
   void welcome(Watch& watch);
   bool knowsBsr(const Watch& watch, std::size_t zone) const;
+  bool waits(const Watch& watch, std::size_t zone) const;
   /// Whether the watch has an RP for the group that others are held against.
   bool settledOn(const Watch& watch, std::size_t group) const;
   /// Somebody else of the same place who is settled on an RP for the group.

@@ -42,6 +42,7 @@ class World {
   const Topology& topology() const { return topology_; }
   const std::vector<AddressFamily>& families() const { return options_.families; }
   std::uint64_t seed() const { return options_.seed; }
+  double convergence() const { return options_.convergence; }
   const Pim::Bsr::BsrPolicy& policy() const { return options_.policy; }
   TimerWheel& wheel() { return wheel_; }
   const TimerWheel& wheel() const { return wheel_; }

@@ -30,6 +30,7 @@ void CandidatesServe::judgeRange(RouterId router, const Speaker& speaker,
   const auto rp = set ? set->rp(address) : nullptr;
   const std::string about =
       nameOf(router) + ", candidate RP " + address.text() + " for " + range.text() + ", ";
+  if (!rp && set && full(*set, candidate.ranges.at(range))) return;
   if (!rp) return violated(about + "is not in its own RP set");
   const bool bidirectional = rp->mode() == Pim::PimMode::bidirectional;
   if (rp->priority().value() != candidate.ranges.at(range) ||
@@ -47,6 +48,15 @@ bool CandidatesServe::permitted(const IpGenAddr& bsr, const IpGenAddr& rp) const
                                          [&](const auto& prefix) { return prefix.contains(rp); });
   }
   return false;
+}
+
+// A message names no more of a range; others as good may stand before this one.
+bool CandidatesServe::full(const Pim::RpCandidateSet& set, std::uint16_t priority) {
+  constexpr std::size_t most = 255;
+  const auto& rps = set.rp();
+  return rps.size() >= most && std::all_of(rps.begin(), rps.end(), [&](const auto& entry) {
+           return entry.second->priority().value() <= priority;
+         });
 }
 
 }  // namespace Routing::Sim

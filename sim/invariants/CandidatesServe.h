@@ -5,7 +5,8 @@
 namespace Routing::Sim {
 
 /// Once quiet, every candidate RP that the BSR permits sees itself in the RP set, for each of its
-/// ranges, with the priority and mode that it announces.
+/// ranges, with the priority and mode that it announces; but for a range with as many better ones
+/// as a message can name.
 class CandidatesServe final : public QuietInvariant {
  public:
   CandidatesServe(World& world, const Beliefs& beliefs, std::vector<Violation>& violations)
@@ -16,6 +17,7 @@ class CandidatesServe final : public QuietInvariant {
   void judge() override;
   void judgeRange(RouterId router, const Speaker& speaker, const CandidateRp& candidate,
                   const IpGenPrefix& range);
+  static bool full(const Pim::RpCandidateSet& set, std::uint16_t priority);
   bool permitted(const IpGenAddr& bsr, const IpGenAddr& rp) const;
 };
 

@@ -30,8 +30,12 @@ class Invariant : public WorldObserver {
   const World& world() const { return world_; }
   const std::string& nameOf(RouterId router) const { return world_.topology().router(router).name; }
   void violated(std::string what) {
-    violations_.push_back({world_.now(), std::string(name_), std::move(what)});
+    noted(std::move(what));
     world_.stop();
+  }
+  /// The same, but the run goes on.
+  void noted(std::string what) {
+    violations_.push_back({world_.now(), std::string(name_), std::move(what)});
   }
 
  private:

@@ -31,12 +31,13 @@ void NoStorms::transmitted(const Packet& packet) {
     minute_.clear();
     minuteBegan_ = world().now();
   }
-  event_[place].add(packet, bsm->fragmentTag);
+  event_[{place, bsm->bsr}].add(packet, bsm->fragmentTag);
   minute_[place].add(packet, bsm->fragmentTag);
 }
 
 void NoStorms::settled(const std::vector<RouterId>&) {
-  for (const auto& [place, tally] : event_) {
+  for (const auto& [voice, tally] : event_) {
+    const Place& place = voice.first;
     judge(place, tally.messages(), minute_[place].messages());
   }
   event_.clear();

@@ -3,16 +3,17 @@
 #include <cstdint>
 #include <map>
 #include <tuple>
+#include <utility>
 
 #include "sim/invariants/Invariant.h"
 
 namespace Routing::Sim {
 
 /// Bootstrap messages are bounded. One event, be it a message, a timer or a change of
-/// configuration, makes a router send at most one message of a zone on an interface: nothing
-/// multiplies but by the number of interfaces. And the messages of a zone on an interface within a
-/// minute are bounded by the number of its candidates (docs/decisions/election.md). The fragments
-/// of one message count as one.
+/// configuration, makes a router send at most one message of a zone and BSR on an interface:
+/// nothing multiplies but by the number of interfaces. And the messages of a zone on an interface
+/// within a minute are bounded by the number of its candidates (docs/decisions/election.md). The
+/// fragments of one message count as one.
 class NoStorms final : public Invariant {
  public:
   static constexpr std::size_t mostPerEvent = 1;  ///< on one interface, for each zone
@@ -24,6 +25,7 @@ class NoStorms final : public Invariant {
 
  private:
   using Place = std::tuple<RouterId, NetworkId, IpGenPrefix>;
+  using Voice = std::pair<Place, IpGenAddr>;  // with the BSR
 
   /// Counts messages. The fragments of one, which differ, count once; what is sent again counts
   /// again.
@@ -44,7 +46,7 @@ class NoStorms final : public Invariant {
   void judge(const Place& place, std::size_t atOnce, std::size_t inMinute);
   std::size_t mostPerMinute(const Place& place) const;
 
-  std::map<Place, Tally> event_;
+  std::map<Voice, Tally> event_;
   std::map<Place, Tally> minute_;
   double minuteBegan_ = 0.0;
 };

@@ -34,4 +34,13 @@ SettlingTimes settlingTimes(const World& world) {
   return {bsr, bsr + 2 * hold + period};
 }
 
+// A flood crosses each router once at the most.
+double floodingTime(const World& world) {
+  double slowest = 0;
+  for (const NetworkPlan& network : world.topology().networks()) {
+    slowest = std::max(slowest, network.impairment.delay + network.impairment.jitter);
+  }
+  return slowest * static_cast<double>(world.topology().routers().size());
+}
+
 }  // namespace Routing::Sim

@@ -13,6 +13,9 @@ struct SettlingTimes {
 
 SettlingTimes settlingTimes(const World& world);
 
+/// The longest time, in seconds, that a flood takes to reach every router.
+double floodingTime(const World& world);
+
 /// The upper bound of the back-off of a candidate BSR, in seconds (RFC 5059 section 5).
 inline constexpr double longestBackOff = 23.0;
 

@@ -48,15 +48,16 @@ void RpsExpire::judge(RouterId router, const Speaker& speaker, const Pim::RpCand
   constexpr double longestHold = 3.0 * 21845;
   const double hold = rp.holdTime().value();
   const double most = hold > 0 && hold < 65535 ? hold : longestHold;
-  const std::string about =
-      nameOf(router) + ": RP " + rp.address().text() + " of " + range.prefix().text();
+  const auto broken = [&](const std::string& how) {
+    violated(nameOf(router) + ": RP " + rp.address().text() + " of " + range.prefix().text() + how);
+  };
   const bool justStarted = speaker.startedAt() == now;  // what expired meanwhile goes at once
   if (rp.expiryTime() < now && !justStarted) {
-    violated(about + " outlives its hold time by " + std::to_string(now - rp.expiryTime()) + " s");
+    broken(" outlives its hold time by " + std::to_string(now - rp.expiryTime()) + " s");
   } else if (rp.expiryTime() > now + most + tolerance) {
-    violated(about + " would outlive its hold time");
+    broken(" would outlive its hold time");
   } else if (!known(speaker, range, rp)) {
-    violated(about + " belongs to no zone");
+    broken(" belongs to no zone");
   }
 }
 

@@ -1,5 +1,6 @@
 #include "sim/invariants/StandingInvariants.h"
 
+#include "sim/invariants/Alike.h"
 #include "sim/invariants/BordersHold.h"
 #include "sim/invariants/CandidatesServe.h"
 #include "sim/invariants/CountersAddUp.h"
@@ -11,10 +12,12 @@
 #include "sim/invariants/OneRpSet.h"
 #include "sim/invariants/RpsExpire.h"
 #include "sim/invariants/SameRp.h"
+#include "sim/invariants/Served.h"
 
 namespace Routing::Sim {
 
-StandingInvariants::StandingInvariants(World& world, Beliefs& beliefs) {
+StandingInvariants::StandingInvariants(World& world, Beliefs& beliefs, Promise::Broken promise)
+    : troubles_(world) {
   for (const AddressFamily af : world.families()) {
     continuity_.push_back(std::make_unique<ContinuityMeter>(world, beliefs, af));
   }
@@ -25,6 +28,10 @@ StandingInvariants::StandingInvariants(World& world, Beliefs& beliefs) {
   invariants_.push_back(std::make_unique<CountersAddUp>(world, violations_));
   invariants_.push_back(std::make_unique<NoStorms>(world, violations_));
   invariants_.push_back(std::make_unique<MemoryBounded>(world, violations_));
+  invariants_.push_back(
+      std::make_unique<Served>(world, continuity_, troubles_, violations_, promise));
+  invariants_.push_back(
+      std::make_unique<Alike>(world, continuity_, troubles_, violations_, promise));
   invariants_.push_back(std::make_unique<OneBsr>(world, beliefs, violations_));
   invariants_.push_back(std::make_unique<OneRpSet>(world, beliefs, violations_));
   invariants_.push_back(std::make_unique<SameRp>(world, beliefs, violations_));

@@ -3,9 +3,10 @@
 #include <memory>
 #include <vector>
 
-#include "sim/continuity/ContinuityMeter.h"
 #include "sim/core/Beliefs.h"
 #include "sim/invariants/Invariant.h"
+#include "sim/invariants/Promise.h"
+#include "sim/invariants/Troubles.h"
 
 namespace Routing::Sim {
 
@@ -13,18 +14,20 @@ namespace Routing::Sim {
 /// violation ends the run.
 class StandingInvariants {
  public:
-  StandingInvariants(World& world, Beliefs& beliefs);
+  StandingInvariants(World& world, Beliefs& beliefs,
+                     Promise::Broken promise = Promise::Broken::endsTheRun);
 
   const std::vector<Violation>& violations() const { return violations_; }
   const std::vector<std::unique_ptr<Invariant>>& invariants() const { return invariants_; }
   /// How groups and routers are served; one meter for each address family.
-  const std::vector<std::unique_ptr<ContinuityMeter>>& continuity() const { return continuity_; }
+  const ContinuityMeters& continuity() const { return continuity_; }
   /// How often the rules for a quiet network were judged.
   std::uint64_t judgedQuiet() const;
 
  private:
   std::vector<Violation> violations_;
-  std::vector<std::unique_ptr<ContinuityMeter>> continuity_;
+  ContinuityMeters continuity_;
+  Troubles troubles_;
   std::vector<std::unique_ptr<Invariant>> invariants_;
 };
 

@@ -54,20 +54,14 @@ void FailoverMeter::settled(const std::vector<RouterId>& touched) {
   death_.reset();
 }
 
-// A flood crosses each router once at the most.
 double failoverBound(const World& world) {
   double timeout = 0;
-  double slowest = 0;
-  const auto& topology = world.topology();
-  for (RouterId id = 0; id < topology.routers().size(); ++id) {
+  for (RouterId id = 0; id < world.topology().routers().size(); ++id) {
     for (const AddressFamily af : world.families()) {
       timeout = std::max<double>(timeout, world.speaker(id, af).config().bsTimeout);
     }
   }
-  for (const NetworkPlan& network : topology.networks()) {
-    slowest = std::max(slowest, network.impairment.delay + network.impairment.jitter);
-  }
-  return timeout + longestBackOff + slowest * static_cast<double>(topology.routers().size());
+  return timeout + longestBackOff + floodingTime(world);
 }
 
 }  // namespace Routing::Sim

@@ -20,7 +20,7 @@ ScenarioRun::ScenarioRun(const Scenario& scenario, const RunOptions& options)
              {options.seed, scenario.families, scenario.convergence, scenario.policy}),
       beliefs_(world_),
       digest_(world_),
-      invariants_(world_, beliefs_),
+      invariants_(world_, beliefs_, options.promise),
       control_(world_) {
   assertionHandlerIs(throwOnAssertion);
   configure();

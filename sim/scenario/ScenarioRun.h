@@ -19,6 +19,7 @@ struct RunOptions {
   std::uint64_t seed = 1;
   bool faults = false;
   std::optional<double> until;  ///< ends the run early; what is expected later is not judged
+  Promise::Broken promise = Promise::Broken::endsTheRun;
 };
 
 /// An expectation that was judged and did not hold.

@@ -51,6 +51,8 @@ class InvariantsTest : public testing::Test {
     rp->holdTimeIs(Pim::CrpHoldTime(1000));
     rp->expiryTimeIs(world->instant() + 1000);
   }
+  /// An operator writes what is there already: the network is not quiet for a while.
+  void disturb() { world->configIs(0, ipv4, world->speaker(0, ipv4).config()); }
   Pim::RpEntry& rpInView(RouterId id) {
     return *world->speaker(id, ipv4).view()->crpSet(all)->rp(Topology::loopback(2, ipv4));
   }
@@ -130,6 +132,24 @@ const Fault faults[] = {
      [](InvariantsTest& net) { net.rpInView(1).expiryTimeIs(net.world->instant() + 0.5); }},
     {"AnRpThatNoZoneKnows", "RPs expire", 20,
      [](InvariantsTest& net) { net.betterRpIs(*net.world->speaker(1, ipv4).view()); }},
+    {"ARouterThatLosesItsRp", "served", 35,
+     [](InvariantsTest& net) {
+       net.disturb();
+       const auto set = net.status(1).crpStatus(net.all)->status()->crpSet(net.all);
+       set->rpDel(Topology::loopback(2, ipv4));
+     }},
+    {"ANewcomerThatNobodyPrimes", "served", 40,
+     [](InvariantsTest& net) {
+       net.world->speaker(1, ipv4).pim()->intfDel(IntfId("r2-r3"));
+       net.world->crash(2);
+       net.world->start(2, World::Memory::lost);
+     }},
+    {"ARouterThatChoosesAnotherRp", "alike", 35,
+     [](InvariantsTest& net) {
+       net.disturb();
+       net.betterRpIs(*net.status(1).crpStatus(net.all)->status());
+       net.betterRpIs(*net.world->speaker(1, ipv4).view());
+     }},
     {"ACounterThatDoesNotAddUp", "counters add up", 70,
      [](InvariantsTest& net) { net.status(1).counters()->rxSuccessInc(); }},
     {"AnErrorWithoutAReason", "counters add up", 70,
