@@ -55,6 +55,7 @@ void addRun(CLI::App& app, Options& options) {
   run.add_option("FILE", options.files, "scenario files")->required();
   addCommon(run, options);
   run.add_flag("--faults", options.faults, "plagues the network with random faults");
+  run.add_flag("--go-on", options.goOn, "goes on after a broken promise of service");
   run.add_option("--until", options.until, "ends the run at this second");
   run.add_option("--pcap", options.pcap, "writes every packet to this file");
   run.add_option("--html", options.html, "writes a page that shows the run to this file");

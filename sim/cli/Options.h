@@ -16,6 +16,7 @@ struct Options {
   std::uint64_t firstSeed = 1;
   std::uint64_t lastSeed = 1;
   bool faults = false;
+  bool goOn = false;  ///< after a promise was broken
   std::optional<double> until;
   std::string pcap;
   std::string html;

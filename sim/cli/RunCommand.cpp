@@ -85,13 +85,18 @@ struct Extras {
   }
 };
 
+RunOptions runOptions(const Options& options, std::uint64_t seed) {
+  return {seed, options.faults, options.until,
+          options.goOn ? Promise::Broken::isNoted : Promise::Broken::endsTheRun};
+}
+
 int runOne(const Options& options, const Scenario& scenario, const std::string& file,
            std::uint64_t seed) {
   if (!options.json) {
     std::cout << "seed " << seed << "  " << scenario.name << (options.faults ? ", with faults" : "")
               << "\n";
   }
-  ScenarioRun run(scenario, {seed, options.faults, options.until});
+  ScenarioRun run(scenario, runOptions(options, seed));
   Timeline timeline(run.world(), run.beliefs());
   const Extras extras(options, run);
   const TracePrinter printer(run.world(), options);
@@ -114,7 +119,7 @@ int runOne(const Options& options, const Scenario& scenario, const std::string& 
 /// One of many runs: nothing is written unless it failed.
 RunResult runBriefly(const Options& options, const Scenario& scenario, const std::string& file,
                      std::uint64_t seed, std::ostream& out) {
-  ScenarioRun run(scenario, {seed, options.faults, options.until});
+  ScenarioRun run(scenario, runOptions(options, seed));
   run.run();
   if (!run.passed()) {
     out << "seed " << seed << "  " << scenario.name << "  FAILED\n";

@@ -109,7 +109,7 @@ void ContinuityMeter::started(Watch& watch) {
   if (world_.keptStatus(watch.router) && world_.now() - watch.diedAt <= keeps) return;
   forget(watch);
   for (std::size_t group = 0; group < supply_.groups().size() && !watch.newcomer; ++group) {
-    watch.newcomer = supply_.rpDue(watch.router, group) && model(watch, group) != nullptr;
+    watch.newcomer = supply_.rpDue(watch.router, group) && !rpsOfOthers(watch, group).empty();
   }
 }
 
@@ -129,8 +129,8 @@ void ContinuityMeter::welcome(Watch& watch) {
     if (supply_.bsrDue(watch.router, zone) && !knowsBsr(watch, zone) && !waits(watch, zone)) return;
   }
   for (std::size_t group = 0; group < supply_.groups().size(); ++group) {
-    const Watch* other = supply_.rpDue(watch.router, group) ? model(watch, group) : nullptr;
-    if (other != nullptr && watch.rp[group] != other->rp[group]) return;
+    const auto others = supply_.rpDue(watch.router, group) ? rpsOfOthers(watch, group) : Rps{};
+    if (!others.empty() && !others.contains(watch.rp[group])) return;
   }
   watch.newcomer = false;
   watch.measured[static_cast<std::size_t>(Lack::start)] = true;
@@ -202,13 +202,14 @@ bool ContinuityMeter::settledOn(const Watch& watch, std::size_t group) const {
   return watch.hasRp(group) && !watch.newcomer && item.counts && !item.undueSince;
 }
 
-const ContinuityMeter::Watch* ContinuityMeter::model(const Watch& watch, std::size_t group) const {
+ContinuityMeter::Rps ContinuityMeter::rpsOfOthers(const Watch& watch, std::size_t group) const {
   const std::uint32_t place = supply_.place(watch.router, group);
+  Rps rps;
   for (const Watch& other : watches_) {
     if (&other == &watch || supply_.place(other.router, group) != place) continue;
-    if (settledOn(other, group)) return &other;
+    if (settledOn(other, group)) rps.insert(other.rp[group]);
   }
-  return nullptr;
+  return rps;
 }
 
 void ContinuityMeter::compare(std::size_t group) {

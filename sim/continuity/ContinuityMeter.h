@@ -82,6 +82,8 @@ class ContinuityMeter final : public WorldObserver {
     bool hasRp(std::size_t group) const { return up && group < rp.size() && !rp[group].isUnset(); }
   };
 
+  using Rps = std::set<IpGenAddr>;
+
   void beliefChanged(RouterId router, const Belief& before);
   void refresh();
   void grow(Watch& watch);
@@ -99,8 +101,8 @@ class ContinuityMeter final : public WorldObserver {
   bool waits(const Watch& watch, std::size_t zone) const;
   /// Whether the watch has an RP for the group that others are held against.
   bool settledOn(const Watch& watch, std::size_t group) const;
-  /// Somebody else of the same place who is settled on an RP for the group.
-  const Watch* model(const Watch& watch, std::size_t group) const;
+  /// The RPs for the group on which others of the same place are settled.
+  Rps rpsOfOthers(const Watch& watch, std::size_t group) const;
   const IpGenPrefix& about(Lack lack, std::size_t number) const;
 
   const World& world_;
