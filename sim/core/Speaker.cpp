@@ -1,6 +1,7 @@
 #include "sim/core/Speaker.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "sim/core/Digest.h"
 #include "sim/core/StatusWriter.h"
@@ -41,7 +42,7 @@ Speaker::Speaker(World& world, RouterId router, AddressFamily af)
       limits_(std::make_shared<Pim::Bsr::PimBsrLimits>()),
       localRoutes_(std::make_shared<Pim::PimUcastRouteStatus>(af)) {
   forget();
-  publishAddresses(true);
+  publishAddresses();
 }
 
 Speaker::~Speaker() = default;
@@ -70,15 +71,10 @@ IpGenAddr Speaker::globalAddress(NetworkId network) const {
 }
 
 // Who has which address is known to the routing of everyone and to the forwarding table here.
-void Speaker::publishAddresses(bool mine) {
+void Speaker::publishAddresses() {
   const auto tell = [&](const IpGenAddr& address, const UnicastRoutes::Owner& owner) {
-    if (mine) {
-      world_.routes().ownerIs(address, owner);
-      localRoutes_->routeIs(IpGenPrefix::host(address), {Pim::ForwardingKind::local});
-    } else {
-      world_.routes().ownerDel(address);
-      localRoutes_->routeDel(IpGenPrefix::host(address));
-    }
+    world_.routes().ownerIs(address, owner);
+    localRoutes_->routeIs(IpGenPrefix::host(address), {Pim::ForwardingKind::local});
   };
   tell(loopback_, {router_, true, 0});
   for (const NetworkId network : world_.topology().router(router_).networks) {
@@ -87,9 +83,10 @@ void Speaker::publishAddresses(bool mine) {
 }
 
 void Speaker::loopbackIs(const IpGenAddr& address) {
-  publishAddresses(false);
-  loopback_ = address;
-  publishAddresses(true);
+  const IpGenAddr before = std::exchange(loopback_, address);
+  localRoutes_->routeDel(IpGenPrefix::host(before));
+  localRoutes_->routeIs(IpGenPrefix::host(address), {Pim::ForwardingKind::local});
+  world_.loopbackMoved(router_, before, address);
   configIs(config_);
 }
 

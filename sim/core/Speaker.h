@@ -56,7 +56,7 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
 
  private:
   void newStatus();
-  void publishAddresses(bool mine);
+  void publishAddresses();
   IpGenAddr globalAddress(NetworkId network) const;
 
   World& world_;

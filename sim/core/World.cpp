@@ -239,9 +239,22 @@ void World::arrive(const Arrival& arrival) {
 
 // --- what can be done to a network ------------------------------------------------------------
 
+// Unicast routing notices a change a little later.
+void World::reroute(const std::function<void()>& change) {
+  if (options_.convergence <= 0) return change();
+  at(now() + options_.convergence, change);
+}
+
 void World::livenessChanged() {
-  if (options_.convergence <= 0) return routes_.livenessIs(liveness_);
-  at(now() + options_.convergence, [this] { routes_.livenessIs(liveness_); });
+  reroute([this] { routes_.livenessIs(liveness_); });
+}
+
+void World::loopbackMoved(RouterId router, const IpGenAddr& from, const IpGenAddr& to) {
+  reroute([this, router, from, to] {
+    const auto* old = routes_.owner(from);
+    if (old != nullptr && old->router == router) routes_.ownerDel(from);
+    routes_.ownerIs(to, {router, true, 0});
+  });
 }
 
 void World::start(RouterId router, Memory memory) {

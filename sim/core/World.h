@@ -96,6 +96,8 @@ class World {
 
   /// For speakers: sends a packet of a router; false if it cannot leave.
   bool send(RouterId router, AddressFamily af, const Pim::TransmitPacket& packet);
+  /// For speakers: the address that leads to the router is another one now.
+  void loopbackMoved(RouterId router, const IpGenAddr& from, const IpGenAddr& to);
   /// For speakers: the state of the router changes in the present event.
   void touch(RouterId router);
 
@@ -106,6 +108,7 @@ class World {
   void settle();
   void runEvent(double instant);
   void guarded(const std::function<void()>& event);
+  void reroute(const std::function<void()>& change);
   void livenessChanged();
   void arrive(const Arrival& arrival);
   bool sendUnicast(RouterId router, Packet packet);
