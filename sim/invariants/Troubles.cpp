@@ -11,11 +11,15 @@ namespace {
 constexpr double recovery = 60.0;  // seconds after which what came back is as before
 constexpr double meeting = 6.0;    // within which neighbours know each other
 constexpr double rerouting = 1.0;  // beyond the lag of unicast routing
+constexpr double booting = 130.0;  // two periods: every BSR has spoken to all that have met
 
 }  // namespace
 
 Troubles::Troubles(World& world)
-    : world_(world), known_(world.liveness()), startedAt_(known_.router.size()) {
+    : world_(world),
+      known_(world.liveness()),
+      startedAt_(known_.router.size()),
+      severalUntil_(world.now() + booting) {
   world.observerIs(*this);
 }
 

@@ -17,7 +17,7 @@ class Troubles final : public WorldObserver {
   explicit Troubles(World& world);
 
   /// Whether several things were in trouble together, or packets were lost, repeated or reordered
-  /// by chance, so lately that what comes of it is not over.
+  /// by chance, so lately that what comes of it is not over. A network that boots is such a case.
   bool several() const;
   /// Whether anything but this router is in trouble.
   bool othersThan(RouterId router) const;
@@ -49,7 +49,7 @@ class Troubles final : public WorldObserver {
   std::map<Subject, Trouble> troubles_;
   bool disturbed_ = true;
   bool impaired_ = false;
-  double severalUntil_ = 0.0;
+  double severalUntil_;
   double tornUntil_ = 0.0;
   double lastChange_ = 0.0;
 };
