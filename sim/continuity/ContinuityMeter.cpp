@@ -124,7 +124,8 @@ void ContinuityMeter::forget(Watch& watch) {
 }
 
 void ContinuityMeter::welcome(Watch& watch) {
-  if (!watch.newcomer) return;
+  const bool justStarted = world_.instant() == watch.startedAt;  // with what expired long ago
+  if (!watch.newcomer || justStarted) return;
   for (std::size_t zone = 0; zone < supply_.zones().size(); ++zone) {
     if (supply_.bsrDue(watch.router, zone) && !knowsBsr(watch, zone) && !waits(watch, zone)) return;
   }
@@ -135,6 +136,7 @@ void ContinuityMeter::welcome(Watch& watch) {
   watch.newcomer = false;
   watch.measured[static_cast<std::size_t>(Lack::start)] = true;
   lackIs(watch, Lack::start, 0, false);
+  assess(watch);
 }
 
 // --- what they have ---------------------------------------------------------------------------
@@ -176,7 +178,7 @@ void ContinuityMeter::itemIs(Watch& watch, Lack lack, std::size_t number, bool d
   }
   if (item.undueSince && world_.now() - *item.undueSince > keeps) item.counts = false;
   item.undueSince.reset();
-  item.counts |= has;
+  item.counts |= has && !watch.newcomer;
   watch.measured[static_cast<std::size_t>(lack)] |= item.counts;
   anyServed_ |= item.counts;
   lackIs(watch, lack, number, item.counts && !has);

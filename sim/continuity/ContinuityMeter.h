@@ -37,8 +37,8 @@ struct Gap {
 /// Measures, in one address family, how groups and routers are served. A router's RP and BSR count
 /// from the moment it first had them, as long as it is up and can have them (Supply); after a short
 /// absence they count as before. A router that returns without its status or after longer is a
-/// newcomer: the time from its first Hello until it has all that others have is its start. Of very
-/// many routers some are watched.
+/// newcomer: the time from its first Hello until it has all that others have is its start, and only
+/// then counts what it has. Of very many routers some are watched.
 class ContinuityMeter final : public WorldObserver {
  public:
   /// The longest absence, in seconds, that is short: RPs and BSR outlive it.
