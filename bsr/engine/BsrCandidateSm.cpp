@@ -65,8 +65,7 @@ void BsrCandidateSm::handlePreferredBsm() {
   turn([&] { clearOthersRpSet(bsm); });
   turn([&] { storedBsrIs(bsm); });
   turn([&] { forwardOrTrace(bsm, turn); });
-  turn([&] { services_->storeRpSet(zone(), *bsm, false, &turn); });
-  turn([&] { lastBsmIs(bsm); });
+  turn([&] { learn(bsm, turn); });
   turn([&] { awaitNextBsm(); });
 }
 
@@ -85,7 +84,7 @@ void BsrCandidateSm::handleNonPreferredBsm() {
     case State::pBsr:
       BSR_STATE(State::pBsr);
       turn([&] { forwardOrTrace(bsm, turn); });
-      turn([&] { lastBsm_.messageIs(bsm, now()); });
+      turn([&] { learnWaiting(bsm, turn); });
       break;
     case State::eBsr:
       BSR_STATE(State::eBsr);
@@ -101,8 +100,7 @@ void BsrCandidateSm::handleOwnBsm() {
   const Bsm bsm = bsm_;
   const Turn turn = beginTurn();
   turn([&] { forwardOrTrace(bsm, turn); });
-  turn([&] { services_->storeRpSet(zone(), *bsm, false, &turn); });
-  turn([&] { lastBsmIs(bsm); });
+  turn([&] { learn(bsm, turn); });
 }
 
 void BsrCandidateSm::handleBsrTimerExpiry() {
@@ -222,7 +220,17 @@ void BsrCandidateSm::lowerStoredBsr(const Bsm& bsm) {
 
 // What the BSR that we follow says when it leaves still holds, above all what it withdraws.
 void BsrCandidateSm::takeLastWords(const Bsm& bsm, const Turn& turn) {
-  if (!services_->policy().handOver || bsm->bsrAddress() != storedBsr_.ipAddr) return;
+  if (services_->policy().handOver && bsm->bsrAddress() == storedBsr_.ipAddr) learn(bsm, turn);
+}
+
+// While we wait, the others may follow a BSR that is worse than we are. By default its message is
+// kept and no more.
+void BsrCandidateSm::learnWaiting(const Bsm& bsm, const Turn& turn) {
+  services_->policy().earlyView ? learn(bsm, turn)
+                                : static_cast<void>(lastBsm_.messageIs(bsm, now()));
+}
+
+void BsrCandidateSm::learn(const Bsm& bsm, const Turn& turn) {
   services_->storeRpSet(zone(), *bsm, false, &turn);
   turn([&] { lastBsmIs(bsm); });
 }

@@ -104,6 +104,8 @@ class ROUTING_API BsrCandidateSm final : public ZoneSm {
   void takeLastWords(const Bsm& bsm, const Turn& turn);
   void awaitNextBsm();
   void backOffIs();
+  void learnWaiting(const Bsm& bsm, const Turn& turn);
+  void learn(const Bsm& bsm, const Turn& turn);
   void awaitPriming();
   void answer();
   void takeOver();

@@ -27,8 +27,9 @@ struct BsrPolicy {
   /// An elected BSR whose message found no neighbour on any interface, as after a restart, sends
   /// the next one within BS_Min_Interval.
   bool untilHeard = false;
-  /// PIM is shown the RPs of a zone without an elected BSR as well, if no wider zone has one: those
-  /// that a candidate was told of while it waits to be elected.
+  /// A candidate that waits to be elected takes the RPs in that worse BSRs announce, like everybody
+  /// else, and PIM is shown the RPs of a zone without an elected BSR as well, if no wider zone has
+  /// one.
   bool earlyView = false;
 
   /// A BSR that leaves office takes its own farewell, the message with priority 0, like everybody
