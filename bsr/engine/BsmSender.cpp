@@ -61,7 +61,8 @@ BsmSender::BsmSender(std::shared_ptr<const Status> bsrStatus,
 // --- building ---------------------------------------------------------------------------------
 
 bool BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet,
-                               const IpGenPrefix& groupPrefix, std::uint8_t flags, double now) {
+                               const IpGenPrefix& groupPrefix, std::uint8_t flags, double now,
+                               const Again& again) {
   BootstrapGroupData group(groupPrefix, flags);
   if (rpSet == nullptr) {
     if (GroupFlags(flags).zone()) {
@@ -88,7 +89,7 @@ bool BsmSender::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSe
   group.fragRpCountIs(group.rpCount());
   bsm.groupRpDataAppend(std::move(group));
   for (const auto& rp : rps) {
-    if (rp->holdTime().value() != 0) continue;
+    if (rp->holdTime().value() != 0 || (again && again(*rp))) continue;
     BSR_TRACE(sm, 5, "RP ", rp->address(), " to expire now since holdtime is 0");
     rp->expiryTimeIs(now);
   }

@@ -36,9 +36,12 @@ class ROUTING_API BsmSender {
 
   /// Appends the elected BSR's entry of a group range to its own message. Without an RP set the
   /// entry is empty. An RP that was withdrawn is announced with hold time 0 for this last time:
-  /// its expiry becomes `now`. At most 255 RPs are announced; false if more wait to be.
+  /// its expiry becomes `now`; but for one that `again`, if there is one, wants to announce once
+  /// more. At most 255 RPs are announced; false if more wait to be.
+  using Again = std::function<bool(const RpEntry& rp)>;
   bool doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet,
-                      const IpGenPrefix& groupPrefix, std::uint8_t flags, double now);
+                      const IpGenPrefix& groupPrefix, std::uint8_t flags, double now,
+                      const Again& again = {});
 
   std::uint32_t doComputeBsmLength(const BootstrapMessage& bsm) const;
 

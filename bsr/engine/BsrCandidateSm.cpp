@@ -298,9 +298,11 @@ void BsrCandidateSm::originate() {
   turn([&] { recordExpiryIs(bsTimer_.expiry()); });
 }
 
-// What nobody heard, or had not room for all, is followed soon by another message.
+// What nobody heard, had not room for all, or withdrew something is followed soon by another
+// message.
 double BsrCandidateSm::nextOwnBsm() const {
-  const bool soon = !allAnnounced_ || (!heard_ && services_->policy().untilHeard);
+  const bool unheard = !heard_ && services_->policy().untilHeard;
+  const bool soon = !allAnnounced_ || unheard || !withdrawn_.empty();
   return soon ? std::min<double>(bsPeriod_, bsMinInterval) : bsPeriod_;
 }
 
@@ -311,7 +313,7 @@ void BsrCandidateSm::doSendBsm(bool shutdown) {
   const Turn turn = joinTurn();
   const Bsm bsm = ownBsm(shutdown);
   turn([&] { lastBsm_.messageIs(bsm, now()); });
-  turn([&] { services_->announced(zone()); });
+  turn([&] { services_->announced(zone(), *bsm); });
   turn([&] { heard_ = services_->forwardBsm(zone(), bsm, &turn) > 0; });
 }
 
@@ -323,8 +325,14 @@ ZoneSm::Bsm BsrCandidateSm::ownBsm(bool shutdown) {
   bsm->bsrPriorityIs(shutdown ? 0 : ownBsr_.priority);
   bsm->bsrAddressIs(ownBsr_.ipAddr);
   allAnnounced_ = true;
+  const bool insists = services_->policy().withdrawTwice && !shutdown;
+  const Withdrawn before = std::exchange(withdrawn_, {});
   const auto add = [&](const RpCandidateSet* rpSet, const IpGenPrefix& prefix, std::uint8_t flags) {
-    if (!services_->doAddGroupData(*bsm, rpSet, prefix, flags)) allAnnounced_ = false;
+    const auto again = [&](const RpEntry& rp) {
+      return insists && !before.contains({prefix, rp.address()}) &&
+             withdrawn_.insert({prefix, rp.address()}).second;
+    };
+    if (!services_->doAddGroupData(*bsm, rpSet, prefix, flags, again)) allAnnounced_ = false;
   };
   const auto rpSets = services_->rpSets().ofZone(zone());
   if (scoped()) {
@@ -414,6 +422,7 @@ void BsrCandidateSm::handleElected() {
     return;
   }
   BSR_TRACE(candidateSm, 4, "We, ", candidate_->address(), " are no longer BSR for zone ", zone());
+  withdrawn_.clear();
   clearRpSet("");  // while the zone is still known, so that PIM's view is cleared with it
   turn([&] { doDelElectedBsr(); });
 }

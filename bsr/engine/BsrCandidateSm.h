@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "bsr/engine/AnswerBucket.h"
@@ -33,7 +35,8 @@ namespace Routing::Pim::Bsr {
 /// one's own address is news of one's own earlier life, not of another BSR.
 ///
 /// What the host may choose beyond that (BsrPolicy): the first back-off waits for priming, win
-/// takes the RPs of another BSR's last message over, the answers in eBsr are bounded.
+/// takes the RPs of another BSR's last message over, pBsr installs what worse BSRs announce, the
+/// answers in eBsr are bounded, what eBsr withdraws is said twice.
 class ROUTING_API BsrCandidateSm final : public ZoneSm {
  public:
   using State = BsrCandidateState;
@@ -83,6 +86,8 @@ class ROUTING_API BsrCandidateSm final : public ZoneSm {
   void handleElected();
 
  private:
+  using Withdrawn = std::set<std::pair<IpGenPrefix, IpGenAddr>>;
+
   void handleInitialized();
   void handleBsm();
   void handlePreferredBsm();
@@ -102,10 +107,10 @@ class ROUTING_API BsrCandidateSm final : public ZoneSm {
   void storedBsrIs(const Bsm& bsm);
   void lowerStoredBsr(const Bsm& bsm);
   void takeLastWords(const Bsm& bsm, const Turn& turn);
-  void awaitNextBsm();
-  void backOffIs();
   void learnWaiting(const Bsm& bsm, const Turn& turn);
   void learn(const Bsm& bsm, const Turn& turn);
+  void awaitNextBsm();
+  void backOffIs();
   void awaitPriming();
   void answer();
   void takeOver();
@@ -130,6 +135,7 @@ class ROUTING_API BsrCandidateSm final : public ZoneSm {
   StoredBsr storedBsr_;
   CandidateRpSet candidateRpSet_;
   AnswerBucket answers_;
+  Withdrawn withdrawn_;       // in the last own message, to be said once more
   bool allAnnounced_ = true;  // the last own message had room for all RPs
   bool heard_ = true;         // and found a neighbour
   std::vector<Subscription> reactors_;

@@ -84,7 +84,8 @@ void PimBsrSm::handleInitialized() {
       [this](const IpGenPrefix& zone, RpEntry& rp) { return withdraw(zone, rp); });
   advertisers_ =
       std::make_shared<Advertisers>(bsrStatus_, crpMsgStatus_, bsrTrie_, timerWheel_, *services_);
-  services_->viewIs([this](const IpGenPrefix& zone) { mirror_->show(zone); });
+  services_->viewIs([mirror = mirror_.get()](const IpGenPrefix& zone, const BootstrapMessage& bsm,
+                                             bool first) { mirror->show(zone, bsm, first); });
   initialized_ = true;
   priming_->activeIs(true);
   for (const auto& [zone, bsr] : bsrStatus_->bootstrapRouter()) handleBsr(zone);

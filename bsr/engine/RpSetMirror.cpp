@@ -249,10 +249,31 @@ void RpSetMirror::dropOrphans() {
   }
 }
 
-void RpSetMirror::show(const IpGenPrefix& zone) {
-  for (const auto& set : services_.rpSets().ofZone(zone)) {
-    if (bsrTrie_.longestMatch(set->prefix()) == zone) mirrorSet(zone, *set);
+void RpSetMirror::show(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool first) {
+  for (const BootstrapGroupData& group : bsm.groupRpData()) {
+    if (bsrTrie_.longestMatch(group.prefix()) == zone) showRange(zone, group, first);
   }
+}
+
+void RpSetMirror::showRange(const IpGenPrefix& zone, const BootstrapGroupData& group, bool first) {
+  const IpGenPrefix& prefix = group.prefix();
+  const auto set = services_.rpSets().find(zone, prefix);
+  if (!set) return;
+  owner_[prefix] = zone;
+  for (const auto& [address, data] : group.rpList()) {
+    // A reactor may delete it meanwhile.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    const auto rp = data.rpHoldtime() != 0 ? set->rp(address) : nullptr;
+    if (rp && rp->expiryTime() != 0.0) copy(zone, prefix, *rp);
+  }
+  const auto shown = rpCandidateStatus_->crpSet(prefix);
+  if (!shown) return;
+  for (const IpGenAddr& address : keysOf(shown->rp())) {
+    const BootstrapRpData* said = group.rpList().find(address);
+    const bool stays = said != nullptr ? said->rpHoldtime() != 0 : !first && set->rp(address);
+    if (!stays) shown->rpDel(address);
+  }
+  if (shown->rp().empty()) rpCandidateStatus_->crpSetDel(prefix);
 }
 
 void RpSetMirror::retire() {
@@ -327,23 +348,27 @@ void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
     if (const auto rpSet = services_.rpSets().find(zone, prefix)) mirrorSet(zone, *rpSet);
     return;
   }
+  copy(zone, prefix, *rp);
+}
+
+void RpSetMirror::copy(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp) {
   auto set = rpCandidateStatus_->crpSet(prefix);
   if (!set) {
     BSR_TRACE(sm, 5, "Forced creation of crpSet with prefix ", prefix, " in rpCandidateStatus");
     set = rpCandidateStatus_->newCrpSet(prefix);
   }
-  auto copy = set->rp(rp->address());
+  auto copy = set->rp(rp.address());
   if (!copy) {
-    BSR_TRACE(sm, 5, "Forced creation of RP ", rp->address(), " in Rp Set for prefix ", prefix,
+    BSR_TRACE(sm, 5, "Forced creation of RP ", rp.address(), " in Rp Set for prefix ", prefix,
               " in zone ", zone);
-    copy = set->newRp(rp->address());
+    copy = set->newRp(rp.address());
   }
-  copy->modeIs(rp->mode());
-  copy->priorityIs(rp->priority());
-  copy->holdTimeIs(rp->holdTime());
-  copy->hashMaskLenIs(rp->hashMaskLen());
-  copy->setupTimeIs(rp->setupTime());
-  copy->expiryTimeIs(rp->expiryTime());
+  copy->modeIs(rp.mode());
+  copy->priorityIs(rp.priority());
+  copy->holdTimeIs(rp.holdTime());
+  copy->hashMaskLenIs(rp.hashMaskLen());
+  copy->setupTimeIs(rp.setupTime());
+  copy->expiryTimeIs(rp.expiryTime());
 }
 
 // What is held back is who serves a range and how; how long it does may be seen.

@@ -34,8 +34,10 @@ class ROUTING_API RpSetMirror {
   RpSetMirror& operator=(const RpSetMirror&) = delete;
   ~RpSetMirror();
 
-  /// Shows PIM what a zone holds now, as far as the zone has a say in it.
-  void show(const IpGenPrefix& zone);
+  /// Shows PIM what this router's own message for a zone makes of the RP sets of all who hear it,
+  /// as far as the zone has a say in them: what it does not mention they keep, unless it is the
+  /// BSR's first message.
+  void show(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool first);
   /// Watches nothing any more.
   void retire();
 
@@ -52,6 +54,8 @@ class ROUTING_API RpSetMirror {
   bool servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) const;
   void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
               const std::shared_ptr<RpEntry>& rp);
+  void copy(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp);
+  void showRange(const IpGenPrefix& zone, const BootstrapGroupData& group, bool first);
   void mirrorTimes(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp);
   void mirrorSet(const IpGenPrefix& zone, const RpCandidateSet& set);
   void unmirrorRp(const IpGenPrefix& zone, const IpGenPrefix& prefix, const IpGenAddr& rp);

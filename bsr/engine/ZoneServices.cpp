@@ -37,18 +37,18 @@ void ZoneServices::end() {
 
 void ZoneServices::announcingIs(const IpGenPrefix& zone, bool announcing) {
   if (announcing && policy_.announcedView) {
-    heldBack_.insert(zone);
+    heldBack_.try_emplace(zone, false);
   } else {
     heldBack_.erase(zone);
   }
 }
 
-void ZoneServices::announced(const IpGenPrefix& zone) {
-  if (!heldBack(zone) || !view_) return;
+void ZoneServices::announced(const IpGenPrefix& zone, const BootstrapMessage& bsm) {
+  const auto it = heldBack_.find(zone);
+  if (it == heldBack_.end() || !view_) return;
+  const bool first = !std::exchange(it->second, true);
   const auto view = view_;
-  heldBack_.erase(zone);
-  view(zone);
-  if (view_) heldBack_.insert(zone);
+  view(zone, bsm, first);
 }
 
 void ZoneServices::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh,
@@ -78,9 +78,10 @@ void ZoneServices::bsmRxFragmentsDel(const std::shared_ptr<PimBsrRxFragments>& f
 }
 
 bool ZoneServices::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet,
-                                  const IpGenPrefix& prefix, std::uint8_t flags) {
+                                  const IpGenPrefix& prefix, std::uint8_t flags,
+                                  const BsmSender::Again& again) {
   const auto sender = sender_;
-  return !sender || sender->doAddGroupData(bsm, rpSet, prefix, flags, timerWheel_.now());
+  return !sender || sender->doAddGroupData(bsm, rpSet, prefix, flags, timerWheel_.now(), again);
 }
 
 std::size_t ZoneServices::forwardBsm(const IpGenPrefix& zone,

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
-#include <set>
 #include <utility>
 
 #include "bsr/engine/BsmSender.h"
@@ -49,10 +49,14 @@ class ROUTING_API ZoneServices {
   /// for it, PIM's view of the zone is held back until announced() is called.
   void announcingIs(const IpGenPrefix& zone, bool announcing);
   bool heldBack(const IpGenPrefix& zone) const { return heldBack_.contains(zone); }
-  /// The zone's RP set stands in a message that is being sent.
-  void announced(const IpGenPrefix& zone);
-  /// Who shows PIM what was announced; null for nobody.
-  void viewIs(std::function<void(const IpGenPrefix&)> view) { view_ = std::move(view); }
+  /// A message of this router for the zone is being sent.
+  void announced(const IpGenPrefix& zone, const BootstrapMessage& bsm);
+  /// Shows PIM what a message announces; with the first one of a BSR all others forget what another
+  /// BSR said.
+  using View =
+      std::function<void(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool first)>;
+  /// Null for nobody.
+  void viewIs(View view) { view_ = std::move(view); }
 
   /// Installs a message's mappings. What cannot be installed is traced: the machine's timers must
   /// run all the same. Stops where `turn`, if there is one, is overtaken.
@@ -65,7 +69,7 @@ class ROUTING_API ZoneServices {
 
   /// True if all RPs of the range found room in the message.
   bool doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet, const IpGenPrefix& prefix,
-                      std::uint8_t flags);
+                      std::uint8_t flags, const BsmSender::Again& again = {});
   /// Returns the number of interfaces sent on. Stops where `turn` is overtaken.
   std::size_t forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm,
                          const Turn* turn = nullptr);
@@ -82,8 +86,8 @@ class ROUTING_API ZoneServices {
   RandomNumbers random_;
   std::shared_ptr<DeferredDelete> deferred_;
   IpGenPrefix globalZone_;
-  std::set<IpGenPrefix> heldBack_;
-  std::function<void(const IpGenPrefix&)> view_;
+  std::map<IpGenPrefix, bool> heldBack_;  // whether a message has been announced
+  View view_;
   RpSetTotals rpSetTotals_;
   RpSets rpSets_;
   LastBsmBudget lastBsmBudget_;

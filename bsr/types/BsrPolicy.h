@@ -31,11 +31,10 @@ struct BsrPolicy {
   /// else, and PIM is shown the RPs of a zone without an elected BSR as well, if no wider zone has
   /// one.
   bool earlyView = false;
-
   /// A BSR that leaves office takes its own farewell, the message with priority 0, like everybody
   /// else: it goes on serving the RPs until another BSR speaks. Candidates take in what the BSR
   /// that they follow says last. A BSR whose address changes takes leave of the old one and speaks
-  /// with the new one at once.
+  /// with the new one as soon as unicast routing knows it.
   bool handOver = false;
   /// The elected BSR shows PIM what it announced last, not what it has gathered since. So it
   /// chooses the RPs that all others choose.
@@ -44,10 +43,14 @@ struct BsrPolicy {
   /// is so old that all others have given it up: it stands for election like any candidate that
   /// starts.
   bool lapsingOffice = false;
+  /// What an elected BSR withdraws stands in two messages, the second one within BS_Min_Interval:
+  /// who missed the first, because routes were changing, would keep the RP until its hold time
+  /// ends.
+  bool withdrawTwice = false;
 
   /// All of it.
   static constexpr BsrPolicy continuous() {
-    return {true, true, 16, 6, true, true, true, true, true, true};
+    return {true, true, 16, 6, true, true, true, true, true, true, true};
   }
 
   friend bool operator==(const BsrPolicy&, const BsrPolicy&) = default;

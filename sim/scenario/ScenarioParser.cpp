@@ -49,7 +49,8 @@ Pim::Bsr::BsrPolicy policyOf(const YamlValue& value) {
       {"early-view", &Pim::Bsr::BsrPolicy::earlyView},
       {"hand-over", &Pim::Bsr::BsrPolicy::handOver},
       {"announced-view", &Pim::Bsr::BsrPolicy::announcedView},
-      {"lapsing-office", &Pim::Bsr::BsrPolicy::lapsingOffice}};
+      {"lapsing-office", &Pim::Bsr::BsrPolicy::lapsingOffice},
+      {"withdraw-twice", &Pim::Bsr::BsrPolicy::withdrawTwice}};
   for (const auto& [key, choice] : switches) {
     if (const auto v = map.get(key)) policy.*choice = v->yes();
   }

@@ -14,7 +14,7 @@ namespace {
 
 std::vector<std::string> shippedScenarios() {
   std::vector<std::string> files;
-  for (const auto& entry : std::filesystem::directory_iterator(PIMBSR_SCENARIOS)) {
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(PIMBSR_SCENARIOS)) {
     if (entry.path().extension() == ".yaml") files.push_back(entry.path().string());
   }
   std::sort(files.begin(), files.end());
@@ -53,7 +53,9 @@ TEST_P(Shipped, PassesWithAFewSeedsAndFaults) {
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, Shipped, testing::ValuesIn(shippedScenarios()),
                          [](const auto& info) {
-                           auto name = std::filesystem::path(info.param).stem().string();
+                           const std::filesystem::path file(info.param);
+                           const bool continuity = file.parent_path().stem() == "continuity";
+                           auto name = (continuity ? "continuity_" : "") + file.stem().string();
                            std::replace(name.begin(), name.end(), '-', '_');
                            return name;
                          });

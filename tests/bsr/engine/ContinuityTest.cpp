@@ -144,13 +144,34 @@ TEST_F(ContinuityTest, ABsrTakesLeaveOfItsOldAddress) {
 }
 
 // PIM has the RPs that a candidate was told of while it waits, for want of a zone that knows
-// better.
+// better; by itself in its earlier life, or by the BSR that the others follow meanwhile.
 TEST_F(ContinuityTest, ACandidateThatWaitsServesWhatItWasTold) {
   choose({.earlyView = true});
   stand();
   hear(Bsm("10.0.0.1").noForward().group("225.0.0.0/8", {{"10.9.9.9"}}));
   EXPECT_EQ(router.pimRps(), Lines{"225.0.0.0/8 10.9.9.9 150 0"});
+  hear(Bsm("192.0.2.1", 10).group("226.0.0.0/8", {{"10.8.8.1"}, {"10.8.8.2"}}));
+  hear(Bsm("192.0.2.1", 10).group("226.0.0.0/8", {{"10.8.8.1", 0}}));
+  EXPECT_EQ(router.pimRps(), (Lines{"225.0.0.0/8 10.9.9.9 150 0", "226.0.0.0/8 10.8.8.2 150 0"}));
   EXPECT_EQ(router.bsrOf(global), "none");
+}
+
+// Who missed the first message is told again; an RP that is back meanwhile stays.
+TEST_F(ContinuityTest, AWithdrawalIsAnnouncedTwice) {
+  winWith({.announcedView = true, .withdrawTwice = true});
+  const auto expectNext = [&](const std::string& rps) {
+    wait(10);
+    EXPECT_EQ(sent(), onBoth(now(), "10.0.0.1 64 30 tag * 225.0.0.0/8 0 2/2" + rps));
+  };
+  for (const char* rp : {"10.9.9.1", "10.9.9.2"}) advertise("225.0.0.0/8", rp);
+  expectNext("(10.9.9.1 200 0, 10.9.9.2 200 0)");
+  for (const char* rp : {"10.9.9.1", "10.9.9.2"}) advertise("225.0.0.0/8", rp, 0);
+  expectNext("(10.9.9.1 0 0, 10.9.9.2 0 0)");
+  EXPECT_EQ(router.pimRps(), Lines{}) << "like everybody else";
+  advertise("225.0.0.0/8", "10.9.9.2");
+  expectNext("(10.9.9.1 0 0, 10.9.9.2 200 0)");
+  EXPECT_EQ(router.rpSetOf(global), Lines{"225.0.0.0/8 10.9.9.2 200 0"});
+  expectTimerAndRecord(now() + period);
 }
 
 TEST_F(ContinuityTest, AnOfficeThatOthersHaveGivenUpIsNotResumed) {
@@ -173,7 +194,7 @@ TEST_F(ContinuityTest, AnOfficeThatOthersHaveGivenUpIsNotResumed) {
 
 TEST_F(ContinuityTest, TheBest255RpsOfARangeCount) {
   for (const char* intf : {"eth0", "eth1"}) router.mtuIs(intf, 9000);
-  standAndWin();
+  winWith({.announcedView = true});
   const auto host = [](unsigned n) {
     return "10.1." + std::to_string(n / 250) + "." + std::to_string(n % 250);
   };
@@ -190,6 +211,7 @@ TEST_F(ContinuityTest, TheBest255RpsOfARangeCount) {
   EXPECT_EQ(message.rpList().find(addr(host(254)))->rpHoldtime(), 0);
   EXPECT_EQ(message.rpList().find(addr(host(299)))->rpHoldtime(), 200);
   expectTimerAndRecord(now() + 10);  // for the one that had no room
+  EXPECT_EQ(router.pimRps().size(), 255U) << "what had no room was announced before";
   wait(10);
   EXPECT_EQ(router.rpSetOf(global).size(), 255U);
   EXPECT_EQ(router.sentBsms().front().bsm->groupRpData()[0].rpList().size(), 255U);
