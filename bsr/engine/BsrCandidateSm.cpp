@@ -226,8 +226,8 @@ void BsrCandidateSm::takeLastWords(const Bsm& bsm, const Turn& turn) {
 // While we wait, the others may follow a BSR that is worse than we are. By default its message is
 // kept and no more.
 void BsrCandidateSm::learnWaiting(const Bsm& bsm, const Turn& turn) {
-  services_->policy().earlyView ? learn(bsm, turn)
-                                : static_cast<void>(lastBsm_.messageIs(bsm, now()));
+  if (services_->policy().earlyView) return learn(bsm, turn);
+  lastBsm_.messageIs(bsm, now());
 }
 
 void BsrCandidateSm::learn(const Bsm& bsm, const Turn& turn) {
