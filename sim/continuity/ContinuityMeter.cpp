@@ -56,7 +56,7 @@ void ContinuityMeter::beliefChanged(RouterId router, const Belief& before) {
 
 // Until somebody knows something, what is done to the network matters to nobody.
 void ContinuityMeter::settled(const std::vector<RouterId>&) {
-  if (changed_.empty() && !(disturbed_ && anyServed_)) return;
+  if (changed_.empty() && !justStarted_ && !(disturbed_ && anyServed_)) return;
   const bool all = disturbed_;
   if (all) refresh();
   for (const RouterId number : changed_) {
@@ -66,6 +66,7 @@ void ContinuityMeter::settled(const std::vector<RouterId>&) {
   for (std::size_t group = 0; (all || rpsChanged_) && group < supply_.groups().size(); ++group) {
     compare(group);
   }
+  justStarted_ = false;
   for (Watch& watch : watches_) welcome(watch);
   changed_.clear();
   rpsChanged_ = false;
@@ -124,8 +125,11 @@ void ContinuityMeter::forget(Watch& watch) {
 }
 
 void ContinuityMeter::welcome(Watch& watch) {
-  const bool justStarted = world_.instant() == watch.startedAt;  // with what expired long ago
-  if (!watch.newcomer || justStarted) return;
+  if (!watch.newcomer) return;
+  if (world_.instant() == watch.startedAt) {  // maybe with what expired long ago
+    justStarted_ = true;
+    return;
+  }
   for (std::size_t zone = 0; zone < supply_.zones().size(); ++zone) {
     if (supply_.bsrDue(watch.router, zone) && !knowsBsr(watch, zone) && !waits(watch, zone)) return;
   }

@@ -115,6 +115,7 @@ class ContinuityMeter final : public WorldObserver {
   bool anyServed_ = false;         // somebody has had something
   std::vector<RouterId> changed_;  // watches whose belief changed in this event
   bool rpsChanged_ = false;        // in this event
+  bool justStarted_ = false;       // a newcomer, in this instant
   std::array<std::size_t, allLacks.size()> open_{};
   std::vector<Gap> gaps_;
 };
