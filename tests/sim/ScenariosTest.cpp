@@ -79,6 +79,40 @@ TEST(Determinism, TheSameSeedGivesTheSamePacketsAndTracesAndAnotherSeedDoesNot) 
   EXPECT_TRUE(first.second == again.second);
 }
 
+/// A choice of the policy, and what groups lack in a scenario where it is not made.
+struct Missed {
+  bool Pim::Bsr::BsrPolicy::*choice;
+  const char* scenario;
+  Lack lack;
+  double seconds;  // at the least, in some seed of three
+};
+
+// With all of them no scenario breaks a promise (Shipped).
+TEST(Continuity, EachChoiceOfThePolicyIsMissed) {
+  using Pim::Bsr::BsrPolicy;
+  const Missed cases[] = {{&BsrPolicy::expiry, "silent-death", Lack::agreement, 60},
+                          {&BsrPolicy::earlyView, "take-over", Lack::start, 9},
+                          {&BsrPolicy::handOver, "drain", Lack::rp, 9},
+                          {&BsrPolicy::announcedView, "drain", Lack::agreement, 9},
+                          {&BsrPolicy::lapsingOffice, "take-over", Lack::rp, 5}};
+  for (const Missed& missed : cases) {
+    Scenario scenario =
+        readScenario(std::string(PIMBSR_SCENARIOS) + "/continuity/" + missed.scenario + ".yaml");
+    scenario.policy.*missed.choice = false;
+    double longest = 0.0;
+    for (std::uint64_t seed = 1; seed <= 3; ++seed) {
+      ScenarioRun run(scenario, {seed, false, std::nullopt});
+      run.run();
+      for (const auto& meter : run.invariants().continuity()) {
+        for (RouterId id = 0; id < scenario.topology.routers().size(); ++id) {
+          longest = std::max(longest, meter->longest(missed.lack, id).value_or(0.0));
+        }
+      }
+    }
+    EXPECT_GE(longest, missed.seconds) << missed.scenario << ": " << nameOf(missed.lack);
+  }
+}
+
 TEST(FailoverMeter, CountsDeathsAndNoHandBack) {
   const Scenario scenario = parseScenario(R"(
 name: n
