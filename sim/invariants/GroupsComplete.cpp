@@ -33,7 +33,8 @@ void GroupsComplete::settled(const std::vector<RouterId>&) {
   for (const Incomplete& at : incomplete_) {
     if (!world().speaker(at.router, at.af).running()) continue;
     for (const auto& rp : rpsOf(at)) {
-      if (at.announced.contains(rp.first) && !at.before.contains(rp)) {
+      const bool ends = rp.second <= world().instant();  // a BSR withdraws it with its answer
+      if (!ends && at.announced.contains(rp.first) && !at.before.contains(rp)) {
         violated(nameOf(at.router) + " uses RP " + rp.first.text() + " of the incomplete range " +
                  at.range.text());
         break;

@@ -19,7 +19,8 @@ Troubles::Troubles(World& world)
     : world_(world),
       known_(world.liveness()),
       startedAt_(known_.router.size()),
-      severalUntil_(world.now() + booting) {
+      bootedAt_(world.now() + booting),
+      severalUntil_(bootedAt_) {
   world.observerIs(*this);
 }
 
@@ -69,10 +70,11 @@ void Troubles::lookAtNetwork(NetworkId network) {
 
 void Troubles::breaks(const Subject& subject) {
   const double now = world_.now();
-  for (const auto& [other, trouble] : troubles_) {
-    if (other == subject || trouble.began == now || trouble.until <= now) continue;
-    severalUntil_ = now + settlingTimes(world_).rpSet;
-  }
+  const bool another = std::any_of(troubles_.begin(), troubles_.end(), [&](const auto& entry) {
+    const Trouble& trouble = entry.second;
+    return entry.first != subject && trouble.began != now && trouble.until > now;
+  });
+  if (another || now < bootedAt_) severalUntil_ = now + settlingTimes(world_).rpSet;
   troubles_[subject] = {now, now + settlingTimes(world_).bsr};
   tornUntil_ = std::max(tornUntil_, now + world_.convergence() + rerouting);
   lastChange_ = now;

@@ -49,6 +49,7 @@ class Troubles final : public WorldObserver {
   std::map<Subject, Trouble> troubles_;
   bool disturbed_ = true;
   bool impaired_ = false;
+  const double bootedAt_;
   double severalUntil_;
   double tornUntil_ = 0.0;
   double lastChange_ = 0.0;
