@@ -1,39 +1,41 @@
 #include "agent/config/Judge.h"
+#include "bsr/config/ZoneClaims.h"
 
 namespace Routing::Agent {
 namespace {
 
-/// What gives an interface a zone.
-struct Claim {
-  std::string interface;
-  std::string item;  ///< such as "/zone[224.0.0.0/4]"
-  BsrCandidateSettings settings;
-};
+using Pim::Bsr::ZoneSource;
+using Claims = Pim::Bsr::ZoneClaims<BsrCandidateSettings>;
 
-using Claims = std::map<IpGenPrefix, Claim>;
+/// Such as "/zone[224.0.0.0/4]".
+std::string itemPath(const ZoneSource& source, const IpGenPrefix& zone) {
+  return source.list.empty() ? entryPath("", "zone", zone.text())
+                             : entryPath("", "access-list", source.list);
+}
 
-void claim(FamilyJudge& judge, Claims& claims, const IpGenPrefix& zone, const Claim& claim) {
-  const auto [found, isNew] = claims.emplace(zone, claim);
-  if (isNew) return;
-  const Claim& before = found->second;
-  const std::string path = judge.bsrCandidatePath(claim.interface) + claim.item;
-  const std::string text = "zone " + zone.text() + " is claimed by interface[" + before.interface +
-                           ']' + before.item + " too";
-  if (before.interface != claim.interface) {
+/// Whoever comes later is told of the first, in the order of the interfaces and their items.
+void claimZone(FamilyJudge& judge, Claims& claims, const IpGenPrefix& zone,
+               const ZoneSource& source, const BsrCandidateSettings& settings) {
+  claims.zones.claim(zone, source, settings);
+  const auto& [first, firstSettings] = *claims.zones.of(zone).begin();
+  if (first == source) return;
+  const std::string path = judge.bsrCandidatePath(source.intf.text()) + itemPath(source, zone);
+  const std::string text = "zone " + zone.text() + " is claimed by interface[" + first.intf.text() +
+                           ']' + itemPath(first, zone) + " too";
+  if (claims.conflict(zone)) {
     judge.error(path, text + " (allowed: one interface for a zone)");
-  } else if (before.settings != claim.settings) {
+  } else if (firstSettings != settings) {
     judge.warn(path, text + ", with other settings; the last access list by name holds");
   }
 }
 
-/// The library keeps a list's owner by the name of the list, whatever the list permits. Says
-/// whether the list has no other owner.
-bool claimList(FamilyJudge& judge, std::map<std::string, std::string>& owners,
-               const std::string& name, const std::string& interface) {
-  const auto [found, isNew] = owners.emplace(name, interface);
-  if (isNew) return true;
-  judge.error(entryPath(judge.bsrCandidatePath(interface), "access-list", name),
-              "the list makes zones of interface[" + found->second +
+/// Says whether the list has no other owner.
+bool claimList(FamilyJudge& judge, Claims& claims, const std::string& name, const IntfId& intf) {
+  claims.lists.claim(name, intf, {});
+  if (!claims.listConflict(name)) return true;
+  const IntfId& first = claims.lists.of(name).begin()->first;
+  judge.error(entryPath(judge.bsrCandidatePath(intf.text()), "access-list", name),
+              "the list makes zones of interface[" + first.text() +
                   "] too (allowed: one interface for a list)");
   return false;
 }
@@ -42,16 +44,16 @@ bool claimList(FamilyJudge& judge, std::map<std::string, std::string>& owners,
 
 void judgeZones(FamilyJudge& judge) {
   Claims claims;
-  std::map<std::string, std::string> owners;
-  for (const auto& [interface, candidate] : judge.settings.bsrCandidates) {
+  for (const auto& [name, candidate] : judge.settings.bsrCandidates) {
+    const IntfId intf(name);
     for (const auto& [zone, settings] : candidate.zones) {
-      claim(judge, claims, zone, {interface, entryPath("", "zone", zone.text()), settings});
+      claimZone(judge, claims, zone, {intf, ""}, settings);
     }
-    for (const auto& [name, settings] : candidate.accessLists) {
-      const AclPrefixes* list = judge.lists.find(judge.af, name);
-      if (!claimList(judge, owners, name, interface) || list == nullptr) continue;
-      for (const IpGenPrefix& zone : list->group) {
-        claim(judge, claims, zone, {interface, entryPath("", "access-list", name), settings});
+    for (const auto& [list, settings] : candidate.accessLists) {
+      const AclPrefixes* permitted = judge.lists.find(judge.af, list);
+      if (!claimList(judge, claims, list, intf) || permitted == nullptr) continue;
+      for (const IpGenPrefix& zone : permitted->group) {
+        claimZone(judge, claims, zone, {intf, list}, settings);
       }
     }
   }

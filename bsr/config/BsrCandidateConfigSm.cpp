@@ -1,115 +1,50 @@
 #include "bsr/config/BsrCandidateConfigSm.h"
 
-#include <vector>
-
 #include "bsr/config/BsrConfigAcls.h"
+#include "bsr/config/Explained.h"
+#include "bsr/config/Keys.h"
 #include "bsr/types/Traces.h"
-#include "platform/entity/Assertion.h"
 
 namespace Routing::Pim::Bsr {
+
+// --- settings that come and go ----------------------------------------------------------------
 
 void BsrCandidateConfigSm::configIs(const std::shared_ptr<const BsrCandidateConfig>& config) {
   const bool isNew = config_ == nullptr;
   config_ = config;
-  groupReactor_ = config_->groupReactor([this](const IpGenPrefix& group) { handleGroup(group); });
-  aclReactor_ = config_->aclReactor([this](const std::string& acl) { handleAcl(acl); });
-  if (isNew) return handleInitialized();
-  std::set<IpGenPrefix> groups;
-  for (const auto& entry : group_) groups.insert(entry.first);
-  for (const auto& entry : config_->group()) handleGroup(entry.first);
-  std::set<std::string> acls;
-  for (const auto& entry : acl_) acls.insert(entry.first);
-  for (const auto& entry : config_->acl()) handleAcl(entry.first);
-  for (const IpGenPrefix& group : groups) {
-    if (!config_->group(group)) handleGroup(group);
-  }
-  for (const std::string& acl : acls) {
-    if (!config_->acl(acl)) handleAcl(acl);
-  }
+  Explained& explained = *context_.explained;
+  groupReactor_ = config_->groupReactor(
+      explained.settling([this](const IpGenPrefix& group) { handleGroup(group); }));
+  aclReactor_ =
+      config_->aclReactor(explained.settling([this](const std::string& acl) { handleAcl(acl); }));
+  if (isNew) handleInitialized();
+  for (const IpGenPrefix& group : unionOf(config_->group(), group_)) handleGroup(group);
+  for (const std::string& acl : unionOf(config_->acl(), acl_)) handleAcl(acl);
 }
 
 void BsrCandidateConfigSm::handleInitialized() {
   BSR_TRACE(sm, 9, "");
   BSR_TRACE(sm, 4, "New BSR candidate configured for interface ", intf_);
-  for (const auto& entry : config_->group()) handleGroup(entry.first);
-  for (const auto& entry : config_->acl()) handleAcl(entry.first);
   address_ = context_.addressOf(intf_);
   if (address_.isUnset()) {
     BSR_TRACE(sm, 8,
               "Deferred initialization since IP address "
               "for interface ",
               intf_, " is not set");
-    return;
   }
-  start();
-}
-
-// Everything is counted before anything is written: where several entries give one zone, an earlier
-// run's candidate must not be seen to change on the way to the settings that it has already.
-void BsrCandidateConfigSm::start() {
-  initialized_ = true;
-  held_ = true;
-  for (const auto& entry : group_) entry.second->handleInitialize();
-  for (const auto& entry : acl_) entry.second->handleInitialize();
-  held_ = false;
-  for (const IpGenPrefix& zone : zones()) zoneShow(zone, true);
-  dropStrangers();
-}
-
-// What an earlier run left for this interface, while its address was still unknown.
-void BsrCandidateConfigSm::dropStrangers() const {
-  std::vector<IpGenPrefix> strangers;
-  for (const auto& [zone, candidate] : context_.status->cbsr()) {
-    if (candidate->intfId() == intf_ && carrier(zone) == nullptr) strangers.push_back(zone);
-  }
-  for (const IpGenPrefix& zone : strangers) context_.status->cbsrDel(zone);
-}
-
-void BsrCandidateConfigSm::handleGroup(const IpGenPrefix& group) {
-  BSR_TRACE(sm, 9, "");
-  const std::shared_ptr<const BsrCandidateGroup> entry = config_->group(group);
-  const auto it = group_.find(group);
-  if (entry) {
-    auto& sm = group_[group];
-    if (!sm) sm = std::make_unique<BsrCandidateGroupSm>(*this, group);
-    sm->entryIs(entry);
-    sm->handleInitialize();
-  } else if (it != group_.end()) {
-    it->second->handleDel();
-    group_.erase(it);
-  }
-}
-
-void BsrCandidateConfigSm::handleAcl(const std::string& acl) {
-  BSR_TRACE(sm, 9, "");
-  const std::shared_ptr<const BsrCandidateAcl> entry = config_->acl(acl);
-  const auto it = acl_.find(acl);
-  if (entry) {
-    auto& sm = acl_[acl];
-    if (!sm) sm = std::make_unique<BsrCandidateAclSm>(*this, acl);
-    sm->entryIs(entry);
-    sm->handleInitialize();
-  } else if (it != acl_.end()) {
-    it->second->handleDel();
-    acl_.erase(it);
-  }
+  awaited_ = address_.isUnset() && !context_.sourceIntfSm->initialDumpDone();
+  initialized_ = initialized_ || !address_.isUnset();
 }
 
 void BsrCandidateConfigSm::handleDel() {
   BSR_TRACE(sm, 9, "");
   groupReactor_.reset();
   aclReactor_.reset();
-  for (const auto& [group, sm] : group_) {
-    sm->handleDel();
-    BSR_TRACE(sm, 4, "Deleted candidate BSR for zone ", group);
-  }
-  for (const auto& [acl, sm] : acl_) {
-    sm->handleDel();
+  for (const IpGenPrefix& group : unionOf(group_)) doGroupRemove(group);
+  for (const std::string& acl : unionOf(acl_)) {
+    doAclRemove(acl);
     BSR_TRACE(sm, 4, "Deleted candidate BSR for acl ", acl);
   }
-  group_.clear();
-  acl_.clear();
-  dropStrangers();
 }
 
 void BsrCandidateConfigSm::handleIpAddress() {
@@ -117,120 +52,103 @@ void BsrCandidateConfigSm::handleIpAddress() {
   const IpGenAddr now = context_.addressOf(intf_);
   if (now == address_) return;
   address_ = now;
+  awaited_ = false;
   if (now.isUnset()) {
     BSR_TRACE(sm, 8, "Interface ", intf_, " IP unset");
-    for (const IpGenPrefix& zone : zones()) cbsrDel(zone);
-    return;
+  } else {
+    BSR_TRACE(sm, 8, "Interface ", intf_, " assigned IP ", now);
+    initialized_ = true;
   }
-  BSR_TRACE(sm, 8, "Interface ", intf_, " assigned IP ", now);
-  if (!initialized_) return start();
-  for (const IpGenPrefix& zone : zones()) zoneWrite(zone);
+  claimAll();
+}
+
+void BsrCandidateConfigSm::handleInitialDumpDone() {
+  BSR_TRACE(sm, 9, "");
+  awaited_ = false;
+  claimAll();
+}
+
+void BsrCandidateConfigSm::handleGroup(const IpGenPrefix& group) {
+  BSR_TRACE(sm, 9, "");
+  const std::shared_ptr<const BsrCandidateGroup> entry = config_->group(group);
+  if (!entry) return doGroupRemove(group);
+  auto& sm = group_[group];
+  if (!sm) {
+    sm = std::make_unique<BsrCandidateEntrySm>(
+        vrfName(), context_.explained->settling([this, group] { doGroupAdd(group); }));
+  }
+  sm->entryIs(entry);
+  doGroupAdd(group);
+}
+
+void BsrCandidateConfigSm::handleAcl(const std::string& acl) {
+  BSR_TRACE(sm, 9, "");
+  const std::shared_ptr<const BsrCandidateAcl> entry = config_->acl(acl);
+  if (!entry) return doAclRemove(acl);
+  auto& sm = acl_[acl];
+  if (!sm) {
+    sm = std::make_unique<BsrCandidateEntrySm>(
+        vrfName(), context_.explained->settling([this, acl] { doAclAdd(acl); }));
+  }
+  sm->entryIs(entry);
+  doAclAdd(acl);
+}
+
+// --- what they claim --------------------------------------------------------------------------
+
+ZoneTerms BsrCandidateConfigSm::terms(const BsrCandidateEntrySm& entry) const {
+  return {address_, awaited_, entry.settings()};
+}
+
+void BsrCandidateConfigSm::claimAll() {
+  for (const auto& [group, entry] : group_) doGroupAdd(group);
+  for (const auto& [acl, entry] : acl_) doAclAdd(acl);
+}
+
+void BsrCandidateConfigSm::doGroupAdd(const IpGenPrefix& group) {
+  BsrCandidateEntrySm& entry = *group_.at(group);
+  if (!initialized_ || !entry.handleInitialize()) return;
+  context_.explained->zones.claim(group, {intf_, ""}, terms(entry));
+}
+
+void BsrCandidateConfigSm::doGroupRemove(const IpGenPrefix& group) {
+  if (group_.erase(group) > 0) context_.explained->zones.withdraw(group, {intf_, ""});
+}
+
+void BsrCandidateConfigSm::doAclAdd(const std::string& name) {
+  BsrCandidateEntrySm& entry = *acl_.at(name);
+  if (!initialized_ || !entry.handleInitialize()) return;
+  const auto acl = context_.acls->expanded(name);
+  if (!acl->cbsrIntf(intf_)) {
+    acl->cbsrIntfIs(intf_, true);
+    BSR_TRACE(sm, 8, "Added interface ", intf_, " to BsrConfigAcl object for acl ", name);
+  }
+  context_.explained->zones.claimList(name, intf_);
+  for (const IpGenPrefix& zone : acl->grpPrefix()) doAclPrefixActivate(name, zone);
+}
+
+void BsrCandidateConfigSm::doAclRemove(const std::string& name) {
+  const auto found = acl_.find(name);
+  if (found == acl_.end()) return;
+  const bool started = found->second->started();
+  acl_.erase(found);
+  if (!started) return;
+  const auto acl = context_.state->bsrConfigAcl(name);
+  for (const IpGenPrefix& zone : acl->grpPrefix()) doAclPrefixDeactivate(name, zone);
+  context_.explained->zones.withdrawList(name, intf_);
+  acl->cbsrIntfDel(intf_);
+  BSR_TRACE(sm, 8, "Deleted interface ", intf_, "from BsrConfigAcl object for acl ", name);
+  context_.acls->releaseUnused(name);
 }
 
 void BsrCandidateConfigSm::doAclPrefixActivate(const std::string& acl, const IpGenPrefix& zone) {
-  const auto it = acl_.find(acl);
-  if (it != acl_.end()) it->second->doAclPrefixActivate(zone);
+  BSR_TRACE(sm, 8, "Writing to Status for cbsr in zone ", zone, " with key  ", intf_);
+  context_.explained->zones.claim(zone, {intf_, acl}, terms(*acl_.at(acl)));
 }
 
 void BsrCandidateConfigSm::doAclPrefixDeactivate(const std::string& acl, const IpGenPrefix& zone) {
-  const auto it = acl_.find(acl);
-  if (it != acl_.end()) it->second->doAclPrefixDeactivate(zone);
-}
-
-void BsrCandidateConfigSm::ownerCheck(const IntfId* owner) const {
-  if (owner == nullptr) return;
-  BSR_TRACE(sm, 3, "Interface ", *owner, " already BSR for zone. Asserting...");
-  ROUTING_ASSERT_TEXT(*owner == intf_, "intfId == kelBsrCandidateConfig()->intfId()");
-}
-
-void BsrCandidateConfigSm::zoneCheck(const IpGenPrefix& zone) const {
-  for (const auto& [intf, counts] : context_.state->cbsrPfxRefCount()) {
-    if (intf != intf_ && counts->counter(zone) != nullptr) ownerCheck(&intf);
-  }
-}
-
-void BsrCandidateConfigSm::countIs(const IpGenPrefix& zone) {
-  ConfigState& state = *context_.state;
-  if (!state.cbsrPfxRefCount(intf_)) {
-    state.newCbsrPfxRefCount(intf_);
-    BSR_TRACE(sm, 8, "Created refcount object for interface ", intf_);
-  }
-  const std::uint32_t count = counterInc(*state.cbsrPfxRefCount(intf_), zone);
-  if (!held_) zoneShow(zone, count == 1);
-  BSR_TRACE(sm, 8, "PrefixCounter for prefix ", zone, " is ", count);
-}
-
-void BsrCandidateConfigSm::zoneShow(const IpGenPrefix& zone, bool isNew) {
-  const bool created = zoneWrite(zone);
-  const auto& candidate = context_.status->cbsr(zone);
-  if (!isNew || !candidate) return;
-  if (created && group_.contains(zone)) {
-    BSR_TRACE(sm, 8, "Created CBSR zone ", zone);
-  } else if (created) {
-    BSR_TRACE(sm, 8, "Created zone ", zone, " for CBSR");
-  }
-  BSR_TRACE(sm, 4, "Created candidate BSR for zone ", zone, " with IP ", candidate->address(),
-            ", Priority=", candidate->priority(), ", HashMaskLen=", candidate->hashMaskLen(),
-            ", Interval=", candidate->bsPeriod());
-}
-
-void BsrCandidateConfigSm::countDel(const IpGenPrefix& zone) {
-  const auto counts = context_.state->cbsrPfxRefCount(intf_);
-  const std::uint32_t left = counterDec(*counts, zone);
-  BSR_TRACE(sm, 8, "PrefixCounter for prefix ", zone, " is ", left);
-  if (left > 0) {
-    zoneWrite(zone);
-    return;
-  }
-  if (counts->counter().empty()) {
-    context_.state->cbsrPfxRefCountDel(intf_);
-    BSR_TRACE(sm, 8, "Deleted refcount object for interface ", intf_);
-  }
-  cbsrDel(zone);
-}
-
-std::shared_ptr<BsrCandidate> BsrCandidateConfigSm::shownBy(const BsrCandidateEntrySm& entry,
-                                                            const IpGenPrefix& zone) const {
-  if (address_.isUnset() || carrier(zone) != &entry) return nullptr;
-  return context_.status->cbsr(zone);
-}
-
-const BsrCandidateEntrySm* BsrCandidateConfigSm::carrier(const IpGenPrefix& zone) const {
-  for (auto it = acl_.rbegin(); it != acl_.rend(); ++it) {
-    if (it->second->produces(zone)) return it->second.get();
-  }
-  const auto it = group_.find(zone);
-  return it != group_.end() && it->second->produces(zone) ? it->second.get() : nullptr;
-}
-
-std::set<IpGenPrefix> BsrCandidateConfigSm::zones() const {
-  std::set<IpGenPrefix> zones;
-  const auto& counts = context_.state->cbsrPfxRefCount(intf_);
-  if (!counts) return zones;
-  for (const auto& entry : counts->counter()) zones.insert(entry.first);
-  return zones;
-}
-
-/// Brings the candidate of a zone up to date where it stands; an entry is never replaced, because
-/// that would end its election. True if it had to be created.
-bool BsrCandidateConfigSm::zoneWrite(const IpGenPrefix& zone) {
-  const BsrCandidateEntrySm* entry = carrier(zone);
-  if (address_.isUnset() || entry == nullptr) return false;
-  const bool created = !context_.status->cbsr(zone);
-  const auto candidate = context_.status->newCbsr(zone);
-  candidate->addressIs(address_);
-  candidate->intfIdIs(intf_);
-  candidate->priorityIs(entry->settings().priority);
-  candidate->hashMaskLenIs(entry->settings().hashMaskLen);
-  candidate->bsPeriodIs(entry->settings().interval);
-  return created;
-}
-
-void BsrCandidateConfigSm::cbsrDel(const IpGenPrefix& zone) {
-  const auto candidate = context_.status->cbsr(zone);
-  if (!candidate || candidate->intfId() != intf_) return;
-  context_.status->cbsrDel(zone);
-  BSR_TRACE(sm, 4, "Deleted candidate BSR for zone ", zone);
+  BSR_TRACE(sm, 8, "Removing CBSR with key ", intf_, " for zone ", zone);
+  context_.explained->zones.withdraw(zone, {intf_, acl});
 }
 
 }  // namespace Routing::Pim::Bsr

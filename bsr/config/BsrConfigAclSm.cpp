@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "bsr/config/Explained.h"
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
@@ -22,9 +23,7 @@ Prefixes only(const Prefixes& in, const Prefixes& notIn) {
 template <class Find>
 void forward(const std::set<IntfId>& intfs, const std::string& acl, const IpGenPrefix& prefix,
              bool added, Find find) {
-  // What a user does may change who uses the list.
-  const std::vector<IntfId> users(intfs.begin(), intfs.end());
-  for (const IntfId& intf : users) {
+  for (const IntfId& intf : intfs) {
     AclPrefixUser* intfSm = find(intf);
     ROUTING_ASSERT(intfSm != nullptr);
     added ? intfSm->doAclPrefixActivate(acl, prefix) : intfSm->doAclPrefixDeactivate(acl, prefix);
@@ -33,40 +32,40 @@ void forward(const std::set<IntfId>& intfs, const std::string& acl, const IpGenP
 
 }  // namespace
 
-BsrConfigAclSm::BsrConfigAclSm(const VrfName& vrf, AddressFamily af,
-                               std::shared_ptr<BsrConfigAcl> acl,
+BsrConfigAclSm::BsrConfigAclSm(const ConfigContext& context, std::shared_ptr<BsrConfigAcl> acl,
                                std::shared_ptr<const AclConfig> aclConfig, AclUsers& users)
-    : vrf_(vrf), af_(af), acl_(std::move(acl)), aclConfig_(std::move(aclConfig)), users_(users) {
+    : context_(context), acl_(std::move(acl)), aclConfig_(std::move(aclConfig)), users_(users) {
+  Explained& explained = *context_.explained;
   reactors_.push_back(
       acl_->grpPrefixReactor([this](const IpGenPrefix& prefix) { handlePrefix(prefix); }));
   reactors_.push_back(
       acl_->prefixReactor([this](const IpGenPrefix& prefix) { handleUniPrefix(prefix); }));
-  reactors_.push_back(aclConfig_->ruleReactor([this](std::uint32_t) { handleRule(); }));
-  reactors_.push_back(aclConfig_->typeReactor([this] { handleCfg(); }));
-  reactors_.push_back(aclConfig_->editingReactor([this] { handleCfg(); }));
+  reactors_.push_back(
+      aclConfig_->ruleReactor(explained.settling([this](std::uint32_t) { handleRule(); })));
+  reactors_.push_back(aclConfig_->typeReactor(explained.settling([this] { handleCfg(); })));
+  reactors_.push_back(aclConfig_->editingReactor(explained.settling([this] { handleCfg(); })));
   handleInitialize();
 }
 
 void BsrConfigAclSm::handleInitialize() {
   BSR_TRACE(sm, 9, "");
-  prefixesAre(AclToPrefix::of(af_, *aclConfig_));
+  prefixesAre(AclToPrefix::of(context_.status->af(), *aclConfig_));
 }
 
 void BsrConfigAclSm::handleRule() {
   BSR_TRACE(sm, 9, "");
-  if (!aclConfig_->editing()) prefixesAre(AclToPrefix::of(af_, *aclConfig_));
+  if (!aclConfig_->editing()) handleInitialize();
 }
 
 void BsrConfigAclSm::handleCfg() {
   BSR_TRACE(sm, 9, "");
-  if (!aclConfig_->editing()) prefixesAre(AclToPrefix::of(af_, *aclConfig_));
+  if (!aclConfig_->editing()) handleInitialize();
 }
 
-// What comes is written before what goes, so that nobody is left without prefixes between the two.
 void BsrConfigAclSm::prefixesAre(const AclPrefixes& now) {
-  const Prefixes newGroups = only(now.group, acl_->grpPrefix());
-  for (const IntfId& intf : acl_->cbsrIntf()) users_.cbsrZonesCheck(intf, newGroups);
-  for (const IpGenPrefix& prefix : newGroups) acl_->grpPrefixIs(prefix, true);
+  for (const IpGenPrefix& prefix : only(now.group, acl_->grpPrefix())) {
+    acl_->grpPrefixIs(prefix, true);
+  }
   for (const IpGenPrefix& prefix : only(now.unicast, acl_->prefix())) acl_->prefixIs(prefix, true);
   for (const IpGenPrefix& prefix : only(acl_->grpPrefix(), now.group)) acl_->grpPrefixDel(prefix);
   for (const IpGenPrefix& prefix : only(acl_->prefix(), now.unicast)) acl_->prefixDel(prefix);

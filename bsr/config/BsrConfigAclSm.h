@@ -4,16 +4,15 @@
 #include <vector>
 
 #include "bsr/config/AclUsers.h"
-#include "bsr/config/ConfigState.h"
+#include "bsr/config/ConfigContext.h"
 #include "platform/acl/AclToPrefix.h"
-#include "platform/net/VrfName.h"
 
 namespace Routing::Pim::Bsr {
 
 /// Keeps one access list expanded: what its rules permit, and whoever uses it in step with that.
 class BsrConfigAclSm {
  public:
-  BsrConfigAclSm(const VrfName& vrf, AddressFamily af, std::shared_ptr<BsrConfigAcl> acl,
+  BsrConfigAclSm(const ConfigContext& context, std::shared_ptr<BsrConfigAcl> acl,
                  std::shared_ptr<const AclConfig> aclConfig, AclUsers& users);
   BsrConfigAclSm(const BsrConfigAclSm&) = delete;
   BsrConfigAclSm& operator=(const BsrConfigAclSm&) = delete;
@@ -29,10 +28,9 @@ class BsrConfigAclSm {
   void handlePrefix(const IpGenPrefix& prefix);
   void handleUniPrefix(const IpGenPrefix& prefix);
   void prefixesAre(const AclPrefixes& now);
-  const VrfName& vrfName() const { return vrf_; }
+  const VrfName& vrfName() const { return context_.vrfName(); }
 
-  const VrfName vrf_;
-  const AddressFamily af_;
+  const ConfigContext& context_;
   std::shared_ptr<BsrConfigAcl> acl_;
   std::shared_ptr<const AclConfig> aclConfig_;
   AclUsers& users_;

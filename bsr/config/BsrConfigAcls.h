@@ -11,28 +11,28 @@
 namespace Routing::Pim::Bsr {
 
 /// The access lists that BSR configuration names. A list is expanded first, without users; then a
-/// user attaches itself to the entity and counts the prefixes, so that none is counted twice.
+/// user attaches itself to the entity and claims its prefixes.
 class BsrConfigAcls {
  public:
+  /// `restart`: what is made until startedIs() is made of a status that was there.
   BsrConfigAcls(const ConfigContext& context, std::shared_ptr<const IpAclConfig> ipAclConfig,
-                AclUsers& users);
+                AclUsers& users, bool restart);
 
-  /// Finds or creates the expanded list; one that is not configured expands to nothing.
-  std::shared_ptr<BsrConfigAcl> expanded(
-      const std::string& name,
-      std::string_view createdText = "Created BsrConfigAcl object for acl ");
+  /// Finds or creates the expanded list; one that is not configured expands to nothing. The blank
+  /// stands before the name where a restart traces it.
+  std::shared_ptr<BsrConfigAcl> expanded(const std::string& name, std::string_view blank = "");
   /// Deletes the list if nobody uses it.
   void releaseUnused(const std::string& name);
-  void releaseUnused();
+  void startedIs() { restart_ = false; }
 
  private:
   void handleAclConfig(const std::string& name);
-  const VrfName& vrfName() const { return status_->vrfName(); }
+  const VrfName& vrfName() const { return context_.vrfName(); }
 
-  std::shared_ptr<const Status> status_;
-  std::shared_ptr<ConfigState> state_;
+  const ConfigContext& context_;
   std::shared_ptr<const IpAclConfig> ipAclConfig_;
   AclUsers& users_;
+  bool restart_;
   std::map<std::string, std::unique_ptr<BsrConfigAclSm>> bsrConfigAclSm_;
   Subscription aclReactor_;
 };

@@ -9,6 +9,7 @@
 namespace Routing::Pim::Bsr {
 
 class BsrConfigAcls;
+class Explained;
 
 /// What the parts of configuration processing share.
 struct ConfigContext {
@@ -16,6 +17,7 @@ struct ConfigContext {
   std::shared_ptr<const SourceIntfSm> sourceIntfSm;
   std::shared_ptr<ConfigState> state;
   BsrConfigAcls* acls = nullptr;
+  Explained* explained = nullptr;
 
   const VrfName& vrfName() const { return status->vrfName(); }
   /// The interface's address; unset if it has none of the status's family.

@@ -5,23 +5,15 @@
 #include "bsr/config/BorderConfigSm.h"
 #include "bsr/config/BsrCandidateConfigSm.h"
 #include "bsr/config/BsrConfigAcls.h"
-#include "bsr/config/ConfigReconciliation.h"
 #include "bsr/config/CrpFilterConfig.h"
+#include "bsr/config/Explained.h"
+#include "bsr/config/Keys.h"
 #include "bsr/config/RpCandidateConfigSm.h"
 #include "bsr/types/Traces.h"
 #include "platform/entity/Assertion.h"
 
 namespace Routing::Pim::Bsr {
 namespace {
-
-/// The keys of two maps: of what is there and of what is to be there.
-template <class A, class B>
-std::set<typename A::key_type> keysOf(const A& a, const B& b) {
-  std::set<typename A::key_type> keys;
-  for (const auto& entry : a) keys.insert(entry.first);
-  for (const auto& entry : b) keys.insert(entry.first);
-  return keys;
-}
 
 /// Gives the reactor under a key its configuration, makes it first if there is none, and ends it
 /// where there is no configuration.
@@ -58,8 +50,7 @@ ConfigSm::ConfigSm(std::shared_ptr<const Config> config,
       clearConfig_(std::move(clearConfig)),
       pimCounters_(std::move(pimCounters)),
       ipAclConfig_(std::move(ipAclConfig)),
-      context_{std::move(status), std::move(sourceIntfSm), std::make_shared<ConfigState>()},
-      rpCandidates_(context_.status) {
+      context_{std::move(status), std::move(sourceIntfSm), std::make_shared<ConfigState>()} {
   handleInitialized();
 }
 
@@ -83,24 +74,46 @@ void ConfigSm::handleInitialized() {
   BSR_TRACE(sm, 9, "");
   zeroPfx_ = IpGenPrefix::zero(status()->af());
   globalOrNonScopedZone_ = IpGenPrefix::multicast(status()->af());
-  acls_ = std::make_unique<BsrConfigAcls>(context_, ipAclConfig_, static_cast<AclUsers&>(*this));
+  explained_ = std::make_unique<Explained>(context_);
+  context_.explained = explained_.get();
+  acls_ = std::make_unique<BsrConfigAcls>(context_, ipAclConfig_, static_cast<AclUsers&>(*this),
+                                          isRestart());
   context_.acls = acls_.get();
   filter_ = std::make_unique<CrpFilterConfig>(context_);
   handleBsrHoldTime();
   handleSzTimeout();
-  if (ConfigReconciliation::isRestart(*status())) {
-    ConfigReconciliation reconciliation(context_, *config_, *vrfIntfConfig_);
-    reconciliation.doBuildBsrConfigAcl();
-    reconciliation.doRemoveExtraStatusEntries();
-  }
-  filter_->configIs(config_);
+  findKnown();
+  doBuildBsrConfigAcl();
   initialized_ = true;
-  const auto names = keysOf(vrfIntfConfig_->intfConfig(), borderConfigSm_);
-  for (const std::string& name : names) handleIntfConfig(name);
-  applyCandidates();
-  acls_->releaseUnused();
   watchConfig();
   watchOthers();
+  explained_->heldIs(false);
+}
+
+bool ConfigSm::isRestart() const {
+  const Status& s = *status();
+  return !s.bsBorder().empty() || !s.cbsr().empty() || !s.crp().empty() || !s.crpPermit().empty();
+}
+
+// An interface that has no address at the start may have had one in an earlier run: its claims have
+// stayed, or its entries, which may still be right until all addresses are there.
+void ConfigSm::findKnown() {
+  for (const auto& [zone, intf] : status()->zoneGroup()) knownBsrCandidates_.insert(intf);
+  for (const auto& [acl, intf] : status()->zoneAcl()) knownBsrCandidates_.insert(intf);
+  if (sourceIntfSm()->initialDumpDone()) return;
+  for (const auto& [zone, entry] : status()->cbsr()) knownBsrCandidates_.insert(entry->intfId());
+  for (const auto& [address, entry] : status()->crp()) knownRpCandidates_.insert(entry->intfId());
+}
+
+// Claims all that is configured; access lists are expanded on the way.
+void ConfigSm::doBuildBsrConfigAcl() {
+  BSR_TRACE(sm, 9, "");
+  for (const std::string& name : unionOf(vrfIntfConfig_->intfConfig())) handleIntfConfig(name);
+  applyCandidates();
+  filter_->configIs(config_);
+  acls_->startedIs();
+  knownBsrCandidates_.clear();
+  knownRpCandidates_.clear();
 }
 
 void ConfigSm::watchConfig() {
@@ -108,19 +121,19 @@ void ConfigSm::watchConfig() {
   configReactors_.push_back(config_->holdTimeReactor([this] { handleBsrHoldTime(); }));
   configReactors_.push_back(config_->szTimeoutReactor([this] { handleSzTimeout(); }));
   configReactors_.push_back(config_->bsrCandidateConfigReactor(
-      [this](const IntfId& intf) { handleBsrCandidateConfig(intf); }));
+      explained_->settling([this](const IntfId& intf) { handleBsrCandidateConfig(intf); })));
   configReactors_.push_back(config_->rpCandidateConfigReactor(
-      [this](const IntfId& intf) { handleRpCandidateConfig(intf); }));
+      explained_->settling([this](const IntfId& intf) { handleRpCandidateConfig(intf); })));
 }
 
 void ConfigSm::watchOthers() {
   clearReactor_ = clearConfig_->countersCountReactor([this] { handleClearCounters(); });
   otherReactors_.push_back(vrfIntfConfig_->intfConfigReactor(
-      [this](const std::string& name) { handleIntfConfig(name); }));
-  otherReactors_.push_back(
-      sourceIntfSm()->addressReactor([this](const IntfId& intf) { handleIpAddress(intf); }));
-  otherReactors_.push_back(
-      sourceIntfSm()->initialDumpDoneReactor([this] { handleInitialDumpDone(); }));
+      explained_->settling([this](const std::string& name) { handleIntfConfig(name); })));
+  otherReactors_.push_back(sourceIntfSm()->addressReactor(
+      explained_->settling([this](const IntfId& intf) { handleIpAddress(intf); })));
+  otherReactors_.push_back(sourceIntfSm()->initialDumpDoneReactor(
+      explained_->settling([this] { handleInitialDumpDone(); })));
 }
 
 void ConfigSm::configIs(std::shared_ptr<const Config> config) {
@@ -128,9 +141,11 @@ void ConfigSm::configIs(std::shared_ptr<const Config> config) {
   config_ = std::move(config);
   handleBsrHoldTime();
   handleSzTimeout();
+  explained_->heldIs(true);
   filter_->configIs(config_);
   applyCandidates();
   watchConfig();
+  explained_->heldIs(false);
 }
 
 void ConfigSm::clearConfigIs(std::shared_ptr<const ClearConfig> clearConfig) {
@@ -140,18 +155,11 @@ void ConfigSm::clearConfigIs(std::shared_ptr<const ClearConfig> clearConfig) {
   handleClearCounters();
 }
 
-// Interfaces that are no candidates any more give way first.
 void ConfigSm::applyCandidates() {
-  rpCandidates_.hold();
-  const auto bsrIntfs = keysOf(bsrCandidateConfigSm_, config_->bsrCandidateConfig());
-  for (const bool present : {false, true}) {
-    for (const IntfId& intf : bsrIntfs) {
-      if ((config_->bsrCandidateConfig(intf) != nullptr) == present) handleBsrCandidateConfig(intf);
-    }
-  }
-  const auto rpIntfs = keysOf(rpCandidateConfigSm_, config_->rpCandidateConfig());
-  for (const IntfId& intf : rpIntfs) handleRpCandidateConfig(intf);
-  rpCandidates_.release();
+  const auto bsrs = unionOf(bsrCandidateConfigSm_, config_->bsrCandidateConfig());
+  for (const IntfId& intf : bsrs) handleBsrCandidateConfig(intf);
+  const auto rps = unionOf(rpCandidateConfigSm_, config_->rpCandidateConfig());
+  for (const IntfId& intf : rps) handleRpCandidateConfig(intf);
 }
 
 void ConfigSm::handleBsrHoldTime() {
@@ -183,15 +191,18 @@ void ConfigSm::handleClearCounters() {
 void ConfigSm::handleBsrCandidateConfig(const IntfId& intf) {
   BSR_TRACE(sm, 9, "");
   const std::shared_ptr<const BsrCandidateConfig> config = config_->bsrCandidateConfig(intf);
-  reactorIs(bsrCandidateConfigSm_, intf, config,
-            [&] { return std::make_unique<BsrCandidateConfigSm>(context_, intf); });
+  reactorIs(bsrCandidateConfigSm_, intf, config, [&] {
+    return std::make_unique<BsrCandidateConfigSm>(context_, intf,
+                                                  knownBsrCandidates_.contains(intf));
+  });
 }
 
 void ConfigSm::handleRpCandidateConfig(const IntfId& intf) {
   BSR_TRACE(sm, 9, "");
   const std::shared_ptr<const RpCandidateConfig> config = config_->rpCandidateConfig(intf);
-  reactorIs(rpCandidateConfigSm_, intf, config,
-            [&] { return std::make_unique<RpCandidateConfigSm>(context_, rpCandidates_, intf); });
+  reactorIs(rpCandidateConfigSm_, intf, config, [&] {
+    return std::make_unique<RpCandidateConfigSm>(context_, intf, knownRpCandidates_.contains(intf));
+  });
 }
 
 void ConfigSm::handleIntfConfig(const std::string& name) {
@@ -213,13 +224,8 @@ void ConfigSm::handleIpAddress(const IntfId& intf) {
 void ConfigSm::handleInitialDumpDone() {
   BSR_TRACE(sm, 9, "");
   if (!sourceIntfSm()->initialDumpDone()) return;
-  std::vector<IpGenPrefix> strays;
-  for (const auto& [zone, candidate] : status()->cbsr()) {
-    const auto it = bsrCandidateConfigSm_.find(candidate->intfId());
-    if (it == bsrCandidateConfigSm_.end() || !it->second->initialized()) strays.push_back(zone);
-  }
-  for (const IpGenPrefix& zone : strays) status()->cbsrDel(zone);
-  rpCandidates_.deleteStrays();
+  for (const auto& [intf, sm] : bsrCandidateConfigSm_) sm->handleInitialDumpDone();
+  for (const auto& [intf, sm] : rpCandidateConfigSm_) sm->handleInitialDumpDone();
 }
 
 AclPrefixUser* ConfigSm::borderUser(const IntfId& intf) {
@@ -236,12 +242,6 @@ AclPrefixUser* ConfigSm::crpUser(const IntfId& intf) {
 
 AclPrefixUser& ConfigSm::filterUser() {
   return *filter_;
-}
-
-void ConfigSm::cbsrZonesCheck(const IntfId& intf, const std::set<IpGenPrefix>& zones) {
-  const auto it = bsrCandidateConfigSm_.find(intf);
-  if (it == bsrCandidateConfigSm_.end()) return;
-  for (const IpGenPrefix& zone : zones) it->second->zoneCheck(zone);
 }
 
 }  // namespace Routing::Pim::Bsr

@@ -2,15 +2,12 @@
 
 #include <map>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "bsr/config/AclUsers.h"
 #include "bsr/config/ConfigContext.h"
-#include "bsr/config/RpCandidateEntries.h"
-#include "bsr/config/ZoneClaims.h"
 #include "bsr/types/Config.h"
 #include "bsr/types/Status.h"
 #include "platform/acl/IpAclConfig.h"
@@ -22,17 +19,32 @@ namespace Routing::Pim::Bsr {
 class BorderConfigSm;
 class BsrCandidateConfigSm;
 class CrpFilterConfig;
+class Explained;
 class RpCandidateConfigSm;
 
 /// Turns the configuration of one VRF and address family into the entries of its status, and every
-/// change of it into the change that it makes there. Owns a reactor for each interface with
-/// candidate-BSR, candidate-RP or border settings, and the access lists that they name, expanded.
+/// change of it into the change that it makes there:
 ///
-/// Built over a status that an earlier run left, it deletes what the configuration does not
-/// explain and brings the rest up to date in place: with an unchanged configuration it changes
-/// nothing. All inputs must be complete by then (what a mirror has not delivered yet would be taken
-/// for deconfigured), but for the addresses of interfaces: until their initial dump is done, an
-/// interface without address keeps its entries.
+///    entities              reactors                    claims, by what they ask for
+///    VrfIntfConfig    ->   BorderConfigSm         ->   ExplainedBorders
+///    Config           ->   BsrCandidateConfigSm   ->   ExplainedZones
+///                          RpCandidateConfigSm    ->   ExplainedRps
+///                          CrpFilterConfig        ->   ExplainedPermits
+///    IpAclConfig      ->   BsrConfigAcls, which tells the reactors what each list permits
+///    SourceIntfSm     ->   ConfigSm, which tells the reactors of addresses
+///
+///    then Explained::settle() writes the difference to Status
+///
+/// A reactor stands for one interface (the filter's for the VRF) and knows what is configured. It
+/// claims borders, zones, ranges and permitted prefixes, each for itself and for every access list
+/// that permits them. The claims of a key are all that its status entry depends on: one function
+/// for each kind says what they explain. An edit, a start and a restart differ only in how many
+/// claims change before the difference is written; a restart removes first what nothing explains.
+///
+/// Built over a status that an earlier run left, it changes nothing where the configuration is
+/// unchanged. All inputs must be complete by then (what a mirror has not delivered yet would be
+/// taken for deconfigured), but for the addresses of interfaces: until their initial dump is done,
+/// an interface without address keeps its entries.
 class ROUTING_API ConfigSm final : private AclUsers {
  public:
   /// All are required but `pimCounters`; a missing one is a failed assertion that names it, as is
@@ -62,18 +74,10 @@ class ROUTING_API ConfigSm final : private AclUsers {
   const IpGenPrefix& zeroPfx() const { return zeroPfx_; }
   const IpGenPrefix& globalOrNonScopedZone() const { return globalOrNonScopedZone_; }
 
-  /// Attaches another configuration entity of the VRF: the difference is applied. No zone may move
-  /// between interfaces in it.
+  /// Attaches another configuration entity of the VRF: the difference is applied as one edit.
   void configIs(std::shared_ptr<const Config> config);
   /// Attaches another entity for clear requests; that is one itself.
   void clearConfigIs(std::shared_ptr<const ClearConfig> clearConfig);
-
-  /// Dry run of candidate-BSR zones of an interface: the conflict that would be a failed assertion
-  /// if they were configured.
-  std::optional<ZoneConflict> wouldConflict(const IntfId& intf,
-                                            const std::set<IpGenPrefix>& zones) const {
-    return zoneConflict(*config_, *ipAclConfig_, intf, zones);
-  }
 
  private:
   void handleInitialized();
@@ -86,15 +90,17 @@ class ROUTING_API ConfigSm final : private AclUsers {
   void handleIpAddress(const IntfId& intf);
   void handleInitialDumpDone();
   void checkInputs();
+  bool isRestart() const;
+  void doBuildBsrConfigAcl();
   void watchConfig();
   void watchOthers();
   void applyCandidates();
+  void findKnown();
 
   AclPrefixUser* borderUser(const IntfId& intf) override;
   AclPrefixUser* cbsrUser(const IntfId& intf) override;
   AclPrefixUser* crpUser(const IntfId& intf) override;
   AclPrefixUser& filterUser() override;
-  void cbsrZonesCheck(const IntfId& intf, const std::set<IpGenPrefix>& zones) override;
 
   std::shared_ptr<const Config> config_;
   std::shared_ptr<const VrfIntfConfig> vrfIntfConfig_;
@@ -105,9 +111,11 @@ class ROUTING_API ConfigSm final : private AclUsers {
   IpGenPrefix zeroPfx_;
   IpGenPrefix globalOrNonScopedZone_;
   bool initialized_ = false;
+  std::set<IntfId> knownBsrCandidates_;  // of an earlier run, during the start
+  std::set<IntfId> knownRpCandidates_;
+  std::unique_ptr<Explained> explained_;
   std::unique_ptr<BsrConfigAcls> acls_;
   std::unique_ptr<CrpFilterConfig> filter_;
-  RpCandidateEntries rpCandidates_;
   std::map<IntfId, std::unique_ptr<BsrCandidateConfigSm>> bsrCandidateConfigSm_;
   std::map<IntfId, std::unique_ptr<RpCandidateConfigSm>> rpCandidateConfigSm_;
   std::map<std::string, std::unique_ptr<BorderConfigSm>> borderConfigSm_;

@@ -64,21 +64,4 @@ class ROUTING_API ConfigState : public Entity {
   ROUTING_ENTITY(ConfigState, PIM_BSR_CONFIG_STATE)
 };
 
-/// Raises the count of a prefix and returns it.
-template <class RefCount>
-std::uint32_t counterInc(RefCount& counts, const IpGenPrefix& prefix) {
-  const std::uint32_t* count = counts.counter(prefix);
-  const std::uint32_t raised = count == nullptr ? 1 : *count + 1;
-  counts.counterIs(prefix, raised);
-  return raised;
-}
-
-/// Lowers the count of a prefix, which must have one, and returns it; a count of 0 is deleted.
-template <class RefCount>
-std::uint32_t counterDec(RefCount& counts, const IpGenPrefix& prefix) {
-  const std::uint32_t lowered = *counts.counter(prefix) - 1;
-  lowered == 0 ? counts.counterDel(prefix) : counts.counterIs(prefix, lowered);
-  return lowered;
-}
-
 }  // namespace Routing::Pim::Bsr

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -11,14 +10,12 @@
 
 namespace Routing::Pim::Bsr {
 
-/// The candidate-RP filter: the status permits the RP prefixes that the filter's access lists
-/// permit, and every RP where they permit none. It never permits nothing, not even between two
-/// writes.
+/// The candidate-RP filter: claims the RP prefixes that its access lists permit.
 class CrpFilterConfig final : public AclPrefixUser {
  public:
-  explicit CrpFilterConfig(const ConfigContext& context);
+  explicit CrpFilterConfig(const ConfigContext& context) : context_(context) {}
 
-  /// Applies the lists that this configuration names, and drops those that it does not.
+  /// Watches and applies the lists that this configuration names, and drops those that it does not.
   void configIs(const std::shared_ptr<const Config>& config);
 
   void doAclPrefixActivate(const std::string& acl, const IpGenPrefix& prefix) override {
@@ -35,14 +32,11 @@ class CrpFilterConfig final : public AclPrefixUser {
   void doFilterAclRemove(const std::string& name);
   void doFilterAclPrefixActivate(const std::string& name, const IpGenPrefix& prefix);
   void doFilterAclPrefixDeactivate(const std::string& name, const IpGenPrefix& prefix);
-  void permit(const IpGenPrefix& prefix);
   const VrfName& vrfName() const { return context_.vrfName(); }
 
   const ConfigContext& context_;
-  const IpGenPrefix zeroPfx_;
   std::shared_ptr<const Config> config_;
-  std::map<std::string, std::set<IpGenPrefix>> counted_;  // by list, as long as it is a filter
-  bool held_ = false;                                     // lists are counted and not yet written
+  std::set<std::string> acls_;  // attached
   Subscription filterAclReactor_;
 };
 

@@ -1,39 +1,37 @@
 #pragma once
 
-#include <map>
-#include <optional>
-#include <set>
 #include <string>
-#include <vector>
 
-#include "bsr/types/Config.h"
-#include "platform/acl/IpAclConfig.h"
+#include "bsr/config/Claims.h"
+#include "platform/net/IntfId.h"
+#include "platform/net/IpGenPrefix.h"
 
-/// A zone may have one candidate-BSR interface of a router; a second claim is a failed assertion of
-/// configuration processing. These say beforehand, from the configuration alone, whether that would
-/// happen; interfaces without address and incomplete settings count as well, because they may
-/// become complete.
 namespace Routing::Pim::Bsr {
 
-/// Two interfaces that claim one zone, or name one access list (`acl`; the zone is then none).
-struct ZoneConflict {
-  IpGenPrefix zone;
-  std::string acl;
-  IntfId first;
-  IntfId second;
-  friend bool operator==(const ZoneConflict&, const ZoneConflict&) = default;
+/// What makes an interface candidate BSR of a zone: the zone itself (`list` is empty), which comes
+/// first, or an access list.
+struct ZoneSource {
+  IntfId intf;
+  std::string list;
+  friend auto operator<=>(const ZoneSource&, const ZoneSource&) = default;
 };
 
-/// The interfaces that claim each zone, by group or by what an access list permits.
-ROUTING_API std::map<IpGenPrefix, std::set<IntfId>> zoneClaims(const Config& config,
-                                                               const IpAclConfig& acls);
+/// Who claims the zones of candidate BSRs, and who names the access lists that make them.
+///
+/// A zone has one interface of a router, however it is claimed, and so has a list, whatever it
+/// permits. This is the only place that says so: configuration processing asks it before it writes,
+/// the judgement of a configuration file beforehand.
+template <class Terms>
+class ZoneClaims {
+ public:
+  Claims<IpGenPrefix, ZoneSource, Terms> zones;
+  Claims<std::string, IntfId, NoTerms> lists;
 
-/// Every conflict of a configuration: lists by name, then zones.
-ROUTING_API std::vector<ZoneConflict> zoneConflicts(const Config& config, const IpAclConfig& acls);
-
-/// The first conflict that the interface would have with another, if it claimed these zones.
-ROUTING_API std::optional<ZoneConflict> zoneConflict(const Config& config, const IpAclConfig& acls,
-                                                     const IntfId& intf,
-                                                     const std::set<IpGenPrefix>& zones);
+  bool conflict(const IpGenPrefix& zone) const {
+    const auto& sources = zones.of(zone);  // sorted by interface
+    return !sources.empty() && sources.begin()->first.intf != sources.rbegin()->first.intf;
+  }
+  bool listConflict(const std::string& list) const { return lists.of(list).size() > 1; }
+};
 
 }  // namespace Routing::Pim::Bsr

@@ -1,0 +1,44 @@
+#include "bsr/config/Explained.h"
+
+namespace Routing::Pim::Bsr {
+
+Explained::Explained(const ConfigContext& context)
+    : permits(context), borders(context), zones(context), rps(context), context_(context) {}
+
+void Explained::heldIs(bool held) {
+  held_ = held;
+  settle();
+}
+
+void Explained::settle() {
+  if (held_ || settling_) return;
+  zones.check();
+  settling_ = true;
+  const struct End {
+    bool& settling;
+    ~End() { settling = false; }
+  } end{settling_};
+  if (std::exchange(first_, false)) doRemoveExtraStatusEntries();
+  while (!settled()) {
+    zones.check();
+    permits.settle();
+    borders.settle();
+    zones.settle();
+    rps.settle();
+  }
+}
+
+bool Explained::settled() const {
+  return permits.settled() && borders.settled() && zones.settled() && rps.settled();
+}
+
+void Explained::doRemoveExtraStatusEntries() const {
+  BSR_TRACE(sm, 9, "");
+  borders.removeExtra();
+  zones.removeExtra();
+  rps.removeExtra();
+  permits.removeExtra();
+  zones.removeExtraOwners();
+}
+
+}  // namespace Routing::Pim::Bsr

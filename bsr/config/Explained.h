@@ -1,0 +1,50 @@
+#pragma once
+
+#include "bsr/config/ExplainedBorders.h"
+#include "bsr/config/ExplainedPermits.h"
+#include "bsr/config/ExplainedRps.h"
+#include "bsr/config/ExplainedZones.h"
+
+namespace Routing::Pim::Bsr {
+
+/// What the configuration explains of a status, kind by kind, and the one place where the
+/// difference to what the status shows is written.
+class Explained {
+ public:
+  explicit Explained(const ConfigContext& context);
+
+  ExplainedPermits permits;
+  ExplainedBorders borders;
+  ExplainedZones zones;
+  ExplainedRps rps;
+
+  /// While held, claims are gathered and nothing is written; at first it is. Settles on release.
+  void heldIs(bool held);
+  /// Brings the status in step with all claims that have changed. The first time it deletes what
+  /// an earlier run left there and nothing explains. Changes that reactors of the status make on
+  /// the way are written before it returns. A conflict of zones is a failed assertion, before
+  /// anything is written.
+  void settle();
+
+  /// A reactor that runs the handler, and then settles.
+  template <class Handler>
+  auto settling(Handler handler) {
+    return [this, handler](const auto&... key) {
+      Explained& explained = *this;  // the handler may end its own subscription
+      handler(key...);
+      explained.settle();
+    };
+  }
+
+ private:
+  void doRemoveExtraStatusEntries() const;
+  bool settled() const;
+  const VrfName& vrfName() const { return context_.vrfName(); }
+
+  const ConfigContext& context_;
+  bool held_ = true;
+  bool settling_ = false;
+  bool first_ = true;
+};
+
+}  // namespace Routing::Pim::Bsr
