@@ -87,7 +87,7 @@ void ConfigSm::handleInitialized() {
   initialized_ = true;
   watchConfig();
   watchOthers();
-  explained_->heldIs(false);
+  handleEditing();
 }
 
 bool ConfigSm::isRestart() const {
@@ -124,6 +124,7 @@ void ConfigSm::watchConfig() {
       explained_->settling([this](const IntfId& intf) { handleBsrCandidateConfig(intf); })));
   configReactors_.push_back(config_->rpCandidateConfigReactor(
       explained_->settling([this](const IntfId& intf) { handleRpCandidateConfig(intf); })));
+  configReactors_.push_back(config_->editingReactor([this] { handleEditing(); }));
 }
 
 void ConfigSm::watchOthers() {
@@ -145,7 +146,7 @@ void ConfigSm::configIs(std::shared_ptr<const Config> config) {
   filter_->configIs(config_);
   applyCandidates();
   watchConfig();
-  explained_->heldIs(false);
+  handleEditing();
 }
 
 void ConfigSm::clearConfigIs(std::shared_ptr<const ClearConfig> clearConfig) {
@@ -160,6 +161,11 @@ void ConfigSm::applyCandidates() {
   for (const IntfId& intf : bsrs) handleBsrCandidateConfig(intf);
   const auto rps = unionOf(rpCandidateConfigSm_, config_->rpCandidateConfig());
   for (const IntfId& intf : rps) handleRpCandidateConfig(intf);
+}
+
+// Edits that belong together are written as one.
+void ConfigSm::handleEditing() {
+  explained_->heldIs(config_->editing());
 }
 
 void ConfigSm::handleBsrHoldTime() {

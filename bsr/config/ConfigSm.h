@@ -81,6 +81,7 @@ class ROUTING_API ConfigSm final : private AclUsers {
 
  private:
   void handleInitialized();
+  void handleEditing();
   void handleBsrHoldTime();
   void handleSzTimeout();
   void handleClearCounters();

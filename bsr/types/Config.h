@@ -98,12 +98,17 @@ class ROUTING_API VrfIntfConfig : public Entity {
 /// The configuration of one VRF and address family. `holdTime` is the bootstrap time-out and
 /// `szTimeout` the scope-zone time-out in seconds (RFC 5059 section 5); `crpFilterAcl` names the
 /// access lists that say from which RP addresses advertisements are accepted.
+///
+/// While `editing` is true, changes of this configuration, of the border settings of its VRF and of
+/// the access lists of its family belong together: candidates, borders and the filter stay as they
+/// are, and change once, by the difference, when it becomes false.
 #define PIM_BSR_CONFIG(ATTR)                                                                 \
   ATTR(BOUNDED, holdTime, std::uint32_t, 130, 12, 1073741823, "12", "1073741823")            \
   ATTR(BOUNDED, szTimeout, std::uint32_t, 1300, 120, 0xFFFFFFFF, "120", "0xFFFFFFFF")        \
   ATTR(COLLECTION, rpCandidateConfig, RpCandidateConfig, IntfId, class RpCandidateConfig)    \
   ATTR(COLLECTION, bsrCandidateConfig, BsrCandidateConfig, IntfId, class BsrCandidateConfig) \
-  ATTR(SET, crpFilterAcl, std::string)
+  ATTR(SET, crpFilterAcl, std::string)                                                       \
+  ATTR(VALUE, editing, bool, false)
 class ROUTING_API Config : public Entity {
   ROUTING_KEY(Config, VrfName, vrfName)
   ROUTING_ENTITY(Config, PIM_BSR_CONFIG)

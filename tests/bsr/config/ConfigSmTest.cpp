@@ -112,6 +112,40 @@ TEST_F(ConfigSmTest, AnotherConfigEntityIsAppliedAsADifference) {
   EXPECT_EQ(bed.violations, Lines{});
 }
 
+TEST_F(ConfigSmTest, EditsThatBelongTogetherAreWrittenAsOne) {
+  for (const char* intf : {"eth0", "eth1"})
+    bed.addressIs(intf, intf[3] == '0' ? "10.1.1.1" : "10.2.2.2");
+  bed.aclIs("old", {"permit 239.1.0.0/16", "permit 10.0.0.0/8"});
+  bed.config->crpFilterAclIs("old", true);
+  bed.groupAclIs("eth0", "old");
+  bed.groupIs("eth0", "239.2.0.0/16");
+  bed.border("eth0")->bsrBorderAclIs("old", true);
+  bed.rp("eth0")->aclIs("old", true);
+  bed.start();
+  bed.changes();
+
+  bed.config->editingIs(true);
+  bed.groupIs("eth1", "239.2.0.0/16", 70);  // two interfaces have it now
+  bed.aclIs("old", {});
+  bed.aclIs("new", {"permit 10.0.0.0/8"});
+  bed.groupIs("eth0", "239.1.0.0/16");
+  bed.border("eth0")->bsrBorderGrpIs(prefix("239.1.0.0/16"), true);
+  bed.rp("eth0")->groupRangeIs(prefix("239.1.0.0/16"), true);
+  bed.config->crpFilterAclIs("old", false);
+  bed.config->crpFilterAclIs("new", true);
+  bed.bsr("eth0")->groupDel(prefix("239.2.0.0/16"));
+  EXPECT_EQ(bed.changes(), Lines{});
+  bed.restart();
+  EXPECT_EQ(bed.changes(), Lines{}) << "a start waits as well";
+  bed.config->editingIs(false);
+  EXPECT_EQ(bed.cbsr(),
+            (Lines{"239.1.0.0/16 eth0 10.1.1.1 64/30/60", "239.2.0.0/16 eth1 10.2.2.2 70/30/60"}));
+  Lines gone = bed.changes();
+  std::erase_if(gone, [](const std::string& line) { return line[0] != '-'; });
+  EXPECT_EQ(gone, (Lines{"- /cbsr[239.2.0.0/16]", "- /zoneGroup[239.2.0.0/16]"}));
+  EXPECT_EQ(bed.violations, Lines{});
+}
+
 // --- the filter of candidate RPs --------------------------------------------------------------
 
 struct Filter : ConfigSmTest {
