@@ -17,13 +17,10 @@ void accessListIs(AclConfig& acl, const AccessList& list) {
 
 }  // namespace
 
-void addAccessLists(IpAclConfig& lists, const DaemonConfig& config) {
+void accessListsAre(IpAclConfig& lists, const DaemonConfig& config) {
   for (const auto& [key, list] : config.accessLists) {
     if (key.first == lists.af()) accessListIs(*lists.newAcl(key.second), list);
   }
-}
-
-void removeAccessLists(IpAclConfig& lists, const DaemonConfig& config) {
   const auto isWanted = [&](const std::string& name) {
     return config.accessLists.contains({lists.af(), name});
   };

@@ -5,9 +5,8 @@
 
 namespace Routing::Agent {
 
-/// Adds and edits the access lists of a family; readers see each edit as one.
-void addAccessLists(IpAclConfig& lists, const DaemonConfig& config);
-/// Deletes those that are not configured.
-void removeAccessLists(IpAclConfig& lists, const DaemonConfig& config);
+/// Makes the access lists of a family equal to those configured; readers see each edit of a list as
+/// one.
+void accessListsAre(IpAclConfig& lists, const DaemonConfig& config);
 
 }  // namespace Routing::Agent

@@ -31,7 +31,13 @@ auto isInterfaceOf(const Candidates& candidates) {
   return [&candidates](const IntfId& intf) { return candidates.contains(intf.text()); };
 }
 
-void removeEntries(BsrCandidateConfig& entity, const BsrCandidate& candidate) {
+void candidateIs(BsrCandidateConfig& entity, const BsrCandidate& candidate) {
+  for (const auto& [zone, settings] : candidate.zones) {
+    settingsAre(*entity.newGroup(zone), settings);
+  }
+  for (const auto& [acl, settings] : candidate.accessLists) {
+    settingsAre(*entity.newAcl(acl), settings);
+  }
   for (const IpGenPrefix& zone : unwanted(entity.group(), isKeyOf(candidate.zones))) {
     entity.groupDel(zone);
   }
@@ -40,10 +46,21 @@ void removeEntries(BsrCandidateConfig& entity, const BsrCandidate& candidate) {
   }
 }
 
-void removeEntries(RpCandidateConfig& entity, const RpCandidate& candidate) {
+void rangesAre(RpCandidateConfig& entity, const RpCandidate& candidate) {
+  for (const auto& [range, priority] : candidate.ranges) {
+    priorityIs(*entity.newGroupRangeOptions(range), priority);
+    entity.groupRangeIs(range, true);
+  }
   for (const IpGenPrefix& range : unwanted(entity.groupRange(), isKeyOf(candidate.ranges))) {
     entity.groupRangeDel(range);
     entity.groupRangeOptionsDel(range);
+  }
+}
+
+void accessListsAre(RpCandidateConfig& entity, const RpCandidate& candidate) {
+  for (const auto& [acl, priority] : candidate.accessLists) {
+    priorityIs(*entity.newAclOptions(acl), priority);
+    entity.aclIs(acl, true);
   }
   for (const std::string& acl : unwanted(entity.acl(), isKeyOf(candidate.accessLists))) {
     entity.aclDel(acl);
@@ -53,49 +70,25 @@ void removeEntries(RpCandidateConfig& entity, const RpCandidate& candidate) {
 
 }  // namespace
 
-void addBsrCandidates(Config& config, const BsrCandidates& candidates) {
+void bsrCandidatesAre(Config& config, const BsrCandidates& candidates) {
   for (const auto& [name, candidate] : candidates) {
-    const auto entity = config.newBsrCandidateConfig(IntfId(name));
-    for (const auto& [zone, settings] : candidate.zones) {
-      settingsAre(*entity->newGroup(zone), settings);
-    }
-    for (const auto& [acl, settings] : candidate.accessLists) {
-      settingsAre(*entity->newAcl(acl), settings);
-    }
+    candidateIs(*config.newBsrCandidateConfig(IntfId(name)), candidate);
   }
-}
-
-void removeBsrCandidates(Config& config, const BsrCandidates& candidates) {
   for (const IntfId& intf : unwanted(config.bsrCandidateConfig(), isInterfaceOf(candidates))) {
     config.bsrCandidateConfigDel(intf);
   }
-  for (const auto& [intf, entity] : config.bsrCandidateConfig()) {
-    removeEntries(*entity, candidates.at(intf.text()));
-  }
 }
 
-void addRpCandidates(Config& config, const RpCandidates& candidates) {
+void rpCandidatesAre(Config& config, const RpCandidates& candidates) {
   for (const auto& [name, candidate] : candidates) {
     const auto entity = config.newRpCandidateConfig(IntfId(name));
     entity->modeIs(candidate.mode);
     entity->advIntervalIs(Pim::Bsr::CrpAdvInterval(candidate.interval));
-    for (const auto& [range, priority] : candidate.ranges) {
-      priorityIs(*entity->newGroupRangeOptions(range), priority);
-      entity->groupRangeIs(range, true);
-    }
-    for (const auto& [acl, priority] : candidate.accessLists) {
-      priorityIs(*entity->newAclOptions(acl), priority);
-      entity->aclIs(acl, true);
-    }
+    rangesAre(*entity, candidate);
+    accessListsAre(*entity, candidate);
   }
-}
-
-void removeRpCandidates(Config& config, const RpCandidates& candidates) {
   for (const IntfId& intf : unwanted(config.rpCandidateConfig(), isInterfaceOf(candidates))) {
     config.rpCandidateConfigDel(intf);
-  }
-  for (const auto& [intf, entity] : config.rpCandidateConfig()) {
-    removeEntries(*entity, candidates.at(intf.text()));
   }
 }
 

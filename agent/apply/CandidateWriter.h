@@ -12,12 +12,8 @@ namespace Routing::Agent {
 using BsrCandidates = std::map<std::string, BsrCandidate>;
 using RpCandidates = std::map<std::string, RpCandidate>;
 
-/// Adds and changes. An entry becomes complete with its last attribute.
-void addBsrCandidates(Pim::Bsr::Config& config, const BsrCandidates& candidates);
-void removeBsrCandidates(Pim::Bsr::Config& config, const BsrCandidates& candidates);
-
-/// Adds and changes. A range comes with its priority.
-void addRpCandidates(Pim::Bsr::Config& config, const RpCandidates& candidates);
-void removeRpCandidates(Pim::Bsr::Config& config, const RpCandidates& candidates);
+/// Make the entities equal to the settings.
+void bsrCandidatesAre(Pim::Bsr::Config& config, const BsrCandidates& candidates);
+void rpCandidatesAre(Pim::Bsr::Config& config, const RpCandidates& candidates);
 
 }  // namespace Routing::Agent

@@ -2,7 +2,6 @@
 
 #include "agent/apply/AccessListWriter.h"
 #include "agent/apply/FamilyWriter.h"
-#include "agent/apply/ZoneMoves.h"
 
 namespace Routing::Agent {
 namespace {
@@ -43,22 +42,12 @@ void ConfigEntities::configIs(const DaemonConfig& next) {
   for (const auto& [vrf, families] : next.vrfs) {
     for (const auto& [af, settings] : families) families_.try_emplace({vrf, af}, vrf);
   }
-  clearZoneMoves(next);
-  for (const auto& [af, lists] : accessLists_) addAccessLists(*lists, next);
-  for (const auto& [key, entities] : families_) addSettings(entities, settingsOf(next, key));
-  for (const auto& [key, entities] : families_) removeSettings(entities, settingsOf(next, key));
-  for (const auto& [af, lists] : accessLists_) removeAccessLists(*lists, next);
+  for (const auto& [key, entities] : families_) entities.config->editingIs(true);
+  for (const auto& [af, lists] : accessLists_) accessListsAre(*lists, next);
+  for (const auto& [key, entities] : families_) settingsAre(entities, settingsOf(next, key));
+  for (const auto& [key, entities] : families_) entities.config->editingIs(false);
   std::erase_if(families_, [&](const auto& entry) { return !isConfigured(next, entry.first); });
   config_ = next;
-}
-
-void ConfigEntities::clearZoneMoves(const DaemonConfig& next) {
-  PermittedLists listsBefore(config_);
-  PermittedLists listsAfter(next);
-  for (const auto& [key, entities] : families_) {
-    Agent::clearZoneMoves(*entities.config, {key.second, settingsOf(config_, key), listsBefore},
-                          {key.second, settingsOf(next, key), listsAfter});
-  }
 }
 
 void ConfigEntities::withdraw() {

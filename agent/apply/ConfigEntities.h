@@ -28,8 +28,8 @@ class ConfigEntities {
   ConfigEntities();
 
   /// Makes the entities equal to a configuration in which judge() finds no error, and writes
-  /// nothing but what differs. What is added comes before what goes, unless a zone changes hands:
-  /// it never has two owners on the way. A family that goes is emptied first.
+  /// nothing but what differs, as one edit (`Config::editing`). A family that goes is emptied
+  /// first.
   void configIs(const DaemonConfig& next);
   /// Takes all candidates away, as if they were deconfigured.
   void withdraw();
@@ -41,8 +41,6 @@ class ConfigEntities {
   const std::shared_ptr<IpAclConfig>& accessLists(AddressFamily af) const;
 
  private:
-  void clearZoneMoves(const DaemonConfig& next);
-
   DaemonConfig config_;
   std::map<Key, FamilyEntities> families_;
   std::map<AddressFamily, std::shared_ptr<IpAclConfig>> accessLists_;

@@ -26,18 +26,9 @@ bool isBorder(const Interfaces& interfaces, const std::string& name) {
   return found != interfaces.end() && found->second.border != BorderSettings{};
 }
 
-void addBorders(VrfIntfConfig& vrf, const Interfaces& interfaces) {
-  for (const auto& [name, settings] : interfaces) {
-    if (!isBorder(interfaces, name)) continue;
-    std::shared_ptr<IntfConfig> intf = vrf.intfConfig(name);
-    if (!intf) intf = std::make_shared<IntfConfig>(name);
-    for (const IpGenPrefix& group : settings.border.groups) intf->bsrBorderGrpIs(group, true);
-    for (const std::string& acl : settings.border.accessLists) intf->bsrBorderAclIs(acl, true);
-    vrf.intfConfigIs(name, intf);
-  }
-}
-
-void removeBorder(IntfConfig& intf, const BorderSettings& border) {
+void borderIs(IntfConfig& intf, const BorderSettings& border) {
+  for (const IpGenPrefix& group : border.groups) intf.bsrBorderGrpIs(group, true);
+  for (const std::string& acl : border.accessLists) intf.bsrBorderAclIs(acl, true);
   const auto isGroup = [&](const IpGenPrefix& group) { return border.groups.contains(group); };
   for (const IpGenPrefix& group : unwanted(intf.bsrBorderGrp(), isGroup)) {
     intf.bsrBorderGrpDel(group);
@@ -46,31 +37,36 @@ void removeBorder(IntfConfig& intf, const BorderSettings& border) {
   for (const std::string& acl : unwanted(intf.bsrBorderAcl(), isList)) intf.bsrBorderAclDel(acl);
 }
 
-void removeBorders(VrfIntfConfig& vrf, const Interfaces& interfaces) {
+void bordersAre(VrfIntfConfig& vrf, const Interfaces& interfaces) {
+  for (const auto& [name, settings] : interfaces) {
+    if (!isBorder(interfaces, name)) continue;
+    std::shared_ptr<IntfConfig> intf = vrf.intfConfig(name);
+    if (!intf) intf = std::make_shared<IntfConfig>(name);
+    borderIs(*intf, settings.border);
+    vrf.intfConfigIs(name, intf);
+  }
   const auto isWanted = [&](const std::string& name) { return isBorder(interfaces, name); };
   for (const std::string& name : unwanted(vrf.intfConfig(), isWanted)) vrf.intfConfigDel(name);
-  for (const auto& [name, intf] : vrf.intfConfig()) removeBorder(*intf, interfaces.at(name).border);
+}
+
+void filterIs(Pim::Bsr::Config& config, const std::set<std::string>& lists) {
+  for (const std::string& acl : lists) config.crpFilterAclIs(acl, true);
+  const auto isWanted = [&](const std::string& acl) { return lists.contains(acl); };
+  for (const std::string& acl : unwanted(config.crpFilterAcl(), isWanted)) {
+    config.crpFilterAclDel(acl);
+  }
 }
 
 }  // namespace
 
-void addSettings(const FamilyEntities& entities, const FamilySettings& settings) {
-  entities.config->holdTimeIs(settings.holdTime);
-  entities.config->szTimeoutIs(scopeZoneTimeout(settings));
-  for (const std::string& acl : settings.rpFilter) entities.config->crpFilterAclIs(acl, true);
-  addBorders(*entities.vrfIntfConfig, settings.interfaces);
-  addBsrCandidates(*entities.config, settings.bsrCandidates);
-  addRpCandidates(*entities.config, settings.rpCandidates);
-}
-
-void removeSettings(const FamilyEntities& entities, const FamilySettings& settings) {
-  removeRpCandidates(*entities.config, settings.rpCandidates);
-  removeBsrCandidates(*entities.config, settings.bsrCandidates);
-  removeBorders(*entities.vrfIntfConfig, settings.interfaces);
-  const auto isWanted = [&](const std::string& acl) { return settings.rpFilter.contains(acl); };
-  for (const std::string& acl : unwanted(entities.config->crpFilterAcl(), isWanted)) {
-    entities.config->crpFilterAclDel(acl);
-  }
+void settingsAre(const FamilyEntities& entities, const FamilySettings& settings) {
+  Pim::Bsr::Config& config = *entities.config;
+  config.holdTimeIs(settings.holdTime);
+  config.szTimeoutIs(scopeZoneTimeout(settings));
+  filterIs(config, settings.rpFilter);
+  bordersAre(*entities.vrfIntfConfig, settings.interfaces);
+  bsrCandidatesAre(config, settings.bsrCandidates);
+  rpCandidatesAre(config, settings.rpCandidates);
 }
 
 }  // namespace Routing::Agent
