@@ -95,13 +95,11 @@ bool ConfigSm::isRestart() const {
   return !s.bsBorder().empty() || !s.cbsr().empty() || !s.crp().empty() || !s.crpPermit().empty();
 }
 
-// An interface that has no address at the start may have had one in an earlier run: its claims have
-// stayed, or its entries, which may still be right until all addresses are there.
+// An interface that has no address at the start may have had one in an earlier run: its claims to
+// zones have stayed, or a candidate RP, which may still be right until all addresses are there.
 void ConfigSm::findKnown() {
   for (const auto& [zone, intf] : status()->zoneGroup()) knownBsrCandidates_.insert(intf);
   for (const auto& [acl, intf] : status()->zoneAcl()) knownBsrCandidates_.insert(intf);
-  if (sourceIntfSm()->initialDumpDone()) return;
-  for (const auto& [zone, entry] : status()->cbsr()) knownBsrCandidates_.insert(entry->intfId());
   for (const auto& [address, entry] : status()->crp()) knownRpCandidates_.insert(entry->intfId());
 }
 

@@ -221,7 +221,7 @@ void ExplainedRps::termsAre(const IpGenAddr& address, bool isNew) {
   const auto [intf, terms] = *interfaces.begin();
   entry->intfIdIs(intf);
   const auto known = interval_.find(address);
-  const bool written = !isNew && known != interval_.end() && known->second == terms.interval;
+  const bool written = known != interval_.end() && known->second == terms.interval;
   interval_[address] = terms.interval;
   if (!written && entry->interval() != terms.interval) {
     entry->intervalIs(terms.interval);

@@ -78,7 +78,6 @@ void ExplainedZones::listIs(const std::string& list) {
   const IntfId intf = claims_.lists.of(list).begin()->first;
   const IntfId* owner = context_.status->zoneAcl(list);
   if (owner != nullptr && *owner == intf) return;
-  if (owner != nullptr) listDel(list);
   context_.status->zoneAclIs(list, intf);
   BSR_TRACE(sm, 8, "Acl ", list, " forms zone with interface ", intf);
 }
@@ -166,18 +165,12 @@ void ExplainedZones::candidateDel(const IpGenPrefix& zone) {
 
 // --- what an earlier run left -----------------------------------------------------------------
 
-bool ExplainedZones::explains(const IpGenPrefix& zone, const IntfId& intf) const {
-  const auto& sources = claims_.zones.of(zone);
-  if (sources.empty() || explain(sources).intf != intf) return false;
-  const ZoneTerms& terms = sources.rbegin()->second;
-  return !terms.address.isUnset() || terms.awaited;
-}
-
 void ExplainedZones::removeExtra() const {
   Status& status = *context_.status;
   const auto candidates = status.cbsr();
   for (const auto& [zone, candidate] : candidates) {
-    if (explains(zone, candidate->intfId())) continue;
+    const Sources& sources = claims_.zones.of(zone);
+    if (!sources.empty() && explain(sources).intf == candidate->intfId()) continue;
     status.cbsrDel(zone);
     BSR_TRACE(sm, 8, "Deleting zone ", zone, " from CBSR status");
   }

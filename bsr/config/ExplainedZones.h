@@ -58,7 +58,6 @@ class ExplainedZones {
 
   void listIs(const std::string& list);
   void listDel(const std::string& list);
-  bool explains(const IpGenPrefix& zone, const IntfId& intf) const;
   void zoneIs(const IpGenPrefix& zone, const Zone& wanted);
   void zoneDel(const IpGenPrefix& zone);
   void groupIs(const IpGenPrefix& zone, const IntfId& intf, bool claimed);

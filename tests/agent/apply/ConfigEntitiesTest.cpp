@@ -15,6 +15,8 @@ using TestKit::prefix;
 using Lines = std::vector<std::string>;
 
 const ConfigEntities::Key defaultIpv4{VrfName("default"), AddressFamily::ipv4};
+const std::map<std::string, std::string> addresses{
+    {"eth0", "10.0.0.1"}, {"eth1", "10.0.1.1"}, {"eth2", "10.0.1.1"}};
 const ConfigEntities::Key redIpv6{VrfName("red"), AddressFamily::ipv6};
 
 /// Everything that the entities say.
@@ -41,9 +43,7 @@ class Processing {
     bed_.vrfIntfConfig = family.vrfIntfConfig;
     bed_.clearConfig = family.clearConfig;
     bed_.acls = entities.accessLists(AddressFamily::ipv4);
-    bed_.addressIs("eth0", "10.0.0.1");
-    bed_.addressIs("eth1", "10.0.1.1");
-    bed_.addressIs("eth2", "10.0.1.1");
+    for (const auto& [intf, address] : addresses) bed_.addressIs(intf, address);
     bed_.start();
   }
   TestKit::ConfigBed& bed() { return bed_; }
@@ -83,48 +83,89 @@ Lines needless(const std::string& before, const Lines& changes, const std::strin
   return found;
 }
 
-/// The borders and candidate BSRs of the default VRF, IPv4, straight from the settings.
-struct Expected {
-  explicit Expected(const DaemonConfig& config) : lists(config) {
+/// The status of the default VRF, IPv4, straight from the settings, in the words of the bed.
+class Expected {
+ public:
+  explicit Expected(const DaemonConfig& config) : lists_(config) {
     const FamilySettings& family = config.vrfs.at(VrfName("default")).at(AddressFamily::ipv4);
-    for (const auto& [name, settings] : family.interfaces) {
-      for (const IpGenPrefix& group : settings.border.groups) border[group].insert(name);
-      for (const std::string& list : settings.border.accessLists) {
-        for (const IpGenPrefix& prefix : permitted(list)) border[prefix].insert(name);
-      }
+    for (const auto& [name, settings] : family.interfaces) border(name, settings.border);
+    for (const auto& [name, candidate] : family.bsrCandidates) bsr(name, candidate);
+    for (const auto& [name, candidate] : family.rpCandidates) rp(name, candidate);
+    for (const std::string& list : family.rpFilter) {
+      const auto& unicast = permitted(list).unicast;
+      permits_.insert(unicast.begin(), unicast.end());
     }
-    for (const auto& [name, candidate] : family.bsrCandidates) {
-      for (const auto& [zone, settings] : candidate.zones) cbsr[zone] = text(name, settings);
-      for (const auto& [list, settings] : candidate.accessLists) {
-        for (const IpGenPrefix& zone : permitted(list)) cbsr[zone] = text(name, settings);
-      }
-    }
-  }
-  std::set<IpGenPrefix> permitted(const std::string& list) {
-    return lists.find(AddressFamily::ipv4, list)->group;
-  }
-  static std::string text(const std::string& intf, const BsrCandidateSettings& settings) {
-    return intf + (intf == "eth0" ? " 10.0.0.1 " : " 10.0.1.1 ") +
-           std::to_string(settings.priority) + '/' + std::to_string(settings.hashMaskLen) + '/' +
-           std::to_string(settings.interval);
-  }
-  Lines borders() const {
-    Lines lines;
-    for (const auto& [prefix, interfaces] : border) {
-      lines.push_back(prefix.text());
-      for (const std::string& name : interfaces) lines.back() += ' ' + name;
-    }
-    return lines;
-  }
-  Lines candidates() const {
-    Lines lines;
-    for (const auto& [zone, rest] : cbsr) lines.push_back(zone.text() + ' ' + rest);
-    return lines;
+    if (permits_.empty()) permits_.insert(prefix("0.0.0.0/0"));
   }
 
-  PermittedLists lists;
-  std::map<IpGenPrefix, std::set<std::string>> border;
-  std::map<IpGenPrefix, std::string> cbsr;
+  Lines lines() const {
+    Lines all;
+    for (const IpGenPrefix& prefix : permits_) all.push_back(prefix.text());
+    for (const auto& [prefix, text] : borders_) all.push_back(prefix.text() + text);
+    for (const auto& [zone, text] : bsrs_) all.push_back(zone.text() + text);
+    for (const auto& [address, rp] : rps_) {
+      if (rp.ranges.empty()) continue;
+      all.push_back(address + rp.terms);
+      for (const auto& [range, priority] : rp.ranges) {
+        all.back() += ' ' + range.text() + '=' + std::to_string(priority);
+      }
+    }
+    return all;
+  }
+  static Lines linesOf(const TestKit::ConfigBed& bed) {
+    Lines all = bed.permit();
+    for (const Lines& more : {bed.borders(), bed.cbsr(), bed.crp()}) {
+      all.insert(all.end(), more.begin(), more.end());
+    }
+    return all;
+  }
+
+ private:
+  struct Rp {
+    std::string terms;
+    std::map<IpGenPrefix, unsigned> ranges;
+  };
+
+  const AclPrefixes& permitted(const std::string& list) {
+    return *lists_.find(AddressFamily::ipv4, list);
+  }
+  void border(const std::string& name, const BorderSettings& settings) {
+    std::set<IpGenPrefix> prefixes = settings.groups;
+    for (const std::string& list : settings.accessLists) {
+      const auto& group = permitted(list).group;
+      prefixes.insert(group.begin(), group.end());
+    }
+    for (const IpGenPrefix& prefix : prefixes) borders_[prefix] += ' ' + name;
+  }
+  void bsr(const std::string& name, const BsrCandidate& candidate) {
+    const auto text = [&](const BsrCandidateSettings& settings) {
+      return ' ' + name + ' ' + addresses.at(name) + ' ' + std::to_string(settings.priority) + '/' +
+             std::to_string(settings.hashMaskLen) + '/' + std::to_string(settings.interval);
+    };
+    for (const auto& [zone, settings] : candidate.zones) bsrs_[zone] = text(settings);
+    for (const auto& [list, settings] : candidate.accessLists) {
+      for (const IpGenPrefix& zone : permitted(list).group) bsrs_[zone] = text(settings);
+    }
+  }
+  void rp(const std::string& name, const RpCandidate& candidate) {
+    std::map<IpGenPrefix, unsigned> ranges;
+    for (const auto& [range, priority] : candidate.ranges) ranges[range] = priority.value;
+    for (const auto& [list, priority] : candidate.accessLists) {
+      for (const IpGenPrefix& range : permitted(list).group) ranges[range] = priority.value;
+    }
+    Rp& rp = rps_[addresses.at(name)];
+    if (rp.terms.empty()) {
+      rp.terms = ' ' + name + ' ' + std::to_string(candidate.interval) + ' ' +
+                 std::string(enumName(candidate.mode));
+    }
+    rp.ranges.merge(ranges);  // the first by name wins
+  }
+
+  PermittedLists lists_;
+  std::set<IpGenPrefix> permits_;
+  std::map<IpGenPrefix, std::string> borders_;
+  std::map<IpGenPrefix, std::string> bsrs_;
+  std::map<std::string, Rp> rps_;
 };
 
 DaemonConfig drawn() {
@@ -152,8 +193,7 @@ TEST(ConfigEntities, AReloadEndsWhereAStartWouldAndTouchesWhatDiffers) {
       RC_ASSERT(textOf(entities) == textOf(fresh));
       RC_ASSERT(bed.statusText() == started.bed().statusText());
       RC_ASSERT(treeText(bed.sm->state()) == treeText(started.bed().sm->state()));
-      RC_ASSERT(bed.borders() == Expected(config).borders());
-      RC_ASSERT(bed.cbsr() == Expected(config).candidates());
+      RC_ASSERT(Expected::linesOf(bed) == Expected(config).lines());
       RC_ASSERT(needless(before, bed.changes(), bed.statusText()) == Lines{});
       RC_ASSERT(bed.violations == Lines{});
     }

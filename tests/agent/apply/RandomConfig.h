@@ -33,7 +33,7 @@ class RandomConfig {
     FamilySettings& family = config_.vrfs[VrfName("default")][AddressFamily::ipv4];
     family.holdTime = 12 + below(3) * 100;
     family.scopeZoneTimeout = 120 + below(3) * 1000;
-    if (below(2) == 0) family.rpFilter.insert(oneOf(lists));
+    for (unsigned list = below(3); list > 0; --list) family.rpFilter.insert(oneOf(lists));
     for (const char* name : interfaces) intfIs(family, name);
   }
 
@@ -47,7 +47,7 @@ class RandomConfig {
     AccessList& list = config_.accessLists[{AddressFamily::ipv4, name}];
     for (unsigned rule = below(3); rule > 0; --rule) {
       const std::string action = below(4) == 0 ? "deny " : "permit ";
-      list.rules[10 * rule] = TestKit::aclRule(action + oneOf(prefixes));
+      list.rules[10 * rule] = TestKit::aclRule(action + oneOf(rulePrefixes));
     }
   }
 
@@ -79,6 +79,8 @@ class RandomConfig {
   static constexpr std::array lists{"a", "b", "c"};
   static constexpr std::array prefixes{"224.0.0.0/4", "239.0.0.0/16", "239.1.0.0/16",
                                        "239.2.0.0/16", "238.0.0.0/8"};
+  static constexpr std::array rulePrefixes{"224.0.0.0/4", "239.0.0.0/16", "239.1.0.0/16",
+                                           "238.0.0.0/8", "10.0.0.0/8",   "10.1.0.0/16"};
   DaemonConfig config_;
 };
 

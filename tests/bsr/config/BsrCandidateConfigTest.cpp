@@ -93,6 +93,16 @@ TEST_F(BsrCandidateConfiguration, RuleEditsChangeTheZonesTheyTouch) {
   expectTraced({"8 Deleted interface eth0from BsrConfigAcl object for acl zones"});
 }
 
+TEST_F(BsrCandidateConfiguration, WhatAReactorOfTheStatusEditsIsWrittenLast) {
+  bed.addressIs("eth0", "10.1.1.1");
+  bed.start();
+  const auto group = bed.bsr("eth0")->newGroup(prefix("239.0.0.0/8"));
+  group->hashMaskLenIs(30);
+  const auto reactor = bed.status->cbsrReactor([&](const IpGenPrefix&) { group->priorityIs(9); });
+  group->priorityIs(7);
+  EXPECT_EQ(bed.cbsr(), Lines{"239.0.0.0/8 eth0 10.1.1.1 9/30/60"});
+}
+
 // --- one zone, one interface ------------------------------------------------------------------
 
 struct ZoneConflicts : BsrCandidateConfiguration {
@@ -114,6 +124,8 @@ TEST_F(ZoneConflicts, GroupAgainstGroup) {
   bed.groupIs("eth0", "239.1.0.0/16");
   bed.start();
   expectFatal([&] { bed.groupIs("eth1", "239.1.0.0/16"); });
+  bed.groupIs("eth1", "239.2.0.0/16");  // no assertion: what was refused holds nobody up
+  EXPECT_EQ(bed.cbsr().size(), 2U);
 }
 
 TEST_F(ZoneConflicts, ListAgainstListAndGroup) {
@@ -123,6 +135,8 @@ TEST_F(ZoneConflicts, ListAgainstListAndGroup) {
   EXPECT_TRUE(bed.status->zoneGroup().empty());
   expectFatal([&] { bed.groupAclIs("eth1", "others"); });
   EXPECT_FALSE(bed.status->zoneAcl("others"));
+  bed.groupAclIs("eth0", "without rules");
+  expectFatal([&] { bed.groupAclIs("eth1", "without rules"); });
 }
 
 TEST_F(ZoneConflicts, RuleEdit) {

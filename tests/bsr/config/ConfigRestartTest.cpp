@@ -126,16 +126,23 @@ TEST_F(ConfigRestart, UntilTheDumpIsDoneAddressesMayStillCome) {
 }
 
 TEST_F(ConfigRestart, WhatHasNoAddressAfterTheDumpGoes) {
+  bed.rp("eth3")->groupRangeIs(prefix("225.0.0.0/8"), true);
+  bed.addressIs("eth3", "10.3.3.3");
   bed.stop();
+  bed.rp("eth3")->groupRangeIs(prefix("225.0.0.0/8"), false);
   bed.sourceIntfSm->initialDumpDoneIs(false);
-  for (const char* intf : {"eth0", "eth1", "eth2"}) bed.addressIs(intf, "");
-  bed.restart();
+  for (const char* intf : {"eth0", "eth1", "eth2", "eth3"}) bed.addressIs(intf, "");
+  bed.changes();
+  EXPECT_EQ(changesOfRestart(), Lines{"- /crp[10.3.3.3]"}) << "it serves nothing";
+  bed.config->rpCandidateConfigDel(IntfId("eth0"));
+  EXPECT_EQ(bed.changes(), Lines{"- /crp[10.1.1.1]"}) << "what is kept for others stays";
   bed.addressIs("eth0", "10.1.1.7");
   bed.bsr("eth1")->groupDel(prefix("239.1.0.0/16"));
   EXPECT_FALSE(bed.status->zoneGroup(prefix("239.1.0.0/16")));
+  EXPECT_EQ(bed.crp().size(), 1U);
   bed.sourceIntfSm->initialDumpDoneIs(true);
   EXPECT_EQ(bed.cbsr(), Lines{"224.0.0.0/4 eth0 10.1.1.7 5/30/60"});
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.7 eth0 60 sparse 225.0.0.0/8"});
+  EXPECT_EQ(bed.crp(), Lines{});
 }
 
 }  // namespace

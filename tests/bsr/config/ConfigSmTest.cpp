@@ -88,6 +88,7 @@ TEST_F(ConfigSmTest, AnotherConfigEntityIsAppliedAsADifference) {
   bed.config->crpFilterAclIs("rps", true);
   bed.groupIs("eth0", "239.1.0.0/16");
   bed.groupIs("eth0", "239.2.0.0/16");
+  bed.groupIs("eth0", "239.3.0.0/16");
   bed.rp("eth0")->groupRangeIs(prefix("224.0.0.0/4"), true);
   bed.rp("eth1")->groupRangeIs(prefix("224.0.0.0/4"), true);
   bed.start();
@@ -97,6 +98,7 @@ TEST_F(ConfigSmTest, AnotherConfigEntityIsAppliedAsADifference) {
   bed.config = std::make_shared<Bsr::Config>(VrfName("default"));
   bed.config->holdTimeIs(150);
   bed.groupIs("eth0", "239.2.0.0/16", 70);
+  bed.groupIs("eth0", "239.3.0.0/16", 256);  // not set: the earlier settings stay
   bed.rp("eth0")->groupRangeIs(prefix("225.0.0.0/8"), true);
   bed.sm->configIs(bed.config);
   EXPECT_EQ(bed.changes(),
