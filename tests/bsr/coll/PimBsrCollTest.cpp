@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <set>
+#include <string>
 
 #include "bsr/coll/PimBsrColl.h"
 #include "platform/entity/MountTable.h"
@@ -9,40 +9,28 @@
 namespace Routing::Pim::Bsr {
 namespace {
 
-TEST(PimBsrColl, PathsDifferAndOtherFamiliesFail) {
-  std::set<std::string_view> paths;
+TEST(PimBsrColl, MountsHoldTheDefaultVrfFromTheStart) {
+  MountTable mounts;
   for (const AddressFamily af : {AddressFamily::ipv4, AddressFamily::ipv6}) {
-    paths.insert(
-        {ConfigColl::mountPath(af), ClearConfigColl::mountPath(af), StatusColl::mountPath(af)});
+    mounts.mountIs(ConfigColl::mountPath(af), std::make_shared<ConfigColl>("config"));
+    mounts.mountIs(ClearConfigColl::mountPath(af), std::make_shared<ClearConfigColl>("clear"));
+    mounts.mountIs(StatusColl::mountPath(af), std::make_shared<StatusColl>("status"));
   }
-  EXPECT_EQ(paths, (std::set<std::string_view>{
-                       "routing/pim/bsr/configcoll", "routing6/pim/bsr/configcoll",
-                       "routing/pim/bsr/clear/configcoll", "routing6/pim/bsr/clear/configcoll",
-                       "routing/pim/bsr/statuscoll", "routing6/pim/bsr/statuscoll"}));
+  const VrfName name("default");
+  for (const std::string root : {"routing/pim/bsr/", "routing6/pim/bsr/"}) {
+    const auto config = mounts.mount<ConfigColl>(root + "configcoll");
+    const auto clear = mounts.mount<ClearConfigColl>(root + "clear/configcoll");
+    const auto status = mounts.mount<StatusColl>(root + "statuscoll");
+    ASSERT_TRUE(config && clear && status) << root;
+    EXPECT_TRUE(config->vrfConfig(name) && clear->vrfClearConfig(name)) << root;
+    EXPECT_EQ(config->vrfConfigIs(name), config->vrfConfig(name));
+    EXPECT_EQ(status->vrfStatus(name)->vrfName(), name);
+  }
   for (const auto path :
        {&ConfigColl::mountPath, &ClearConfigColl::mountPath, &StatusColl::mountPath}) {
     EXPECT_EQ(TestKit::refusal([&] { path(AddressFamily::unset); }),
               "false && \"Unsupported address family\"");
   }
-}
-
-TEST(PimBsrColl, HoldsTheDefaultVrfFromTheStart) {
-  MountTable mounts;
-  const AddressFamily af = AddressFamily::ipv6;
-  mounts.mountIs(ConfigColl::mountPath(af), std::make_shared<ConfigColl>("config"));
-  mounts.mountIs(ClearConfigColl::mountPath(af), std::make_shared<ClearConfigColl>("clear"));
-  mounts.mountIs(StatusColl::mountPath(af), std::make_shared<StatusColl>("status"));
-  const auto config = mounts.mount<ConfigColl>("routing6/pim/bsr/configcoll");
-  const auto clear = mounts.mount<ClearConfigColl>("routing6/pim/bsr/clear/configcoll");
-  const auto status = mounts.mount<StatusColl>("routing6/pim/bsr/statuscoll");
-  ASSERT_TRUE(config && clear && status);
-  EXPECT_EQ(config->vrfConfig().size(), 1U);
-  EXPECT_EQ(clear->vrfClearConfig().size(), 1U);
-  EXPECT_EQ(status->vrfStatus().size(), 1U);
-  EXPECT_TRUE(config->intfConfig().empty());
-  const VrfName name("default");
-  EXPECT_EQ(config->vrfConfigIs(name), config->vrfConfig(name));
-  EXPECT_EQ(status->vrfStatus(name)->vrfName(), name);
 }
 
 }  // namespace

@@ -16,60 +16,44 @@ struct RpCandidateConfiguration : TracedTest {
   }
 };
 
-TEST_F(RpCandidateConfiguration, RangesComeAndGo) {
+TEST_F(RpCandidateConfiguration, RangesAndSettingsComeAndGo) {
   bed.start();
+  bed.rp("eth0")->advIntervalIs(Pim::Bsr::CrpAdvInterval(30));
+  EXPECT_EQ(bed.crp(), Lines{}) << "no entry for settings alone";
   rangeIs("eth0", "224.0.0.0/4");
   expectTraced({"4 New RP candidate configured for interface eth0", "4 Created C-RP 10.1.1.1",
                 "8 Added Prefix 224.0.0.0/4 to C-RP 10.1.1.1",
                 "8 C-RP PrefixCounter for prefix 224.0.0.0/4 is 1"});
-  bed.rangePriorityIs("eth0", "224.0.0.0/4", 192);
   bed.rangePriorityIs("eth0", "224.0.0.0/4", 10);
   expectTraced({"4 Priority of 224.0.0.0/4 changed to 10"});
-  rangeIs("eth0", "239.0.0.0/8");
   rangeIs("eth0", "224.0.0.0/4", false);
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 239.0.0.0/8"});
-  rangeIs("eth0", "239.0.0.0/8", false);
   EXPECT_EQ(bed.crp(), Lines{});
-  expectTraced({"4 Deleted candidate RP 10.1.1.1 since it doest serve any group"});
+  expectTraced({"8 Deleted prefix 224.0.0.0/4 from prefixSet",
+                "4 Deleted candidate RP 10.1.1.1 since it doest serve any group"});
   rangeIs("eth0", "224.0.0.0/4");
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4=10"})
+  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 30 sparse 224.0.0.0/4=10"})
       << "an option that was there before its range";
-  bed.rangePriorityIs("eth0", "224.0.0.0/4", 11);
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4=11"});
-  bed.rp("eth0")->groupRangeOptionsDel(prefix("224.0.0.0/4"));
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 sparse 224.0.0.0/4"});
-}
-
-TEST_F(RpCandidateConfiguration, SettingsReachTheEntryAndNoneIsMadeForThem) {
-  bed.start();
-  bed.rp("eth0")->advIntervalIs(Pim::Bsr::CrpAdvInterval(30));
-  bed.rp("eth0")->modeIs(Pim::PimMode::bidirectional);
-  EXPECT_EQ(bed.crp(), Lines{});
-  rangeIs("eth0", "224.0.0.0/4");
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 30 bidirectional 224.0.0.0/4"});
   bed.rp("eth0")->advIntervalIs(Pim::Bsr::CrpAdvInterval(20));
   expectTraced({"4 Advertisement interface for Candidate C-RP 10.1.1.1 changed to 20"});
-  bed.rp("eth0")->modeIs(Pim::PimMode::sparse);
-  expectTraced({"4 Pim mode for Candidate C-RP 10.1.1.1 changed to sparse"});
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 20 sparse 224.0.0.0/4"});
+  bed.rp("eth0")->modeIs(Pim::PimMode::bidirectional);
+  expectTraced({"4 Pim mode for Candidate C-RP 10.1.1.1 changed to bidirectional"});
+  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 20 bidirectional 224.0.0.0/4=10"});
 }
 
 TEST_F(RpCandidateConfiguration, TheEntryMovesWithTheAddress) {
   bed.addressIs("eth0", "");
   bed.aclIs("groups", {"permit 239.0.0.0/8"});
   rangeIs("eth0", "224.1.0.0/16");
-  bed.rangePriorityIs("eth0", "224.1.0.0/16", 1);
   bed.rp("eth0")->aclIs("groups", true);
-  bed.rp("eth0")->modeIs(Pim::PimMode::bidirectional);
+  bed.sourceIntfSm->initialDumpDoneIs(false);
   bed.start();
   expectTraced({"8 Deferred C-RP initialization since IP address for interface eth0 is not set"});
-  EXPECT_EQ(bed.crp(), Lines{});
+  EXPECT_TRUE(bed.sm->state().crpPfxRefCount().empty());
   bed.addressIs("eth0", "10.1.1.1");
-  expectTraced({"8 Interface eth0 assigned IP 10.1.1.1 for the first time.",
-                "8 Added interface eth0 to BsrConfigAcl's C-RP object for acl groups"});
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.1 eth0 60 bidirectional 224.1.0.0/16=1 239.0.0.0/8"});
+  expectTraced({"8 Interface eth0 assigned IP 10.1.1.1 for the first time."});
   bed.addressIs("eth0", "10.1.1.2");
-  EXPECT_EQ(bed.crp(), Lines{"10.1.1.2 eth0 60 bidirectional 224.1.0.0/16=1 239.0.0.0/8"});
+  EXPECT_EQ(bed.crp(), Lines{"10.1.1.2 eth0 60 sparse 224.1.0.0/16 239.0.0.0/8"});
+  expectTraced({"4 Deleted candidate RP 10.1.1.1"});
   bed.addressIs("eth0", "");
   expectTraced({"8 C-RP Interface eth0 IP unset"});
   EXPECT_EQ(bed.crp(), Lines{});
