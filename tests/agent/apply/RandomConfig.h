@@ -21,7 +21,7 @@ class RandomConfig {
   /// One that can be used: judge() finds no error in it.
   static DaemonConfig draw() {
     for (;;) {
-      const DaemonConfig config = RandomConfig().config_;
+      DaemonConfig config = RandomConfig().config_;
       if (!hasErrors(judge(config))) return config;
     }
   }
