@@ -9,6 +9,16 @@ die() {
   exit 1
 }
 
+# as_root COMMAND...: runs the command as root.
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  else
+    command -v sudo >/dev/null || die "This needs root: $*"
+    sudo "$@"
+  fi
+}
+
 # step NAME COMMAND...: runs the command under a heading and remembers how long it took.
 declare -a step_times=()
 step() {
