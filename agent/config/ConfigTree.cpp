@@ -5,23 +5,11 @@
 namespace Routing::Agent {
 namespace {
 
-/// What libyang's last complaint is about; empty if it does not say.
-std::string complainedPath(const ly_ctx* context) {
-  const ly_err_item* item = ly_err_last(context);
-  if (item == nullptr || item->path == nullptr) return "";
-  const std::string_view text(item->path);
-  const auto begin = text.find('"');
-  const auto end = text.rfind('"');
-  if (begin == std::string_view::npos || end <= begin) return "";
-  return std::string(text.substr(begin + 1, end - begin - 1));
-}
-
-/// Null if it cannot be found.
-lyd_node* complainedNode(const ly_ctx* context, const lyd_node* top) {
-  const std::string path = complainedPath(context);
-  lyd_node* node = nullptr;
-  if (top == nullptr || path.empty()) return nullptr;
-  return lyd_find_path(top, path.c_str(), 0, &node) == LY_SUCCESS ? node : nullptr;
+bool holds(const lyd_node& node, const lysc_must& must) {
+  ly_bool result = 0;
+  const LY_ERR error = lyd_eval_xpath3(&node, node.schema->module, lyxp_get_expr(must.cond),
+                                       LY_VALUE_SCHEMA_RESOLVED, must.prefixes, nullptr, &result);
+  return error == LY_SUCCESS && result != 0;
 }
 
 }  // namespace
@@ -33,28 +21,29 @@ ConfigTree::ConfigTree(const Schema& schema, const YamlNode& document, Findings&
   if (!hasErrors(findings)) validate(schema, findings);
 }
 
-/// libyang stops at its first complaint; without the leaf complained of it goes on to the next, all
-/// over again, so not for ever.
+/// libyang stops at its first complaint, and its word for the place cannot always be read back.
 void ConfigTree::validate(const Schema& schema, Findings& findings) {
-  while (findings.size() <= maxFindings) {
-    ly_err_clean(schema.context(), nullptr);
-    lyd_node* top = top_.release();
-    const LY_ERR result =
-        lyd_validate_module(&top, schema.module(), LYD_VALIDATE_NO_STATE, nullptr);
-    top_.reset(top);
-    if (result == LY_SUCCESS) return;
-    const char* reason = ly_errmsg(schema.context());
-    const std::string text = reason == nullptr ? "not valid" : reason;
-    lyd_node* node = complainedNode(schema.context(), top_.get());
-    const Origin found = node == nullptr ? Origin{} : origin(node);
-    findings.push_back({Severity::error, found.line, found.path, text});
-    if (node == nullptr || lysc_is_key(node->schema) || lyd_child(node) != nullptr) return;
-    origins_.erase(node);
-    if (node == top_.get()) {
-      (void)top_.release();  // the rest hangs on the next one
-      top_.reset(node->next);
-    }
-    lyd_free_tree(node);
+  lyd_node* top = top_.release();
+  const LY_ERR result = lyd_validate_module(&top, schema.module(), LYD_VALIDATE_NO_STATE, nullptr);
+  top_.reset(top);
+  if (result == LY_SUCCESS) return;
+  const char* reason = ly_errmsg(schema.context());
+  const std::string text = reason == nullptr ? "not valid" : reason;
+  sayBroken(*top_, findings);
+  if (findings.empty()) findings.push_back({Severity::error, 0, "", text});
+}
+
+void ConfigTree::sayBroken(const lyd_node& node, Findings& findings) const {
+  const lysc_must* musts = lysc_node_musts(node.schema);
+  LY_ARRAY_COUNT_TYPE index;
+  LY_ARRAY_FOR(musts, index) {
+    if (findings.size() > maxFindings) return;
+    if (holds(node, musts[index])) continue;
+    const Origin& place = origin(&node);
+    findings.push_back({Severity::error, place.line, place.path, musts[index].emsg});
+  }
+  for (const lyd_node* child = lyd_child(&node); child != nullptr; child = child->next) {
+    sayBroken(*child, findings);
   }
 }
 

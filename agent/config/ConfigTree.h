@@ -29,8 +29,8 @@ class ConfigTree {
   /// complete only if there are no findings.
   ConfigTree(const Schema& schema, const YamlNode& document, Findings& findings);
 
-  /// The first node at the top; null if there is none. The others are its siblings.
-  const lyd_node* top() const { return top_.get(); }
+  /// The first node at the top of the file; the others are its siblings.
+  const lyd_node* top() const { return lyd_child(top_.get()); }
   /// Empty for what is there by default only.
   const Origin& origin(const lyd_node* node) const;
   /// The line of every path that the document gives.
@@ -42,6 +42,8 @@ class ConfigTree {
   };
 
   void validate(const Schema& schema, Findings& findings);
+  /// What the schema demands of a node, and of all below it, beyond the type ("must").
+  void sayBroken(const lyd_node& node, Findings& findings) const;
 
   std::unique_ptr<lyd_node, Free> top_;
   std::unordered_map<const lyd_node*, Origin> origins_;

@@ -13,7 +13,7 @@ std::string allowedText(const lysc_node& leaf) {
 
 std::vector<const lysc_node*> keysOf(const Schema& schema, const lysc_node& list) {
   std::vector<const lysc_node*> keys;
-  for (const lysc_node* child : schema.children(&list)) {
+  for (const lysc_node* child : schema.children(list)) {
     if ((child->flags & LYS_KEY) != 0) keys.push_back(child);
   }
   return keys;
@@ -40,13 +40,15 @@ std::string keyText(const lyd_node* entry) {
 }  // namespace
 
 lyd_node* ConfigTreeBuilder::build(const YamlNode& document) {
-  const Place top{nullptr, nullptr, "", document.line};
+  const lysc_node& root = schema_.root();
+  lyd_node* data = nullptr;
+  lyd_new_inner(nullptr, schema_.module(), root.name, 0, &data);
   if (document.kind == YamlNode::Kind::map) {
-    putMap(top, document);
+    putMap({data, root, "", document.line}, document);
   } else if (document.kind != YamlNode::Kind::null) {
-    say(document.line, "", "must hold \"NAME: VALUE\" pairs" + allowedNames(nullptr));
+    say(document.line, "", "must hold \"NAME: VALUE\" pairs" + allowedNames(root));
   }
-  return top_;
+  return data;
 }
 
 void ConfigTreeBuilder::putMap(const Place& place, const YamlNode& map) {
@@ -102,13 +104,12 @@ void ConfigTreeBuilder::putContainer(const Place& place, const lysc_node& schema
   const std::string path = join(place.path, schema.name);
   const YamlNode& value = *entry.value;
   if (value.kind != YamlNode::Kind::map && value.kind != YamlNode::Kind::null) {
-    return say(entry.line, path, "must hold \"NAME: VALUE\" pairs" + allowedNames(&schema));
+    return say(entry.line, path, "must hold \"NAME: VALUE\" pairs" + allowedNames(schema));
   }
   lyd_node* node = nullptr;
   lyd_new_inner(place.data, schema_.module(), schema.name, 0, &node);
-  attach(place, node);
   origins_[node] = {entry.line, path, ""};
-  putMap({node, &schema, path, entry.line}, value);
+  putMap({node, schema, path, entry.line}, value);
 }
 
 void ConfigTreeBuilder::putList(const Place& place, const lysc_node& schema,
@@ -130,7 +131,7 @@ void ConfigTreeBuilder::putListEntry(const Place& place, const lysc_node& schema
   const std::string path = join(place.path, schema.name);
   const std::string indexed = path + '[' + index + ']';
   if (entry.kind != YamlNode::Kind::map) {
-    return say(entry.line, indexed, "must hold \"NAME: VALUE\" pairs" + allowedNames(&schema));
+    return say(entry.line, indexed, "must hold \"NAME: VALUE\" pairs" + allowedNames(schema));
   }
   const auto keys = keyValues(schema, entry, indexed);
   lyd_node* node = keys.empty() ? nullptr : newListEntry(place, schema, keys, indexed);
@@ -141,14 +142,13 @@ void ConfigTreeBuilder::putListEntry(const Place& place, const lysc_node& schema
     lyd_free_tree(node);
     return say(entry.line, keyed, "given twice, first in line " + std::to_string(found->second));
   }
-  attach(place, node);
   origins_[node] = {entry.line, keyed, ""};
   const auto keyNodes = keysOf(schema_, schema);
   const lyd_node* child = lyd_child(node);
   for (std::size_t i = 0; i < keys.size(); ++i, child = child->next) {
     origins_[child] = {keys[i]->line, join(keyed, keyNodes[i]->name), keys[i]->text};
   }
-  putMap({node, &schema, keyed, entry.line}, entry);
+  putMap({node, schema, keyed, entry.line}, entry);
 }
 
 std::vector<const YamlNode*> ConfigTreeBuilder::keyValues(const lysc_node& schema,
@@ -234,21 +234,16 @@ lyd_node* ConfigTreeBuilder::newTerm(const Place& place, const lysc_node& schema
     say(value.line, path, "invalid value " + quoted(value.text) + allowedText(schema));
     return nullptr;
   }
-  attach(place, node);
   origins_[node] = {value.line, path, value.text};
   return node;
 }
 
-std::string ConfigTreeBuilder::allowedNames(const lysc_node* parent) const {
+std::string ConfigTreeBuilder::allowedNames(const lysc_node& parent) const {
   std::string text;
   for (const lysc_node* child : schema_.children(parent)) {
     text += (text.empty() ? " (allowed: " : ", ") + std::string(child->name);
   }
   return text + ')';
-}
-
-void ConfigTreeBuilder::attach(const Place& place, lyd_node* node) {
-  if (place.data == nullptr) lyd_insert_sibling(top_, node, &top_);
 }
 
 void ConfigTreeBuilder::say(unsigned line, const std::string& path, const std::string& text) {

@@ -18,15 +18,15 @@ class ConfigTreeBuilder {
   ConfigTreeBuilder(const Schema& schema, Origins& origins, Findings& findings)
       : schema_(schema), origins_(origins), findings_(findings) {}
 
-  /// The top of the data, to be freed by the caller; null if there is none.
+  /// The data, an instance of the schema's root, to be freed by the caller.
   lyd_node* build(const YamlNode& document);
 
  private:
   /// A place in the data under which something is to be put.
   struct Place {
-    lyd_node* data;           // null at the top
-    const lysc_node* schema;  // null at the top
-    std::string path;         // empty at the top
+    lyd_node* data;
+    const lysc_node& schema;
+    std::string path;  // empty at the root
     unsigned line;
   };
   using Given = std::map<std::string, unsigned>;
@@ -48,14 +48,12 @@ class ConfigTreeBuilder {
 
   void requireMandatory(const Place& place, const YamlNode& map);
   bool isNewInMap(const Place& place, const YamlNode::Entry& entry, Given& before);
-  std::string allowedNames(const lysc_node* parent) const;
-  void attach(const Place& place, lyd_node* node);
+  std::string allowedNames(const lysc_node& parent) const;
   void say(unsigned line, const std::string& path, const std::string& text);
 
   const Schema& schema_;
   Origins& origins_;
   Findings& findings_;
-  lyd_node* top_ = nullptr;
 };
 
 }  // namespace Routing::Agent

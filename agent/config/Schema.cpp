@@ -104,16 +104,20 @@ Schema::Schema() {
   module_ = module;
 }
 
-std::vector<const lysc_node*> Schema::children(const lysc_node* parent) const {
+const lysc_node& Schema::root() const {
+  return *module_->compiled->data;
+}
+
+std::vector<const lysc_node*> Schema::children(const lysc_node& parent) const {
   std::vector<const lysc_node*> result;
   const lysc_node* node = nullptr;
-  while ((node = lys_getnext(node, parent, module_->compiled, 0)) != nullptr) {
+  while ((node = lys_getnext(node, &parent, module_->compiled, 0)) != nullptr) {
     result.push_back(node);
   }
   return result;
 }
 
-const lysc_node* Schema::child(const lysc_node* parent, std::string_view name) const {
+const lysc_node* Schema::child(const lysc_node& parent, std::string_view name) const {
   for (const lysc_node* node : children(parent)) {
     if (name == node->name) return node;
   }

@@ -18,10 +18,12 @@ class Schema {
   ly_ctx* context() const { return context_.get(); }
   const lys_module* module() const { return module_; }
 
-  /// The nodes that may stand below one, or at the top below null.
-  std::vector<const lysc_node*> children(const lysc_node* parent) const;
+  /// The container that a file is the content of. libyang finds and adds what lies in a container
+  /// by its hash, but looks through everything at the top.
+  const lysc_node& root() const;
+  std::vector<const lysc_node*> children(const lysc_node& parent) const;
   /// Null if there is none of this name.
-  const lysc_node* child(const lysc_node* parent, std::string_view name) const;
+  const lysc_node* child(const lysc_node& parent, std::string_view name) const;
 
  private:
   struct Destroy {
