@@ -15,10 +15,16 @@ class ConfigSource {
 
   /// Empty without a file.
   const std::string& file() const { return options_.configFile; }
-  /// Reads the file, again if it has been read before. Takes bounded time and never raises.
-  LoadedConfig load(const std::optional<AddressedInterfaces>& addressed = std::nullopt) const;
+  /// For the start, at which standard input ("/dev/stdin") is read to its end, whatever it is.
+  /// Never raises.
+  LoadedConfig load() const;
+  /// Reads the file again, for a daemon whose interfaces have these addresses. Takes bounded time
+  /// and never raises. May run in another thread than the daemon's.
+  LoadedConfig loadAgain(const AddressedInterfaces& addressed) const;
 
  private:
+  LoadedConfig overruled(LoadedConfig loaded) const;
+
   const Options options_;
 };
 

@@ -1,13 +1,12 @@
 #include "agent/config/ConfigFile.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+#include <exception>
 #include <tuple>
 
 #include "agent/config/ConfigTree.h"
 #include "agent/config/Conversion.h"
+#include "agent/config/FileText.h"
 #include "agent/config/YamlTree.h"
 
 namespace Routing::Agent {
@@ -31,6 +30,17 @@ Findings judged(const DaemonConfig& config, const std::optional<AddressedInterfa
   return findings;
 }
 
+/// A file that was cut short, or never written, must not take everything away.
+void requireVrfs(const YamlNode& document, Findings& findings) {
+  const bool given = std::any_of(
+      document.entries.begin(), document.entries.end(), [](const YamlNode::Entry& entry) {
+        return entry.key == "vrf" && entry.value->kind != YamlNode::Kind::null;
+      });
+  if (given) return;
+  findings.push_back(
+      {Severity::error, 0, "vrf", "missing (allowed: a list, [] for no VRF at all)"});
+}
+
 /// Goes on to the next step only while there are no errors, which would make others of their own.
 std::optional<DaemonConfig> read(std::string_view text, Findings& findings,
                                  const std::optional<AddressedInterfaces>& addressed) {
@@ -38,6 +48,7 @@ std::optional<DaemonConfig> read(std::string_view text, Findings& findings,
   if (document == nullptr) return std::nullopt;
   const Schema schema;
   const ConfigTree tree(schema, *document, findings);
+  if (!hasErrors(findings)) requireVrfs(*document, findings);
   if (hasErrors(findings)) return std::nullopt;
   DaemonConfig config = convert(tree, findings);
   if (hasErrors(findings)) return std::nullopt;
@@ -68,15 +79,12 @@ LoadedConfig readConfig(std::string_view text,
 
 LoadedConfig loadConfig(const std::string& file,
                         const std::optional<AddressedInterfaces>& addressed) {
-  std::ifstream stream(file, std::ios::binary);
-  std::string text(YamlLimits{}.bytes + 1, '\0');  // one more than is allowed
-  if (stream) stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  if (!stream.is_open() || stream.bad()) {
-    const std::string reason = errno == 0 ? "" : std::string(": ") + std::strerror(errno);
-    return {std::nullopt, {{Severity::error, 0, "", "cannot be read" + reason}}};
+  try {
+    return readConfig(regularFileText(file, YamlLimits{}.bytes + 1), addressed);
+  } catch (const std::exception& error) {
+    return {std::nullopt,
+            {{Severity::error, 0, "", std::string("cannot be read: ") + error.what()}}};
   }
-  text.resize(static_cast<std::size_t>(stream.gcount()));
-  return readConfig(text, addressed);
 }
 
 }  // namespace Routing::Agent

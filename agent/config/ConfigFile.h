@@ -21,7 +21,8 @@ struct LoadedConfig {
 LoadedConfig readConfig(std::string_view text,
                         const std::optional<AddressedInterfaces>& addressed = std::nullopt);
 
-/// The same for a file; one that cannot be read is an error without line and path.
+/// The same for a regular file, without raising anything; one that cannot be read, or is no regular
+/// file, is an error without line and path.
 LoadedConfig loadConfig(const std::string& file,
                         const std::optional<AddressedInterfaces>& addressed = std::nullopt);
 

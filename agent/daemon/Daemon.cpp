@@ -51,7 +51,7 @@ ReloadOutcome Daemon::reload() {
     spdlog::info("there is no configuration file to read again");
     return {.file = "pimbsrd", .findings = {{Severity::error, 0, "", "started without a file"}}};
   }
-  const LoadedConfig loaded = source_.load(router_.addressedInterfaces());
+  const LoadedConfig loaded = source_.loadAgain(router_.addressedInterfaces());
   ReloadOutcome outcome{.file = source_.file(), .findings = loaded.findings};
   if (loaded.config) {
     outcome.good = true;

@@ -2,7 +2,9 @@
 #include <rapidcheck.h>
 
 #include <algorithm>
+#include <ctime>
 #include <fstream>
+#include <limits>
 #include <map>
 #include <set>
 #include <sstream>
@@ -40,11 +42,6 @@ using TestKit::prefix;
 std::string bsrText(const std::string& af, const std::string& bsr) {
   return "vrf: [{name: default, address-family: [{address-family: " + af +
          ", interface: [{name: eth0}], bsr: " + bsr + "}]}]";
-}
-
-TEST(Config, OfNoTextIsAllDefaults) {
-  EXPECT_EQ(load(""), DaemonConfig());
-  EXPECT_EQ(load("# nothing\n---\n"), DaemonConfig());
 }
 
 TEST(Config, HasTheDefaultsOfTheLibrary) {
@@ -122,6 +119,8 @@ TEST(Config, DoesNotDependOnOrderOrNotation) {
   const std::string block = fileText("tests/data/config/good/same-as-flow.yaml");
   EXPECT_EQ(load(block), load(fileText("tests/data/config/good/same-as-block.yaml")));
   EXPECT_NE(load(block), load(block + "log-level: debug\n"));
+  EXPECT_EQ(load("vrf: []"), DaemonConfig());
+  EXPECT_FALSE(readConfig("").config) << "a file cut short at its beginning";
 }
 
 TEST(Config, TakesTextForTextWhateverItLooksLike) {
@@ -152,6 +151,28 @@ TEST(Findings, AreBoundedInNumber) {
   ASSERT_EQ(findings.size(), maxFindings + 1);
   EXPECT_EQ(findings.back(), (Finding{Severity::error, 0, "", "... more"}));
   EXPECT_EQ(findings[maxFindings - 1].line, 2 + maxFindings);
+}
+
+/// Seconds of the processor.
+double timeToRead(const std::string& text) {
+  const std::clock_t start = std::clock();
+  EXPECT_FALSE(hasErrors(readConfig(text).findings));
+  return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+}
+
+std::string manyEntries(std::size_t count) {
+  std::string text = "vrf: []\ntrace:\n";
+  for (std::size_t i = 0; i < count; ++i) {
+    text += "- {facility: f" + std::to_string(i) + ", level: 1}\n";
+  }
+  return text;
+}
+
+TEST(AFileWithinTheBounds, TakesTimeInProportion) {
+  constexpr std::size_t factor = 8;
+  double few = std::numeric_limits<double>::max();
+  for (int i = 0; i < 3; ++i) few = std::min(few, timeToRead(manyEntries(22000 / factor)));
+  EXPECT_LT(timeToRead(manyEntries(22000)), 3 * factor * few);
 }
 
 TEST(Findings, QuoteNoTextThatATerminalWouldObey) {

@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -88,12 +90,17 @@ TEST(TheExamples, KeepTheirRpsInAFailover) {
   }
 }
 
-TEST(AFileThatCannotBeRead, IsAnError) {
-  const std::string directory = PIMBSR_SOURCE_DIR "/tests/data/config";
-  EXPECT_EQ(saidOf(loadConfig(directory + "/absent.yaml").findings),
-            (Texts{"cannot be read: No such file or directory"}));
-  EXPECT_EQ(saidOf(loadConfig(directory).findings), (Texts{"cannot be read: Is a directory"}));
-  EXPECT_EQ(saidOf(loadConfig("/dev/zero").findings), (Texts{"longer than 1048576 octets"}));
+TEST(WhatIsNoRegularFile, IsAnErrorAtOnce) {
+  const auto said = [](const std::string& file) { return saidOf(loadConfig(file).findings); };
+  const Texts irregular{"cannot be read: not a regular file"};
+  const std::string directory = testing::TempDir();
+  const std::string pipe = directory + "/pimbsr-pipe-" + std::to_string(::getpid());
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(said(pipe), irregular);
+  ::unlink(pipe.c_str());
+  EXPECT_EQ(said(directory), irregular);
+  EXPECT_EQ(said("/dev/zero"), irregular);
+  EXPECT_EQ(said(directory + "/absent.yaml"), Texts{"cannot be read: No such file or directory"});
 }
 
 }  // namespace
