@@ -1,7 +1,6 @@
 #include "platform/trace/Trace.h"
 
-#include <algorithm>
-#include <utility>
+#include <map>
 #include <vector>
 
 namespace Routing {
@@ -10,7 +9,8 @@ namespace {
 struct Registry {
   std::vector<TraceHandle*> handles;
   std::vector<TraceSink*> sinks;
-  std::vector<std::pair<std::string, int>> thresholds;  // in the order in which they were set
+  /// By prefix. A new one erases those that it is the beginning of, so a longer one is a later one.
+  std::map<std::string, int, std::less<>> thresholds;
 };
 
 // Handles are often globals of other files, so the registry is made on first use.
@@ -38,8 +38,11 @@ void TraceHandle::write(int level, std::string_view text) const {
 
 std::size_t traceThresholdIs(std::string_view prefix, int level) {
   auto& thresholds = registry().thresholds;
-  std::erase_if(thresholds, [&](const auto& t) { return t.first.starts_with(prefix); });
-  thresholds.emplace_back(prefix, level);
+  auto overruled = thresholds.lower_bound(prefix);
+  while (overruled != thresholds.end() && overruled->first.starts_with(prefix)) {
+    overruled = thresholds.erase(overruled);
+  }
+  thresholds.emplace(prefix, level);
   std::size_t count = 0;
   for (TraceHandle* handle : registry().handles) {
     if (!handle->name().starts_with(prefix)) continue;

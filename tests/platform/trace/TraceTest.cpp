@@ -50,7 +50,11 @@ TEST(Trace, ThresholdsGoByPrefixAndReachLaterFacilities) {
   EXPECT_EQ(early.threshold(), 3);
   EXPECT_EQ(late.threshold(), 3);
   EXPECT_EQ(other.threshold(), TraceHandle::off);
+  traceThresholdIs("Prefix::B", 7);
+  EXPECT_EQ(TraceHandle("Prefix::B::C").threshold(), 7);
+  EXPECT_EQ(TraceHandle("Prefix::C").threshold(), 3);
   traceThresholdIs("Prefix::", TraceHandle::off);
+  EXPECT_EQ(TraceHandle("Prefix::B::C").threshold(), TraceHandle::off) << "the last word counts";
   EXPECT_FALSE(late.enabled(0));
 }
 
