@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "agent/config/Candidacies.h"
@@ -16,13 +17,16 @@ struct ReloadOutcome {
   Findings findings = {};
 };
 
-/// What operators can have the running daemon do. Each command is done when its function returns.
+using ReloadDone = std::function<void(const ReloadOutcome&)>;
+
+/// What operators can have the running daemon do. Each command but a reload is done when its function
+/// returns.
 class AgentCommands {
  public:
   virtual ~AgentCommands() = default;
 
-  /// A configuration that is good ends a drain.
-  virtual ReloadOutcome reload() = 0;
+  /// A configuration that is good ends a drain. `done` runs when all is done: at once, or later.
+  virtual void reload(ReloadDone done) = 0;
   /// Announces that the process is about to be replaced; the instances report when they are ready.
   virtual void prepareUpgrade() = 0;
   /// Withdraws more candidacies, as if they were deconfigured, and goes on.

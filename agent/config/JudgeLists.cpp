@@ -10,7 +10,7 @@ std::string faultOf(AddressFamily af, const AclRule& rule) {
     if (foreign)
       return std::string("not of the family (allowed: addresses of ") + familyName(af) + ')';
   }
-  if (PermittedLists::intervals(rule) > AclToPrefix::maxIntervals) {
+  if (PermittedLists::isTooCostly(rule)) {
     return "the wildcard comes down to too many address ranges (allowed: at most " +
            std::to_string(AclToPrefix::maxIntervals) + ')';
   }

@@ -29,8 +29,14 @@ double PermittedLists::intervals(const AccessList& list) {
   return all;
 }
 
+bool PermittedLists::isTooCostly(const AclRule& rule) {
+  return intervals(rule) > AclToPrefix::maxIntervals;
+}
+
 bool PermittedLists::isTooCostly(const AccessList& list) {
-  return list.rules.size() > maxRules || intervals(list) > maxIntervals;
+  return list.rules.size() > maxRules || intervals(list) > maxIntervals ||
+         std::any_of(list.rules.begin(), list.rules.end(),
+                     [](const auto& entry) { return isTooCostly(entry.second); });
 }
 
 AclToPrefix PermittedLists::convert(AddressFamily af, const AccessList& list) {

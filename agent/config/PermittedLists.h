@@ -33,6 +33,8 @@ class PermittedLists {
   /// without wildcard.
   static double intervals(const AclRule& rule);
   static double intervals(const AccessList& list);
+  /// Such a rule or list is never converted.
+  static bool isTooCostly(const AclRule& rule);
   static bool isTooCostly(const AccessList& list);
 
  private:

@@ -78,8 +78,7 @@ Json clear(const AgentView& view, const ControlRequest& request) {
   return {{"cleared", request.topic}};
 }
 
-Json reload(AgentCommands& commands) {
-  const ReloadOutcome outcome = commands.reload();
+Json jsonOf(const ReloadOutcome& outcome) {
   Json findings = Json::array();
   for (const Finding& finding : outcome.findings) {
     findings.push_back({{"severity", severityText(finding.severity)},
@@ -134,8 +133,6 @@ std::string_view codeName(RefusalCode code) {
 
 std::string answerLine(const ControlTarget& target, const ControlRequest& request) {
   switch (request.command) {
-    case ControlRequest::Command::reload:
-      return acceptedLine(reload(target.commands));
     case ControlRequest::Command::upgrade:
       return acceptedLine(upgrade(target, request));
     case ControlRequest::Command::drain:
@@ -147,6 +144,10 @@ std::string answerLine(const ControlTarget& target, const ControlRequest& reques
     default:
       return acceptedLine(request, show(target.view, request));
   }
+}
+
+std::string reloadedLine(const ReloadOutcome& outcome) {
+  return acceptedLine(jsonOf(outcome));
 }
 
 std::string refusalLine(RefusalCode code, std::string_view text) {

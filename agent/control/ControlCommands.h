@@ -19,8 +19,10 @@ struct ControlTarget {
   AgentCommands& commands;
 };
 
-/// Carries out everything but a watch. Raises RequestError.
+/// Carries out everything but a watch and a reload. Raises RequestError.
 std::string answerLine(const ControlTarget& target, const ControlRequest& request);
+/// The answer to a reload.
+std::string reloadedLine(const ReloadOutcome& outcome);
 /// The answer to a request that is refused.
 std::string refusalLine(RefusalCode code, std::string_view text);
 

@@ -72,10 +72,20 @@ void ControlPeer::handleRequest(std::string_view line) {
   try {
     const ControlRequest request = parseControlRequest(line);
     if (request.command == ControlRequest::Command::watch) return watch(request);
+    if (request.command == ControlRequest::Command::reload) return reload();
     answer(answerLine(hub_->target, request));
   } catch (const RequestError& error) {
     refuse(error.code(), error.what());
   }
+}
+
+void ControlPeer::reload() {
+  state_ = State::answering;
+  deadlineIs(hub_->limits.drain);
+  hub_->target.commands.reload([weak = weak_from_this()](const ReloadOutcome& outcome) {
+    const auto self = weak.lock();
+    if (self && self->state_ == State::answering) self->answer(reloadedLine(outcome));
+  });
 }
 
 void ControlPeer::answer(std::string_view line) {

@@ -53,6 +53,7 @@ class ControlPeer : public std::enable_shared_from_this<ControlPeer> {
   void handleRead(const std::error_code& error, std::size_t size);
   void handleInput();
   void handleRequest(std::string_view line);
+  void reload();
   void answer(std::string_view line);
   void refuse(RefusalCode code, std::string_view text);
   void refuseAndClose(RefusalCode code, std::string_view text);

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <utility>
 
 namespace Routing::Agent {
 
@@ -13,13 +14,16 @@ Daemon::Daemon(const ConfigSource& source, const TimeoutOverrides& timeouts,
                const LoadedConfig& loaded)
     : source_(source),
       logSink_(loop_.clock(), startLogging()),
-      router_(loop_, timeouts, [this] { start(); }) {
+      router_(loop_, timeouts, [this] { start(); }),
+      reloader_(
+          loop_.io(), source, [this] { return router_.addressedInterfaces(); },
+          [this](const LoadedConfig& loaded) { return apply(loaded); }) {
   logLevelIs(loaded.config->logLevel);
   tracesAre(loaded.config->traces);
   log(loaded.findings);
   router_.configIs(*loaded.config);
   for (const int signal : {SIGTERM, SIGINT}) loop_.onSignal(signal, [this] { shutdown(); });
-  loop_.onSignal(SIGHUP, [this] { reload(); });
+  loop_.onSignal(SIGHUP, [this] { reload([](const ReloadOutcome&) {}); });
 }
 
 int Daemon::run() {
@@ -46,12 +50,13 @@ void Daemon::shutdown() {
   loop_.stop();
 }
 
-ReloadOutcome Daemon::reload() {
-  if (source_.file().empty()) {
-    spdlog::info("there is no configuration file to read again");
-    return {.file = "pimbsrd", .findings = {{Severity::error, 0, "", "started without a file"}}};
-  }
-  const LoadedConfig loaded = source_.loadAgain(router_.addressedInterfaces());
+void Daemon::reload(ReloadDone done) {
+  if (!source_.file().empty()) return reloader_.reload(std::move(done));
+  spdlog::info("there is no configuration file to read again");
+  done({.file = "pimbsrd", .findings = {{Severity::error, 0, "", "started without a file"}}});
+}
+
+ReloadOutcome Daemon::apply(const LoadedConfig& loaded) {
   ReloadOutcome outcome{.file = source_.file(), .findings = loaded.findings};
   if (loaded.config) {
     outcome.good = true;

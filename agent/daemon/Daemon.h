@@ -6,6 +6,7 @@
 #include "agent/ConfigSource.h"
 #include "agent/EventLoop.h"
 #include "agent/LogSink.h"
+#include "agent/Reloader.h"
 #include "agent/Router.h"
 #include "agent/control/ControlServer.h"
 
@@ -23,7 +24,8 @@ class Daemon final : public AgentCommands {
  private:
   void start();
   void shutdown();
-  ReloadOutcome reload() override;
+  void reload(ReloadDone done) override;
+  ReloadOutcome apply(const LoadedConfig& loaded);
   void prepareUpgrade() override;
   void drain(const Candidacies& kinds) override;
   void undrain() override;
@@ -34,6 +36,7 @@ class Daemon final : public AgentCommands {
   EventLoop loop_;
   LogSink logSink_;
   Router router_;
+  Reloader reloader_;
   std::optional<ControlServer> control_;
   int exitCode_ = 0;
 };

@@ -40,7 +40,7 @@ struct FakeAgent : AgentView, AgentCommands {
   FakeInstance& add(const std::string& vrf, AddressFamily af);
   ControlTarget target() { return {*this, *this}; }
 
-  ReloadOutcome reload() override { return outcome; }
+  void reload(ReloadDone done) override { done(outcome); }
   void prepareUpgrade() override { upgradePrepared = true; }
   void drain(const Candidacies& kinds) override { drained.drained = kinds; }
   void undrain() override { drained = {}; }
