@@ -19,8 +19,8 @@ struct ReloadOutcome {
 
 using ReloadDone = std::function<void(const ReloadOutcome&)>;
 
-/// What operators can have the running daemon do. Each command but a reload is done when its function
-/// returns.
+/// What operators can have the running daemon do. Each command but a reload is done when its
+/// function returns.
 class AgentCommands {
  public:
   virtual ~AgentCommands() = default;

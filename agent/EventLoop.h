@@ -39,7 +39,7 @@ class Watch {
   std::shared_ptr<State> state_;
 };
 
-/// The one thread of the daemon: file descriptors, signals and the timer wheel. A turn handles one
+/// The main thread of the daemon: file descriptors, signals and the timer wheel. A turn handles one
 /// event and then fires the timers that are due, so that no flood of events holds timers up.
 /// What a handler throws is logged, and the loop goes on.
 class EventLoop {

@@ -1,5 +1,3 @@
-#include "agent/Reloader.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -7,6 +5,8 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+
+#include "agent/Reloader.h"
 
 namespace Routing::Agent {
 namespace {
