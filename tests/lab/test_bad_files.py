@@ -1,5 +1,7 @@
-"""No wrong configuration starts a daemon, or changes one that runs; each is told with its reason."""
+"""What is no configuration starts no daemon and changes none that runs; both say why. What is wrong
+with which file is for the unit tests to find out."""
 
+import os
 import subprocess
 from pathlib import Path
 
@@ -7,43 +9,46 @@ from kit.config import both
 from kit.play import Play
 from kit.router import FAMILIES, REPOSITORY, programs
 
-BAD_FILES = sorted((REPOSITORY / "tests/data/config/bad").glob("*.yaml"))
 BAD_CONFIG = 78
-MARK = "# expect: "
-
-
-def expected(file):
-    """What is wrong with a file, as it says itself: "LINE: PATH: TEXT", or without a line."""
-    lines = file.read_text(encoding="utf-8", errors="replace").splitlines()
-    return [line[len(MARK):] for line in lines if line.startswith(MARK)]
+# A file that is no YAML, one that the schema refuses, one that the judgement refuses, one cut short.
+BAD_FILES = {"yaml-unclosed": "a bracket is not closed",
+             "hold-time-low": 'bsr/hold-time: invalid value "11"',
+             "zone-of-two-interfaces": "(allowed: one interface for a zone)",
+             "comments-only": "vrf: missing"}
+NO_FILE = "not a regular file"
 
 
 class BadFiles(Play):
     def test_each_is_refused_with_its_reason(self):
-        self.assertGreater(len(BAD_FILES), 60)
         router = self.started_domain(both("lo", bsr_priority=100)).router(1)
         before = [self.configured(router, each) for each in FAMILIES]
         running = Path(router.config)
         good = running.read_bytes()
-        for file in BAD_FILES:
-            with self.subTest(file.name):
-                running.write_bytes(file.read_bytes())
-                code, said = router.reload()
-                self.assertEqual(code, 1, said)
-                self.check_reasons(file, router.config, said)
-                done = subprocess.run([programs() / "pimbsrd", "--config", file],
-                                      capture_output=True, text=True, timeout=10)
-                self.assertEqual(done.returncode, BAD_CONFIG)
-                self.check_reasons(file, file, done.stderr)
+        for name, reason in BAD_FILES.items():
+            bad = (REPOSITORY / f"tests/data/config/bad/{name}.yaml").read_bytes()
+            running.write_bytes(bad)
+            self.assert_refused(router.reload(), 1, reason)
+            self.assert_refused(self.start(running), BAD_CONFIG, reason)
+            self.assert_refused(self.start("/dev/stdin", bad), BAD_CONFIG, reason)
+        running.unlink()
+        os.mkfifo(running)
+        self.assert_refused(router.reload(), 1, NO_FILE)
+        self.assert_refused(self.start(running), BAD_CONFIG, NO_FILE)
+        running.unlink()
         self.assertEqual([self.configured(router, each) for each in FAMILIES], before)
         running.write_bytes(good)
         self.assertIn("unchanged", self.reload(router))
 
-    def check_reasons(self, file, path, said):
-        self.assertTrue(expected(file))
-        for reason in expected(file):
-            blank = "" if reason[0].isdigit() else " "
-            self.assertIn(f"{path}:{blank}{reason}", said)
+    def assert_refused(self, outcome, expected_code, reason):
+        code, said = outcome
+        self.assertEqual(code, expected_code, said)
+        self.assertIn(reason, said)
+
+    def start(self, config, standard_input=b""):
+        """Starts a daemon that ends by itself: its exit code and what it says."""
+        done = subprocess.run([programs() / "pimbsrd", "--config", config], input=standard_input,
+                              capture_output=True, timeout=10)
+        return done.returncode, done.stderr.decode()
 
     def configured(self, router, family):
         status = router.show(family, "status")
