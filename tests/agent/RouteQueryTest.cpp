@@ -1,4 +1,5 @@
 #include <net/if.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <set>
@@ -38,6 +39,11 @@ class RouteQueryTest : public OwnNetwork {
     return result;
   }
 
+  /// The kernel makes an IPv6 address local a moment after it has taken it.
+  void awaitLocal(const std::string& address) {
+    for (int tries = 0; tries < 500 && hops(address) != HopTexts{}; ++tries) usleep(10'000);
+  }
+
   // The socket is to be in the test's network.
   struct Lazy {
     RouteQuery* operator->() {
@@ -75,6 +81,7 @@ TEST_F(RouteQueryTest, FollowsIpv6Routes) {
       "route add 2001:db8:b::/48 nexthop via fe80::2 dev v0 nexthop via 2001:db8:1::2\n"
       "route add blackhole 2001:db8:c::/48\nroute add unreachable 2001:db8:d::/48\n"
       "route add prohibit 2001:db8:e::/48\n");
+  awaitLocal("2001:db8::1");
   EXPECT_EQ(hops("2001:db8::77"), HopTexts{"v0"});
   EXPECT_EQ(hops("2001:db8:a::1"), HopTexts{"v0 fe80::2"});
   EXPECT_EQ(hops("2001:db8:b::1"), (HopTexts{"v0 fe80::2", "v1 2001:db8:1::2"}));

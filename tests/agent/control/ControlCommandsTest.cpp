@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "agent/control/ControlCommands.h"
+#include "platform/entity/AttributeLog.h"
 #include "tests/agent/control/FakeAgent.h"
 
 namespace Routing::Agent {
@@ -79,6 +81,22 @@ TEST_F(ControlCommands, RefuseWhatDoesNotExist) {
   EXPECT_EQ(RefusalCode::badRequest,
             refusal({.command = Command::clear, .topic = "bsr", .vrf = red}));
   EXPECT_THROW(watchScope(agent_, {.topic = "rp-hash", .vrf = red}), RequestError);
+}
+
+TEST_F(ControlCommands, ClearEveryCounter) {
+  const auto counters = red_.pamManager->counters();
+  const std::string fresh = treeJson(*counters);
+  AttributeMirror all(counters);
+  for (const char* name :
+       {"rxHello", "rxBootstrap", "rxCrpAdv", "rxOther", "rxDropped['malformed']", "txHello",
+        "txBootstrap", "txCrpAdv", "txError"}) {
+    EXPECT_TRUE(all.apply(std::string("= /") + name + " 7")) << name;
+  }
+  EXPECT_EQ(std::ranges::count(treeJson(*counters), '7'), 9);
+  answerLine(
+      agent_.target(),
+      {.command = ControlRequest::Command::clear, .topic = "counters", .vrf = VrfName("red")});
+  EXPECT_EQ(treeJson(*counters), fresh);
 }
 
 TEST_F(ControlCommands, LimitAWatchToTheAttributesOfItsTopic) {

@@ -100,11 +100,16 @@ TEST(TreeJson, HoldsEverythingWithNumbersAsNumbers) {
   r->nameIs("a\"b\n");
   r->sinceIs(1.5);
   r->zoneIs(zone, IntfId("e"));
-  r->newConsole(IntfId("c"))->permitIs(zone, true);
+  for (const char* name : {"1", "2"}) r->newPort(IntfId(name));
+  for (const auto& permitted : {zone, IpGenPrefix::multicast(AddressFamily::ipv6)}) {
+    r->newConsole(IntfId("c"))->permitIs(permitted, true);
+  }
+  const std::string port = R"({"address":"unset","priority":256,"interval":60,"permit":[)";
   EXPECT_EQ(treeJson(*r),
             R"({"name":"a\"b\u000a","since":1.5,"up":false,"rx":0,"zone":{"239.0.0.0/8":"e"},)"
-            R"("port":{},"console":{"address":"unset","priority":256,"interval":60,)"
-            R"("permit":["239.0.0.0/8"]}})");
+            R"("port":{"1":)" +
+                port + R"(]},"2":)" + port + R"(]}},"console":)" + port +
+                R"("239.0.0.0/8","ff00::/8"]}})");
 }
 
 }  // namespace
