@@ -89,7 +89,7 @@ void Daemon::undrain() {
 }
 
 void Daemon::configIs(const DaemonConfig& config) {
-  const DaemonConfig before = router_.config();
+  const DaemonConfig& before = router_.config();
   if (config.logLevel != before.logLevel) logLevelIs(config.logLevel);
   if (config.traces != before.traces) tracesAre(config.traces);
   if (config.controlSocket != before.controlSocket) {
