@@ -125,37 +125,6 @@ AttributeLog::~AttributeLog() {
   writer_->close();
 }
 
-bool AttributeMirror::apply(std::string_view line) {
-  ValueReader in(line);
-  Entity::Edit edit = Entity::Edit::assign;
-  if (in.take("+ ")) {
-    edit = Entity::Edit::insert;
-  } else if (in.take("- ")) {
-    edit = Entity::Edit::erase;
-  } else if (!in.take("= ")) {
-    return false;
-  }
-  std::shared_ptr<Entity> at = root_;
-  while (in.take("/")) {
-    const auto name = in.rest().substr(0, in.rest().find_first_of("[/ "));
-    in.take(name);
-    // Try the last step first: whether a '/' follows is only known behind the key.
-    ValueReader probe = in;
-    std::shared_ptr<Entity> below;
-    if (at->edit(Entity::Edit::find, name, probe, below) && probe.rest().starts_with('/')) {
-      at = std::move(below);
-      in = probe;
-      continue;
-    }
-    try {
-      return at->edit(edit, name, in, below);
-    } catch (const RangeError&) {
-      return false;
-    }
-  }
-  return false;
-}
-
 std::string treeText(const Entity& root) {
   std::string out;
   LogVisitor visitor({}, out);

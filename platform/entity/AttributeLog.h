@@ -39,16 +39,4 @@ class ROUTING_API AttributeLog {
   Subscription changes_;
 };
 
-/// The far side of an attribute log: applies its lines to a tree of the same type.
-class ROUTING_API AttributeMirror {
- public:
-  explicit AttributeMirror(std::shared_ptr<Entity> root) : root_(std::move(root)) {}
-  /// Applies one line. False, and no change, if the line is malformed, names something that the
-  /// schema or the tree does not have, or holds a value out of bounds.
-  bool apply(std::string_view line);
-
- private:
-  std::shared_ptr<Entity> root_;
-};
-
 }  // namespace Routing

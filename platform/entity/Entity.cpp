@@ -1,21 +1,12 @@
 #include "platform/entity/Entity.h"
 
+#include "platform/entity/AttributeJournal.h"
 #include "platform/entity/Attributes.h"
 #include "platform/entity/FirstError.h"
 #include "platform/entity/SchemaDetail.h"
 
 namespace Routing {
 namespace {
-
-/// Reaches every child; the other attributes do not matter to it.
-class ChildVisitor : public EntityVisitor {
- public:
-  void value(std::string_view, const ValueView&) override {}
-  void begin(std::string_view, AttributeKind) override {}
-  void member(const ValueView&) override {}
-  void entry(const ValueView&, const ValueView&) override {}
-  void end() override {}
-};
 
 class JsonVisitor final : public EntityVisitor {
  public:
@@ -159,6 +150,21 @@ void Entity::logTree() const {
   logged_ = true;
   Marker marker;
   visit(marker);
+}
+
+void Entity::writeToJournal(std::size_t attribute, const void* key) const {
+  journal_->write(*this, attribute, key);
+}
+
+void Entity::leaveJournal() const {
+  struct Leaver final : ChildVisitor {
+    void child(const ValueView*, const Entity& child) override {
+      if (child.journal_ != nullptr) child.leaveJournal();
+    }
+  };
+  journal_ = nullptr;
+  Leaver leaver;
+  visit(leaver);
 }
 
 std::string treeJson(const Entity& root) {

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "platform/Export.h"
@@ -16,7 +20,42 @@
 
 namespace Routing {
 
+class AttributeJournal;
 class Entity;
+
+/// A copy of a value of whatever type, if its octets say all of it and are no more than eight; else
+/// it has no value, and equals nothing.
+class SmallValue {
+ public:
+  using Notation = void (*)(std::string&, const void*);
+
+  SmallValue() = default;
+  template <class T>
+  SmallValue(const T& value, [[maybe_unused]] Notation notation) {
+    if constexpr (fits<T>) {
+      std::memcpy(octets_.data(), &value, sizeof(T));
+      notation_ = notation;
+    }
+  }
+  bool hasValue() const { return notation_ != nullptr; }
+  void notation(std::string& out) const { notation_(out, octets_.data()); }
+
+  /// Whether types and octets are the same.
+  friend bool operator==(const SmallValue& a, const SmallValue& b) {
+    return std::bit_cast<std::uint64_t>(a.octets_) == std::bit_cast<std::uint64_t>(b.octets_) &&
+           a.notation_ == b.notation_ && a.hasValue();
+  }
+
+ private:
+  template <class T>
+  static constexpr bool fits = std::is_trivially_copyable_v<T> &&
+                               sizeof(T) <= sizeof(std::uint64_t) &&
+                               (std::has_unique_object_representations_v<T> ||
+                                std::is_floating_point_v<T>);
+
+  alignas(std::uint64_t) std::array<std::byte, sizeof(std::uint64_t)> octets_{};
+  Notation notation_ = nullptr;
+};
 
 /// A value of whatever type, seen through its notation and its JSON form.
 class ValueView {
@@ -26,15 +65,18 @@ class ValueView {
       : value_(&value),
         notation_(
             [](std::string& out, const void* v) { writeValue(out, *static_cast<const T*>(v)); }),
-        json_([](std::string& out, const void* v) { writeJson(out, *static_cast<const T*>(v)); }) {}
+        json_([](std::string& out, const void* v) { writeJson(out, *static_cast<const T*>(v)); }),
+        small_(value, notation_) {}
 
   void notation(std::string& out) const { notation_(out, value_); }
   void json(std::string& out) const { json_(out, value_); }
+  const SmallValue& small() const { return small_; }
 
  private:
   const void* value_;
-  void (*notation_)(std::string&, const void*);
-  void (*json_)(std::string&, const void*);
+  SmallValue::Notation notation_;
+  SmallValue::Notation json_;
+  SmallValue small_;
 };
 
 enum class AttributeKind : std::uint8_t { value, set, map, collection, child };
@@ -53,6 +95,16 @@ class ROUTING_API EntityVisitor {
   virtual void end() = 0;
   /// A key (or the single child) that no longer exists; only visitChange() tells of it.
   virtual void gone(const ValueView* /*key*/) {}
+};
+
+/// Reaches every child; the other attributes do not matter to it.
+class ROUTING_API ChildVisitor : public EntityVisitor {
+ public:
+  void value(std::string_view, const ValueView&) override {}
+  void begin(std::string_view, AttributeKind) override {}
+  void member(const ValueView&) override {}
+  void entry(const ValueView&, const ValueView&) override {}
+  void end() override {}
 };
 
 /// One change somewhere in a tree: which attribute of which entity, and the key if it has one.
@@ -163,11 +215,13 @@ class ROUTING_API Entity {
   }
 
   void changed(std::size_t attribute, const void* key) {
+    if (journal_ != nullptr) writeToJournal(attribute, key);
     if (observers_ != nullptr || logged_) tell(attribute, key);
   }
   /// The reactors are shown a copy of the key: the caller's may be lent from what they delete.
   template <class K>
   void changedAt(std::size_t attribute, const K& key) {
+    if (journal_ != nullptr) writeToJournal(attribute, &key);
     if (observers_ == nullptr && !logged_) return;
     const K copy = key;
     tell(attribute, &copy);
@@ -191,6 +245,7 @@ class ROUTING_API Entity {
   friend class ReferenceAttribute;
   template <class A, class E>
   friend class ChildAttribute;
+  friend class AttributeJournal;
 
   static constexpr std::size_t anyList = 0;
   static constexpr std::size_t treeList = 1;
@@ -202,11 +257,18 @@ class ROUTING_API Entity {
   void tellTrees(const TreeNotice& notice) const;
   bool within(const Entity& tree) const;
   void adopt(Entity& child, std::size_t attribute, bool keyed);
-  void orphan() { parent_ = nullptr; }
+  void orphan() {
+    parent_ = nullptr;
+    if (journal_ != nullptr) leaveJournal();
+  }
   void logTree() const;
+  void writeToJournal(std::size_t attribute, const void* key) const;
+  void leaveJournal() const;
 
   mutable ObserverTable* observers_ = nullptr;  // made by the first subscription
   Entity* parent_ = nullptr;
+  mutable AttributeJournal* journal_ = nullptr;
+  mutable std::uint32_t journalNumber_ = 0;
   std::uint16_t attributeInParent_ = 0;
   bool keyed_ = false;
   mutable bool logged_ = false;  // an ancestor, or this entity, has tree reactors

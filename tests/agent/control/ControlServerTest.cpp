@@ -14,6 +14,7 @@
 #include "agent/control/ControlCommands.h"
 #include "agent/control/ControlServer.h"
 #include "platform/entity/AttributeLog.h"
+#include "platform/entity/AttributeMirror.h"
 #include "tests/agent/control/FakeAgent.h"
 
 namespace Routing::Agent {

@@ -4,7 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/entity/AttributeJournal.h"
 #include "platform/entity/AttributeLog.h"
+#include "platform/entity/AttributeMirror.h"
 #include "tests/platform/entity/SampleEntities.h"
 #include "tests/support/Split.h"
 
@@ -74,6 +76,91 @@ TEST(AttributeMirror, ATreeMadeFromTheLogOfAnotherIsEqualToIt) {
     RC_ASSERT(treeText(*copy) == treeText(*source));
     RC_ASSERT(treeJson(*copy) == treeJson(*source));
   }));
+}
+
+/// What a journal has gathered, line by line.
+std::vector<std::string> taken(AttributeJournal& journal) {
+  const auto lines = TestKit::split(std::string(journal.lines()), '\n');
+  journal.clear();
+  return lines;
+}
+
+TEST(AttributeJournal, SaysOnceWhatNeighboursHaveInCommon) {
+  const auto r = makeRouter();
+  for (const char* intf : {"e0", "e1", "e2"}) r->newPort(IntfId(intf))->priorityIs(7);
+  r->newConsole(odd);
+  AttributeJournal journal(r, [&](const Entity& entity) { return &entity == r->console().get(); });
+  EXPECT_EQ(taken(journal),
+            (std::vector<std::string>{"+ 0/port['e0']", "+ 0/port['e1']", "+ 0/port['e2']",
+                                      "= 0/name ''", "= 1/address unset", "= 2/address unset",
+                                      "= 3/address unset", "= 0/since 0", "= 0/up False",
+                                      "= 0/rx 0", "= 1-3/priority 7", "= 1-3/interval 60"}));
+  EXPECT_TRUE(journal.empty());
+  const auto gone = r->port(IntfId("e0"));
+  for (const auto& [intf, port] : r->port()) {
+    port->priorityIs(5);
+    port->intervalIs(10);
+    r->rxInc();
+  }
+  r->console()->priorityIs(9);
+  r->portDel(IntfId("e0"));
+  gone->priorityIs(6);
+  r->port(IntfId("e1"))->priorityIs(6);
+  r->newPort(IntfId("e0"))->permitIs(zone, true);
+  EXPECT_EQ(taken(journal),
+            (std::vector<std::string>{
+                "= 0/rx 1", "= 0/rx 2", "= 1-3/priority 5", "= 1-3/interval 10", "= 0/rx 3",
+                "- 0/port['e0']", "= 2/priority 6", "+ 0/port['e0']", "+ 4/permit[239.0.0.0/8]"}));
+  EXPECT_EQ(journal.edits(), 16U + 9 + 4);
+}
+
+TEST(AttributeJournal, ATreeMadeFromTheJournalOfAnotherIsEqualToIt) {
+  EXPECT_TRUE(rc::check([] {
+    const auto source = makeRouter();
+    auto copy = makeRouter();
+    std::vector<std::shared_ptr<Sample::Port>> orphans;
+    for (int i = *rc::gen::inRange(0, 10); i > 0; --i) mutate(*source);
+    AttributeJournal journal(source);
+    auto mirror = std::make_unique<AttributeMirror>(copy);
+    for (int i = *rc::gen::inRange(0, 60); i > 0; --i) {
+      if (!source->port().empty()) orphans.push_back(source->port().begin()->second);
+      mutate(*source);
+      if (!orphans.empty()) orphans.front()->priorityIs(static_cast<std::uint16_t>(i));
+      const int next = *rc::gen::inRange(0, 12);
+      if (next == 0) {
+        journal.restart();
+        copy = makeRouter();
+        mirror = std::make_unique<AttributeMirror>(copy);
+      }
+      if (next > 3) continue;
+      for (const std::string& line : taken(journal)) RC_ASSERT(mirror->apply(line));
+      RC_ASSERT(treeText(*copy) == treeText(*source));
+      RC_ASSERT(mirror->edits() == journal.edits());
+    }
+  }));
+}
+
+TEST(AttributeMirror, RefusesNumbersThatLeadNowhere) {
+  const auto r = makeRouter();
+  AttributeMirror mirror(r);
+  for (const char* line : {"+ 0/port['a']", "+ 1/permit[239.0.0.0/8]", "+ 0/port['b']",
+                           "+ 0/console 'c'", "- 0/port['a']", "+ 0/port['a']"}) {
+    EXPECT_TRUE(mirror.apply(line)) << line;
+  }
+  const std::string before = treeText(*r);
+  const char* lines =
+      "= 1/priority 1;= 5/priority 1;= 4294967295/priority 1;= 4294967296/priority 1;= "
+      "3-2/priority 1"
+      ";= -1/priority 1;= 2-/priority 1;= 1-2/priority 1;+ 0/port['a'];+ 0/console 'd';+ "
+      "1/permit[::/0]"
+      ";+ 2-3/permit[::/0];- 2-3/permit[::/0];= 2;= 2/;= 2/priority;= 2/permit[::/0];= 2 /priority "
+      "1";
+  for (const std::string& line : TestKit::split(lines, ';')) {
+    EXPECT_FALSE(mirror.apply(line)) << line;
+    EXPECT_EQ(treeText(*r), before) << line;
+  }
+  EXPECT_TRUE(mirror.apply("= 2-4/priority 1"));
+  EXPECT_EQ(r->console()->priority(), 1);
 }
 
 TEST(AttributeMirror, RefusesWhatDoesNotFitAndStaysAsItWas) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/entity/AttributeLog.h"
+#include "platform/entity/AttributeMirror.h"
 #include "platform/entity/MountTable.h"
 #include "tests/platform/entity/SampleEntities.h"
 #include "tests/support/Octets.h"
