@@ -4,17 +4,31 @@
 #include <utility>
 
 #include "agent/apply/Unwanted.h"
+#include "agent/state/StatusFromText.h"
 #include "bsr/engine/BsrNonCandidateSm.h"
 #include "bsr/engine/PimBsrSm.h"
 
 namespace Routing::Agent {
 namespace {
 
-std::shared_ptr<Pim::Bsr::Status> newStatus(const VrfName& vrf, AddressFamily af) {
-  auto status = std::make_shared<Pim::Bsr::Status>(vrf);
-  status->afIs(af);
-  status->countersIs("counters");
-  return status;
+void limitsAre(Pim::Bsr::PimBsrLimits& limits, const LimitSettings& settings) {
+  limits.maxZonesIs(settings.zones);
+  limits.maxGroupsIs(settings.groups);
+  limits.maxRpsIs(settings.rps);
+  limits.maxFragmentsIs(settings.fragments);
+}
+
+std::shared_ptr<Pim::Bsr::PimBsrLimits> newLimits(const LimitSettings& settings) {
+  auto limits = std::make_shared<Pim::Bsr::PimBsrLimits>();
+  limitsAre(*limits, settings);
+  return limits;
+}
+
+/// What an earlier life left, else a new status.
+std::shared_ptr<Pim::Bsr::Status> statusOf(const StateFile* state, const VrfName& vrf,
+                                           AddressFamily af, const Pim::Bsr::PimBsrLimits& limits) {
+  auto status = state == nullptr ? nullptr : state->restored(limits);
+  return status ? status : newStatus(vrf, af);
 }
 
 }  // namespace
@@ -30,14 +44,16 @@ BsrHost::BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af)
       sockets_(base.loop, base.interfaces, vrf, af),
       pim_(vrf, af, routing_, sockets_, base.loop.timerWheel(), base.random),
       sourceIntfSm_(std::make_shared<SourceIntfSm>(vrf)),
-      status_(newStatus(vrf, af)),
+      limits_(newLimits(config_.limits)),
+      state_(base.state.fileOf(vrf, af)),
+      status_(statusOf(state_.get(), vrf, af, *limits_)),
       rpCandidate_(std::make_shared<Pim::RpCandidateStatus>(vrf)),
-      limits_(std::make_shared<Pim::Bsr::PimBsrLimits>()),
       upgrade_(base.upgrade.vrfStatus(af)),
       bsr_(inputs(base, base.entities.families().at({vrf, af}))) {
   sockets_.receiverIs([this](const Pim::ReceivedPacket& packet) { pim_.receive(packet); });
   handleConfig();
   takeUpInterfaces();
+  if (state_) state_->follow(status_);
 }
 
 BsrHost::~BsrHost() {
@@ -69,7 +85,7 @@ const FamilySettings& BsrHost::settings() const {
 }
 
 void BsrHost::handleConfig() {
-  limitsAre(config_.limits);
+  limitsAre(*limits_, config_.limits);
   pimIntfsAre(settings().interfaces);
   overrideTimeouts();
 }
@@ -79,13 +95,6 @@ void BsrHost::takeUpInterfaces() {
     if (interface.vrf == vrf_) handleIntf(intf, nullptr, &interface);
   }
   sourceIntfSm_->initialDumpDoneIs(true);
-}
-
-void BsrHost::limitsAre(const LimitSettings& settings) {
-  limits_->maxZonesIs(settings.zones);
-  limits_->maxGroupsIs(settings.groups);
-  limits_->maxRpsIs(settings.rps);
-  limits_->maxFragmentsIs(settings.fragments);
 }
 
 void BsrHost::overrideTimeouts() {
@@ -138,6 +147,15 @@ void BsrHost::pimIntfIs(const IntfId& intf, const Interface& now, bool groupsLos
 void BsrHost::pimIntfDel(const IntfId& intf) {
   pim_.intfDel(intf);  // says goodbye, so the socket goes last
   sockets_.intfDel(intf);
+}
+
+void BsrHost::writeState() {
+  if (state_) state_->flush();
+}
+
+void BsrHost::shutdown() {
+  pim_.shutdown();
+  if (state_) state_->remove();
 }
 
 InstanceView BsrHost::view() const {

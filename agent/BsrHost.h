@@ -12,6 +12,7 @@
 #include "agent/PimSocketSet.h"
 #include "agent/UpgradeController.h"
 #include "agent/apply/ConfigEntities.h"
+#include "agent/state/StateStore.h"
 #include "bsr/host/BsrInstance.h"
 #include "platform/net/SourceIntfSm.h"
 #include "platform/pim/PimInstance.h"
@@ -25,6 +26,7 @@ struct HostBase {
   RouteSource& routeSource;
   const ConfigEntities& entities;
   UpgradeController& upgrade;
+  StateStore& state;
   std::shared_ptr<const Pim::AllIntfStatusDir> allIntfStatusDir;
   RandomSource random;
   TimeoutOverrides timeouts;
@@ -34,8 +36,9 @@ struct HostBase {
 /// built in the order of their members and destroyed in reverse.
 class BsrHost {
  public:
-  /// The VRF and family must be configured. Takes up the VRF's interfaces. Raises std::system_error
-  /// if there are no sockets to be had.
+  /// The VRF and family must be configured. Goes on with the state of an earlier life, if one is
+  /// kept, and takes up the VRF's interfaces. Raises std::system_error if there are no sockets to
+  /// be had.
   BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af);
   BsrHost(const BsrHost&) = delete;
   BsrHost& operator=(const BsrHost&) = delete;
@@ -48,8 +51,10 @@ class BsrHost {
   void handleIntf(const IntfId& intf, const Interface* before, const Interface* now);
   /// Call when routes, rules or interfaces have changed.
   void flushRoutes() { routing_.flush(); }
-  /// Says goodbye to all neighbours.
-  void shutdown() { pim_.shutdown(); }
+  /// Writes what has changed of the state.
+  void writeState();
+  /// Says goodbye to all neighbours, and leaves no state behind.
+  void shutdown();
 
   InstanceView view() const;
 
@@ -58,7 +63,6 @@ class BsrHost {
   const FamilySettings& settings() const;
   void takeUpInterfaces();
   void overrideTimeouts();
-  void limitsAre(const LimitSettings& settings);
   void pimIntfsAre(const std::map<std::string, InterfaceSettings>& interfaces);
   void updatePim(const IntfId& intf, const Interface* before, const Interface* now);
   void pimIntfIs(const IntfId& intf, const Interface& now, bool groupsLost);
@@ -75,9 +79,10 @@ class BsrHost {
   Pim::PimInstance pim_;
   std::set<IntfId> pimIntfs_;  // on which PIM is to run
   std::shared_ptr<SourceIntfSm> sourceIntfSm_;
+  std::shared_ptr<Pim::Bsr::PimBsrLimits> limits_;
+  std::unique_ptr<StateFile> state_;  // null: none is kept
   std::shared_ptr<Pim::Bsr::Status> status_;
   std::shared_ptr<Pim::RpCandidateStatus> rpCandidate_;
-  std::shared_ptr<Pim::Bsr::PimBsrLimits> limits_;
   std::shared_ptr<const ZeuVrfStatus> upgrade_;
   Pim::Bsr::BsrInstance bsr_;
 };

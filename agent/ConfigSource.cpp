@@ -32,6 +32,7 @@ LoadedConfig ConfigSource::loadAgain(const AddressedInterfaces& addressed) const
 LoadedConfig ConfigSource::overruled(LoadedConfig loaded) const {
   if (!loaded.config) return loaded;
   if (options_.control) loaded.config->controlSocket = *options_.control;
+  if (options_.stateDirectory) loaded.config->stateDirectory = *options_.stateDirectory;
   if (options_.logLevel) loaded.config->logLevel = *options_.logLevel;
   for (const auto& [facility, level] : options_.traces) loaded.config->traces[facility] = level;
   return loaded;

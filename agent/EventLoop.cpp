@@ -128,6 +128,7 @@ void EventLoop::turn() {
   clock_.release();
   logged([this] { asio_->io.run_one(); });
   logged([this] { timerWheel_.fireDue(); });
+  logged(turnEnd_);
 }
 
 void EventLoop::armTimer() {

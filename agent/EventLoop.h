@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "platform/time/Clock.h"
 #include "platform/time/TimerWheel.h"
@@ -60,6 +61,9 @@ class EventLoop {
   /// Runs `handler` whenever the signal arrives.
   void onSignal(int signal, std::function<void()> handler);
 
+  /// Runs `handler` at the end of every turn, the last one included. One at most.
+  void onTurnEnd(std::function<void()> handler) { turnEnd_ = std::move(handler); }
+
   /// Turns until stop() is called.
   void run();
   void stop() { stopped_ = true; }
@@ -73,6 +77,7 @@ class EventLoop {
   MonotonicClock clock_;
   TimerWheel timerWheel_;
   std::unique_ptr<Asio> asio_;
+  std::function<void()> turnEnd_ = [] {};
   double armedFor_ = never;
   bool stopped_ = false;
 };

@@ -82,6 +82,10 @@ void InstanceTable::flushRoutes() {
   for (auto& [key, instance] : instances_) instance.host.flushRoutes();
 }
 
+void InstanceTable::writeStates() {
+  for (auto& [key, instance] : instances_) instance.host.writeState();
+}
+
 void InstanceTable::shutdown() {
   for (auto& [key, instance] : instances_) instance.host.shutdown();
 }

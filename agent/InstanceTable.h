@@ -21,7 +21,9 @@ class InstanceTable {
   /// What the name of an interface stood for and stands for now; the interface table knows already.
   void handleIntf(const IntfId& intf, const Interface* before, const Interface* now);
   void flushRoutes();
-  /// Says goodbye to all neighbours.
+  /// Writes what has changed of the states.
+  void writeStates();
+  /// Says goodbye to all neighbours, and leaves no state behind.
   void shutdown();
 
   /// In the order of VRF name, then family.

@@ -68,6 +68,8 @@ void addOverrides(CLI::App& app, Options& options, std::vector<std::string>& tra
                  "Seconds after which a silent scoped zone is forgotten, whatever is configured")
       ->check(CLI::Range(1U, 655350U));
   app.add_option("--control", options.control, "Control socket (/run/pimbsrd/control.sock)");
+  app.add_option("--state-directory", options.stateDirectory,
+                 "Where state is kept for the next start, or none (/run/pimbsrd/control.state)");
   app.add_option("--log-level", options.logLevel, "What is logged at least (info)")
       ->check(CLI::IsMember({"debug", "info", "warning", "error", "critical", "off"}));
   app.add_option("--trace", traces, "FACILITY=LEVEL: trace facilities of this prefix up to a level")

@@ -26,6 +26,7 @@ struct Options {
 
   // In place of what the configuration says:
   std::optional<std::string> control;
+  std::optional<std::string> stateDirectory;
   std::optional<std::string> logLevel;
   std::vector<std::pair<std::string, int>> traces;  ///< facility prefix and level
 };

@@ -20,17 +20,24 @@ Router::Router(EventLoop& loop, const TimeoutOverrides& timeouts,
     : loop_(loop),
       startTime_(loop.clock().now()),
       dir_(std::make_shared<Pim::AllIntfStatusDir>()),
-      instances_(
-          {loop, interfaces_, routeQuery_, entities_, upgrade_, dir_, newRandomSource(), timeouts}),
+      state_(loop.clock()),
+      instances_({loop, interfaces_, routeQuery_, entities_, upgrade_, state_, dir_,
+                  newRandomSource(), timeouts}),
       routeChanges_(loop, [this] { instances_.flushRoutes(); }),
       monitor_(loop, interfaces_, std::move(synchronised)) {}
 
-Router::~Router() = default;
+Router::~Router() {
+  loop_.onTurnEnd([] {});
+}
 
+// What the instances of the start do not take up is nobody's.
 void Router::start() {
+  if (const auto directory = stateDirectory(config())) state_.open(*directory);
   for (const auto& [intf, interface] : interfaces_.interfaces()) updateDir(intf, &interface);
   instances_.handleConfig();
   requireDefaultVrf();
+  state_.dropOthers();
+  loop_.onTurnEnd([this] { instances_.writeStates(); });
   started_ = true;
   interfaces_.observerIs([this](const IntfId& intf, const Interface* before, const Interface* now) {
     handleIntf(intf, before, now);

@@ -38,8 +38,8 @@ class Router final : public AgentView {
   void drain(const Candidacies& kinds);
   const Candidacies& drained() const { return drain_.drained(); }
   void undrain();
-  /// Takes the candidates away and says goodbye to all neighbours, unless an upgrade is prepared:
-  /// then others are to notice nothing.
+  /// Takes the candidates away, says goodbye to all neighbours and leaves no state behind, unless
+  /// an upgrade is prepared: then others are to notice nothing.
   void shutdown();
 
   UpgradeController& upgrade() { return upgrade_; }
@@ -67,6 +67,7 @@ class Router final : public AgentView {
   Drain drain_;
   ConfigEntities entities_;  // what the drain leaves of the configuration
   UpgradeController upgrade_;
+  StateStore state_;
   InstanceTable instances_;
   RouteChanges routeChanges_;
   NetlinkMonitor monitor_;

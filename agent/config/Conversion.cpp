@@ -54,6 +54,7 @@ class Converter {
   void readTop(const lyd_node* node, DaemonConfig& config) {
     const std::string_view name = node->schema->name;
     if (name == "control-socket") config.controlSocket = textOf(node);
+    if (name == "state-directory") config.stateDirectory = textOf(node);
     if (name == "log-level") config.logLevel = textOf(node);
     if (name == "limits") config.limits = limits(node);
     if (name == "trace") {

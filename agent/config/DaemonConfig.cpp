@@ -1,5 +1,7 @@
 #include "agent/config/DaemonConfig.h"
 
+#include <filesystem>
+
 namespace Routing::Agent {
 
 Pim::HelloConfig InterfaceSettings::hello() const {
@@ -11,6 +13,12 @@ Pim::HelloConfig InterfaceSettings::hello() const {
   config.propagationDelay = propagationDelay;
   config.overrideInterval = overrideInterval;
   return config;
+}
+
+std::optional<std::string> stateDirectory(const DaemonConfig& config) {
+  if (config.stateDirectory == "none") return std::nullopt;
+  if (!config.stateDirectory.empty()) return config.stateDirectory;
+  return std::filesystem::path(config.controlSocket).replace_extension("state").string();
 }
 
 }  // namespace Routing::Agent

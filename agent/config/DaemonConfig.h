@@ -113,6 +113,7 @@ struct LimitSettings {
 
 struct DaemonConfig {
   std::string controlSocket = "/run/pimbsrd/control.sock";
+  std::string stateDirectory;  ///< "none" for none; beside the control socket unless given
   std::string logLevel = "info";
   std::map<std::string, int> traces;  ///< levels by facility prefix; below 0 nothing
   LimitSettings limits;
@@ -121,5 +122,10 @@ struct DaemonConfig {
 
   friend bool operator==(const DaemonConfig&, const DaemonConfig&) = default;
 };
+
+/// The directory in which the daemon keeps its state, nothing if it is to keep none. Unless one is
+/// given it bears the name of the control socket with the ending ".state", so that it is as much
+/// the daemon's own as that is.
+std::optional<std::string> stateDirectory(const DaemonConfig& config);
 
 }  // namespace Routing::Agent

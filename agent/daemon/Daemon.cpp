@@ -23,6 +23,7 @@ Daemon::Daemon(const ConfigSource& source, const TimeoutOverrides& timeouts,
   log(loaded.findings);
   router_.configIs(*loaded.config);
   for (const int signal : {SIGTERM, SIGINT}) loop_.onSignal(signal, [this] { shutdown(); });
+  loop_.onSignal(SIGUSR1, [this] { leave(); });
   loop_.onSignal(SIGHUP, [this] { reload([](const ReloadOutcome&) {}); });
 }
 
@@ -43,10 +44,19 @@ void Daemon::start() try {
 }
 
 void Daemon::shutdown() {
-  spdlog::info("shutting down");
+  end("shutting down");
+  router_.shutdown();
+}
+
+// The next process takes the state up where this one leaves it.
+void Daemon::leave() {
+  end("leaving without a word");
+}
+
+void Daemon::end(const char* words) {
+  spdlog::info(words);
   sd_notify(0, "STOPPING=1");
   control_.reset();
-  router_.shutdown();
   loop_.stop();
 }
 
@@ -94,6 +104,9 @@ void Daemon::configIs(const DaemonConfig& config) {
   if (config.traces != before.traces) tracesAre(config.traces);
   if (config.controlSocket != before.controlSocket) {
     spdlog::warn("another control-socket is used from the next start on");
+  }
+  if (stateDirectory(config) != stateDirectory(before)) {
+    spdlog::warn("another state-directory is used from the next start on");
   }
   router_.configIs(config);
 }

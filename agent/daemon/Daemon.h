@@ -18,12 +18,15 @@ class Daemon final : public AgentCommands {
   /// `loaded` has a configuration. Raises std::system_error if the kernel cannot be reached.
   Daemon(const ConfigSource& source, const TimeoutOverrides& timeouts, const LoadedConfig& loaded);
 
-  /// Runs until a signal ends it. On SIGHUP it reads the configuration again.
+  /// Runs until a signal ends it: SIGTERM or SIGINT, after which others know that it is gone, or
+  /// SIGUSR1, after which they do not. On SIGHUP it reads the configuration again.
   int run();
 
  private:
   void start();
   void shutdown();
+  void leave();
+  void end(const char* words);
   void reload(ReloadDone done) override;
   ReloadOutcome apply(const LoadedConfig& loaded);
   void prepareUpgrade() override;

@@ -3,7 +3,9 @@
 #include <sys/eventfd.h>
 
 #include <optional>
+#include <regex>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "agent/EventLoop.h"
@@ -51,6 +53,21 @@ TEST(EventLoop, DoesNotLetAFloodHoldTimersOrOtherEventsUp) {
   EXPECT_LT(lateness, 2);
   EXPECT_GT(floods, 10U);
   EXPECT_NEAR(others, floods, 2 + floods / 10.0);
+}
+
+TEST(EventLoop, EndsEveryTurnAndTheLastOneToo) {
+  EventLoop loop;
+  const Fd fd = readyForReading();
+  std::string events;
+  Timer timer(loop.timerWheel(), [&] { events += 't'; });
+  timer.expiryInIs(0);
+  const Watch watch = loop.whenReadable(fd.get(), [&] {
+    events += 'r';
+    if (events.size() > 6) loop.stop();
+  });
+  loop.onTurnEnd([&] { events += '.'; });
+  loop.run();
+  EXPECT_TRUE(std::regex_match(events, std::regex("(r?t?\\.)+"))) << events;
 }
 
 TEST(EventLoop, GoesOnAfterAnErrorInAHandler) {

@@ -1,5 +1,9 @@
 #include <net/if.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+
 #include "agent/InstanceTable.h"
 #include "tests/agent/OwnNetwork.h"
 
@@ -91,9 +95,17 @@ class InstanceTableTest : public OwnNetwork {
   InterfaceTable interfaces;
   ConfigEntities entities;
   UpgradeController upgrade;
-  InstanceTable instances{{loop, interfaces, routes, entities, upgrade,
-                           std::make_shared<Pim::AllIntfStatusDir>(), [] { return 0.5; },
-                           TimeoutOverrides{}}};
+  StateStore state{loop.clock()};
+  HostBase base{loop,
+                interfaces,
+                routes,
+                entities,
+                upgrade,
+                state,
+                std::make_shared<Pim::AllIntfStatusDir>(),
+                [] { return 0.5; },
+                TimeoutOverrides{}};
+  InstanceTable instances{base};
   DaemonConfig config;
 };
 
@@ -155,6 +167,31 @@ TEST_F(InstanceTableTest, FollowsTheConfiguration) {
   EXPECT_EQ(running(), (Texts{inDefault}));
   EXPECT_EQ(instances.views().at(0).pimStatus->pimIntf(IntfId("eth0"))->drPriority(), 9U);
   EXPECT_EQ(instances.views().at(0).status, status) << "all the while it has gone on";
+}
+
+TEST_F(InstanceTableTest, KeepsTheStateOfAnInstanceUntilThatEnds) {
+  std::string path = testing::TempDir() + "pimbsr-state-XXXXXX";
+  ASSERT_NE(mkdtemp(path.data()), nullptr);
+  state.open(path);
+  const auto kept = [&path] {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path)) {
+      names.insert(entry.path().filename());
+    }
+    return names;
+  };
+  redIs();
+  configureBoth();
+  EXPECT_EQ(kept(), (std::set<std::string>{"default.ipv4", "red.ipv4"}));
+  linkDel("red");
+  EXPECT_EQ(kept(), (std::set<std::string>{"default.ipv4"}));
+  instances.writeStates();
+  InstanceTable next{base};
+  next.handleConfig();
+  EXPECT_EQ(treeText(*next.views().at(0).status), treeText(*instances.views().at(0).status));
+  next.shutdown();
+  EXPECT_EQ(kept(), std::set<std::string>{});
+  std::filesystem::remove_all(path);
 }
 
 TEST_F(InstanceTableTest, ForgetsWhoWasReadyForAnUpgradeAndHasEnded) {

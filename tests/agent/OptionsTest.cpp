@@ -46,9 +46,22 @@ TEST(Options, HoldThreeAndAHalfHelloPeriods) {
 }
 
 TEST(Options, NameAFileInsteadAndOverrideIt) {
-  const auto options = std::get<Options>(parse("--config p.yaml --control /tmp/c"));
+  const auto options =
+      std::get<Options>(parse("--config p.yaml --control /tmp/c --state-directory none"));
   EXPECT_TRUE(options.configFile.starts_with("/") && options.configFile.ends_with("/p.yaml"));
   EXPECT_EQ(options.control, "/tmp/c");
+  EXPECT_EQ(options.stateDirectory, "none");
+}
+
+TEST(StateDirectory, BearsTheNameOfTheControlSocketUnlessOneIsGiven) {
+  DaemonConfig config;
+  EXPECT_EQ(stateDirectory(config), "/run/pimbsrd/control.state");
+  config.controlSocket = "/run/r1";
+  EXPECT_EQ(stateDirectory(config), "/run/r1.state");
+  config.stateDirectory = "/tmp/r1";
+  EXPECT_EQ(stateDirectory(config), "/tmp/r1");
+  config.stateDirectory = "none";
+  EXPECT_EQ(stateDirectory(config), std::nullopt);
 }
 
 TEST(Options, RefuseWhatMakesNoSense) {

@@ -135,9 +135,9 @@ class BsrRouter : public PimRouter {
 
   const AddressFamily af;
   TimerWheel& wheel;
-  const std::shared_ptr<Bsr::Status> status;
+  std::shared_ptr<Bsr::Status> status;
   const std::shared_ptr<Pim::AllIntfStatusDir> intfDir;
-  const std::shared_ptr<Pim::RpCandidateStatus> pimRpStatus;  ///< what PIM selects RPs from
+  std::shared_ptr<Pim::RpCandidateStatus> pimRpStatus;  ///< what PIM selects RPs from
   const std::shared_ptr<Pim::PimUcastRouteStatus> ucastRoutes;
   const std::shared_ptr<Bsr::PimBsrLimits> limits;
   Bsr::BsrPolicy policy;

@@ -78,6 +78,7 @@ TEST(Config, HasTheDefaultsOfTheLibrary) {
 TEST(Config, IsReadAsWritten) {
   const DaemonConfig config = load(fileText("tests/data/config/good/everything.yaml"));
   EXPECT_EQ(config.controlSocket, "/tmp/r1.sock");
+  EXPECT_EQ(config.stateDirectory, "/tmp/r1");
   EXPECT_EQ(config.logLevel, "debug");
   EXPECT_EQ(config.traces, (std::map<std::string, int>{{"Agent", -1}, {"Pim::Bsr", 9}}));
   EXPECT_EQ(config.limits, (LimitSettings{0, 4294967295, 2, 3}));

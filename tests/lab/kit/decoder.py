@@ -78,8 +78,17 @@ class Capture:
 
     def bootstraps(self, source=None):
         """The bootstrap messages seen until now, only those from `source` if it is given."""
+        packets = self.packets("pim.type == 4")
+        return [packet for packet in packets if source in (None, packet.source)]
+
+    def goodbyes(self):
+        """What says that somebody or something goes: a hold time of 0, a BSR's priority of 0."""
+        return self.packets("pim.holdtime == 0 || pim.bsr_priority == 0")
+
+    def packets(self, display_filter):
+        """What passes a filter of tshark."""
         time.sleep(0.1)  # for what the recorder has still to write
-        command = ["tshark", "-r", self.path, "-Y", "pim.type == 4", "-T", "fields",
+        command = ["tshark", "-r", self.path, "-Y", display_filter, "-T", "fields",
                    "-E", "occurrence=a", "-E", "aggregator=|", "-E", "separator=/t"]
         for field in FIELDS:
             command += ["-e", field]
@@ -87,5 +96,4 @@ class Capture:
         done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
                               check=True)
         rows = [line.split("\t") for line in done.stdout.splitlines()]
-        packets = [Packet(dict(zip(FIELDS, row))) for row in rows]
-        return [packet for packet in packets if source in (None, packet.source)]
+        return [Packet(dict(zip(FIELDS, row))) for row in rows]

@@ -56,7 +56,7 @@ class Domain:
 
     def close(self):
         for router in self.routers:
-            router.kill()
+            router.discard()
         self.network.close()
 
     def _furnish(self, number):

@@ -64,7 +64,7 @@ class Line:
 
     def close(self):
         for router in self.routers:
-            router.kill()
+            router.discard()
         self.network.close()
 
     def _inject(self, path, *options):

@@ -3,6 +3,7 @@
 Needs no user of its own to change to, so it runs in a user namespace too.
 """
 
+import errno
 import socket
 import struct
 import sys
@@ -20,7 +21,12 @@ def record(interface, path):
         ether.bind((interface, ETH_P_ALL))
         print("recording", flush=True)
         while True:
-            octets = ether.recv(LONGEST_FRAME)
+            try:
+                octets = ether.recv(LONGEST_FRAME)
+            except OSError as error:
+                if error.errno != errno.ENETDOWN:
+                    raise
+                continue  # the link is down for a while; this is said once
             if is_wanted(octets):
                 seconds, micros = divmod(time.time_ns() // 1000, 1_000_000)
                 file.write(struct.pack("<IIII", seconds, micros, len(octets), len(octets)) + octets)

@@ -3,6 +3,7 @@
 import ipaddress
 import json
 import os
+import shutil
 import signal
 import subprocess
 import time
@@ -53,14 +54,27 @@ class Router:
 
     def stop(self):
         """Ends the daemon as an operator does; returns its exit code."""
-        if self.process.poll() is None:
-            self.process.send_signal(signal.SIGTERM)
-        return self.process.wait(timeout=10)
+        self.end(signal.SIGTERM)
+        return self.process.returncode
 
     def kill(self):
+        self.end(signal.SIGKILL)
+
+    def discard(self):
+        """Ends the daemon, and with it whatever the next one could go on with."""
+        self.kill()
+        shutil.rmtree(self.state(IPV4).parent, ignore_errors=True)
+
+    def end(self, number):
+        """Ends the daemon by a signal; returns its exit code."""
         if self.process and self.process.poll() is None:
-            self.process.kill()
-            self.process.wait()
+            self.process.send_signal(number)
+            return self.process.wait(timeout=10)
+        return None
+
+    def state(self, family):
+        """The path of its state file."""
+        return Path(self.socket).with_suffix(".state") / f"default.ipv{family.version}"
 
     @property
     def alive(self):
