@@ -301,9 +301,12 @@ void BsrCandidateSm::originate() {
 // What nobody heard, had not room for all, or withdrew something is followed soon by another
 // message.
 double BsrCandidateSm::nextOwnBsm() const {
-  const bool unheard = !heard_ && services_->policy().untilHeard;
-  const bool soon = !allAnnounced_ || unheard || !withdrawn_.empty();
+  const bool soon = !allAnnounced_ || unheard() || !withdrawn_.empty();
   return soon ? std::min<double>(bsPeriod_, bsMinInterval) : bsPeriod_;
+}
+
+bool BsrCandidateSm::unheard() const {
+  return state() == State::eBsr && !heard_ && services_->policy().untilHeard;
 }
 
 void BsrCandidateSm::doSendBsm(bool shutdown) {

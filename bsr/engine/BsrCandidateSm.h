@@ -77,6 +77,7 @@ class ROUTING_API BsrCandidateSm final : public ZoneSm {
   bool doExpireCrp(RpEntry& rp);
 
   /// Reactions to the timer, to the BS time-out of the status and to the candidate's attributes.
+  bool unheard() const override;
   void handleBsrTimerExpiry() override;
   void handleBsTimeout();
   void handleIpChange();

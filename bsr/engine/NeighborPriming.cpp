@@ -16,6 +16,8 @@ class NeighborPriming::Interface {
     drReactor_ = intf_->isDrReactor(deferred.held([this] { handleDrChange(); }));
     helloReactor_ =
         intf_->triggeredHelloSentReactor(deferred.held([this] { handleTriggeredHelloSent(); }));
+    neighborReactor_ = intf_->neighborReactor(
+        deferred.held([this](const IpGenAddr& neighbor) { handleNeighbor(neighbor); }));
   }
   Interface(const Interface&) = delete;
   Interface& operator=(const Interface&) = delete;
@@ -27,11 +29,13 @@ class NeighborPriming::Interface {
     retired_ = true;
     drReactor_.reset();
     helloReactor_.reset();
+    neighborReactor_.reset();
   }
 
  private:
   void handleDrChange();
   void handleTriggeredHelloSent();
+  void handleNeighbor(const IpGenAddr& neighbor);
   void doSendNoFwdBsm();
   bool active() const { return priming_.active_ && !retired_; }
   const VrfName& vrfName() const { return priming_.vrfName(); }
@@ -42,6 +46,7 @@ class NeighborPriming::Interface {
   bool retired_ = false;
   Subscription drReactor_;
   Subscription helloReactor_;
+  Subscription neighborReactor_;
 };
 
 // Whoever is there hears the message. A neighbour that waits for a triggered Hello does not take
@@ -67,6 +72,18 @@ void NeighborPriming::Interface::handleTriggeredHelloSent() {
     doSendNoFwdBsm();
   }
   wasDr_ = false;
+}
+
+// A BSR that goes on in its office after a restart, perhaps one after another, has followers that
+// know it and count on its next message.
+void NeighborPriming::Interface::handleNeighbor(const IpGenAddr& neighbor) {
+  if (intf_->neighbor().size() != 1 || !intf_->neighbor(neighbor)) return;
+  for (const auto& machine : priming_.machines_()) {
+    if (!active()) return;
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    const auto bsm = machine->unheard() ? machine->lastBsm() : nullptr;
+    if (bsm) priming_.services_->doSendTriggeredBsm(machine->zone(), true, intf_->intfId(), bsm);
+  }
 }
 
 void NeighborPriming::Interface::doSendNoFwdBsm() {

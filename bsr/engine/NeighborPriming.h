@@ -14,7 +14,8 @@ namespace Routing::Pim::Bsr {
 class ZoneSm;
 
 /// Primes new neighbours with No-Forward messages on every interface of which this router is, or
-/// was until just now, the designated router (RFC 5059 section 3.5).
+/// was until just now, the designated router (RFC 5059 section 3.5). Brings them a message of our
+/// own that nobody was there to hear.
 class ROUTING_API NeighborPriming {
  public:
   /// The zone machines in the order in which their last messages are sent; empty while the engine

@@ -35,6 +35,9 @@ class ROUTING_API ZoneSm {
   double bsExpiry() const { return bsTimer_.expiry(); }
   /// The last accepted or sent message, null if there is none (any more).
   const Bsm& lastBsm() const { return lastBsm_.message(); }
+  /// Whether the last message is one of our own that left on no interface, and is to be brought to
+  /// the first neighbour that appears on each.
+  virtual bool unheard() const { return false; }
   const std::shared_ptr<PimBsrRxFragments>& lastBsmFragments() const { return lastBsmFragments_; }
 
   /// The machine is the zone's no longer: it does nothing from here on, and what it is doing stops.

@@ -24,8 +24,9 @@ struct BsrPolicy {
   /// A message that is forwarded on an interface where a triggered Hello is due does not stand in
   /// for priming: the new neighbour drops it, since it has heard no Hello yet.
   bool primeAfterHello = false;
-  /// An elected BSR whose message found no neighbour on any interface, as after a restart, sends
-  /// the next one within BS_Min_Interval.
+  /// An elected BSR whose message found no neighbour on any interface, as after a restart, sends it
+  /// again on each interface on which a first neighbour appears, and the next one within
+  /// BS_Min_Interval.
   bool untilHeard = false;
   /// A candidate that waits to be elected takes the RPs in that worse BSRs announce, like everybody
   /// else, and PIM is shown the RPs of a zone without an elected BSR as well, if no wider zone has

@@ -76,6 +76,7 @@ class Restart(Play):
     def trouble(self):
         if not TROUBLED:
             return
+        time.sleep(self.chance.uniform(1, 10))  # for the first message, which the next link may need
         number = self.chance.randrange(3)
         family = self.configs[number]["vrf"][0]["address-family"][0]
         family["bsr"]["hold-time"] = HOLD_TIME + self.chance.randrange(5)
@@ -84,7 +85,7 @@ class Restart(Play):
         self.domain.link_down(link)
         time.sleep(self.chance.uniform(0, 1))
         self.domain.link_up(link)
-        time.sleep(self.chance.uniform(0, 10))
+        time.sleep(self.chance.uniform(0, 3))
 
     def test_a_damaged_state_is_put_aside(self):
         router = self.domain.router(3)

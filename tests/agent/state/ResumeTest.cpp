@@ -53,13 +53,19 @@ TEST_F(Resume, ItIsHeardSoonAfterTheNeighboursAreBack) {
   advertise("225.0.0.0/8", "10.9.9.9");
   wait(30);
   restart(1);
-  wait(1);
-  router.neighborIs("eth0", "10.0.0.2");
-  router.neighborIs("eth1", "10.0.1.2");
-  wait(8);
+  const std::string own = std::string(ownText) + " 225.0.0.0/8 0 1/1(10.9.9.9 200 0)";
   EXPECT_EQ(sent(), Lines{});
-  wait(1);
-  EXPECT_EQ(sent(), onBoth(now(), std::string(ownText) + " 225.0.0.0/8 0 1/1(10.9.9.9 200 0)"));
+  router.neighborIs("eth1", "10.0.1.2");
+  EXPECT_EQ(sent(), Lines{onBoth(now(), own).back()});
+  wait(2);
+  router.neighborIs("eth1", "10.0.1.3");
+  router.neighborIs("eth0", "10.0.0.2");
+  EXPECT_EQ(sent(), Lines{onBoth(now(), own).front()});
+  wait(8);
+  EXPECT_EQ(sent(), onBoth(now(), own));
+  router.link("eth0").neighborDelAll();
+  router.neighborIs("eth0", "10.0.0.2");
+  EXPECT_EQ(sent(), Lines{}) << "it was heard";
 }
 
 TEST_F(Resume, AFollowerKeepsItsBsrAndTheRpsThatLive) {

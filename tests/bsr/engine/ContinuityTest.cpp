@@ -108,6 +108,7 @@ TEST_F(ContinuityTest, WhatNobodyHeardIsSaidAgainSoon) {
   winWith({.untilHeard = true});
   expectTimerAndRecord(now() + 10);
   router.neighborIs("eth0", "10.0.0.2");
+  EXPECT_EQ(router.sentBsms().size(), 1U);
   wait(10);
   EXPECT_EQ(router.sentBsms().size(), 1U);
   expectTimerAndRecord(now() + period);
