@@ -15,6 +15,7 @@ constexpr std::size_t notInHeap = ~std::size_t{0};
 struct Timer::Entry {
   std::function<void()> callback;
   double expiry = never;
+  std::uint64_t serial = 0;  // of the last arming
   std::size_t position = notInHeap;
   bool due = false;           // taken out by the turn under way and not fired yet
   std::uint32_t holders = 1;  // the timer, and a turn that is about to fire it
@@ -34,8 +35,7 @@ double Timer::expiry() const {
 }
 
 void Timer::expiryIs(double instant) {
-  wheel_.disarm(*entry_);
-  if (instant != never) wheel_.arm(*entry_, instant);
+  instant == never ? wheel_.disarm(*entry_) : wheel_.arm(*entry_, instant);
 }
 
 void Timer::expiryInIs(double delay) {
@@ -46,14 +46,10 @@ TimerWheel::~TimerWheel() {
   ROUTING_ASSERT(heap_.empty());
 }
 
-double TimerWheel::nextExpiry() const {
-  return heap_.empty() ? never : heap_.front().expiry;
-}
-
 std::size_t TimerWheel::fireDue() {
   const double now = clock_.now();
   std::vector<Timer::Entry*> batch;
-  while (!heap_.empty() && heap_.front().expiry <= now) {
+  while (settle() && heap_.front().expiry <= now) {
     Timer::Entry* entry = heap_.front().entry;
     takeOut(0);
     entry->due = true;
@@ -79,9 +75,25 @@ std::size_t TimerWheel::fireDue() {
 }
 
 void TimerWheel::arm(Timer::Entry& entry, double instant) {
+  entry.due = false;
   entry.expiry = instant;
-  heap_.emplace_back();
-  siftUp(heap_.size() - 1, {instant, ++lastSerial_, &entry});
+  entry.serial = ++lastSerial_;
+  const Slot slot{instant, entry.serial, &entry};
+  if (entry.position == notInHeap) {
+    heap_.emplace_back();
+    siftUp(heap_.size() - 1, slot);
+  } else if (slot.before(heap_[entry.position])) {
+    siftUp(entry.position, slot);
+  }
+}
+
+bool TimerWheel::stale(const Slot& slot) {
+  return slot.serial != slot.entry->serial;
+}
+
+void TimerWheel::settleFirst() const {
+  Timer::Entry* const entry = heap_.front().entry;
+  siftDown(0, {entry->expiry, entry->serial, entry});
 }
 
 void TimerWheel::disarm(Timer::Entry& entry) {
@@ -102,12 +114,12 @@ void TimerWheel::takeOut(std::size_t index) {
   }
 }
 
-void TimerWheel::place(std::size_t index, const Slot& slot) {
+void TimerWheel::place(std::size_t index, const Slot& slot) const {
   heap_[index] = slot;
   slot.entry->position = index;
 }
 
-void TimerWheel::siftUp(std::size_t index, const Slot& slot) {
+void TimerWheel::siftUp(std::size_t index, const Slot& slot) const {
   while (index > 0) {
     const std::size_t parent = (index - 1) / arity;
     if (!slot.before(heap_[parent])) break;
@@ -117,7 +129,7 @@ void TimerWheel::siftUp(std::size_t index, const Slot& slot) {
   place(index, slot);
 }
 
-void TimerWheel::siftDown(std::size_t index, const Slot& slot) {
+void TimerWheel::siftDown(std::size_t index, const Slot& slot) const {
   for (;;) {
     const std::size_t first = index * arity + 1;
     if (first >= heap_.size()) break;

@@ -43,7 +43,8 @@ class ROUTING_API TrieGen {
   /// The longest route that strictly contains `prefix`, which need not be a route; or none.
   IpGenPrefix parent(const IpGenPrefix& prefix) const;
 
-  /// Calls `fn(const IpGenPrefix&)` for every route in key order; `fn` may add and remove routes.
+  /// Calls `fn(const IpGenPrefix&)` for every route in key order; `fn` may add and remove routes,
+  /// but not delete the trie.
   template <class Fn>
   void forEachRoute(Fn&& fn) const {
     routes_.forEach([&fn](const IpGenPrefix& prefix, std::monostate) { fn(prefix); });
