@@ -240,7 +240,8 @@ PimBsrTxFragments BsmSender::fragmentBsm(const IpGenPrefix& zone, std::uint32_t 
   }
   BSR_TRACE(sm, 1, " Group-Rp data needs to be split across fragments");
   for (const BootstrapGroupData* group : splitGroupRpData) {
-    ROUTING_ASSERT_TEXT(!doAddGroupData(at, *group, true),
+    const int left = doAddGroupData(at, *group, true);
+    ROUTING_ASSERT_TEXT(left == 0,
                         "!doAddGroupData( zone, zoneRpCount, fragments, mtu, "
                         "splitGroupRpData( i ), true, vrfName() )");
   }

@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "agent/control/ControlCommands.h"
-#include "platform/entity/AttributeLog.h"
+#include "platform/entity/AttributeMirror.h"
 #include "tests/agent/control/FakeAgent.h"
 
 namespace Routing::Agent {
