@@ -26,13 +26,13 @@ void writeFailure(std::ostream& out, const ScenarioRun& run, const std::string& 
 }
 
 /// Every run is measured to its end.
-RunOptions runOptions(const Options& options, std::uint64_t seed) {
+RunOptions wholeRun(const Options& options, std::uint64_t seed) {
   return {seed, options.faults, std::nullopt, Promise::Broken::isNoted};
 }
 
 RunResult runOnce(const Options& options, const ContinuityStudy& study, std::uint64_t seed,
                   std::ostream& out) {
-  ScenarioRun run(study.scenario(), runOptions(options, seed));
+  ScenarioRun run(study.scenario(), wholeRun(options, seed));
   run.run();
   if (!run.passed()) writeFailure(remarks(options, out), run, study.file());
   return {seed, run.passed(), false, run.digest(), run.judged(), run.skipped(), study.figures(run)};
@@ -49,7 +49,7 @@ void writeStudy(const Options& options, const ContinuityStudy& study) {
 void lookClosely(const Options& options, ContinuityStudy& study) {
   const auto seed = study.tellingSeed();
   if (!seed) return;
-  ScenarioRun run(study.scenario(), runOptions(options, *seed));
+  ScenarioRun run(study.scenario(), wholeRun(options, *seed));
   const Timeline timeline(run.world(), run.beliefs());
   run.run();
   study.detailIs(run, timeline);
