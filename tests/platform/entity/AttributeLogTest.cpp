@@ -140,6 +140,15 @@ TEST(AttributeJournal, ATreeMadeFromTheJournalOfAnotherIsEqualToIt) {
   }));
 }
 
+/// None of the lines, which semicolons part, changes the mirror's tree.
+void expectRefused(AttributeMirror& mirror, const Entity& tree, const std::string& lines) {
+  const std::string before = treeText(tree);
+  for (const std::string& line : TestKit::split(lines, ';')) {
+    EXPECT_FALSE(mirror.apply(line)) << line;
+    EXPECT_EQ(treeText(tree), before) << line;
+  }
+}
+
 TEST(AttributeMirror, RefusesNumbersThatLeadNowhere) {
   const auto r = makeRouter();
   AttributeMirror mirror(r);
@@ -147,18 +156,12 @@ TEST(AttributeMirror, RefusesNumbersThatLeadNowhere) {
                            "+ 0/console 'c'", "- 0/port['a']", "+ 0/port['a']"}) {
     EXPECT_TRUE(mirror.apply(line)) << line;
   }
-  const std::string before = treeText(*r);
   const char* lines =
-      "= 1/priority 1;= 5/priority 1;= 4294967295/priority 1;= 4294967296/priority 1;= "
-      "3-2/priority 1"
-      ";= -1/priority 1;= 2-/priority 1;= 1-2/priority 1;+ 0/port['a'];+ 0/console 'd';+ "
-      "1/permit[::/0]"
-      ";+ 2-3/permit[::/0];- 2-3/permit[::/0];= 2;= 2/;= 2/priority;= 2/permit[::/0];= 2 /priority "
-      "1";
-  for (const std::string& line : TestKit::split(lines, ';')) {
-    EXPECT_FALSE(mirror.apply(line)) << line;
-    EXPECT_EQ(treeText(*r), before) << line;
-  }
+      "= 1/priority 1;= 5/priority 1;= 4294967295/priority 1;= 4294967296/priority 1;"
+      "= 3-2/priority 1;= -1/priority 1;= 2-/priority 1;= 1-2/priority 1;+ 0/port['a'];"
+      "+ 0/console 'd';+ 1/permit[::/0];+ 2-3/permit[::/0];- 2-3/permit[::/0];= 2;= 2/;"
+      "= 2/priority;= 2/permit[::/0];= 2 /priority 1";
+  expectRefused(mirror, *r, lines);
   EXPECT_TRUE(mirror.apply("= 2-4/priority 1"));
   EXPECT_EQ(r->console()->priority(), 1);
 }
@@ -167,7 +170,6 @@ TEST(AttributeMirror, RefusesWhatDoesNotFitAndStaysAsItWas) {
   const auto r = makeRouter();
   r->newPort(IntfId("eth0"))->permitIs(zone, true);
   AttributeMirror mirror(r);
-  const std::string before = treeText(*r);
   const char* lines =
       "=;= ;= /;= /nothing 1;* /up True;= /up true;= /up True x;= /rx -1;= /rx 4294967296;"
       "= /rx 1 ;= /name 'open;= /since one;= /port['eth0'] 1;= /port['eth0']/address 1.2.3;"
@@ -175,10 +177,7 @@ TEST(AttributeMirror, RefusesWhatDoesNotFitAndStaysAsItWas) {
       "+ /port['eth0';- /port;+ /zone[239.0.0.0/8];= /zone[239.0.0.0/33] 'e';"
       "= /port['eth0']/permit[::/0] 1;+ /console;+ /uplink['a'];= /message 'a';"
       "= /port['eth0']/priority;= /port['eth0']/priority 257;= /port['eth0']/interval 9";
-  for (const std::string& line : TestKit::split(lines, ';')) {
-    EXPECT_FALSE(mirror.apply(line)) << line;
-    EXPECT_EQ(treeText(*r), before) << line;
-  }
+  expectRefused(mirror, *r, lines);
   EXPECT_FALSE(mirror.apply(""));
 }
 
