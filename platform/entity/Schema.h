@@ -122,6 +122,16 @@
     return this->template subscribe<Key>(Attr::name, std::forward<Reactor>(reactor)); \
   }
 
+/// What sets, maps, collections and references have in common.
+#define ROUTING_KEYED(name, K)                        \
+  void name##Del(const K& key) {                      \
+    name##_.erase(*this, Attr::name, key);            \
+  }                                                   \
+  void name##DelAll() {                               \
+    ::Routing::clearKeys(name##_, *this, Attr::name); \
+  }                                                   \
+  ROUTING_REACTOR(name, K)
+
 #define ROUTING_MEMBERS_VALUE(name, T, ...) \
  public:                                    \
   const T& name() const {                   \
@@ -179,35 +189,23 @@
   void name##Is(const K& key, bool member) {                                                 \
     member ? name##_.insert(*this, Attr::name, key) : name##_.erase(*this, Attr::name, key); \
   }                                                                                          \
-  void name##Del(const K& key) {                                                             \
-    name##_.erase(*this, Attr::name, key);                                                   \
-  }                                                                                          \
-  void name##DelAll() {                                                                      \
-    ::Routing::clearKeys(name##_, *this, Attr::name);                                        \
-  }                                                                                          \
-  ROUTING_REACTOR(name, K)                                                                   \
+  ROUTING_KEYED(name, K)                                                                     \
  private:                                                                                    \
   ::Routing::SetAttribute<K> name##_;
 
-#define ROUTING_MEMBERS_MAP(name, K, V)               \
- public:                                              \
-  const std::map<K, V>& name() const {                \
-    return name##_.content();                         \
-  }                                                   \
-  const V* name(const K& key) const {                 \
-    return name##_.find(key);                         \
-  }                                                   \
-  void name##Is(const K& key, const V& v) {           \
-    name##_.assign(*this, Attr::name, key, v);        \
-  }                                                   \
-  void name##Del(const K& key) {                      \
-    name##_.erase(*this, Attr::name, key);            \
-  }                                                   \
-  void name##DelAll() {                               \
-    ::Routing::clearKeys(name##_, *this, Attr::name); \
-  }                                                   \
-  ROUTING_REACTOR(name, K)                            \
- private:                                             \
+#define ROUTING_MEMBERS_MAP(name, K, V)        \
+ public:                                       \
+  const std::map<K, V>& name() const {         \
+    return name##_.content();                  \
+  }                                            \
+  const V* name(const K& key) const {          \
+    return name##_.find(key);                  \
+  }                                            \
+  void name##Is(const K& key, const V& v) {    \
+    name##_.assign(*this, Attr::name, key, v); \
+  }                                            \
+  ROUTING_KEYED(name, K)                       \
+ private:                                      \
   ::Routing::MapAttribute<K, V> name##_;
 
 #define ROUTING_MEMBERS_COLLECTION(name, Name, K, E)    \
@@ -221,13 +219,7 @@
   std::shared_ptr<E> new##Name(const K& key) {          \
     return name##_.create(*this, Attr::name, key);      \
   }                                                     \
-  void name##Del(const K& key) {                        \
-    name##_.erase(*this, Attr::name, key);              \
-  }                                                     \
-  void name##DelAll() {                                 \
-    ::Routing::clearKeys(name##_, *this, Attr::name);   \
-  }                                                     \
-  ROUTING_REACTOR(name, K)                              \
+  ROUTING_KEYED(name, K)                                \
  private:                                               \
   ::Routing::CollectionAttribute<K, E> name##_;
 
@@ -242,13 +234,7 @@
   void name##Is(const K& key, const std::shared_ptr<E>& v) { \
     name##_.assign(*this, Attr::name, key, v);               \
   }                                                          \
-  void name##Del(const K& key) {                             \
-    name##_.erase(*this, Attr::name, key);                   \
-  }                                                          \
-  void name##DelAll() {                                      \
-    ::Routing::clearKeys(name##_, *this, Attr::name);        \
-  }                                                          \
-  ROUTING_REACTOR(name, K)                                   \
+  ROUTING_KEYED(name, K)                                     \
  private:                                                    \
   ::Routing::ReferenceAttribute<K, E> name##_;
 
