@@ -4,8 +4,8 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
-#include "agent/config/ConfigFile.h"
-#include "agent/config/Forecast.h"
+#include "config/file/ConfigFile.h"
+#include "config/judge/Forecast.h"
 
 namespace Routing::Ctl {
 namespace {

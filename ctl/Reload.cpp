@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "agent/config/Finding.h"
+#include "config/model/Finding.h"
 #include "ctl/Dialogue.h"
 
 namespace Routing::Ctl {

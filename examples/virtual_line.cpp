@@ -15,7 +15,7 @@
 
 #include "bsr/host/BsrInstance.h"
 #include "platform/pim/PimInstance.h"
-#include "platform/pim/RpSelection.h"
+#include "platform/pim/rp/RpSelection.h"
 #include "tests/support/Pcap.h"
 
 namespace Routing {

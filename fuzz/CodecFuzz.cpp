@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/pim/PimChecksum.h"
 #include "platform/pim/PimCodec.h"
+#include "platform/pim/wire/PimChecksum.h"
 #include "tests/support/PimInvariants.h"
 
 namespace Routing::Fuzz {

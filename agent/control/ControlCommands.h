@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "agent/AgentCommands.h"
-#include "agent/AgentView.h"
+#include "agent/control/AgentCommands.h"
+#include "agent/control/AgentView.h"
 #include "agent/control/ControlRequest.h"
 
 /// The commands of the control protocol, without the socket: from a request to lines of JSON. No

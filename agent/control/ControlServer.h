@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "agent/AgentCommands.h"
-#include "agent/AgentView.h"
+#include "agent/control/AgentCommands.h"
+#include "agent/control/AgentView.h"
 
 namespace asio {
 class io_context;

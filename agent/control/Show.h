@@ -3,7 +3,7 @@
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
-#include "agent/AgentView.h"
+#include "agent/control/AgentView.h"
 
 /// What the daemon tells its operators, by topic. Each function only reads; names follow RFC 9128
 /// where it has one; durations are seconds, null where there is none. docs/control-protocol.md

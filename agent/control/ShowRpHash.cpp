@@ -2,7 +2,7 @@
 
 #include "agent/control/ControlRequest.h"
 #include "agent/control/ShowParts.h"
-#include "platform/pim/RpSelection.h"
+#include "platform/pim/rp/RpSelection.h"
 
 namespace Routing::Agent {
 namespace {

@@ -2,13 +2,13 @@
 
 #include <optional>
 
-#include "agent/AgentCommands.h"
-#include "agent/ConfigSource.h"
-#include "agent/EventLoop.h"
-#include "agent/LogSink.h"
-#include "agent/Reloader.h"
-#include "agent/Router.h"
+#include "agent/control/AgentCommands.h"
 #include "agent/control/ControlServer.h"
+#include "agent/daemon/ConfigSource.h"
+#include "agent/daemon/LogSink.h"
+#include "agent/daemon/Reloader.h"
+#include "agent/kernel/EventLoop.h"
+#include "agent/router/Router.h"
 
 namespace Routing::Agent {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "agent/Fd.h"
+#include "config/file/Fd.h"
 
 namespace Routing::Agent {
 

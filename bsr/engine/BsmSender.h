@@ -12,8 +12,8 @@
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
 #include "platform/pim/AllIntfStatusDir.h"
-#include "platform/pim/BootstrapMessage.h"
 #include "platform/pim/PimStatus.h"
+#include "platform/pim/wire/BootstrapMessage.h"
 #include "platform/time/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {

@@ -9,7 +9,7 @@
 #include "bsr/engine/AnswerBucket.h"
 #include "bsr/engine/CandidateRpSet.h"
 #include "bsr/engine/ZoneSm.h"
-#include "platform/pim/CrpAdvMessage.h"
+#include "platform/pim/wire/CrpAdvMessage.h"
 
 namespace Routing::Pim::Bsr {
 

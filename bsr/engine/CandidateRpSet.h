@@ -8,8 +8,8 @@
 #include "bsr/types/Limits.h"
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
-#include "platform/pim/BootstrapMessage.h"
-#include "platform/pim/CrpAdvMessage.h"
+#include "platform/pim/wire/BootstrapMessage.h"
+#include "platform/pim/wire/CrpAdvMessage.h"
 #include "platform/time/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {

@@ -6,7 +6,7 @@
 
 #include "bsr/engine/LastBsmBudget.h"
 #include "platform/Export.h"
-#include "platform/pim/BootstrapMessage.h"
+#include "platform/pim/wire/BootstrapMessage.h"
 
 namespace Routing::Pim::Bsr {
 

@@ -8,7 +8,7 @@
 #include "bsr/types/DeferredDelete.h"
 #include "bsr/types/Limits.h"
 #include "platform/Export.h"
-#include "platform/pim/BootstrapMessage.h"
+#include "platform/pim/wire/BootstrapMessage.h"
 #include "platform/time/TimerWheel.h"
 
 namespace Routing::Pim::Bsr {

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "platform/net/IpGenPrefix.h"
-#include "platform/pim/BootstrapMessage.h"
+#include "platform/pim/wire/BootstrapMessage.h"
 
 namespace Routing::Pim::Bsr {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/pim/BootstrapMessage.h"
+#include "platform/pim/wire/BootstrapMessage.h"
 
 namespace Routing::Pim::Bsr {
 

@@ -9,7 +9,7 @@
 #include "bsr/engine/Turn.h"
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
-#include "platform/pim/BootstrapMessage.h"
+#include "platform/pim/wire/BootstrapMessage.h"
 #include "platform/time/TimerWheel.h"
 #include "platform/trace/Trace.h"
 

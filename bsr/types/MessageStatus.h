@@ -6,8 +6,8 @@
 #include "platform/entity/Schema.h"
 #include "platform/net/IntfId.h"
 #include "platform/net/IpGenPrefix.h"
-#include "platform/pim/BootstrapMessage.h"
-#include "platform/pim/CrpAdvMessage.h"
+#include "platform/pim/wire/BootstrapMessage.h"
+#include "platform/pim/wire/CrpAdvMessage.h"
 
 /// The channels through which messages pass between intake and engine. A writer sets the field on
 /// which the reader reacts last: `rxBsm`, `readCount`, `writeCount`.

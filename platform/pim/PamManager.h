@@ -6,13 +6,13 @@
 #include <vector>
 
 #include "platform/Export.h"
-#include "platform/pim/BootstrapMessage.h"
-#include "platform/pim/CrpAdvMessage.h"
-#include "platform/pim/HelloMessage.h"
 #include "platform/pim/MessageInfo.h"
 #include "platform/pim/PimMessageCounters.h"
 #include "platform/pim/PimRpfTable.h"
 #include "platform/pim/PimStatus.h"
+#include "platform/pim/wire/BootstrapMessage.h"
+#include "platform/pim/wire/CrpAdvMessage.h"
+#include "platform/pim/wire/HelloMessage.h"
 
 namespace Routing::Pim {
 

@@ -3,8 +3,8 @@
 #include <optional>
 
 #include "platform/pim/AddressChecks.h"
-#include "platform/pim/PimBodies.h"
-#include "platform/pim/PimChecksum.h"
+#include "platform/pim/wire/PimBodies.h"
+#include "platform/pim/wire/PimChecksum.h"
 
 namespace Routing::Pim {
 namespace {

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "platform/Export.h"
-#include "platform/pim/BootstrapMessage.h"
-#include "platform/pim/CrpAdvMessage.h"
 #include "platform/pim/DropReason.h"
-#include "platform/pim/HelloMessage.h"
+#include "platform/pim/wire/BootstrapMessage.h"
+#include "platform/pim/wire/CrpAdvMessage.h"
+#include "platform/pim/wire/HelloMessage.h"
 
 namespace Routing::Pim {
 

@@ -5,11 +5,11 @@
 #include <set>
 
 #include "platform/RandomSource.h"
-#include "platform/pim/HelloConfig.h"
-#include "platform/pim/HelloSm.h"
 #include "platform/pim/PamManager.h"
 #include "platform/pim/PimRpfTable.h"
 #include "platform/pim/PimStatus.h"
+#include "platform/pim/hello/HelloConfig.h"
+#include "platform/pim/hello/HelloSm.h"
 #include "platform/time/TimerWheel.h"
 
 namespace Routing::Pim {

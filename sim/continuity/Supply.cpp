@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "platform/pim/RpSelection.h"
+#include "platform/pim/rp/RpSelection.h"
 #include "sim/core/Groups.h"
 #include "sim/core/ZoneParts.h"
 

@@ -1,6 +1,6 @@
 #include "sim/core/Groups.h"
 
-#include "platform/pim/RpSelection.h"
+#include "platform/pim/rp/RpSelection.h"
 
 namespace Routing::Sim {
 

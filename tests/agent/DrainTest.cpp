@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "agent/Drain.h"
+#include "agent/router/Drain.h"
 #include "tests/support/Octets.h"
 
 namespace Routing::Agent {

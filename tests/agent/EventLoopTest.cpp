@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "agent/EventLoop.h"
-#include "agent/Fd.h"
+#include "agent/kernel/EventLoop.h"
+#include "config/file/Fd.h"
 
 namespace Routing::Agent {
 namespace {

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <set>
 
-#include "agent/InstanceTable.h"
+#include "agent/router/InstanceTable.h"
 #include "tests/agent/OwnNetwork.h"
 
 namespace Routing::Agent {

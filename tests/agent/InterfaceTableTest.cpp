@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "agent/InterfaceTable.h"
+#include "agent/kernel/InterfaceTable.h"
 #include "tests/support/Octets.h"
 #include "tests/support/Split.h"
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "agent/KernelRouting.h"
+#include "agent/kernel/KernelRouting.h"
 #include "tests/support/Octets.h"
 
 namespace Routing::Agent {

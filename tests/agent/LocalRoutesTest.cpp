@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "agent/LocalRoutes.h"
+#include "agent/kernel/LocalRoutes.h"
 #include "tests/support/Octets.h"
 
 namespace Routing::Agent {

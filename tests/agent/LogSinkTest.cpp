@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "agent/LogSink.h"
+#include "agent/daemon/LogSink.h"
 
 namespace Routing::Agent {
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "agent/NetlinkMessages.h"
-#include "agent/NetlinkSocket.h"
+#include "agent/kernel/NetlinkMessages.h"
+#include "agent/kernel/NetlinkSocket.h"
 #include "tests/support/Octets.h"
 
 namespace Routing::Agent {

@@ -6,7 +6,7 @@
 #include <set>
 #include <sstream>
 
-#include "agent/NetlinkMonitor.h"
+#include "agent/kernel/NetlinkMonitor.h"
 #include "tests/agent/OwnNetwork.h"
 
 namespace Routing::Agent {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "agent/Options.h"
+#include "agent/daemon/Options.h"
 #include "tests/support/Split.h"
 
 namespace Routing::Agent {

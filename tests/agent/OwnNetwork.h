@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "agent/EventLoop.h"
-#include "agent/Fd.h"
+#include "agent/kernel/EventLoop.h"
+#include "config/file/Fd.h"
 
 namespace Routing::Agent {
 

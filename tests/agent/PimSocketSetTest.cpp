@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "agent/PimSocketSet.h"
+#include "agent/kernel/PimSocketSet.h"
 #include "platform/pim/PimCodec.h"
 #include "tests/agent/OwnNetwork.h"
 

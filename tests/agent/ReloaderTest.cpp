@@ -6,7 +6,7 @@
 #include <fstream>
 #include <optional>
 
-#include "agent/Reloader.h"
+#include "agent/daemon/Reloader.h"
 
 namespace Routing::Agent {
 namespace {

@@ -5,8 +5,8 @@
 #include <set>
 #include <utility>
 
-#include "agent/RouteChanges.h"
-#include "agent/RouteQuery.h"
+#include "agent/kernel/RouteChanges.h"
+#include "agent/kernel/RouteQuery.h"
 #include "tests/agent/OwnNetwork.h"
 
 namespace Routing::Agent {

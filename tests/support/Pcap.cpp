@@ -7,8 +7,8 @@
 #include <span>
 #include <utility>
 
-#include "platform/pim/IpDatagram.h"
 #include "platform/pim/PimProtocol.h"
+#include "platform/pim/wire/IpDatagram.h"
 #include "tests/support/Octets.h"
 
 // The build says where the source tree is; without it tests run from its root.

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/pim/PimChecksum.h"
 #include "platform/pim/PimCodec.h"
+#include "platform/pim/wire/PimChecksum.h"
 #include "tests/support/BsrInvariants.h"
 #include "tests/support/BsrRouter.h"
 #include "tests/support/PimGenerators.h"

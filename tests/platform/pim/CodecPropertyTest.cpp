@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include "platform/pim/PimChecksum.h"
 #include "platform/pim/PimCodec.h"
+#include "platform/pim/wire/PimChecksum.h"
 #include "tests/support/PimGenerators.h"
 #include "tests/support/PimInvariants.h"
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/pim/DrElection.h"
+#include "platform/pim/hello/DrElection.h"
 
 // RFC 7761 section 4.3.2: who is designated router.
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/pim/DrElection.h"
-#include "platform/pim/HelloSm.h"
+#include "platform/pim/hello/DrElection.h"
+#include "platform/pim/hello/HelloSm.h"
 #include "tests/support/PimLan.h"
 
 // One router's Hello machine, RFC 7761 section 4.3, fed with octets and time.

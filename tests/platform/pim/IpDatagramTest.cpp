@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "platform/pim/IpDatagram.h"
 #include "platform/pim/PimProtocol.h"
+#include "platform/pim/wire/IpDatagram.h"
 #include "tests/support/Octets.h"
 
 namespace Routing::Pim {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/pim/PimChecksum.h"
+#include "platform/pim/wire/PimChecksum.h"
 #include "tests/support/Octets.h"
 
 namespace Routing::Pim {

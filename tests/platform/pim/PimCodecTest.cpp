@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "platform/pim/PimChecksum.h"
 #include "platform/pim/PimCodec.h"
+#include "platform/pim/wire/PimChecksum.h"
 #include "tests/support/Octets.h"
 #include "tests/support/PimInvariants.h"
 #include "tests/support/Table.h"

@@ -5,7 +5,7 @@
 #include <tuple>
 #include <vector>
 
-#include "platform/pim/BootstrapMessage.h"
+#include "platform/pim/wire/BootstrapMessage.h"
 #include "tests/support/Octets.h"
 #include "tests/support/PimGenerators.h"
 

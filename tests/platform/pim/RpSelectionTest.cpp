@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/pim/RpHash.h"
-#include "platform/pim/RpSelection.h"
+#include "platform/pim/rp/RpHash.h"
+#include "platform/pim/rp/RpSelection.h"
 #include "tests/support/Octets.h"
 #include "tests/support/Split.h"
 #include "tests/support/Table.h"

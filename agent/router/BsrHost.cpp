@@ -1,0 +1,170 @@
+#include "agent/router/BsrHost.h"
+
+#include <cmath>
+#include <utility>
+
+#include "agent/state/StatusFromText.h"
+#include "bsr/engine/BsrNonCandidateSm.h"
+#include "bsr/engine/PimBsrSm.h"
+#include "config/entities/Unwanted.h"
+
+namespace Routing::Agent {
+namespace {
+
+void limitsAre(Pim::Bsr::PimBsrLimits& limits, const LimitSettings& settings) {
+  limits.maxZonesIs(settings.zones);
+  limits.maxGroupsIs(settings.groups);
+  limits.maxRpsIs(settings.rps);
+  limits.maxFragmentsIs(settings.fragments);
+}
+
+std::shared_ptr<Pim::Bsr::PimBsrLimits> newLimits(const LimitSettings& settings) {
+  auto limits = std::make_shared<Pim::Bsr::PimBsrLimits>();
+  limitsAre(*limits, settings);
+  return limits;
+}
+
+/// What an earlier life left, else a new status.
+std::shared_ptr<Pim::Bsr::Status> statusOf(const StateFile* state, const VrfName& vrf,
+                                           AddressFamily af, const Pim::Bsr::PimBsrLimits& limits) {
+  auto status = state == nullptr ? nullptr : state->restored(limits);
+  return status ? status : newStatus(vrf, af);
+}
+
+}  // namespace
+
+BsrHost::BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af)
+    : vrf_(vrf),
+      af_(af),
+      interfaces_(base.interfaces),
+      config_(base.entities.config()),
+      timeouts_(base.timeouts),
+      routing_(base.routeSource, base.interfaces, base.loop.clock(), vrf),
+      localRoutes_(af),
+      sockets_(base.loop, base.interfaces, vrf, af),
+      pim_(vrf, af, routing_, sockets_, base.loop.timerWheel(), base.random),
+      sourceIntfSm_(std::make_shared<SourceIntfSm>(vrf)),
+      limits_(newLimits(config_.limits)),
+      state_(base.state.fileOf(vrf, af)),
+      status_(statusOf(state_.get(), vrf, af, *limits_)),
+      rpCandidate_(std::make_shared<Pim::RpCandidateStatus>(vrf)),
+      upgrade_(base.upgrade.vrfStatus(af)),
+      bsr_(inputs(base, base.entities.families().at({vrf, af}))) {
+  sockets_.receiverIs([this](const Pim::ReceivedPacket& packet) { pim_.receive(packet); });
+  handleConfig();
+  takeUpInterfaces();
+  if (state_) state_->follow(status_);
+}
+
+BsrHost::~BsrHost() {
+  sockets_.receiverIs({});
+}
+
+Pim::Bsr::BsrInputs BsrHost::inputs(const HostBase& base, const FamilyEntities& entities) {
+  return {status_,
+          pim_.pimStatus(),
+          pim_.pamManager(),
+          localRoutes_.status(),
+          base.allIntfStatusDir,
+          rpCandidate_,
+          limits_,
+          &base.loop.timerWheel(),
+          entities.config,
+          entities.vrfIntfConfig,
+          entities.clearConfig,
+          sourceIntfSm_,
+          base.entities.accessLists(af_),
+          base.upgrade.shutdownStatus(),
+          base.upgrade.vrfStatus(af_),
+          Pim::Bsr::BsrPolicy::continuous(),
+          base.random};
+}
+
+const FamilySettings& BsrHost::settings() const {
+  return config_.vrfs.at(vrf_).at(af_);
+}
+
+void BsrHost::handleConfig() {
+  limitsAre(*limits_, config_.limits);
+  pimIntfsAre(settings().interfaces);
+  overrideTimeouts();
+}
+
+void BsrHost::takeUpInterfaces() {
+  for (const auto& [intf, interface] : interfaces_.interfaces()) {
+    if (interface.vrf == vrf_) handleIntf(intf, nullptr, &interface);
+  }
+  sourceIntfSm_->initialDumpDoneIs(true);
+}
+
+void BsrHost::overrideTimeouts() {
+  if (timeouts_.bsTimeout) status_->bsTimeoutIs(*timeouts_.bsTimeout);
+  if (timeouts_.szTimeout) status_->szTimeoutIs(*timeouts_.szTimeout);
+}
+
+void BsrHost::pimIntfsAre(const std::map<std::string, InterfaceSettings>& interfaces) {
+  const auto isWanted = [&](const IntfId& intf) { return interfaces.contains(intf.text()); };
+  for (const IntfId& intf : unwanted(pimIntfs_, isWanted)) {
+    pimIntfDel(intf);
+    pimIntfs_.erase(intf);
+  }
+  for (const auto& [name, settings] : interfaces) {
+    const IntfId intf(name);
+    pim_.helloConfigIs(intf, settings.hello());
+    if (!pimIntfs_.insert(intf).second) continue;
+    const Interface* interface = interfaces_.interface(intf);
+    if (interface != nullptr && interface->vrf == vrf_) pimIntfIs(intf, *interface, false);
+  }
+}
+
+// Candidates lose their address first and get it last: what they have to say about it leaves while
+// the interfaces of PIM are there.
+void BsrHost::handleIntf(const IntfId& intf, const Interface* before, const Interface* now) {
+  localRoutes_.intfChanged(before, now);
+  const IpGenAddr address = now == nullptr ? IpGenAddr() : sourceAddress(*now, af_);
+  if (address.isUnset()) sourceIntfSm_->addressDel(intf);
+  if (pimIntfs_.contains(intf)) updatePim(intf, before, now);
+  if (!address.isUnset()) sourceIntfSm_->addressIs(intf, address);
+}
+
+void BsrHost::updatePim(const IntfId& intf, const Interface* before, const Interface* now) {
+  if (now == nullptr || (before != nullptr && before->link.index != now->link.index)) {
+    pimIntfDel(intf);
+  }
+  if (now != nullptr) pimIntfIs(intf, *now, before != nullptr && before->mtuDips != now->mtuDips);
+}
+
+void BsrHost::pimIntfIs(const IntfId& intf, const Interface& now, bool groupsLost) {
+  const HelloAddresses addresses = helloAddresses(now, af_);
+  const bool speaks = !addresses.primary.isUnset();
+  if (groupsLost) sockets_.intfDel(intf);
+  if (speaks) sockets_.intfIs(intf, now.link.index);
+  pim_.intfIs(intf, addresses.primary, addresses.secondary, now.link.up);
+  // With its last address a device loses its groups in the kernel; the socket is of no more use.
+  if (!speaks) sockets_.intfDel(intf);
+}
+
+void BsrHost::pimIntfDel(const IntfId& intf) {
+  pim_.intfDel(intf);  // says goodbye, so the socket goes last
+  sockets_.intfDel(intf);
+}
+
+void BsrHost::writeState() {
+  if (state_) state_->flush();
+}
+
+void BsrHost::shutdown() {
+  pim_.shutdown();
+  if (state_) state_->remove();
+}
+
+InstanceView BsrHost::view() const {
+  InstanceView view{vrf_,    af_,          pim_.pimStatus(), pim_.pamManager(),
+                    status_, rpCandidate_, limits_,          upgrade_};
+  for (const auto& [zone, machine] : bsr_.engine().nonCandidateSm()) {
+    if (std::isfinite(machine->szExpiry())) view.zoneExpiry.emplace(zone, machine->szExpiry());
+  }
+  return view;
+}
+
+}  // namespace Routing::Agent

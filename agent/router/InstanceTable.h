@@ -1,0 +1,50 @@
+#pragma once
+
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "agent/router/BsrHost.h"
+
+namespace Routing::Agent {
+
+/// The instances of all VRFs and families. One runs while it is configured and its VRF is there:
+/// the default VRF always is, another one while there is a VRF device of its name. An instance that
+/// comes back begins anew. One for which there are no sockets is tried again when interfaces
+/// change.
+class InstanceTable {
+ public:
+  explicit InstanceTable(HostBase base) : base_(std::move(base)) {}
+
+  /// Follows the configuration, which the entities say already.
+  void handleConfig();
+  /// What the name of an interface stood for and stands for now; the interface table knows already.
+  void handleIntf(const IntfId& intf, const Interface* before, const Interface* now);
+  void flushRoutes();
+  /// Writes what has changed of the states.
+  void writeStates();
+  /// Says goodbye to all neighbours, and leaves no state behind.
+  void shutdown();
+
+  /// In the order of VRF name, then family.
+  std::vector<InstanceView> views() const;
+
+ private:
+  using Key = ConfigEntities::Key;
+  struct Instance {
+    Instance(const HostBase& base, const Key& key, std::uint32_t device)
+        : vrfDevice(device), host(base, key.first, key.second) {}
+    const std::uint32_t vrfDevice;  // the device's index; 0 for the default VRF
+    BsrHost host;
+  };
+
+  void update();
+  bool isWanted(const Key& key, const Instance& instance) const;
+  void start(const Key& key, std::uint32_t vrfDevice);
+  void stop(const Key& key);
+
+  const HostBase base_;
+  std::map<Key, Instance> instances_;
+};
+
+}  // namespace Routing::Agent

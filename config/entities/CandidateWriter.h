@@ -1,0 +1,19 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "bsr/types/Config.h"
+#include "config/model/DaemonConfig.h"
+
+/// Candidates by interface name, from settings to entities.
+namespace Routing::Agent {
+
+using BsrCandidates = std::map<std::string, BsrCandidate>;
+using RpCandidates = std::map<std::string, RpCandidate>;
+
+/// Make the entities equal to the settings.
+void bsrCandidatesAre(Pim::Bsr::Config& config, const BsrCandidates& candidates);
+void rpCandidatesAre(Pim::Bsr::Config& config, const RpCandidates& candidates);
+
+}  // namespace Routing::Agent

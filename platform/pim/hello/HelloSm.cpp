@@ -1,0 +1,175 @@
+#include "platform/pim/hello/HelloSm.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/entity/Assertion.h"
+#include "platform/pim/AddressChecks.h"
+#include "platform/pim/hello/DrElection.h"
+#include "platform/pim/hello/HelloTrace.h"
+
+namespace Routing::Pim {
+
+TraceHandle helloTrace("Pim::Hello");
+
+namespace {
+
+using Heard = NeighborTable::Heard;
+constexpr std::string_view interfaceDown = "interface-down";
+constexpr std::string_view tooManyNeighbors = "too-many-neighbors";
+
+std::string_view textOf(Heard heard) {
+  switch (heard) {
+    case Heard::goodbye:
+      return " said goodbye";
+    case Heard::appeared:
+      return " appeared";
+    case Heard::restarted:
+      return " restarted";
+    default:
+      return " refreshed";
+  }
+}
+
+// A restart that drew the old number would pass unnoticed.
+std::uint32_t newGenerationId(RandomSource& random, std::uint32_t old) {
+  const auto drawn = static_cast<std::uint32_t>(std::min(random() * 0x1p32, 0x1p32 - 1));
+  return drawn == old ? drawn + 1 : drawn;
+}
+
+}  // namespace
+
+HelloSm::HelloSm(std::shared_ptr<PimInterface> intf, std::shared_ptr<PamManager> packets,
+                 TimerWheel& wheel, std::shared_ptr<RandomSource> random, const HelloConfig& config)
+    : intf_(std::move(intf)),
+      packets_(std::move(packets)),
+      random_(std::move(random)),
+      config_(config),
+      neighbors_(packets_->vrfName(), intf_, config.limits, wheel,
+                 [this](const IpGenAddr& neighbor) { handleLoss(neighbor); }),
+      helloTimer_(wheel, [this] { handleHelloTimer(); }),
+      triggeredTimer_(wheel, [this] { sendHello(); }) {
+  ROUTING_ASSERT(config.helloPeriod > 0);
+  ROUTING_ASSERT(config.holdtime > 0);
+  intf_->drPriorityIs(config.drPriority);
+}
+
+void HelloSm::intfIs(const IpGenAddr& address, const std::set<IpGenAddr>& secondaries, bool up) {
+  const bool runs = up && !address.isUnset();
+  const bool stays = intf_->running() && runs && intf_->address() == address;
+  if (!stays) goodbye();
+  intf_->addressIs(address);
+  const bool listChanged = secondariesAre(secondaries);
+  intf_->upIs(up);
+  if (!runs) neighbors_.neighborDelAll();
+  if (runs && !stays) start();
+  if (stays && listChanged) helloAtOnce();
+  elect();
+}
+
+bool HelloSm::secondariesAre(const std::set<IpGenAddr>& secondaries) {
+  const IpGenAddr& primary = intf_->address();
+  const auto valid = [&](const IpGenAddr& address) {
+    return isUnicast(address) && address.af() == primary.af() && address != primary;
+  };
+  const std::set<IpGenAddr> before = intf_->secondaryAddress();
+  for (const IpGenAddr& address : before) {
+    if (!valid(address) || !secondaries.contains(address)) intf_->secondaryAddressDel(address);
+  }
+  for (const IpGenAddr& address : secondaries) {
+    if (valid(address)) intf_->secondaryAddressIs(address, true);
+  }
+  return intf_->secondaryAddress() != before;
+}
+
+void HelloSm::start() {
+  neighbors_.neighborDel(intf_->address());  // its address is now ours
+  intf_->generationIdIs(newGenerationId(*random_, intf_->generationId()));
+  helloTimer_.expiryInIs((*random_)() * config_.firstDelay);
+}
+
+void HelloSm::configIs(const HelloConfig& config) {
+  if (config == config_) return;
+  config_ = config;
+  intf_->drPriorityIs(config.drPriority);
+  elect();
+  if (sending()) handleHelloTimer();
+}
+
+void HelloSm::receive(const HelloMessage& hello) {
+  if (!intf_->running()) return refuse(hello, interfaceDown);
+  const Heard heard = neighbors_.helloIs(hello);
+  if (heard == Heard::refused) return refuse(hello, tooManyNeighbors);
+  ROUTING_TRACE(helloTrace, heard == Heard::refreshed ? 8 : 4, packets_->vrfName(), " Neighbor ",
+                hello.source(), " on ", intf_->intfId(), textOf(heard), ": ", hello);
+  elect();
+  if (heard == Heard::appeared || heard == Heard::restarted) triggeredHelloIsDue();
+}
+
+void HelloSm::handleLoss(const IpGenAddr& neighbor) {
+  const auto self = weak_from_this().lock();
+  neighbors_.neighborDel(neighbor);
+  elect();
+}
+
+void HelloSm::refuse(const HelloMessage& hello, std::string_view reason) {
+  packets_->counters()->rxDroppedInc(reason);
+  ROUTING_TRACE(helloTrace, 1, packets_->vrfName(), " RX - Dropping Hello from ", hello.source(),
+                " on ", intf_->intfId(), ": ", reason);
+}
+
+void HelloSm::triggeredHelloIsDue() {
+  if (!sending() || triggeredTimer_.armed()) return;
+  triggeredTimer_.expiryInIs((*random_)() * config_.triggeredDelay);
+  intf_->triggeredHelloDueIs(true);
+}
+
+bool HelloSm::goodbye() {
+  const bool wasSending = sending();
+  helloTimer_.expiryIs(never);
+  triggeredTimer_.expiryIs(never);
+  intf_->triggeredHelloDueIs(false);
+  return wasSending && packets_->sendHello(intf_->intfId(), hello(0));
+}
+
+void HelloSm::helloAtOnce() {
+  if (sending()) sendHello();
+}
+
+void HelloSm::handleHelloTimer() {
+  helloTimer_.expiryInIs(config_.helloPeriod);
+  sendHello();
+}
+
+void HelloSm::sendHello() {
+  const auto self = weak_from_this().lock();
+  const bool sent = packets_->sendHello(intf_->intfId(), hello(config_.holdtime));
+  ROUTING_TRACE(helloTrace, sent ? 8 : 3, packets_->vrfName(), " Hello on ", intf_->intfId(),
+                sent ? " sent" : " could not be sent");
+  if (!sent || !intf_->triggeredHelloDue() || triggeredTimer_.armed()) return;
+  intf_->triggeredHelloDueIs(false);
+  intf_->triggeredHelloSentInc();
+}
+
+HelloMessage HelloSm::hello(std::uint16_t holdtime) const {
+  const auto& secondaries = intf_->secondaryAddress();
+  HelloMessage hello;
+  hello.holdtimeIs(holdtime);
+  hello.lanPruneDelayIs(LanPruneDelay{false, config_.propagationDelay, config_.overrideInterval});
+  hello.drPriorityIs(intf_->drPriority());
+  hello.generationIdIs(intf_->generationId());
+  hello.addressListIs({secondaries.begin(), secondaries.end()});
+  return hello;
+}
+
+void HelloSm::elect() {
+  const IpGenAddr dr = electDr(*intf_);
+  const bool isDr = !dr.isUnset() && dr == intf_->address();
+  if (dr != intf_->usedDr()) {
+    ROUTING_TRACE(helloTrace, 4, packets_->vrfName(), " DR on ", intf_->intfId(), " changes from ",
+                  intf_->usedDr(), " to ", dr, isDr ? " (this router)" : "");
+  }
+  intf_->drIs(dr, isDr);
+}
+
+}  // namespace Routing::Pim

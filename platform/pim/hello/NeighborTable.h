@@ -1,0 +1,70 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "platform/pim/PimStatus.h"
+#include "platform/pim/hello/HelloConfig.h"
+#include "platform/pim/wire/HelloMessage.h"
+#include "platform/time/TimerWheel.h"
+
+namespace Routing::Pim {
+
+/// The neighbours on one PIM interface, made and removed by the Hellos that arrive on it (RFC 7761
+/// sections 4.3.2 to 4.3.4). It is the only writer of the interface's `neighbor` collection.
+class ROUTING_API NeighborTable {
+ public:
+  /// Hold time of a neighbour that sends none, in seconds (RFC 7761 section 4.11).
+  static constexpr std::uint16_t defaultHoldtime = 105;
+  /// A hold time that never ends.
+  static constexpr std::uint16_t holdForever = 0xffff;
+
+  /// What a Hello meant.
+  enum class Heard : std::uint8_t {
+    refused,    ///< from one neighbour more than the limit; nothing changed
+    goodbye,    ///< hold time 0: its sender is no neighbour (any more)
+    refreshed,  ///< from a known neighbour
+    appeared,   ///< from a new neighbour
+    restarted,  ///< from a known neighbour with another generation ID than before
+  };
+
+  /// Is told of a neighbour whose hold time has passed or that has restarted, and removes it.
+  using Lost = std::function<void(const IpGenAddr&)>;
+
+  /// The wheel must outlive the table.
+  NeighborTable(VrfName vrf, std::shared_ptr<PimInterface> intf, const NeighborLimits& limits,
+                TimerWheel& wheel, Lost lost);
+  NeighborTable(const NeighborTable&) = delete;
+  NeighborTable& operator=(const NeighborTable&) = delete;
+
+  /// Takes in a Hello whose source is not this router, while the interface runs. What it says
+  /// replaces all that its sender said before; a sender that has restarted is first removed.
+  /// Addresses of its list beyond the limit, and those of this router, are left out; one that
+  /// another neighbour listed before is taken from that neighbour.
+  Heard helloIs(const HelloMessage& hello);
+  /// Removes a neighbour; an absent one is ignored.
+  void neighborDel(IpGenAddr address);
+  void neighborDelAll();
+  /// Every secondary address that a neighbour lists, with that neighbour.
+  const std::map<IpGenAddr, IpGenAddr>& listedBy() const { return listedBy_; }
+
+ private:
+  Heard judge(const HelloMessage& hello, std::uint16_t holdtime) const;
+  void store(PimNeighbor& neighbor, const HelloMessage& hello, std::uint16_t holdtime);
+  void holdIs(PimNeighbor& neighbor, std::uint16_t holdtime);
+  void secondariesAre(PimNeighbor& neighbor, const std::vector<IpGenAddr>& list);
+  void claim(PimNeighbor& neighbor, const IpGenAddr& address);
+  void handleExpiry(const IpGenAddr& address);
+
+  const VrfName vrf_;
+  const std::shared_ptr<PimInterface> intf_;
+  const NeighborLimits limits_;
+  TimerWheel& wheel_;
+  const Lost lost_;
+  std::map<IpGenAddr, Timer> liveness_;  // by neighbour
+  std::map<IpGenAddr, IpGenAddr> listedBy_;
+};
+
+}  // namespace Routing::Pim
