@@ -15,7 +15,7 @@
 
 #include "bsr/host/BsrInstance.h"
 #include "platform/pim/PimInstance.h"
-#include "platform/pim/rp/RpSelection.h"
+#include "platform/pim/rp/RpSetDigest.h"
 #include "tests/support/Pcap.h"
 
 namespace Routing {
@@ -155,17 +155,6 @@ class Line {
   std::vector<std::unique_ptr<Router>> routers_;
 };
 
-std::vector<Pim::RpMapping> mappings(const Pim::RpCandidateStatus& status) {
-  std::vector<Pim::RpMapping> all;
-  for (const auto& [prefix, set] : status.crpSet()) {
-    for (const auto& [address, rp] : set->rp()) {
-      all.push_back({prefix, address, static_cast<std::uint8_t>(rp->mode()), rp->priority().value(),
-                     rp->hashMaskLen().value()});
-    }
-  }
-  return all;
-}
-
 // False if the far end did not learn what was replayed.
 bool show(const Family& family) {
   Line line(family, 4);
@@ -175,7 +164,7 @@ bool show(const Family& family) {
 
   const Router& far = line.last();
   const auto& bsr = far.status().bootstrapRouter(IpGenPrefix::multicast(family.af));
-  const auto all = mappings(far.rps());
+  const auto all = Pim::rpMappings(far.rps());
   if (!bsr || all.empty()) {
     std::cout << "r4 knows no BSR\n";
     return false;

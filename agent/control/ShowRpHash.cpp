@@ -2,7 +2,7 @@
 
 #include "agent/control/ControlRequest.h"
 #include "agent/control/ShowParts.h"
-#include "platform/pim/rp/RpSelection.h"
+#include "platform/pim/rp/RpSetDigest.h"
 
 namespace Routing::Agent {
 namespace {
@@ -12,20 +12,6 @@ using Pim::RpChoice;
 using Pim::RpContender;
 using Pim::RpMapping;
 using Pim::RpRule;
-
-std::vector<RpMapping> mappingsOf(const Pim::RpCandidateStatus& set) {
-  std::vector<RpMapping> mappings;
-  for (const auto& [range, candidates] : set.crpSet()) {
-    for (const auto& [address, rp] : candidates->rp()) {
-      mappings.push_back({.groupRange = range,
-                          .rp = address,
-                          .mode = static_cast<std::uint8_t>(rp->mode()),
-                          .priority = rp->priority().value(),
-                          .hashMaskLen = rp->hashMaskLen().value()});
-    }
-  }
-  return mappings;
-}
 
 IpGenAddr groupOf(const ShowInput& in) {
   const auto group = IpGenAddr::fromText(in.group);
@@ -92,7 +78,7 @@ std::string explanation(const IpGenAddr& group, const RpChoice& choice) {
 
 Json showRpHash(const ShowInput& in) {
   const IpGenAddr group = groupOf(in);
-  const std::vector<RpMapping> mappings = mappingsOf(*in.instance.rpCandidate);
+  const std::vector<RpMapping> mappings = rpMappings(*in.instance.rpCandidate);
   const RpChoice choice = selectRp(group, mappings);
   Json contenders = Json::array();
   for (const RpContender& c : choice.contenders) contenders.push_back(contenderJson(c, choice));
