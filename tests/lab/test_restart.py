@@ -3,13 +3,14 @@
     r1 (candidate BSR and RP) --- r2 (candidate RP) --- r3
 
 PIMBSR_RESTARTS restarts the BSR so often in each way, while files are read again and links fail for
-a moment; without it once, in peace.
+a moment, and damages states in every way; without it once, in peace.
 """
 
 import os
 import random
 import signal
 import time
+import zlib
 
 from kit.config import both
 from kit.domain import loopback
@@ -19,11 +20,53 @@ from kit.router import FAMILIES, IPV4, IPV6
 
 RESTARTS = int(os.environ.get("PIMBSR_RESTARTS", "1"))
 TROUBLED = RESTARTS > 1
+COLD_SECONDS = 8  # neighbours prime within six of its first Hello a router that knows nothing
 HOLD_TIME = 30  # bears a message that a link loses while it is down
+
+
+def flipped(text):
+    middle = len(text) // 2
+    return text[:middle] + bytes([text[middle] ^ 1]) + text[middle + 1:]
+
+
+def headed(field, word):
+    """Gives a state file another header, and the guards that go with it."""
+    def change(text):
+        lines = text.splitlines(keepends=True)
+        words = lines[0].split()
+        words[field] = word
+        lines[0] = b" ".join(words) + b"\n"
+        check = 0
+        for place, line in enumerate(lines):
+            if line.startswith(b". "):
+                lines[place] = b". %x\n" % check
+            else:
+                check = zlib.crc32(line, check)
+        return b"".join(lines)
+    return change
+
+
+DAMAGES = {  # what happens to the file, and what the log says of it
+    "a torn end": (lambda text: text[:-3], "is damaged"),
+    "another boot": (headed(3, b"0" * 32), "is of another boot"),
+}
+if TROUBLED:
+    DAMAGES |= {
+        "a lost end of the last batch": (lambda text: text[:text.rindex(b"\n. ") + 1],
+                                         "has a torn end"),
+        "a flipped bit": (flipped, "is damaged"),
+        "an empty file": (lambda text: b"", "is empty"),
+        "a foreign file": (lambda text: b"#!/bin/sh\n", "is none of ours"),
+        "another format": (headed(1, b"2"), "has another format"),
+        "a later time": (headed(4, b"1e12"), "is of a time to come"),
+        "another family": (headed(5, b"ipv6"), "is of another address family"),
+        "another VRF": (headed(6, b"'blue'"), "is of another VRF"),
+    }
 
 
 class Restart(Play):
     def setUp(self):
+        self.cold = []
         self.chance = random.Random(os.environ.get("PIMBSR_SEED", "1"))
         configs = [both("to-r2", bsr_priority=100, rp_priority=5),
                    both("to-r1", "to-r3", rp_priority=5), both("to-r2")]
@@ -88,19 +131,27 @@ class Restart(Play):
         time.sleep(self.chance.uniform(0, 3))
 
     def test_a_damaged_state_is_put_aside(self):
-        router = self.domain.router(3)
+        for damage, (change, fault) in DAMAGES.items():
+            for number in (3, 1) if TROUBLED else (3,):
+                with self.subTest(damage, router=number):
+                    self.begins_anew(self.domain.router(number), change, fault)
+        if TROUBLED:
+            print(f"{len(DAMAGES)} damages, back after {max(self.cold):.1f} s at most")
+        state = self.domain.router(3).state(IPV4)
+        self.assertEqual(self.domain.router(3).stop(), 0)
+        self.assertEqual([path.name for path in state.parent.iterdir()], ["default.ipv4.bad"])
+
+    def begins_anew(self, router, change, fault):
+        """One family's state is damaged: it is back as soon as after a cold start, the other at once."""
         router.kill()
         state = router.state(IPV4)
-        text = bytearray(state.read_bytes())
-        text[len(text) // 2] ^= 1
+        text = change(state.read_bytes())
         state.write_bytes(text)
         router.start()
-        self.assertIsNone(router.bsr(IPV4))
+        started = time.monotonic()
         self.assertEqual(router.bsr_address(IPV6), self.expected[IPV6][0])
-        said = router.said()
-        self.assertIn("IPv4 in VRF default begins anew: its state file is damaged; it is "
-                      "default.ipv4.bad now", said)
+        self.assertIn(f"IPv4 in VRF default begins anew: its state file {fault}; it is "
+                      "default.ipv4.bad now", router.said(5))
         self.assertEqual(state.with_suffix(".ipv4.bad").read_bytes(), text)
-        self.await_all(PERIOD_SECONDS)
-        self.assertEqual(router.stop(), 0)
-        self.assertEqual([path.name for path in state.parent.iterdir()], ["default.ipv4.bad"])
+        self.await_all(COLD_SECONDS)
+        self.cold.append(time.monotonic() - started)
