@@ -9,7 +9,6 @@ namespace Routing::Agent {
 namespace {
 
 TraceHandle trace("Agent::Socket");
-constexpr std::size_t largestDatagram = 65535;
 
 std::string errorText(int error) {
   return std::generic_category().message(error);
@@ -23,7 +22,6 @@ PimSocketSet::PimSocketSet(EventLoop& loop, const InterfaceTable& interfaces, co
       interfaces_(interfaces),
       vrf_(vrf),
       af_(af),
-      buffer_(largestDatagram),
       retryTimer_(loop.timerWheel(), [this] { openMissing(); }) {
   openUnicast();
 }
@@ -43,9 +41,21 @@ void PimSocketSet::openUnicast() {
 void PimSocketSet::intfIs(const IntfId& intf, std::uint32_t index) {
   Endpoint& link = links_[intf];
   if (link.open() && link.index == index) return;
-  link = {};
+  close(link);
   link.index = index;
   openLink(intf, link);
+}
+
+void PimSocketSet::intfDel(const IntfId& intf) {
+  const auto link = links_.find(intf);
+  if (link == links_.end()) return;
+  close(link->second);
+  links_.erase(link);
+}
+
+void PimSocketSet::close(Endpoint& endpoint) {
+  pastOverflows_ += endpoint.overflows();
+  endpoint = {};
 }
 
 void PimSocketSet::openLink(const IntfId& intf, Endpoint& link) try {
@@ -69,7 +79,7 @@ void PimSocketSet::openMissing() {
 void PimSocketSet::closeFailed(Endpoint& endpoint, std::string_view name) {
   ROUTING_TRACE(trace, 1, vrf_, " The socket of ", name, " failed");
   const std::uint32_t index = endpoint.index;
-  endpoint = {};
+  close(endpoint);
   endpoint.index = index;
   retryTimer_.expiryInIs(retryDelay);
 }
@@ -85,20 +95,24 @@ void PimSocketSet::handleUnicast() {
   if (!read(unicast_, take)) closeFailed(unicast_, "unicast");
 }
 
-bool PimSocketSet::read(Endpoint& endpoint, const std::function<void(const RawDatagram&)>& take) {
-  for (int i = 0; i < datagramsPerTurn; ++i) {
-    RawDatagram datagram;
-    const auto received = endpoint.socket.receive(buffer_, datagram);
+bool PimSocketSet::read(Endpoint& endpoint, const RawSocket::Take& take) {
+  for (unsigned read = 0; read < datagramsPerTurn; read += ReceiveBuffers::most) {
+    const auto received = endpoint.socket.receive(buffers_, take);
     if (received == RawSocket::Received::nothing) return true;
     if (received == RawSocket::Received::failed) return false;
-    if (received == RawSocket::Received::datagram && receiver_) take(datagram);
   }
   return true;
 }
 
+std::uint64_t PimSocketSet::overflows() const {
+  std::uint64_t sum = pastOverflows_ + unicast_.overflows();
+  for (const auto& [intf, link] : links_) sum += link.overflows();
+  return sum;
+}
+
 void PimSocketSet::receiveOnLink(const IntfId& intf, const RawDatagram& datagram) {
   if (!datagram.destination.isMulticast()) return;
-  receiver_({intf, datagram.source, datagram.destination, datagram.payload});
+  if (receiver_) receiver_({intf, datagram.source, datagram.destination, datagram.payload});
 }
 
 void PimSocketSet::receiveUnicast(const RawDatagram& datagram) {
@@ -107,7 +121,7 @@ void PimSocketSet::receiveUnicast(const RawDatagram& datagram) {
   const Interface* interface = interfaces_.interface(intf);
   // Depending on the host's settings an unbound socket hears what arrives in VRFs, too.
   if (interface == nullptr || interface->vrf != vrf_) return;
-  receiver_({intf, datagram.source, datagram.destination, datagram.payload});
+  if (receiver_) receiver_({intf, datagram.source, datagram.destination, datagram.payload});
 }
 
 bool PimSocketSet::send(const Pim::TransmitPacket& packet) {

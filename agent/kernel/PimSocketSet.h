@@ -4,7 +4,6 @@
 #include <functional>
 #include <map>
 #include <string_view>
-#include <vector>
 
 #include "agent/kernel/EventLoop.h"
 #include "agent/kernel/InterfaceTable.h"
@@ -21,7 +20,7 @@ class PimSocketSet final : public Pim::PacketPort {
   using Receiver = std::function<void(const Pim::ReceivedPacket&)>;
 
   /// Datagrams that one socket takes in before the others have their turn.
-  static constexpr int datagramsPerTurn = 64;
+  static constexpr unsigned datagramsPerTurn = 4 * ReceiveBuffers::most;
   static constexpr double retryDelay = 1.0;  ///< seconds
 
   /// Loop and interfaces must outlive the set. Raises std::system_error if the process must not
@@ -34,9 +33,13 @@ class PimSocketSet final : public Pim::PacketPort {
 
   /// Opens the socket of an interface, again if it has become another device.
   void intfIs(const IntfId& intf, std::uint32_t index);
-  void intfDel(const IntfId& intf) { links_.erase(intf); }
+  void intfDel(const IntfId& intf);
 
   bool send(const Pim::TransmitPacket& packet) override;
+
+  /// Datagrams that the kernel has dropped since the set is there, because they came faster than
+  /// they were read.
+  std::uint64_t overflows() const;
 
  private:
   struct Endpoint {
@@ -44,6 +47,7 @@ class PimSocketSet final : public Pim::PacketPort {
     RawSocket socket;
     Watch watch;
     bool open() const { return socket.fd() >= 0; }
+    std::uint32_t overflows() const { return open() ? socket.overflows() : 0; }
   };
 
   std::uint32_t vrfIndex() const;
@@ -53,7 +57,8 @@ class PimSocketSet final : public Pim::PacketPort {
   void closeFailed(Endpoint& endpoint, std::string_view name);
   void handleLink(const IntfId& intf);
   void handleUnicast();
-  bool read(Endpoint& endpoint, const std::function<void(const RawDatagram&)>& take);
+  void close(Endpoint& endpoint);
+  bool read(Endpoint& endpoint, const RawSocket::Take& take);
   void receiveOnLink(const IntfId& intf, const RawDatagram& datagram);
   void receiveUnicast(const RawDatagram& datagram);
   int sendOnLink(const Pim::TransmitPacket& packet);
@@ -64,9 +69,10 @@ class PimSocketSet final : public Pim::PacketPort {
   const VrfName vrf_;
   const AddressFamily af_;
   Receiver receiver_;
-  std::vector<std::uint8_t> buffer_;
+  ReceiveBuffers buffers_;
   Endpoint unicast_;
   std::map<IntfId, Endpoint> links_;
+  std::uint64_t pastOverflows_ = 0;  // of sockets that are closed
   Timer retryTimer_;
 };
 

@@ -1,5 +1,7 @@
 #include "agent/kernel/RawSocket.h"
 
+#include <linux/filter.h>
+#include <linux/sock_diag.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
@@ -17,7 +19,8 @@ namespace {
 
 constexpr int on = 1;
 constexpr int off = 0;
-constexpr int receiveBuffer = 1 << 20;     // octets
+constexpr int receiveBuffer = 8 << 20;  // octets, doubled by the kernel: 5,000 large fragments
+constexpr std::size_t largestDatagram = 65535;
 constexpr int internetworkControl = 0xc0;  // DSCP CS6 (RFC 2474 section 4.2.2)
 constexpr int pimChecksumOffset = 2;
 
@@ -79,6 +82,20 @@ void joinV6(int fd, std::uint32_t intfIndex) {
   set(fd, IPPROTO_IPV6, IPV6_MULTICAST_HOPS, on, "IPV6_MULTICAST_HOPS");
 }
 
+/// Multicast is for the sockets of the links, and the buffer of unicast is not to fill with it.
+void refuseMulticast(int fd, AddressFamily af) {
+  const bool v4 = af == AddressFamily::ipv4;
+  const std::uint32_t firstOctet = static_cast<std::uint32_t>(SKF_NET_OFF) + (v4 ? 16 : 24);
+  const std::uint32_t mask = v4 ? 0xf0 : 0xff;
+  const std::uint32_t multicast = v4 ? 0xe0 : 0xff;
+  std::array<sock_filter, 5> steps{
+      {BPF_STMT(BPF_LD | BPF_B | BPF_ABS, firstOctet), BPF_STMT(BPF_ALU | BPF_AND | BPF_K, mask),
+       BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, multicast, 0, 1), BPF_STMT(BPF_RET | BPF_K, 0),
+       BPF_STMT(BPF_RET | BPF_K, UINT32_MAX)}};
+  const sock_fprog program{steps.size(), steps.data()};
+  set(fd, SOL_SOCKET, SO_ATTACH_FILTER, program, "SO_ATTACH_FILTER");
+}
+
 IpGenAddr addressOf(const in6_addr& address) {
   return IpGenAddr::fromBytes(AddressFamily::ipv6, address.s6_addr);
 }
@@ -90,7 +107,12 @@ struct alignas(cmsghdr) ControlBuffer {
 
 /// A message with one piece of payload and a place for packet information.
 struct Envelope {
-  Envelope(void* data, std::size_t size) {
+  Envelope() = default;
+  Envelope(void* data, std::size_t size) { open(data, size); }
+  Envelope(const Envelope&) = delete;
+  Envelope& operator=(const Envelope&) = delete;
+
+  void open(void* data, std::size_t size) {
     piece = {data, size};
     header.msg_name = &peer;
     header.msg_namelen = sizeof peer;
@@ -99,8 +121,6 @@ struct Envelope {
     header.msg_control = control.octets.data();
     header.msg_controllen = control.octets.size();
   }
-  Envelope(const Envelope&) = delete;
-  Envelope& operator=(const Envelope&) = delete;
 
   template <class Info>
   const Info* infoOf(int level, int type) {
@@ -169,6 +189,13 @@ void addressV6(Envelope& envelope, const IpGenAddr& source, const IpGenAddr& des
   envelope.infoIs(IPPROTO_IPV6, IPV6_PKTINFO, info);
 }
 
+RawSocket::Received receivedOnError(int error) {
+  if (error == EAGAIN || error == EWOULDBLOCK) return RawSocket::Received::nothing;
+  const bool passing = error == EINTR || error == ENETDOWN || error == ENOBUFS ||
+                       error == EHOSTUNREACH || error == ENETUNREACH || error == ENOMEM;
+  return passing ? RawSocket::Received::some : RawSocket::Received::failed;
+}
+
 }  // namespace
 
 RawSocket RawSocket::onLink(AddressFamily af, std::uint32_t intfIndex) {
@@ -178,24 +205,51 @@ RawSocket RawSocket::onLink(AddressFamily af, std::uint32_t intfIndex) {
 }
 
 RawSocket RawSocket::unicast(AddressFamily af, std::uint32_t vrfIndex) {
-  return {af, openSocket(af, vrfIndex)};
+  Fd fd = openSocket(af, vrfIndex);
+  refuseMulticast(fd.get(), af);
+  return {af, std::move(fd)};
 }
 
-RawSocket::Received RawSocket::receive(std::span<std::uint8_t> buffer,
-                                       RawDatagram& datagram) const {
-  Envelope envelope(buffer.data(), buffer.size());
-  const ssize_t length = recvmsg(fd(), &envelope.header, 0);
-  if (length < 0) {
-    if (errno == EAGAIN || errno == EWOULDBLOCK) return Received::nothing;
-    const bool passing = errno == EINTR || errno == ENETDOWN || errno == ENOBUFS ||
-                         errno == EHOSTUNREACH || errno == ENETUNREACH || errno == ENOMEM;
-    return passing ? Received::useless : Received::failed;
+struct ReceiveBuffers::Slots {
+  struct Slot {
+    Envelope envelope;
+    std::array<std::uint8_t, largestDatagram> octets;
+  };
+  std::unique_ptr<Slot[]> slot = std::make_unique_for_overwrite<Slot[]>(most);
+  std::array<mmsghdr, most> headers{};
+};
+
+ReceiveBuffers::ReceiveBuffers() : slots_(std::make_unique<Slots>()) {}
+ReceiveBuffers::ReceiveBuffers(ReceiveBuffers&&) noexcept = default;
+ReceiveBuffers::~ReceiveBuffers() = default;
+
+RawSocket::Received RawSocket::receive(ReceiveBuffers& buffers, const Take& take) const {
+  ReceiveBuffers::Slots& slots = *buffers.slots_;
+  for (unsigned i = 0; i < ReceiveBuffers::most; ++i) {
+    auto& [envelope, octets] = slots.slot[i];
+    envelope.open(octets.data(), octets.size());
+    slots.headers[i].msg_hdr = envelope.header;
   }
-  if ((envelope.header.msg_flags & MSG_TRUNC) != 0) return Received::useless;
-  const std::span<const std::uint8_t> octets = buffer.first(static_cast<std::size_t>(length));
-  const bool read = af_ == AddressFamily::ipv4 ? readV4(envelope, octets, datagram)
-                                               : readV6(envelope, octets, datagram);
-  return read ? Received::datagram : Received::useless;
+  const int count = recvmmsg(fd(), slots.headers.data(), ReceiveBuffers::most, 0, nullptr);
+  if (count < 0) return receivedOnError(errno);
+  const auto read = af_ == AddressFamily::ipv4 ? readV4 : readV6;
+  for (int i = 0; i < count; ++i) {
+    auto& [envelope, octets] = slots.slot[i];
+    envelope.header = slots.headers[i].msg_hdr;
+    RawDatagram datagram;
+    if ((envelope.header.msg_flags & MSG_TRUNC) == 0 &&
+        read(envelope, std::span(octets).first(slots.headers[i].msg_len), datagram)) {
+      take(datagram);
+    }
+  }
+  return Received::some;
+}
+
+std::uint32_t RawSocket::overflows() const {
+  std::array<std::uint32_t, SK_MEMINFO_VARS> info{};
+  socklen_t size = sizeof info;
+  if (getsockopt(fd(), SOL_SOCKET, SO_MEMINFO, info.data(), &size) != 0) return 0;
+  return info[SK_MEMINFO_DROPS];
 }
 
 int RawSocket::send(const IpGenAddr& source, const IpGenAddr& destination, std::uint32_t intfIndex,

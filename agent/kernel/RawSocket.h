@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <functional>
+#include <memory>
 #include <span>
 
 #include "config/file/Fd.h"
@@ -9,7 +11,7 @@
 
 namespace Routing::Agent {
 
-/// A datagram as a raw socket gives it. The payload lies in the buffer that was read into.
+/// A datagram as a raw socket gives it. The payload lies in the buffers that were read into.
 struct RawDatagram {
   std::uint32_t intfIndex = 0;  ///< arrival interface; a slave rather than its VRF
   IpGenAddr source;
@@ -17,10 +19,27 @@ struct RawDatagram {
   std::span<const std::uint8_t> payload;
 };
 
+/// Room for the datagrams that one system call takes in. Only what is filled takes memory.
+class ReceiveBuffers {
+ public:
+  static constexpr unsigned most = 16;  ///< datagrams at once
+
+  ReceiveBuffers();
+  ReceiveBuffers(ReceiveBuffers&&) noexcept;
+  ReceiveBuffers& operator=(ReceiveBuffers&&) = delete;
+  ~ReceiveBuffers();
+
+ private:
+  friend class RawSocket;
+  struct Slots;
+  std::unique_ptr<Slots> slots_;
+};
+
 /// A raw PIM socket of one family.
 class RawSocket {
  public:
-  enum class Received : std::uint8_t { datagram, useless, nothing, failed };
+  using Take = std::function<void(const RawDatagram&)>;
+  enum class Received : std::uint8_t { some, nothing, failed };
 
   RawSocket() = default;
 
@@ -32,9 +51,11 @@ class RawSocket {
 
   int fd() const { return fd_.get(); }
 
-  /// Reads one datagram into `buffer` without waiting. Useless is what is malformed, too large, or
-  /// an error of a past transmission.
-  Received receive(std::span<std::uint8_t> buffer, RawDatagram& datagram) const;
+  /// Reads without waiting what has arrived, at most ReceiveBuffers::most datagrams, and then gives
+  /// each to `take`. Left out is what is malformed or too large, and errors of past transmissions.
+  Received receive(ReceiveBuffers& buffers, const Take& take) const;
+  /// Datagrams that the kernel has dropped because nobody read them in time.
+  std::uint32_t overflows() const;
 
   /// Sends from a source address and through an interface; unset or 0 leave the choice to the
   /// host's routes. Returns 0 or the error number.

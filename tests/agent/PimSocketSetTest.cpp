@@ -117,6 +117,25 @@ TEST_P(PimSocketSetTest, CarriesMulticastOfAnySizeToTheOtherEndOnly) {
   EXPECT_FALSE(multicast(std::vector<std::uint8_t>(70'000)));
 }
 
+TEST_P(PimSocketSetTest, BearsABurstAndCountsWhatTheKernelDrops) {
+  const std::vector<std::uint8_t> fragment(1400);
+  const auto burst = [&](int size) {
+    for (int i = 1; i <= size; ++i) {
+      multicast(fragment);
+      if (i % 250 == 0) usleep(1000);  // the link itself holds 1,000 at most
+    }
+    return rightHears().size();
+  };
+  EXPECT_EQ(burst(5000), 5000U);
+  EXPECT_EQ(right.of(af()).overflows(), 0U);
+  EXPECT_LT(burst(20'000), 20'000U);
+  const auto lost = right.of(af()).overflows();
+  EXPECT_GT(lost, 0U);
+  EXPECT_LE(lost, 20'000U - right.heard.size());
+  right.of(af()).intfDel(IntfId("b0"));
+  EXPECT_EQ(right.of(af()).overflows(), lost);
+}
+
 TEST_P(PimSocketSetTest, TakesUnicastInOnce) {
   ASSERT_TRUE(left.of(af()).send({{}, global(1), global(2), hello}));
   auto heard = rightHears();
