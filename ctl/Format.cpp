@@ -44,6 +44,26 @@ std::string listText(const Json& values) {
   return text.empty() ? "-" : text;
 }
 
+std::string wrapped(const std::string& text, std::size_t indent, std::size_t hanging) {
+  constexpr std::size_t columns = 80;
+  std::string out;
+  std::string line(indent, ' ');
+  std::size_t start = line.size();
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t blank = std::min(text.find(' ', at), text.size());
+    const std::string word = text.substr(at, blank - at);
+    if (line.size() > start && line.size() + 1 + word.size() > columns) {
+      out += line + "\n";
+      line.assign(indent + hanging, ' ');
+      start = line.size();
+    }
+    if (line.size() > start) line += ' ';
+    line += word;
+    at = blank + 1;
+  }
+  return out + line + "\n";
+}
+
 std::string instanceText(const Json& instance) {
   const bool v4 = instance.at("address-family") == "ipv4";
   return "VRF " + valueText(instance.at("vrf")) + (v4 ? ", IPv4" : ", IPv6");

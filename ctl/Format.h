@@ -15,6 +15,9 @@ std::string valueText(const Json& value);
 std::string genIdText(const Json& value);
 /// Strings separated by ", "; "-" if there are none.
 std::string listText(const Json& values);
+/// A text and a newline behind `indent` blanks, broken between words where it gets longer than 80
+/// columns; further lines stand `hanging` blanks deeper.
+std::string wrapped(const std::string& text, std::size_t indent, std::size_t hanging);
 /// "VRF default, IPv4".
 std::string instanceText(const Json& instance);
 /// Which candidacies operators have taken from the router, as a line; empty if none.

@@ -18,6 +18,7 @@ constexpr Topic showTopics[] = {
     {"neighbor", "PIM neighbours"},
     {"interface", "PIM interfaces"},
     {"counters", "Messages received, sent and dropped; bounds that were met"},
+    {"events", "What has happened lately, and why"},
     {"status", "Everything the daemon holds, as JSON"},
 };
 

@@ -14,6 +14,7 @@ struct Renderer {
 constexpr Renderer renderers[] = {
     {"bsr", renderBsr},           {"rp-set", renderRpSet},        {"rp-hash", renderRpHash},
     {"neighbor", renderNeighbor}, {"interface", renderInterface}, {"counters", renderCounters},
+    {"events", renderEvents},
 };
 
 }  // namespace

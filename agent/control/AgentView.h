@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "agent/control/DrainReport.h"
+#include "agent/events/EventBook.h"
 #include "bsr/types/Limits.h"
 #include "bsr/types/Status.h"
 #include "platform/net/AddressFamily.h"
@@ -17,7 +18,7 @@
 
 namespace Routing::Agent {
 
-/// What runs in one VRF and address family. No pointer is null.
+/// What runs in one VRF and address family. No pointer is null but that of the events.
 struct InstanceView {
   VrfName vrf;
   AddressFamily af = AddressFamily::unset;
@@ -29,6 +30,7 @@ struct InstanceView {
   std::shared_ptr<const ZeuVrfStatus> upgrade;  ///< VRFs of the family that are ready for one
   /// When scoped zones that have no BSR will be forgotten.
   std::map<IpGenPrefix, double> zoneExpiry = {};
+  const EventBook* events = nullptr;
 };
 
 /// The running daemon as whoever answers its operators sees it. For reading, on the event-loop

@@ -17,7 +17,7 @@ struct ShowTopic {
 constexpr ShowTopic showTopics[] = {
     {"bsr", showBsr},           {"rp-set", showRpSet},        {"rp-hash", showRpHash},
     {"neighbor", showNeighbor}, {"interface", showInterface}, {"counters", showCounters},
-    {"status", showStatus},
+    {"events", showEvents},     {"status", showStatus},
 };
 
 std::shared_ptr<const Entity> bsrStatus(const InstanceView& instance) {

@@ -32,6 +32,8 @@ Json showNeighbor(const ShowInput& in);
 Json showInterface(const ShowInput& in);
 /// Messages counted by the BSR mechanism and by the packet layer, and the bounds that were met.
 Json showCounters(const ShowInput& in);
+/// What has happened lately.
+Json showEvents(const ShowInput& in);
 /// All entities, attribute by attribute, as they stand.
 Json showStatus(const ShowInput& in);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <string_view>
 
@@ -18,6 +19,11 @@ Json hashMaskLenJson(std::uint32_t length, AddressFamily af);
 /// An address or interface as text, null if it is unset.
 Json textOrNull(const IpGenAddr& address);
 Json textOrNull(const IntfId& intf);
+/// An event, with its age in seconds.
+Json eventJson(const Event& event, double now);
+/// At most so many of the last events of the instance that pass, the oldest first.
+Json eventsJson(const ShowInput& in, std::size_t most,
+                const std::function<bool(const Event&)>& passes = {});
 /// Addresses in numeric order.
 Json addressList(const std::set<IpGenAddr>& addresses);
 /// Which candidacies operators have taken from this router.

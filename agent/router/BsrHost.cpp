@@ -26,9 +26,11 @@ std::shared_ptr<Pim::Bsr::PimBsrLimits> newLimits(const LimitSettings& settings)
 
 /// What an earlier life left, else a new status.
 std::shared_ptr<Pim::Bsr::Status> statusOf(const StateFile* state, const VrfName& vrf,
-                                           AddressFamily af, const Pim::Bsr::PimBsrLimits& limits) {
+                                           AddressFamily af, const Pim::Bsr::PimBsrLimits& limits,
+                                           bool& resumed) {
   auto status = state == nullptr ? nullptr : state->restored(limits);
-  return status ? status : newStatus(vrf, af);
+  resumed = status != nullptr;
+  return resumed ? status : newStatus(vrf, af);
 }
 
 }  // namespace
@@ -46,10 +48,11 @@ BsrHost::BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af)
       sourceIntfSm_(std::make_shared<SourceIntfSm>(vrf)),
       limits_(newLimits(config_.limits)),
       state_(base.state.fileOf(vrf, af)),
-      status_(statusOf(state_.get(), vrf, af, *limits_)),
+      status_(statusOf(state_.get(), vrf, af, *limits_, resumed_)),
       rpCandidate_(std::make_shared<Pim::RpCandidateStatus>(vrf)),
       upgrade_(base.upgrade.vrfStatus(af)),
-      bsr_(inputs(base, base.entities.families().at({vrf, af}))) {
+      bsr_(inputs(base, base.entities.families().at({vrf, af}))),
+      watch_(watched(), base.loop.timerWheel(), resumed_, base.events) {
   sockets_.receiverIs([this](const Pim::ReceivedPacket& packet) { pim_.receive(packet); });
   handleConfig();
   takeUpInterfaces();
@@ -78,6 +81,19 @@ Pim::Bsr::BsrInputs BsrHost::inputs(const HostBase& base, const FamilyEntities& 
           base.upgrade.vrfStatus(af_),
           Pim::Bsr::BsrPolicy::continuous(),
           base.random};
+}
+
+WatchedInstance BsrHost::watched() const {
+  return {
+      pim_.pimStatus(),          status_, rpCandidate_, limits_, bsr_.crpMsgStatus(), sourceIntfSm_,
+      [this] { return zones(); }};
+}
+
+std::set<IpGenPrefix> BsrHost::zones() const {
+  std::set<IpGenPrefix> zones;
+  for (const auto& entry : bsr_.engine().candidateSm()) zones.insert(entry.first);
+  for (const auto& entry : bsr_.engine().nonCandidateSm()) zones.insert(entry.first);
+  return zones;
 }
 
 const FamilySettings& BsrHost::settings() const {
@@ -149,8 +165,9 @@ void BsrHost::pimIntfDel(const IntfId& intf) {
   sockets_.intfDel(intf);
 }
 
-void BsrHost::writeState() {
+void BsrHost::settle() {
   if (state_) state_->flush();
+  watch_.settle();
 }
 
 void BsrHost::shutdown() {
@@ -164,6 +181,7 @@ InstanceView BsrHost::view() const {
   for (const auto& [zone, machine] : bsr_.engine().nonCandidateSm()) {
     if (std::isfinite(machine->szExpiry())) view.zoneExpiry.emplace(zone, machine->szExpiry());
   }
+  view.events = &watch_.book();
   return view;
 }
 

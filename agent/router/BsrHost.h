@@ -5,6 +5,7 @@
 
 #include "agent/control/AgentView.h"
 #include "agent/daemon/Options.h"
+#include "agent/events/InstanceWatch.h"
 #include "agent/kernel/EventLoop.h"
 #include "agent/kernel/InterfaceTable.h"
 #include "agent/kernel/KernelRouting.h"
@@ -30,6 +31,7 @@ struct HostBase {
   std::shared_ptr<const Pim::AllIntfStatusDir> allIntfStatusDir;
   RandomSource random;
   TimeoutOverrides timeouts;
+  EventSink events = {};
 };
 
 /// PIM and the bootstrap mechanism of one VRF and family on real sockets and routes. The parts are
@@ -51,8 +53,8 @@ class BsrHost {
   void handleIntf(const IntfId& intf, const Interface* before, const Interface* now);
   /// Call when routes, rules or interfaces have changed.
   void flushRoutes() { routing_.flush(); }
-  /// Writes what has changed of the state.
-  void writeState();
+  /// Writes what has changed of the state, and tells of it. Call at the end of a turn.
+  void settle();
   /// Says goodbye to all neighbours, and leaves no state behind.
   void shutdown();
 
@@ -61,6 +63,8 @@ class BsrHost {
  private:
   Pim::Bsr::BsrInputs inputs(const HostBase& base, const FamilyEntities& entities);
   const FamilySettings& settings() const;
+  WatchedInstance watched() const;
+  std::set<IpGenPrefix> zones() const;
   void takeUpInterfaces();
   void overrideTimeouts();
   void pimIntfsAre(const std::map<std::string, InterfaceSettings>& interfaces);
@@ -81,10 +85,12 @@ class BsrHost {
   std::shared_ptr<SourceIntfSm> sourceIntfSm_;
   std::shared_ptr<Pim::Bsr::PimBsrLimits> limits_;
   std::unique_ptr<StateFile> state_;  // null: none is kept
+  bool resumed_ = false;
   std::shared_ptr<Pim::Bsr::Status> status_;
   std::shared_ptr<Pim::RpCandidateStatus> rpCandidate_;
   std::shared_ptr<const ZeuVrfStatus> upgrade_;
   Pim::Bsr::BsrInstance bsr_;
+  InstanceWatch watch_;
 };
 
 }  // namespace Routing::Agent

@@ -82,8 +82,8 @@ void InstanceTable::flushRoutes() {
   for (auto& [key, instance] : instances_) instance.host.flushRoutes();
 }
 
-void InstanceTable::writeStates() {
-  for (auto& [key, instance] : instances_) instance.host.writeState();
+void InstanceTable::settle() {
+  for (auto& [key, instance] : instances_) instance.host.settle();
 }
 
 void InstanceTable::shutdown() {

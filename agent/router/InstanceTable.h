@@ -21,8 +21,8 @@ class InstanceTable {
   /// What the name of an interface stood for and stands for now; the interface table knows already.
   void handleIntf(const IntfId& intf, const Interface* before, const Interface* now);
   void flushRoutes();
-  /// Writes what has changed of the states.
-  void writeStates();
+  /// Writes what has changed of the states, and tells of it. Call at the end of a turn.
+  void settle();
   /// Says goodbye to all neighbours, and leaves no state behind.
   void shutdown();
 

@@ -21,8 +21,10 @@ Router::Router(EventLoop& loop, const TimeoutOverrides& timeouts,
       startTime_(loop.clock().now()),
       dir_(std::make_shared<Pim::AllIntfStatusDir>()),
       state_(loop.clock()),
+      journal_(loop.clock()),
       instances_({loop, interfaces_, routeQuery_, entities_, upgrade_, state_, dir_,
-                  newRandomSource(), timeouts}),
+                  newRandomSource(), timeouts,
+                  [this](const Event& event) { journal_.write(event); }}),
       routeChanges_(loop, [this] { instances_.flushRoutes(); }),
       monitor_(loop, interfaces_, std::move(synchronised)) {}
 
@@ -37,7 +39,7 @@ void Router::start() {
   instances_.handleConfig();
   requireDefaultVrf();
   state_.dropOthers();
-  loop_.onTurnEnd([this] { instances_.writeStates(); });
+  loop_.onTurnEnd([this] { instances_.settle(); });
   started_ = true;
   interfaces_.observerIs([this](const IntfId& intf, const Interface* before, const Interface* now) {
     handleIntf(intf, before, now);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "agent/control/AgentView.h"
+#include "agent/events/Journal.h"
 #include "agent/kernel/EventLoop.h"
 #include "agent/kernel/InterfaceTable.h"
 #include "agent/kernel/NetlinkMonitor.h"
@@ -68,6 +69,7 @@ class Router final : public AgentView {
   ConfigEntities entities_;  // what the drain leaves of the configuration
   UpgradeController upgrade_;
   StateStore state_;
+  Journal journal_;
   InstanceTable instances_;
   RouteChanges routeChanges_;
   NetlinkMonitor monitor_;

@@ -185,7 +185,7 @@ TEST_F(InstanceTableTest, KeepsTheStateOfAnInstanceUntilThatEnds) {
   EXPECT_EQ(kept(), (std::set<std::string>{"default.ipv4", "red.ipv4"}));
   linkDel("red");
   EXPECT_EQ(kept(), (std::set<std::string>{"default.ipv4"}));
-  instances.writeStates();
+  instances.settle();
   InstanceTable next{base};
   next.handleConfig();
   EXPECT_EQ(treeText(*next.views().at(0).status), treeText(*instances.views().at(0).status));

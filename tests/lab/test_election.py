@@ -25,6 +25,8 @@ class Election(Play):
             mapping = third.mappings(each)[each.all_groups][loopback(each, 2)]
             self.assertEqual((mapping["priority"], mapping["mode"]), (7, "sparse"))
 
+            told = [event["text"] for event in third.show(each, "events")["events"]]
+            self.assertEqual(len(told), len(set(told)), told)  # nothing repeats in a quiet network
         self.assertEqual(first.stop(), 0)
         for each in FAMILIES:
             self.eventually(2, lambda: not second.neighbors(each, "to-r1"), "r1 said no goodbye")
@@ -35,6 +37,16 @@ class Election(Play):
                       if packet.bsr == loopback(each, 1)]
             self.assertEqual([packet.priority for packet in spoken[:1] + spoken[-1:]], [100, 0])
             self.assertTrue(all(packet.checksum_good for packet in spoken))
+            self.assertEqual([(event["event"], event["cause"], event["bsr"])
+                              for event in third.show(each, "events")["events"]
+                              if event.get("zone") == each.all_groups],
+                             [("candidate-bsr-started", "none", loopback(each, 3)),
+                              ("bsr-new", "first-heard", loopback(each, 1)),
+                              ("bsr-changed", "resigned", loopback(each, 1)),
+                              ("election-won", "resigned", loopback(each, 3))])
+            self.assertIn(("neighbor-down", "goodbye", "to-r1"),
+                          [(event["event"], event["cause"], event.get("interface"))
+                           for event in second.show(each, "events")["events"]])
 
         for each in FAMILIES:
             self.eventually(PERIOD_SECONDS, lambda: third.zone_rps(each) == {loopback(each, 2)},
