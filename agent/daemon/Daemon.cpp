@@ -1,7 +1,6 @@
 #include "agent/daemon/Daemon.h"
 
 #include <spdlog/spdlog.h>
-#include <systemd/sd-daemon.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -15,6 +14,7 @@ Daemon::Daemon(const ConfigSource& source, const TimeoutOverrides& timeouts,
     : source_(source),
       logSink_(loop_.clock(), startLogging()),
       router_(loop_, timeouts, [this] { start(); }),
+      serviceManager_(loop_.timerWheel(), router_),
       reloader_(
           loop_.io(), source, [this] { return router_.addressedInterfaces(); },
           [this](const LoadedConfig& loaded) { return apply(loaded); }) {
@@ -36,7 +36,7 @@ void Daemon::start() try {
   router_.start();
   control_.emplace(loop_.io(), router_, *this, router_.config().controlSocket);
   spdlog::info("ready");
-  sd_notify(0, "READY=1");
+  serviceManager_.ready();
 } catch (const std::exception& error) {
   spdlog::critical("cannot start: {}", error.what());
   exitCode_ = EXIT_FAILURE;
@@ -55,13 +55,16 @@ void Daemon::leave() {
 
 void Daemon::end(const char* words) {
   spdlog::info(words);
-  sd_notify(0, "STOPPING=1");
+  serviceManager_.stopping();
   control_.reset();
   loop_.stop();
 }
 
 void Daemon::reload(ReloadDone done) {
-  if (!source_.file().empty()) return reloader_.reload(std::move(done));
+  if (!source_.file().empty()) {
+    serviceManager_.reloading();
+    return reloader_.reload(std::move(done));
+  }
   spdlog::info("there is no configuration file to read again");
   done({.file = "pimbsrd", .findings = {{Severity::error, 0, "", "started without a file"}}});
 }
@@ -78,6 +81,7 @@ ReloadOutcome Daemon::apply(const LoadedConfig& loaded) {
   const char* result = !outcome.good ? "refused" : outcome.changed ? "applied" : "unchanged";
   spdlog::info("configuration {} {}{}", source_.file(), result,
                outcome.undrained ? ", no longer drained" : "");
+  serviceManager_.ready();
   return outcome;
 }
 

@@ -7,6 +7,7 @@
 #include "agent/daemon/ConfigSource.h"
 #include "agent/daemon/LogSink.h"
 #include "agent/daemon/Reloader.h"
+#include "agent/daemon/ServiceManager.h"
 #include "agent/kernel/EventLoop.h"
 #include "agent/router/Router.h"
 
@@ -39,6 +40,7 @@ class Daemon final : public AgentCommands {
   EventLoop loop_;
   LogSink logSink_;
   Router router_;
+  ServiceManager serviceManager_;
   Reloader reloader_;
   std::optional<ControlServer> control_;
   int exitCode_ = 0;
