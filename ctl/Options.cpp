@@ -1,7 +1,6 @@
 #include "ctl/Options.h"
 
-#include <CLI/CLI.hpp>
-#include <sstream>
+#include "cli/CommandLine.h"
 
 namespace Routing::Ctl {
 namespace {
@@ -47,6 +46,12 @@ struct Family {
 };
 constexpr Family families[] = {{"ip", "ipv4", "IPv4"}, {"ipv6", "ipv6", "IPv6"}};
 
+std::string checkSeconds(const std::string& text) {
+  double seconds = 0;
+  const bool good = CLI::detail::lexical_cast(text, seconds) && seconds > 0 && seconds < 1e9;
+  return good ? "" : "needs a number of seconds above 0";
+}
+
 /// Options stand before or behind the words of a command.
 CLI::App* word(CLI::App& parent, const char* name, const char* help) {
   CLI::App* app = parent.add_subcommand(name, help);
@@ -60,7 +65,7 @@ void addTopics(CLI::App& pim, const Topics& topics, Options& options, const char
   pim.require_subcommand(1);
   for (const Topic& topic : topics) {
     CLI::App* leaf = word(pim, topic.name, topic.help);
-    leaf->add_option("--vrf", options.vrf, "The VRF")->capture_default_str();
+    leaf->add_option("--vrf", options.vrf, "The VRF")->capture_default_str()->type_name("NAME");
     leaf->add_flag("--json", options.json, "JSON instead of text");
     if (std::string_view(topic.name) == "rp-hash") {
       leaf->add_option("GROUP", options.group, "A group address")->required();
@@ -120,7 +125,8 @@ void addDrain(CLI::App& app, Options& options) {
     leaf->add_flag("--json", options.json, "JSON instead of text");
     leaf->add_option("--wait", options.wait,
                      "Seconds to wait until others have taken over; exit with 1 if they have not")
-        ->check(CLI::PositiveNumber);
+        ->check(checkSeconds)
+        ->type_name("SECONDS");
     leaf->final_callback([&options, name = topic.name] {
       options.command = "drain";
       options.topic = name;
@@ -136,10 +142,12 @@ void addAll(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "pimbsrctl " PIMBSR_VERSION);
   app.add_option("--socket", options.socket, "The daemon's control socket")
       ->envname("PIMBSR_SOCKET")
+      ->type_name("PATH")
       ->capture_default_str();
   app.add_option("--timeout", options.timeout,
                  "Seconds to wait for the answer (5), to get ready (30), or to watch (for ever)")
-      ->check(CLI::PositiveNumber);
+      ->check(checkSeconds)
+      ->type_name("SECONDS");
   addCommand(app, "show", "Show what the daemon knows", showTopics, options);
   addCommand(app, "clear", "Set counters to zero", clearTopics, options);
   addCommand(app, "watch", "Follow changes as they happen", watchTopics, options);
@@ -156,13 +164,7 @@ std::variant<Options, EarlyExit> parseOptions(int argc, const char* const* argv)
   CLI::App app{"Shows and follows what pimbsrd knows, and has it follow its configuration"};
   app.name("pimbsrctl");
   addAll(app, options);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    std::ostringstream text;
-    const int code = app.exit(error, text, text);
-    return EarlyExit{code == 0 ? exitGood : exitUsage, text.str()};
-  }
+  if (auto early = Cli::parse(app, argc, argv)) return EarlyExit{early->code, early->text};
   return options;
 }
 

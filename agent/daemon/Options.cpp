@@ -1,15 +1,15 @@
 #include "agent/daemon/Options.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <iostream>
 
+#include "cli/CommandLine.h"
 #include "platform/trace/Trace.h"
 
 namespace Routing::Agent {
 namespace {
 
-constexpr int usageError = 2;
 constexpr double holdtimePeriods = 3.5;  // Hellos that may be lost (RFC 7761 section 4.11)
 
 /// What the built-in configuration is made of.
@@ -44,18 +44,24 @@ void addBuiltIn(CLI::App& app, BuiltIn& builtIn, CLI::Option& file) {
   std::vector<CLI::Option*> options{
       app.add_option("--interface", builtIn.interfaces,
                      "Without a file: interface to run PIM on; may be repeated")
-          ->allow_extra_args(false),
+          ->allow_extra_args(false)
+          ->type_name("NAME"),
       app.add_flag("--ipv4-only", builtIn.ipv4Only, "Leave IPv6 alone"),
       app.add_flag("--ipv6-only", builtIn.ipv6Only, "Leave IPv4 alone"),
       app.add_option("--hello-period", builtIn.interface.helloInterval,
                      "Seconds between Hellos (30)")
-          ->check(checkHelloPeriod),
-      app.add_option("--dr-priority", builtIn.interface.drPriority, "Priority in DR elections (1)"),
-      app.add_option("--max-zones", builtIn.limits.zones, "Scoped zones to learn at most"),
-      app.add_option("--max-groups", builtIn.limits.groups, "Group ranges to hold at most"),
-      app.add_option("--max-rps", builtIn.limits.rps, "RPs to hold at most"),
+          ->check(checkHelloPeriod)
+          ->type_name("SECONDS"),
+      app.add_option("--dr-priority", builtIn.interface.drPriority, "Priority in DR elections (1)")
+          ->type_name("NUMBER"),
+      app.add_option("--max-zones", builtIn.limits.zones, "Scoped zones to learn at most")
+          ->type_name("NUMBER"),
+      app.add_option("--max-groups", builtIn.limits.groups, "Group ranges to hold at most")
+          ->type_name("NUMBER"),
+      app.add_option("--max-rps", builtIn.limits.rps, "RPs to hold at most")->type_name("NUMBER"),
       app.add_option("--max-fragments", builtIn.limits.fragments,
-                     "Incomplete group ranges to hold at most")};
+                     "Incomplete group ranges to hold at most")
+          ->type_name("NUMBER")};
   options[1]->excludes(options[2]);
   for (CLI::Option* option : options) option->excludes(&file);
 }
@@ -63,17 +69,26 @@ void addBuiltIn(CLI::App& app, BuiltIn& builtIn, CLI::Option& file) {
 void addOverrides(CLI::App& app, Options& options, std::vector<std::string>& traces) {
   app.add_option("--bs-timeout", options.timeouts.bsTimeout,
                  "Seconds after which a silent BSR is forgotten, whatever is configured")
-      ->check(CLI::Range(1U, 65535U));
+      ->check(CLI::Range(1U, 65535U))
+      ->type_name("SECONDS");
   app.add_option("--sz-timeout", options.timeouts.szTimeout,
                  "Seconds after which a silent scoped zone is forgotten, whatever is configured")
-      ->check(CLI::Range(1U, 655350U));
-  app.add_option("--control", options.control, "Control socket (/run/pimbsrd/control.sock)");
+      ->check(CLI::Range(1U, 655350U))
+      ->type_name("SECONDS");
+  app.add_option("--control", options.control, "Control socket (/run/pimbsrd/control.sock)")
+      ->type_name("PATH");
   app.add_option("--state-directory", options.stateDirectory,
-                 "Where state is kept for the next start, or none (/run/pimbsrd/control.state)");
-  app.add_option("--log-level", options.logLevel, "What is logged at least (info)")
+                 "Where state is kept for the next start, or none (/run/pimbsrd/control.state)")
+      ->type_name("PATH");
+  app.add_option(
+         "--log-level", options.logLevel,
+         "What is logged at least: debug, info (unless given), warning, error, critical or off")
+      ->type_name("LEVEL")
       ->check(CLI::IsMember({"debug", "info", "warning", "error", "critical", "off"}));
-  app.add_option("--trace", traces, "FACILITY=LEVEL: trace facilities of this prefix up to a level")
-      ->allow_extra_args(false);
+  app.add_option("--trace", traces,
+                 "Trace the facilities whose names begin so, up to a level from -1 (off) to 9")
+      ->allow_extra_args(false)
+      ->type_name("FACILITY=LEVEL");
 }
 
 // The longest period gives 63000, well below 65535, which never expires.
@@ -101,17 +116,19 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
   std::vector<std::string> traces;
   CLI::App app("Bootstrap router for PIM (RFC 5059)", "pimbsrd");
   app.set_version_flag("--version", "pimbsrd " PIMBSR_VERSION);
-  CLI::Option* file = app.add_option("--config", options.configFile, "Configuration file (YAML)");
+  CLI::Option* file = app.add_option("--config", options.configFile, "Configuration file (YAML)")
+                          ->type_name("FILE");
   addBuiltIn(app, builtIn, *file);
   addOverrides(app, options, traces);
-  try {
-    app.parse(argc, argv);
+  app.final_callback([&] {
     for (const std::string& text : traces) options.traces.push_back(traceOf(text));
     if (options.configFile.empty() && builtIn.interfaces.empty()) {
       throw CLI::RequiredError("--config or --interface");
     }
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : usageError;
+  });
+  if (const auto early = Cli::parse(app, argc, argv)) {
+    (early->code == 0 ? std::cout : std::cerr) << early->text;
+    return early->code;
   }
   if (!options.configFile.empty()) {
     options.configFile = std::filesystem::absolute(options.configFile).string();

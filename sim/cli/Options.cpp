@@ -1,11 +1,11 @@
 #include "sim/cli/Options.h"
 
-#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "cli/CommandLine.h"
 
 namespace Routing::Sim {
 namespace {
-
-constexpr int usageError = 2;
 
 std::uint64_t seedOf(const std::string& text) {
   std::size_t used = 0;
@@ -40,13 +40,18 @@ void traceOf(const std::string& text, Options& options) {
 }
 
 void addCommon(CLI::App& command, Options& options) {
-  command.add_option_function<std::string>(
-      "--seed", [&](const std::string& text) { seedsOf(text, options); },
-      "where all chance of the run comes from");
-  command.add_option_function<std::string>(
-      "--seeds", [&](const std::string& text) { seedsOf(text, options); },
-      "many runs, one for each seed from A to B, as A..B");
+  command
+      .add_option_function<std::string>(
+          "--seed", [&](const std::string& text) { seedsOf(text, options); },
+          "where all chance of the run comes from")
+      ->type_name("SEED");
+  command
+      .add_option_function<std::string>(
+          "--seeds", [&](const std::string& text) { seedsOf(text, options); },
+          "many runs, one for each seed from A to B")
+      ->type_name("A..B");
   command.add_option("--jobs", options.jobs, "runs at the same time, each in its own process")
+      ->type_name("NUMBER")
       ->check(CLI::Range(1, 64));
 }
 
@@ -56,17 +61,19 @@ void addRun(CLI::App& app, Options& options) {
   addCommon(run, options);
   run.add_flag("--faults", options.faults, "plagues the network with random faults");
   run.add_flag("--go-on", options.goOn, "goes on after a broken promise of service");
-  run.add_option("--until", options.until, "ends the run at this second");
-  run.add_option("--pcap", options.pcap, "writes every packet to this file");
-  run.add_option("--html", options.html, "writes a page that shows the run to this file");
+  run.add_option("--until", options.until, "ends the run at this second")->type_name("SECONDS");
+  run.add_option("--pcap", options.pcap, "writes every packet to this file")->type_name("FILE");
+  run.add_option("--html", options.html, "writes a page that shows the run to this file")
+      ->type_name("FILE");
   run.add_flag("--json", options.json, "prints JSON");
   run.add_flag("--quiet", options.quiet, "prints no timeline and no tables");
   run.add_option_function<std::vector<std::string>>(
-      "--trace",
-      [&](const std::vector<std::string>& texts) {
-        for (const std::string& text : texts) traceOf(text, options);
-      },
-      "prints the library's traces: FACILITY=LEVEL");
+         "--trace",
+         [&](const std::vector<std::string>& texts) {
+           for (const std::string& text : texts) traceOf(text, options);
+         },
+         "prints the library's traces")
+      ->type_name("FACILITY=LEVEL");
   run.callback([&] {
     options.command = Options::Command::run;
     const bool shown = options.json || !options.pcap.empty() || !options.html.empty();
@@ -83,7 +90,8 @@ void addContinuity(CLI::App& app, Options& options) {
   addCommon(continuity, options);
   continuity.add_flag("--faults", options.faults, "plagues the network with random faults");
   continuity.add_flag("--json", options.json, "prints JSON");
-  continuity.add_option("--html", options.html, "writes a page with pictures to this file");
+  continuity.add_option("--html", options.html, "writes a page with pictures to this file")
+      ->type_name("FILE");
   continuity.callback([&] { options.command = Options::Command::continuity; });
 }
 
@@ -100,10 +108,18 @@ void addFailover(CLI::App& app, Options& options) {
 void addScale(CLI::App& app, Options& options) {
   CLI::App& scale =
       *app.add_subcommand("scale", "Measures a large torus: speed, memory, agreement");
-  scale.add_option("--columns", options.columns)->check(CLI::Range(3, 200));
-  scale.add_option("--rows", options.rows)->check(CLI::Range(3, 200));
-  scale.add_option("--rps", options.rps, "candidate RPs")->check(CLI::Range(0, 250));
-  scale.add_option("--seconds", options.seconds, "simulated")->check(CLI::Range(1.0, 1e6));
+  scale.add_option("--columns", options.columns, "of routers")
+      ->type_name("NUMBER")
+      ->check(CLI::Range(3, 200));
+  scale.add_option("--rows", options.rows, "of routers")
+      ->type_name("NUMBER")
+      ->check(CLI::Range(3, 200));
+  scale.add_option("--rps", options.rps, "candidate RPs")
+      ->type_name("NUMBER")
+      ->check(CLI::Range(0, 250));
+  scale.add_option("--seconds", options.seconds, "simulated")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(1.0, 1e6));
   addCommon(scale, options);
   scale.callback([&] { options.command = Options::Command::scale; });
 }
@@ -111,18 +127,17 @@ void addScale(CLI::App& app, Options& options) {
 }  // namespace
 
 std::optional<int> readOptions(int argc, char** argv, Options& options) {
-  CLI::App app("Runs bootstrap routers in a simulated network");
+  CLI::App app("Runs bootstrap routers in a simulated network", "pimbsr-sim");
+  app.set_version_flag("--version", "pimbsr-sim " PIMBSR_VERSION);
   app.require_subcommand(1);
   addRun(app, options);
   addContinuity(app, options);
   addFailover(app, options);
   addScale(app, options);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : usageError;
-  }
-  return std::nullopt;
+  const auto early = Cli::parse(app, argc, argv);
+  if (!early) return std::nullopt;
+  (early->code == 0 ? std::cout : std::cerr) << early->text;
+  return early->code;
 }
 
 }  // namespace Routing::Sim

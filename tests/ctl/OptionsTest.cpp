@@ -85,6 +85,38 @@ TEST(CtlOptions, RefuseWhatMakesNoSense) {
   }
 }
 
+TEST(CtlOptions, WordsMayBeCutShort) {
+  const Options options = accepted("sh ip p rp-h 239.1.1.1 --vrf sh");
+  EXPECT_EQ("show", options.command);
+  EXPECT_EQ("rp-hash", options.topic);
+  EXPECT_EQ("sh", options.vrf);  // the value of an option is nobody's abbreviation
+  EXPECT_EQ("ipv6", accepted("show ipv p bsr").family);
+}
+
+TEST(CtlOptions, AMistypedWordIsToldWithTheNearestOneAndTheChoices) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"shwo ip pim bsr", "unknown word \"shwo\", did you mean \"show\"? choices: show, "},
+      {"show ip pim weather", "unknown word \"weather\"; choices: bsr, rp-set, "},
+      {"show ip pim rp", "\"rp\" is ambiguous: rp-set, rp-hash"},
+      {"show ip", "one word more is needed: pim"},
+      {"show ip pim bsr --jsno", "unknown option \"--jsno\", did you mean \"--json\"? choices: "},
+      {"--timeout 0 show ip pim bsr", "--timeout: needs a number of seconds above 0\n"},
+      {"sh\x1b[2J", "unknown word \"sh?[2J\""}};
+  for (const auto& [line, text] : cases) {
+    EXPECT_EQ(0u, refused(line).text.find(std::string("pimbsrctl: ") + text)) << refused(line).text;
+  }
+}
+
+TEST(CtlOptions, ToolsLearnOfTheCommandsFromTheProgram) {
+  EXPECT_EQ(0u, refused("--complete sh ip pim rp-").text.find("rp-set\t"));
+  EXPECT_EQ(0u, refused("--complete show ip pim bsr --js").text.find("--json\t"));
+  EXPECT_EQ("", refused("--complete show nonsense b").text);
+  EXPECT_EQ("", refused("--complete show ip pim bsr --vrf b").text);
+  const std::string manual = refused("--manual").text;
+  EXPECT_NE(std::string::npos, manual.find(".B show ip|ipv6 pim rp\\-hash GROUP [\\-\\-vrf NAME]"));
+  EXPECT_NE(std::string::npos, manual.find(".B \\-\\-socket PATH\n"));
+}
+
 TEST(CtlOptions, HelpAndVersionAreNoFaults) {
   EXPECT_EQ(exitGood, refused("--help").code);
   EXPECT_NE(std::string::npos, refused("show ip pim --help").text.find("rp-hash"));
