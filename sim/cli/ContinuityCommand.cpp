@@ -3,11 +3,11 @@
 #include <fstream>
 #include <iostream>
 
-#include "sim/cli/Jobs.h"
 #include "sim/report/ContinuityJson.h"
 #include "sim/report/ContinuityText.h"
 #include "sim/report/TextReport.h"
 #include "sim/scenario/ScenarioParser.h"
+#include "sim/sweep/Sweep.h"
 
 namespace Routing::Sim {
 namespace {
@@ -57,9 +57,9 @@ void lookClosely(const Options& options, ContinuityStudy& study) {
 
 std::unique_ptr<ContinuityStudy> studyOf(const Options& options, const std::string& file) {
   auto study = std::make_unique<ContinuityStudy>(file, readScenario(file));
-  const auto results = eachSeed(options, [&](std::uint64_t seed, std::ostream& out) {
-    return runOnce(options, *study, seed, out);
-  });
+  const auto results = eachSeed(
+      options.seeds(), options.jobs,
+      [&](std::uint64_t seed, std::ostream& out) { return runOnce(options, *study, seed, out); });
   for (const RunResult& result : results) {
     study->add(result.seed, result.passed, result.figures);
     if (result.died) {

@@ -12,6 +12,7 @@
 #include "sim/scenario/FailoverMeter.h"
 #include "sim/scenario/ScenarioParser.h"
 #include "sim/scenario/ScenarioRun.h"
+#include "sim/sweep/Sweep.h"
 
 namespace Routing::Sim {
 namespace {
@@ -35,31 +36,44 @@ void writeDistribution(const Distribution& durations, double bound) {
             << bound << " s\n";
 }
 
+/// The figures are the bound and the durations of all failovers.
+RunResult meter(const Scenario& scenario, const std::string& file, std::uint64_t seed,
+                std::ostream& out) {
+  ScenarioRun run(scenario, {seed, false, std::nullopt});
+  FailoverMeter meter(run.world(), run.beliefs(),
+                      IpGenPrefix::multicast(scenario.families.front()));
+  run.run();
+  std::vector<double> figures{failoverBound(run.world())};
+  figures.insert(figures.end(), meter.durations().begin(), meter.durations().end());
+  const bool late = *std::max_element(figures.begin(), figures.end()) > figures.front();
+  const bool slow = late || meter.pending();
+  if (!run.passed() || slow) {
+    writeFailures(out, run);
+    out << "seed " << seed << (slow ? " takes too long" : " fails")
+        << "; again with: pimbsr-sim failover " << file << " --seed " << seed << "\n";
+  }
+  return {seed, run.passed() && !slow, false, run.digest(), 0, 0, std::move(figures)};
+}
+
 }  // namespace
 
 int failoverCommand(const Options& options) {
-  const Scenario scenario = readScenario(options.files.front());
+  const std::string& file = options.files.front();
+  const Scenario scenario = readScenario(file);
+  std::cout << "seeds " << options.firstSeed << ".." << options.lastSeed << "  " << scenario.name
+            << "\n";
+  const auto results = eachSeed(
+      options.seeds(), options.jobs,
+      [&](std::uint64_t seed, std::ostream& out) { return meter(scenario, file, seed, out); });
   std::vector<double> durations;
   double bound = 0;
   bool good = true;
-  std::cout << "seeds " << options.firstSeed << ".." << options.lastSeed << "  " << scenario.name
-            << "\n";
-  for (std::uint64_t seed = options.firstSeed; seed <= options.lastSeed; ++seed) {
-    ScenarioRun run(scenario, {seed, false, std::nullopt});
-    FailoverMeter meter(run.world(), run.beliefs(),
-                        IpGenPrefix::multicast(scenario.families.front()));
-    run.run();
-    bound = failoverBound(run.world());
-    const bool late = std::any_of(meter.durations().begin(), meter.durations().end(),
-                                  [&](double duration) { return duration > bound; });
-    if (!run.passed() || late || meter.pending()) {
-      good = false;
-      writeFailures(std::cout, run);
-      std::cout << "seed " << seed << (late || meter.pending() ? " takes too long" : " fails")
-                << "; again with: pimbsr-sim failover " << options.files.front() << " --seed "
-                << seed << "\n";
-    }
-    durations.insert(durations.end(), meter.durations().begin(), meter.durations().end());
+  for (const RunResult& result : results) {
+    if (result.died) std::cout << "seed " << result.seed << " DIED\n";
+    good &= result.passed;
+    if (result.figures.empty()) continue;
+    bound = result.figures.front();
+    durations.insert(durations.end(), result.figures.begin() + 1, result.figures.end());
   }
   if (durations.empty()) {
     std::cout << "no elected BSR died in this scenario\n";

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "sim/sweep/SeedBlock.h"
+
 namespace Routing::Sim {
 
 /// What the command line asks for.
@@ -30,6 +32,7 @@ struct Options {
   unsigned rps = 100;
   double seconds = 300.0;
 
+  SeedBlock seeds() const { return {firstSeed, lastSeed}; }
   bool manyRuns() const { return files.size() > 1 || firstSeed != lastSeed; }
 };
 

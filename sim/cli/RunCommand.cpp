@@ -7,7 +7,6 @@
 #include <sstream>
 
 #include "platform/trace/Trace.h"
-#include "sim/cli/Jobs.h"
 #include "sim/report/HtmlReport.h"
 #include "sim/report/JsonReport.h"
 #include "sim/report/PcapWriter.h"
@@ -16,6 +15,7 @@
 #include "sim/report/Timeline.h"
 #include "sim/scenario/ScenarioParser.h"
 #include "sim/scenario/ScenarioRun.h"
+#include "sim/sweep/Sweep.h"
 
 namespace Routing::Sim {
 namespace {
@@ -155,9 +155,10 @@ int runMany(const Options& options, const std::vector<Scenario>& scenarios) {
   bool passed = true;
   for (std::size_t i = 0; i < scenarios.size(); ++i) {
     const std::string& file = options.files[i];
-    const auto results = eachSeed(options, [&](std::uint64_t seed, std::ostream& out) {
-      return runBriefly(options, scenarios[i], file, seed, out);
-    });
+    const auto results =
+        eachSeed(options.seeds(), options.jobs, [&](std::uint64_t seed, std::ostream& out) {
+          return runBriefly(options, scenarios[i], file, seed, out);
+        });
     passed &= summarize(options, scenarios[i], file, results);
   }
   return passed ? 0 : 1;

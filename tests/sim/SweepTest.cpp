@@ -1,20 +1,19 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "sim/cli/Jobs.h"
+#include "sim/sweep/Sweep.h"
 
 namespace Routing::Sim {
 namespace {
 
-TEST(Jobs, ARunThatDiesIsKnownByItsSeedAndTheOthersAreRun) {
-  Options options;
-  options.firstSeed = 5;
-  options.lastSeed = 14;
-  options.jobs = 3;
-  const auto results = eachSeed(options, [](std::uint64_t seed, std::ostream&) -> RunResult {
+TEST(Sweep, ARunThatDiesIsKnownByItsSeedAndTheOthersAreRun) {
+  testing::internal::CaptureStdout();
+  const auto results = eachSeed({5, 14}, 3, [](std::uint64_t seed, std::ostream& out) -> RunResult {
     if (seed == 8) ::_exit(3);
+    out << seed << ".";
     return {seed, seed != 6, false, seed * 100, 1, 0, std::vector<double>(seed * 1000, 0.5)};
   });
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "5.6.7.9.10.11.12.13.14.");
   ASSERT_EQ(results.size(), 10U);
   for (const RunResult& result : results) {
     const auto seed = static_cast<std::uint64_t>(5 + (&result - results.data()));

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
+#include <optional>
+#include <string>
 #include <vector>
-
-#include "sim/cli/Options.h"
 
 namespace Routing::Sim {
 
@@ -18,13 +18,15 @@ struct RunResult {
   std::uint32_t judged = 0;     ///< expectations
   std::uint32_t skipped = 0;    ///< expectations that were not judged
   std::vector<double> figures;  ///< what else the command wants to know
+  std::string text = {};        ///< what the run has written
 };
 
-/// Calls `run` with every seed of the options, in as many processes as they ask for, and copies
-/// what it writes to standard output. Returns the results in the order of the seeds. After a run
-/// that died the process's other seeds are run by another.
-std::vector<RunResult> eachSeed(
-    const Options& options,
-    const std::function<RunResult(std::uint64_t seed, std::ostream& out)>& run);
+/// One run. What it writes becomes the text of its result.
+using Run = std::function<RunResult(std::uint64_t seed, std::ostream& out)>;
+
+/// Results as octets, for the way from one process to another of the same program.
+void writeResult(const RunResult& result, std::string& octets);
+/// Takes the first result out of `octets`; nothing as long as it is not whole.
+std::optional<RunResult> takeResult(std::string& octets);
 
 }  // namespace Routing::Sim
