@@ -43,6 +43,7 @@ Json interfaceJson(const ShowInput& in, const Pim::PimInterface& intf) {
           {"dr", intf.isDr()},
           {"dr-priority", intf.drPriority()},
           {"gen-id", intf.generationId()},
+          {"hello", intf.helloPassive() ? "passive" : "active"},
           {"triggered-hellos-sent", intf.triggeredHelloSent()},
           {"neighbor-count", intf.neighbor().size()},
           {"mtu", mtuJson(in, intf.intfId())}};

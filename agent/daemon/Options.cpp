@@ -52,7 +52,7 @@ void addBuiltIn(CLI::App& app, BuiltIn& builtIn, CLI::Option& file) {
                      "Seconds between Hellos (30)")
           ->check(checkHelloPeriod)
           ->type_name("SECONDS"),
-      app.add_option("--dr-priority", builtIn.interface.drPriority, "Priority in DR elections (1)")
+      app.add_option("--dr-priority", builtIn.interface.drPriority, "Priority in DR elections (0)")
           ->type_name("NUMBER"),
       app.add_option("--max-zones", builtIn.limits.zones, "Scoped zones to learn at most")
           ->type_name("NUMBER"),

@@ -151,8 +151,12 @@ class Converter {
 
   InterfaceSettings interfaceSettings(const lyd_node* node, AddressFamily af) {
     InterfaceSettings settings;
+    settings.helloPassive = textOf(childOf(node, "hello")) == "passive";
     settings.helloInterval = numberOf<double>(childOf(node, "hello-interval"));
-    settings.drPriority = numberOf<std::uint32_t>(childOf(node, "dr-priority"));
+    const lyd_node* drPriority = childOf(node, "dr-priority");
+    settings.drPriority = drPriority != nullptr   ? numberOf<std::uint32_t>(drPriority)
+                          : settings.helloPassive ? othersDrPriority
+                                                  : 0;
     settings.propagationDelay = numberOf<std::uint16_t>(childOf(node, "propagation-delay"));
     settings.overrideInterval = numberOf<std::uint16_t>(childOf(node, "override-interval"));
     const lyd_node* holdtime = childOf(node, "hello-holdtime");
@@ -227,7 +231,8 @@ class Converter {
         {Severity::error, origin.line, origin.path, "invalid value " + quoted(origin.text) + why});
   }
 
-  static constexpr unsigned hashedHostBits = 2;  // 30 of 32, 126 of 128 (RFC 5059 section 5)
+  static constexpr std::uint32_t othersDrPriority = 1;  // RFC 7761 section 4.11
+  static constexpr unsigned hashedHostBits = 2;         // 30 of 32, 126 of 128 (RFC 5059 section 5)
 
   const ConfigTree& tree_;
   Findings& findings_;

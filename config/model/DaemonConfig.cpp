@@ -7,6 +7,7 @@ namespace Routing::Agent {
 Pim::HelloConfig InterfaceSettings::hello() const {
   Pim::HelloConfig config;
   config.firstDelay = 0.5;  // at once, so that neighbours prime a newcomer within six seconds
+  config.passive = helloPassive;
   config.helloPeriod = helloInterval;
   config.holdtime = helloHoldtime;
   config.drPriority = drPriority;

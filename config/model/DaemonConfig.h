@@ -37,9 +37,10 @@ struct BorderSettings {
 
 /// PIM on an interface.
 struct InterfaceSettings {
+  bool helloPassive = false;              ///< another program of this router sends the Hellos
   double helloInterval = 30;              ///< seconds
   std::uint16_t helloHoldtime = 105;      ///< seconds; 3.5 Hello intervals unless given
-  std::uint32_t drPriority = 1;           ///< higher wins
+  std::uint32_t drPriority = 0;           ///< higher wins; 1 unless given where Hellos are passive
   std::uint16_t propagationDelay = 500;   ///< milliseconds
   std::uint16_t overrideInterval = 2500;  ///< milliseconds
   BorderSettings border;

@@ -57,7 +57,7 @@ void PamManager::drop(const ReceivedPacket& packet, std::string_view reason) {
 void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<HelloMessage>& hello) {
   const auto& intf = pimStatus_->pimIntf(packet.intf);
   if (!intf) return drop(packet, noInterface);
-  if (packet.source == intf->address()) return drop(packet, ownPacket);
+  if (packet.source == intf->address() && !intf->helloPassive()) return drop(packet, ownPacket);
   const auto self = weak_from_this().lock();
   counters_->rxHelloInc();
   const HelloReceiver receiver = helloReceiver_;  // callable to the end, whoever dies

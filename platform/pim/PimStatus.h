@@ -33,13 +33,16 @@ class ROUTING_API PimNeighbor : public Entity {
 /// Hellos (IPv6: link-local), `usedDr` the address of the designated router in force and `isDr`
 /// whether that is this router. `triggeredHelloDue` holds from when a neighbour appeared or
 /// restarted until the Hello that answers it was sent or the interface stopped; then it falls, and
-/// `triggeredHelloSent` rises by one if the Hello was sent.
+/// `triggeredHelloSent` rises by one if the Hello was sent. Where `helloPassive` holds, another
+/// program of this router sends the Hellos: its triggered one is taken as sent after the longest
+/// delay, and `drPriority` and `generationId` are what it announces, once it is heard.
 #define ROUTING_PIM_INTERFACE(ATTR)           \
   ATTR(VALUE, up, bool, false)                \
   ATTR(VALUE, address, IpGenAddr, {})         \
   ATTR(SET, secondaryAddress, IpGenAddr)      \
   ATTR(VALUE, drPriority, std::uint32_t, 1)   \
   ATTR(VALUE, generationId, std::uint32_t, 0) \
+  ATTR(VALUE, helloPassive, bool, false)      \
   ATTR(VALUE, usedDr, IpGenAddr, {})          \
   ATTR(VALUE, isDr, bool, false)              \
   ATTR(VALUE, triggeredHelloDue, bool, false) \

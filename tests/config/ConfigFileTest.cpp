@@ -68,6 +68,7 @@ TEST(Config, HasTheDefaultsOfTheLibrary) {
   EXPECT_EQ(rp.ranges.at(prefix("224.0.0.0/4")).value, 192);
   Pim::HelloConfig hello;
   hello.firstDelay = 0.5;  // the daemon's first Hello does not wait
+  hello.drPriority = 0;    // who forwards no group traffic is not to win
   EXPECT_EQ(settings.interfaces.at("eth0").hello(), hello);
 
   const Pim::Bsr::PimBsrLimits limits;
@@ -114,6 +115,10 @@ TEST(Config, IsReadAsWritten) {
   EXPECT_EQ(interface.border, (BorderSettings{{prefix("ff3e::/32")}, {"SITES"}}));
   EXPECT_EQ(interface.helloHoldtime, 63000);
   EXPECT_EQ(interface.drPriority, 0U);
+  EXPECT_FALSE(interface.hello().passive);
+  const InterfaceSettings& others = ipv6.interfaces.at("eth3");
+  EXPECT_TRUE(others.hello().passive);
+  EXPECT_EQ(others.drPriority, 1U) << "what other programs announce by default";
 }
 
 TEST(Config, DoesNotDependOnOrderOrNotation) {

@@ -48,10 +48,11 @@ HelloSm::HelloSm(std::shared_ptr<PimInterface> intf, std::shared_ptr<PamManager>
       neighbors_(packets_->vrfName(), intf_, config.limits, wheel,
                  [this](const IpGenAddr& neighbor) { handleLoss(neighbor); }),
       helloTimer_(wheel, [this] { handleHelloTimer(); }),
-      triggeredTimer_(wheel, [this] { sendHello(); }) {
+      triggeredTimer_(wheel, [this] { handleTriggeredTimer(); }) {
   ROUTING_ASSERT(config.helloPeriod > 0);
   ROUTING_ASSERT(config.holdtime > 0);
   intf_->drPriorityIs(config.drPriority);
+  intf_->helloPassiveIs(config.passive);
 }
 
 void HelloSm::intfIs(const IpGenAddr& address, const std::set<IpGenAddr>& secondaries, bool up) {
@@ -84,26 +85,43 @@ bool HelloSm::secondariesAre(const std::set<IpGenAddr>& secondaries) {
 
 void HelloSm::start() {
   neighbors_.neighborDel(intf_->address());  // its address is now ours
+  if (config_.passive) return;
   intf_->generationIdIs(newGenerationId(*random_, intf_->generationId()));
   helloTimer_.expiryInIs((*random_)() * config_.firstDelay);
 }
 
 void HelloSm::configIs(const HelloConfig& config) {
   if (config == config_) return;
+  const bool turns = config.passive != config_.passive;
   config_ = config;
   intf_->drPriorityIs(config.drPriority);
+  if (turns) passiveIs(config.passive);
   elect();
-  if (sending()) handleHelloTimer();
+  if (sending() && !turns) handleHelloTimer();
+}
+
+void HelloSm::passiveIs(bool passive) {
+  stopTimers();
+  intf_->helloPassiveIs(passive);
+  if (intf_->running()) start();
 }
 
 void HelloSm::receive(const HelloMessage& hello) {
   if (!intf_->running()) return refuse(hello, interfaceDown);
+  if (hello.source() == intf_->address()) return handleOwnSpeaker(hello);
   const Heard heard = neighbors_.helloIs(hello);
   if (heard == Heard::refused) return refuse(hello, tooManyNeighbors);
   ROUTING_TRACE(helloTrace, heard == Heard::refreshed ? 8 : 4, packets_->vrfName(), " Neighbor ",
                 hello.source(), " on ", intf_->intfId(), textOf(heard), ": ", hello);
   elect();
   if (heard == Heard::appeared || heard == Heard::restarted) triggeredHelloIsDue();
+}
+
+// What the other program of this router announces is what the neighbours elect by.
+void HelloSm::handleOwnSpeaker(const HelloMessage& hello) {
+  intf_->drPriorityIs(hello.drPriority().value_or(config_.drPriority));
+  intf_->generationIdIs(hello.generationId().value_or(0));
+  elect();
 }
 
 void HelloSm::handleLoss(const IpGenAddr& neighbor) {
@@ -119,17 +137,22 @@ void HelloSm::refuse(const HelloMessage& hello, std::string_view reason) {
 }
 
 void HelloSm::triggeredHelloIsDue() {
-  if (!sending() || triggeredTimer_.armed()) return;
-  triggeredTimer_.expiryInIs((*random_)() * config_.triggeredDelay);
+  if (triggeredTimer_.armed() || !(sending() || config_.passive)) return;
+  const double part = config_.passive ? 1 : (*random_)();
+  triggeredTimer_.expiryInIs(part * config_.triggeredDelay);
   intf_->triggeredHelloDueIs(true);
 }
 
 bool HelloSm::goodbye() {
   const bool wasSending = sending();
+  stopTimers();
+  return wasSending && packets_->sendHello(intf_->intfId(), hello(0));
+}
+
+void HelloSm::stopTimers() {
   helloTimer_.expiryIs(never);
   triggeredTimer_.expiryIs(never);
   intf_->triggeredHelloDueIs(false);
-  return wasSending && packets_->sendHello(intf_->intfId(), hello(0));
 }
 
 void HelloSm::helloAtOnce() {
@@ -139,6 +162,13 @@ void HelloSm::helloAtOnce() {
 void HelloSm::handleHelloTimer() {
   helloTimer_.expiryInIs(config_.helloPeriod);
   sendHello();
+}
+
+void HelloSm::handleTriggeredTimer() {
+  if (!config_.passive) return sendHello();
+  const auto self = weak_from_this().lock();
+  intf_->triggeredHelloDueIs(false);
+  intf_->triggeredHelloSentInc();
 }
 
 void HelloSm::sendHello() {

@@ -27,6 +27,10 @@ namespace Routing::Pim {
 /// - The primary address changes: a goodbye from the old one; it starts anew, neighbours stay.
 /// - It stops: a goodbye; the neighbours are removed.
 ///
+/// A passive interface sends nothing at all: another program of this router speaks for the same
+/// address, and neighbours must not see two generation IDs take turns. It answers a neighbour that
+/// appears after a whole triggeredDelay, by when the other one has sent its triggered Hello.
+///
 /// A triggered Hello that cannot be sent is made up for by the next one that can. Within one Hello
 /// the order is: neighbour, `usedDr` and `isDr`, `triggeredHelloDue`, and after the delay
 /// `triggeredHelloDue` again before `triggeredHelloSent`. Reactors of the interface may delete
@@ -49,9 +53,11 @@ class ROUTING_API HelloSm : public std::enable_shared_from_this<HelloSm> {
   /// to it are left out.
   void intfIs(const IpGenAddr& address, const std::set<IpGenAddr>& secondaries, bool up);
   /// Another configuration, DR priority included, from now on; the limits stay. What differs is
-  /// told by a Hello at once, and the next follows after a whole period.
+  /// told by a Hello at once, and the next follows after a whole period. Who becomes passive falls
+  /// silent without a goodbye; who no longer is starts anew.
   void configIs(const HelloConfig& config);
-  /// Takes in a Hello that arrived on the interface from another router.
+  /// Takes in a Hello that arrived on the interface from another router, or from the other program
+  /// of this one where the interface is passive.
   void receive(const HelloMessage& hello);
   /// Says goodbye (hold time 0) if the interface runs, and sends nothing more until it starts
   /// again. False if nothing was sent.
@@ -59,11 +65,15 @@ class ROUTING_API HelloSm : public std::enable_shared_from_this<HelloSm> {
 
  private:
   bool sending() const { return helloTimer_.armed(); }
+  void stopTimers();
   bool secondariesAre(const std::set<IpGenAddr>& secondaries);
   void start();
+  void passiveIs(bool passive);
+  void handleOwnSpeaker(const HelloMessage& hello);
   void helloAtOnce();
   void triggeredHelloIsDue();
   void handleHelloTimer();
+  void handleTriggeredTimer();
   void handleLoss(const IpGenAddr& neighbor);
   void sendHello();
   HelloMessage hello(std::uint16_t holdtime) const;

@@ -10,7 +10,8 @@ from kit import recorder
 GOOD_CHECKSUM = "1"
 FIELDS = ("frame.len", "ip.src", "ipv6.src", "ip.ttl", "ipv6.hlim", "ip.flags.mf",
           "pim.cksum.status", "pim.res_bytes", "pim.fragment_tag", "pim.bsr", "pim.bsr_ip6",
-          "pim.bsr_priority", "pim.rp", "pim.rp_ip6", "pim.rp_count", "pim.frp_count", "_ws.malformed")
+          "pim.bsr_priority", "pim.rp", "pim.rp_ip6", "pim.rp_count", "pim.frp_count",
+          "pim.generation_id", "_ws.malformed")
 _numbers = itertools.count()
 
 
@@ -48,6 +49,10 @@ class Packet:
     @property
     def rps(self):
         return self.all("pim.rp") + self.all("pim.rp_ip6")
+
+    @property
+    def generation_id(self):
+        return self.first("pim.generation_id")
 
     @property
     def no_forward(self):

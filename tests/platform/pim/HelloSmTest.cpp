@@ -108,6 +108,31 @@ TEST_F(HelloSmTest, AnswersANewNeighborWithOneTriggeredHello) {
   EXPECT_EQ(intf().triggeredHelloSent(), 1u) << "periodic Hellos do not count";
 }
 
+TEST_F(HelloSmTest, IsSilentWhereAnotherProgramSpeaksForTheInterface) {
+  start({.passive = true});
+  goTo(10);
+  hear({.drPriority = 3});
+  EXPECT_TRUE(neighborOf("10.0.0.2"));
+  EXPECT_TRUE(intf().triggeredHelloDue());
+  hear(
+      {.source = "10.0.0.1", .drPriority = 5, .generationId = 99});  // the other one's, looped back
+  EXPECT_EQ(intf().neighbor().size(), 1U);
+  EXPECT_TRUE(intf().isDr()) << "by the priority that the neighbours hear";
+  EXPECT_EQ(intf().generationId(), 99U);
+  EXPECT_TRUE(router->pim.pamManager()->counters()->rxDropped().empty());
+  goTo(justBefore(15));
+  EXPECT_EQ(intf().triggeredHelloSent(), 0U);
+  goTo(15);
+  EXPECT_EQ(intf().triggeredHelloSent(), 1U) << "by now the other one has answered the neighbour";
+  goTo(60);
+  router->pim.helloConfigIs(IntfId("eth0"), {});
+  goTo(63);
+  EXPECT_EQ(router->sentLines(), (Lines{line("62.5", "10.0.0.1", "105s")}));
+  router->pim.helloConfigIs(IntfId("eth0"), {.passive = true});
+  router->intfIs("eth0", "10.0.0.1", {}, false);
+  EXPECT_TRUE(router->sentLines().empty()) << "a goodbye would take the other one down";
+}
+
 TEST_F(HelloSmTest, CountsATriggeredHelloOnlyAfterItHasLeft) {
   start();
   std::size_t hellosWhenCounted = 0;
