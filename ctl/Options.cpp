@@ -39,6 +39,10 @@ constexpr Topic watchTopics[] = {
     {"status", "All of the BSR mechanism's status"},
 };
 
+constexpr Topic subscribeTopics[] = {
+    {"rp-mappings", "The RP mappings in use, whole and settled, as JSON"},
+};
+
 struct Family {
   const char* word;
   const char* name;
@@ -91,6 +95,21 @@ void addCommand(CLI::App& app, const char* name, const char* help, const Topics&
     ip->require_subcommand(1);
     addTopics(*word(*ip, "pim", "Protocol Independent Multicast"), topics, options, name,
               family.name);
+  }
+}
+
+void addSubscribe(CLI::App& app, Options& options) {
+  CLI::App* subscribe = word(app, "subscribe", "Stream what programs need, one JSON object a line");
+  subscribe->require_subcommand(1);
+  for (const Topic& topic : subscribeTopics) {
+    CLI::App* leaf = word(*subscribe, topic.name, topic.help);
+    leaf->add_option("--vrf", options.onlyVrf, "One VRF alone");
+    leaf->add_option("--family", options.family, "One address family alone")
+        ->check(CLI::IsMember({"ipv4", "ipv6"}));
+    leaf->final_callback([&options, name = topic.name] {
+      options.command = "subscribe";
+      options.topic = name;
+    });
   }
 }
 
@@ -151,6 +170,7 @@ void addAll(CLI::App& app, Options& options) {
   addCommand(app, "show", "Show what the daemon knows", showTopics, options);
   addCommand(app, "clear", "Set counters to zero", clearTopics, options);
   addCommand(app, "watch", "Follow changes as they happen", watchTopics, options);
+  addSubscribe(app, options);
   addCheck(app, options);
   addReload(app, options);
   addUpgrade(app, options);

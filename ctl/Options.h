@@ -22,16 +22,17 @@ struct Options {
   std::optional<double> timeout;  ///< seconds; none: the command's own
   bool json = false;
 
-  /// "show", "clear", "watch", "check", "reload", "upgrade", "drain" or "undrain"
+  /// "show", "clear", "watch", "subscribe", "check", "reload", "upgrade", "drain" or "undrain"
   std::string command;
   std::string family;  ///< "ipv4" or "ipv6"
   std::string topic;
   std::string vrf = "default";
-  std::string group;           ///< of the topic "rp-hash"
-  bool snapshot = true;        ///< of a watch
-  std::string file;            ///< to check
-  bool strict = false;         ///< of a check: warnings are problems
-  std::optional<double> wait;  ///< seconds, of a drain; none: not at all
+  std::optional<std::string> onlyVrf;  ///< of a subscription; none: all
+  std::string group;                   ///< of the topic "rp-hash"
+  bool snapshot = true;                ///< of a watch
+  std::string file;                    ///< to check
+  bool strict = false;                 ///< of a check: warnings are problems
+  std::optional<double> wait;          ///< seconds, of a drain; none: not at all
 };
 
 /// What to say instead of running: help, the version, or what is wrong with the command line.

@@ -18,8 +18,12 @@ namespace {
 
 constexpr double answerTimeout = 5.0;
 
+bool isStream(const Options& options) {
+  return options.command == "watch" || options.command == "subscribe";
+}
+
 Connection::Deadline deadlineOf(const Options& options) {
-  const bool waits = options.command == "watch" && !options.timeout;
+  const bool waits = isStream(options) && !options.timeout;
   if (waits) return std::nullopt;
   constexpr double longest = 1e9;  // seconds that every clock can hold
   // Getting ready and leaving office have a time of their own, within this one.
@@ -55,12 +59,19 @@ int ask(const Options& options, Connection& daemon, std::ostream& out) {
   return verdict(options, data);
 }
 
+Json subscriptionOf(const Options& options) {
+  Json request = {{"command", "subscribe"}, {"topic", options.topic}};
+  if (options.onlyVrf) request["vrf"] = *options.onlyVrf;
+  if (!options.family.empty()) request["family"] = options.family;
+  return request;
+}
+
 /// The changes until the daemon or the reader ends them.
 void follow(const Options& options, Connection& daemon, std::ostream& out) {
   while (out.good()) {
     const Json line = readAnswer(daemon);
     expectGood(line);
-    if (options.json) {
+    if (options.json || options.command == "subscribe") {
       out << line.dump() << std::endl;
     } else if (line.contains("change")) {
       out << valueText(line.at("change")) << std::endl;
@@ -69,7 +80,8 @@ void follow(const Options& options, Connection& daemon, std::ostream& out) {
 }
 
 int watch(const Options& options, Connection& daemon, std::ostream& out) {
-  answerTo(daemon, requestOf(options));
+  const bool watches = options.command == "watch";
+  answerTo(daemon, watches ? requestOf(options) : subscriptionOf(options));
   try {
     follow(options, daemon, out);
   } catch (const ConnectionError& error) {
@@ -79,7 +91,7 @@ int watch(const Options& options, Connection& daemon, std::ostream& out) {
 }
 
 int carryOut(const Options& options, Connection& daemon, std::ostream& out, std::ostream& err) {
-  if (options.command == "watch") return watch(options, daemon, out);
+  if (isStream(options)) return watch(options, daemon, out);
   if (options.command == "reload") return reload(options, daemon, out, err);
   if (options.command == "upgrade") return prepareUpgrade(options, daemon, out);
   if (options.command == "drain") return drain(options, daemon, out);

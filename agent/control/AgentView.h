@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <vector>
@@ -45,6 +46,8 @@ class AgentView {
   virtual double startTime() const = 0;
   /// In the order of VRF name, then family.
   virtual std::vector<InstanceView> instances() const = 0;
+  /// How often an instance has come or gone until now.
+  virtual std::uint64_t instanceChanges() const = 0;
   /// What operators have taken from this router, and what has come of it.
   virtual DrainReport drainReport() const = 0;
   /// State and MTU of all interfaces of the router, whether PIM runs on them or not.

@@ -169,6 +169,20 @@ bool WatchScope::covers(std::string_view line) const {
   return std::find(attributes.begin(), attributes.end(), first) != attributes.end();
 }
 
+RpFeed::Scope feedScope(const ControlRequest& request) {
+  if (request.topic != "rp-mappings") {
+    throw RequestError(RefusalCode::badRequest, "unknown topic '" + request.topic + "'");
+  }
+  RpFeed::Scope scope;
+  if (request.vrfGiven) scope.vrf = request.vrf;
+  if (request.familyGiven) scope.af = request.af;
+  return scope;
+}
+
+std::string subscribedLine(const ControlRequest& request) {
+  return acceptedLine({{"subscribed", request.topic}});
+}
+
 std::string watchAcceptedLine(const ControlRequest& request) {
   return acceptedLine(request, {{"watching", request.topic}});
 }

@@ -8,6 +8,7 @@
 #include "agent/control/AgentCommands.h"
 #include "agent/control/AgentView.h"
 #include "agent/control/ControlRequest.h"
+#include "agent/feed/RpFeed.h"
 
 /// The commands of the control protocol, without the socket: from a request to lines of JSON. No
 /// line contains a newline; the last one of an answer needs one appended.
@@ -17,6 +18,7 @@ namespace Routing::Agent {
 struct ControlTarget {
   const AgentView& view;
   AgentCommands& commands;
+  RpFeed& feed;
 };
 
 /// Carries out everything but a watch and a reload. Raises RequestError.
@@ -38,6 +40,11 @@ struct WatchScope {
 
 /// Raises RequestError.
 WatchScope watchScope(const AgentView& view, const ControlRequest& request);
+/// Which instances a subscription is about. Raises RequestError for a topic that there is not.
+RpFeed::Scope feedScope(const ControlRequest& request);
+/// The answer with which a subscription begins.
+std::string subscribedLine(const ControlRequest& request);
+
 /// The answer with which a watch begins.
 std::string watchAcceptedLine(const ControlRequest& request);
 /// One line of the attribute log.

@@ -23,9 +23,10 @@ void ControlPeer::start() {
 
 void ControlPeer::close() {
   if (state_ == State::gone) return;
-  if (log_) --hub_->watchers;
+  if (log_ || subscription_) --hub_->watchers;
   state_ = State::gone;
   log_.reset();
+  subscription_.reset();
   hub_->buffered -= pending_.size() + writing_.size();
   pending_.clear();
   // `writing_` stays: a write that is under way still refers to it.
@@ -72,6 +73,7 @@ void ControlPeer::handleRequest(std::string_view line) {
   try {
     const ControlRequest request = parseControlRequest(line);
     if (request.command == ControlRequest::Command::watch) return watch(request);
+    if (request.command == ControlRequest::Command::subscribe) return subscribe(request);
     if (request.command == ControlRequest::Command::reload) return reload();
     answer(answerLine(hub_->target, request));
   } catch (const RequestError& error) {
@@ -117,17 +119,37 @@ void ControlPeer::watch(const ControlRequest& request) {
   log_.emplace(scope_.root, [this, told = request.snapshot](std::string_view change) {
     if (live_ || told) handleChange(change);
   });
+  if (state_ == State::watching) queue(watchLiveLine());
+  goLive();
+}
+
+void ControlPeer::subscribe(const ControlRequest& request) {
+  if (hub_->watchers >= hub_->limits.watchers) {
+    return refuse(RefusalCode::busy, "too many watches");
+  }
+  const RpFeed::Scope scope = feedScope(request);
+  if (!queue(subscribedLine(request))) return refuse(RefusalCode::busy, tooMuchWaits);
+  state_ = State::watching;
+  subscription_ = hub_->target.feed.subscribe(
+      scope, [this](std::string_view line) { deliver(std::string(line)); });
+  goLive();
+}
+
+/// The present state has been told.
+void ControlPeer::goLive() {
   ++hub_->watchers;
   live_ = true;
-  if (state_ == State::watching) queue(watchLiveLine());
   flush();
   readMore();
 }
 
 /// Runs inside the setter that made the change, and inside the log that calls it.
 void ControlPeer::handleChange(std::string_view change) {
-  if (state_ != State::watching || !scope_.covers(change)) return;
-  const std::string line = watchChangeLine(change);
+  if (scope_.covers(change)) deliver(watchChangeLine(change));
+}
+
+void ControlPeer::deliver(const std::string& line) {
+  if (state_ != State::watching) return;
   if (live_) changeBytes_ += line.size();
   if (changeBytes_ > hub_->limits.watchBytes) {
     return endWatch(RefusalCode::tooSlow, "the watch has fallen behind");

@@ -27,11 +27,11 @@ struct ControlHub {
 };
 
 /// One connection. It reads a request, writes the answer, and only then looks for the next request,
-/// so that a peer that asks faster than it reads slows itself down. A watch turns it into a stream
-/// of changes that ends with the connection.
+/// so that a peer that asks faster than it reads slows itself down. A watch or a subscription turns
+/// it into a stream of changes that ends with the connection.
 ///
 ///   reading --request--> answering --written--> reading
-///   reading --watch----> watching  --fell behind, input, end--> closing
+///   reading --watch, subscribe--> watching --fell behind, input, end--> closing
 ///   any     --fault----> closing   --written--> gone
 class ControlPeer : public std::enable_shared_from_this<ControlPeer> {
  public:
@@ -59,7 +59,10 @@ class ControlPeer : public std::enable_shared_from_this<ControlPeer> {
   void refuseAndClose(RefusalCode code, std::string_view text);
 
   void watch(const ControlRequest& request);
+  void subscribe(const ControlRequest& request);
   void handleChange(std::string_view change);
+  void deliver(const std::string& line);
+  void goLive();
   void endWatch(RefusalCode code, std::string_view text);
 
   bool queue(std::string_view line);
@@ -85,6 +88,7 @@ class ControlPeer : public std::enable_shared_from_this<ControlPeer> {
   bool live_ = false;            // the present state has been told
   std::size_t changeBytes_ = 0;  // of `pending_`, without the present state
   std::optional<AttributeLog> log_;
+  std::shared_ptr<void> subscription_;
 };
 
 }  // namespace Routing::Agent

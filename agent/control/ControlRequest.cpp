@@ -21,6 +21,7 @@ ControlRequest::Command commandOf(const std::string& text) {
   if (text == "show") return ControlRequest::Command::show;
   if (text == "clear") return ControlRequest::Command::clear;
   if (text == "watch") return ControlRequest::Command::watch;
+  if (text == "subscribe") return ControlRequest::Command::subscribe;
   if (text == "reload") return ControlRequest::Command::reload;
   if (text == "upgrade") return ControlRequest::Command::upgrade;
   if (text == "drain") return ControlRequest::Command::drain;
@@ -52,8 +53,10 @@ void take(ControlRequest& request, const std::string& name, const Json& value) {
     request.topic = textOf(name, value);
   } else if (name == "family") {
     request.af = familyOf(textOf(name, value));
+    request.familyGiven = true;
   } else if (name == "vrf") {
     request.vrf = vrfOf(textOf(name, value));
+    request.vrfGiven = true;
   } else if (name == "group") {
     request.group = textOf(name, value);
   } else if (name == "snapshot") {
@@ -67,7 +70,8 @@ void take(ControlRequest& request, const std::string& name, const Json& value) {
 std::vector<const char*> requiredMembers(ControlRequest::Command command) {
   using Command = ControlRequest::Command;
   if (command == Command::reload || command == Command::undrain) return {};
-  if (command == Command::upgrade || command == Command::drain) return {"topic"};
+  const bool everywhere = command == Command::upgrade || command == Command::drain;
+  if (everywhere || command == Command::subscribe) return {"topic"};
   return {"family", "topic"};
 }
 

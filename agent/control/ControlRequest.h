@@ -12,12 +12,23 @@ namespace Routing::Agent {
 
 /// What an operator asks for: one line of the control protocol (docs/control-protocol.md).
 struct ControlRequest {
-  enum class Command : std::uint8_t { show, clear, watch, reload, upgrade, drain, undrain };
+  enum class Command : std::uint8_t {
+    show,
+    clear,
+    watch,
+    subscribe,
+    reload,
+    upgrade,
+    drain,
+    undrain
+  };
 
   Command command = Command::show;
   std::string topic{};
   AddressFamily af = AddressFamily::ipv4;
   VrfName vrf{std::string(VrfName::defaultName)};
+  bool familyGiven = false;
+  bool vrfGiven = false;
   std::string group{};   ///< of the topic "rp-hash"
   bool snapshot = true;  ///< of a watch: whether the present state comes first
 };

@@ -65,8 +65,9 @@ class ControlServer::Listener : public std::enable_shared_from_this<Listener> {
 };
 
 ControlServer::ControlServer(asio::io_context& loop, const AgentView& view, AgentCommands& commands,
-                             const std::string& path, const ControlLimits& limits)
-    : listener_(std::make_shared<Listener>(loop, ControlTarget{view, commands}, path, limits)) {
+                             RpFeed& feed, const std::string& path, const ControlLimits& limits)
+    : listener_(
+          std::make_shared<Listener>(loop, ControlTarget{view, commands, feed}, path, limits)) {
   listener_->accept();
 }
 

@@ -7,6 +7,7 @@
 
 #include "agent/control/AgentCommands.h"
 #include "agent/control/AgentView.h"
+#include "agent/feed/RpFeed.h"
 
 namespace asio {
 class io_context;
@@ -34,7 +35,7 @@ class ControlServer {
   /// listens replaced. Raises std::system_error if the path cannot be used, because another daemon
   /// listens there or it is no socket, for example. All must outlive the server.
   ControlServer(asio::io_context& loop, const AgentView& view, AgentCommands& commands,
-                const std::string& path, const ControlLimits& limits = {});
+                RpFeed& feed, const std::string& path, const ControlLimits& limits = {});
   ControlServer(const ControlServer&) = delete;
   ControlServer& operator=(const ControlServer&) = delete;
   /// Disconnects all peers and removes the socket.

@@ -15,6 +15,7 @@ Daemon::Daemon(const ConfigSource& source, const TimeoutOverrides& timeouts,
       logSink_(loop_.clock(), startLogging()),
       router_(loop_, timeouts, [this] { start(); }),
       serviceManager_(loop_.timerWheel(), router_),
+      feed_(router_),
       reloader_(
           loop_.io(), source, [this] { return router_.addressedInterfaces(); },
           [this](const LoadedConfig& loaded) { return apply(loaded); }) {
@@ -34,7 +35,8 @@ int Daemon::run() {
 
 void Daemon::start() try {
   router_.start();
-  control_.emplace(loop_.io(), router_, *this, router_.config().controlSocket);
+  router_.onTurnEnd([this] { feed_.settle(); });
+  control_.emplace(loop_.io(), router_, *this, feed_, router_.config().controlSocket);
   spdlog::info("ready");
   serviceManager_.ready();
 } catch (const std::exception& error) {

@@ -8,6 +8,7 @@
 #include "agent/daemon/LogSink.h"
 #include "agent/daemon/Reloader.h"
 #include "agent/daemon/ServiceManager.h"
+#include "agent/feed/RpFeed.h"
 #include "agent/kernel/EventLoop.h"
 #include "agent/router/Router.h"
 
@@ -41,6 +42,7 @@ class Daemon final : public AgentCommands {
   LogSink logSink_;
   Router router_;
   ServiceManager serviceManager_;
+  RpFeed feed_;
   Reloader reloader_;
   std::optional<ControlServer> control_;
   int exitCode_ = 0;

@@ -55,6 +55,7 @@ bool InstanceTable::isWanted(const Key& key, const Instance& instance) const {
 
 void InstanceTable::start(const Key& key, std::uint32_t vrfDevice) try {
   instances_.try_emplace(key, base_, key, vrfDevice);
+  ++changes_;
   spdlog::info("{} runs in VRF {}", nameOf(key.second), key.first.text());
 } catch (const std::system_error& error) {
   // Such as a host without IPv6, or a VRF that went just now.
@@ -65,6 +66,7 @@ void InstanceTable::stop(const Key& key) {
   const auto instance = instances_.find(key);
   instance->second.host.shutdown();
   instances_.erase(instance);
+  ++changes_;
   base_.upgrade.forget(key.first, key.second);
   spdlog::info("{} runs no longer in VRF {}", nameOf(key.second), key.first.text());
 }

@@ -28,6 +28,8 @@ class InstanceTable {
 
   /// In the order of VRF name, then family.
   std::vector<InstanceView> views() const;
+  /// How often one has come or gone.
+  std::uint64_t changes() const { return changes_; }
 
  private:
   using Key = ConfigEntities::Key;
@@ -45,6 +47,7 @@ class InstanceTable {
 
   const HostBase base_;
   std::map<Key, Instance> instances_;
+  std::uint64_t changes_ = 0;
 };
 
 }  // namespace Routing::Agent

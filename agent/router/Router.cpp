@@ -39,7 +39,10 @@ void Router::start() {
   instances_.handleConfig();
   requireDefaultVrf();
   state_.dropOthers();
-  loop_.onTurnEnd([this] { instances_.settle(); });
+  loop_.onTurnEnd([this] {
+    instances_.settle();
+    settled_();
+  });
   started_ = true;
   interfaces_.observerIs([this](const IntfId& intf, const Interface* before, const Interface* now) {
     handleIntf(intf, before, now);

@@ -43,12 +43,16 @@ class Router final : public AgentView {
   /// an upgrade is prepared: then others are to notice nothing.
   void shutdown();
 
+  /// Runs `settled` at the end of every turn of the event loop, when the states are written.
+  void onTurnEnd(std::function<void()> settled) { settled_ = std::move(settled); }
+
   UpgradeController& upgrade() { return upgrade_; }
   AddressedInterfaces addressedInterfaces() const;
 
   double now() const override { return loop_.clock().now(); }
   double startTime() const override { return startTime_; }
   std::vector<InstanceView> instances() const override { return instances_.views(); }
+  std::uint64_t instanceChanges() const override { return instances_.changes(); }
   DrainReport drainReport() const override { return drain_.report(instances()); }
   std::shared_ptr<const Pim::AllIntfStatusDir> allIntfStatusDir() const override { return dir_; }
 
@@ -73,6 +77,7 @@ class Router final : public AgentView {
   InstanceTable instances_;
   RouteChanges routeChanges_;
   NetlinkMonitor monitor_;
+  std::function<void()> settled_ = [] {};
   bool started_ = false;
 };
 

@@ -57,7 +57,7 @@ class RunTest : public testing::Test {
 class RunWithDaemon : public RunTest {
  protected:
   void start(const Agent::ControlLimits& limits = {}) {
-    server_.emplace(loop_, agent_, agent_, path(), limits);
+    server_.emplace(loop_, agent_, agent_, agent_.feed, path(), limits);
     thread_ = std::thread([this] { loop_.run(); });
   }
   void TearDown() override {

@@ -25,7 +25,9 @@ class OctetHash {
   std::uint64_t hash_ = 0xcbf29ce484222325;
 };
 
-RpMapping mappingOf(const IpGenPrefix& range, const RpEntry& rp) {
+}  // namespace
+
+RpMapping rpMapping(const IpGenPrefix& range, const RpEntry& rp) {
   return {.groupRange = range,
           .rp = rp.address(),
           .mode = static_cast<std::uint8_t>(rp.mode()),
@@ -33,12 +35,10 @@ RpMapping mappingOf(const IpGenPrefix& range, const RpEntry& rp) {
           .hashMaskLen = rp.hashMaskLen().value()};
 }
 
-}  // namespace
-
 std::vector<RpMapping> rpMappings(const RpCandidateStatus& status) {
   std::vector<RpMapping> mappings;
   for (const auto& [range, set] : status.crpSet()) {
-    for (const auto& entry : set->rp()) mappings.push_back(mappingOf(range, *entry.second));
+    for (const auto& entry : set->rp()) mappings.push_back(rpMapping(range, *entry.second));
   }
   return mappings;
 }

@@ -23,6 +23,8 @@
 /// x *= 0x94d049bb133111eb; x ^= x >> 31. It finds differences, it does not resist forgery.
 namespace Routing::Pim {
 
+/// An RP of a range as RP selection sees it.
+ROUTING_API RpMapping rpMapping(const IpGenPrefix& range, const RpEntry& rp);
 /// The mappings of a group-to-RP set, by range and then by RP.
 ROUTING_API std::vector<RpMapping> rpMappings(const RpCandidateStatus& status);
 

@@ -84,7 +84,7 @@ class ControlServerTest : public testing::Test {
   void SetUp() override { startServer({}); }
   void startServer(const ControlLimits& limits) {
     server_.reset();
-    server_ = std::make_unique<ControlServer>(loop_, agent_, agent_, path_, limits);
+    server_ = std::make_unique<ControlServer>(loop_, agent_, agent_, agent_.feed, path_, limits);
   }
   /// Turns the event loop until the condition holds; false if it does not within ten seconds.
   template <class Condition>
@@ -328,7 +328,7 @@ TEST_F(ControlServerTest, AnswersEveryLineOfNoise) {
 /// The error of a server that should not start at a path.
 std::error_code startError(asio::io_context& loop, FakeAgent& agent, const std::string& path) {
   try {
-    const ControlServer server(loop, agent, agent, path);
+    const ControlServer server(loop, agent, agent, agent.feed, path);
   } catch (const std::system_error& error) {
     EXPECT_NE(std::string::npos, std::string(error.what()).find(path));
     return error.code();
@@ -366,7 +366,7 @@ TEST_F(ControlServerTest, LeavesWhatIsNoSocketAlone) {
 
 TEST_F(ControlServerTest, LeavesASuccessorsSocketAlone) {
   std::filesystem::remove(path_);
-  ControlServer successor(loop_, agent_, agent_, path_);
+  ControlServer successor(loop_, agent_, agent_, agent_.feed, path_);
   server_.reset();
   EXPECT_TRUE(std::filesystem::exists(path_));
 }

@@ -38,7 +38,7 @@ struct FakeInstance : Pim::PacketPort, Pim::UnicastRouting {
 /// A daemon that started at 1000 s and looks at the clock at 5000 s.
 struct FakeAgent : AgentView, AgentCommands {
   FakeInstance& add(const std::string& vrf, AddressFamily af);
-  ControlTarget target() { return {*this, *this}; }
+  ControlTarget target() { return {*this, *this, feed}; }
 
   void reload(ReloadDone done) override { done(outcome); }
   void prepareUpgrade() override { upgradePrepared = true; }
@@ -48,6 +48,7 @@ struct FakeAgent : AgentView, AgentCommands {
   double now() const override { return 5000.0; }
   double startTime() const override { return 1000.0; }
   std::vector<InstanceView> instances() const override;
+  std::uint64_t instanceChanges() const override { return list.size(); }
   DrainReport drainReport() const override { return drained; }
   std::shared_ptr<const Pim::AllIntfStatusDir> allIntfStatusDir() const override {
     return interfaces;
@@ -57,6 +58,7 @@ struct FakeAgent : AgentView, AgentCommands {
   bool upgradePrepared = false;
   DrainReport drained;
   std::list<FakeInstance> list;
+  RpFeed feed{*this, [] { return std::string("now"); }};
   std::shared_ptr<Pim::AllIntfStatusDir> interfaces = std::make_shared<Pim::AllIntfStatusDir>();
 };
 
