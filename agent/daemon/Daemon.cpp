@@ -122,7 +122,7 @@ void Daemon::log(const Findings& findings) const {
     const auto level = finding.severity == Severity::error     ? spdlog::level::err
                        : finding.severity == Severity::warning ? spdlog::level::warn
                                                                : spdlog::level::debug;
-    spdlog::log(level, "{}", fileText(source_.file(), finding));
+    spdlog::log(level, "{}", placeText(source_.file(), finding));
   }
 }
 

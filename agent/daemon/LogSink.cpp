@@ -8,6 +8,8 @@
 #include <array>
 #include <utility>
 
+#include "platform/trace/TraceFacilities.h"
+
 namespace Routing::Agent {
 namespace {
 
@@ -16,6 +18,29 @@ constexpr std::array severities{spdlog::level::critical, spdlog::level::critical
                                 spdlog::level::critical, spdlog::level::err,
                                 spdlog::level::warn,     spdlog::level::info,
                                 spdlog::level::info,     spdlog::level::debug};
+
+std::string facilities() {
+  std::string text;
+  for (const std::string& name : traceFacilities()) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+/// The text with what a terminal might obey, and what is no ASCII, as \xNN: names and packets may
+/// hold any octets.
+std::string escaped(std::string_view text) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string out;
+  out.reserve(text.size());
+  for (const char c : text) {
+    const auto octet = static_cast<unsigned char>(c);
+    if (octet >= 0x20 && octet < 0x7f) {
+      out += c;
+    } else {
+      out += {'\\', 'x', digits[octet >> 4], digits[octet & 0xf]};
+    }
+  }
+  return out;
+}
 
 }  // namespace
 
@@ -39,12 +64,13 @@ bool LogSink::admitted(std::string_view subject) {
 }
 
 void LogSink::trace(std::string_view facility, int level, std::string_view text) {
-  if (admitted(facility)) logger_->info("{}[{}] {}", facility, level, text);
+  if (admitted(facility)) logger_->info("{}[{}] {}", facility, level, escaped(text));
 }
 
 void LogSink::log(const SysLogMessage& message, std::string_view text) {
   const auto severity = static_cast<std::size_t>(std::clamp(message.severity(), 0, 7));
-  if (admitted(message.id())) logger_->log(severities[severity], "{}: {}", message.id(), text);
+  if (admitted(message.id()))
+    logger_->log(severities[severity], "{}: {}", message.id(), escaped(text));
 }
 
 std::shared_ptr<spdlog::logger> startLogging() {
@@ -63,7 +89,10 @@ void logLevelIs(const std::string& level) {
 
 void tracesAre(const std::map<std::string, int>& levels) {
   traceThresholdIs("", 0);
-  for (const auto& [facility, level] : levels) traceThresholdIs(facility, level);
+  for (const auto& [facility, level] : levels) {
+    if (traceThresholdIs(facility, level) != 0) continue;
+    spdlog::warn("no trace facility begins with {}; there are {}", facility, facilities());
+  }
 }
 
 }  // namespace Routing::Agent

@@ -6,6 +6,7 @@
 
 #include "cli/CommandLine.h"
 #include "platform/trace/Trace.h"
+#include "platform/trace/TraceFacilities.h"
 
 namespace Routing::Agent {
 namespace {
@@ -21,6 +22,16 @@ struct BuiltIn {
   LimitSettings limits;
 };
 
+void requireFacility(const std::string& prefix) {
+  const auto names = traceFacilities();
+  const auto begins = [&](const std::string& name) { return name.starts_with(prefix); };
+  if (std::any_of(names.begin(), names.end(), begins)) return;
+  const auto near = Cli::nearest(prefix, names);
+  throw CLI::ValidationError("--trace", "no facility begins with " + prefix +
+                                            (near ? ", did you mean " + *near + "?" : ";") +
+                                            " choices: " + CLI::detail::join(names, ", "));
+}
+
 std::pair<std::string, int> traceOf(const std::string& text) {
   const auto equals = text.find('=');
   int level = 0;
@@ -29,7 +40,9 @@ std::pair<std::string, int> traceOf(const std::string& text) {
                     level >= TraceHandle::off && level <= TraceHandle::maxLevel;
   if (!good)
     throw CLI::ValidationError("--trace", "needs FACILITY=LEVEL with a level from -1 to 9");
-  return {text.substr(0, equals), level};
+  const std::string facility = text.substr(0, equals);
+  requireFacility(facility);
+  return {facility, level};
 }
 
 /// CLI::Range lets through what is no number at all.

@@ -102,9 +102,34 @@ AddressedInterfaces Router::addressedInterfaces() const {
 
 void Router::handleIntf(const IntfId& intf, const Interface* before, const Interface* now) {
   instances_.flushRoutes();
+  if (started_) warnOfChange(intf, before, now);
   if (now != nullptr) updateDir(intf, now);
   instances_.handleIntf(intf, before, now);
   if (now == nullptr) updateDir(intf, now);
+}
+
+/// What an operator has done to an interface that the file names.
+void Router::warnOfChange(const IntfId& intf, const Interface* before, const Interface* now) const {
+  if (before == nullptr || now == nullptr) return;
+  for (const auto& [vrf, families] : config().vrfs) {
+    for (const auto& [af, settings] : families) {
+      const std::string& name = intf.text();
+      const bool left = before->vrf == vrf && now->vrf != vrf;
+      if (left && settings.interfaces.contains(name)) {
+        spdlog::warn("interface {} is in VRF {}, not {}", name, now->vrf.text(), vrf.text());
+        break;
+      }
+      const bool candidate =
+          settings.bsrCandidates.contains(name) || settings.rpCandidates.contains(name);
+      if (!candidate || before->vrf != vrf || before->link.up == now->link.up) continue;
+      if (now->link.up) {
+        spdlog::info("interface {}, whose address is a candidate's, is up", name);
+      } else {
+        spdlog::warn("interface {}, whose address is a candidate's, is down", name);
+      }
+      break;
+    }
+  }
 }
 
 void Router::updateDir(const IntfId& intf, const Interface* now) {

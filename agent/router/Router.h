@@ -59,6 +59,7 @@ class Router final : public AgentView {
  private:
   void updateEntities();
   void handleIntf(const IntfId& intf, const Interface* before, const Interface* now);
+  void warnOfChange(const IntfId& intf, const Interface* before, const Interface* now) const;
   void updateDir(const IntfId& intf, const Interface* now);
   void requireDefaultVrf() const;
   void warnOfAbsent() const;

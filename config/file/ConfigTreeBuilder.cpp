@@ -117,7 +117,9 @@ void ConfigTreeBuilder::putList(const Place& place, const lysc_node& schema,
   const YamlNode& value = *entry.value;
   if (value.kind == YamlNode::Kind::null) return;
   if (value.kind != YamlNode::Kind::sequence) {
-    return say(entry.line, join(place.path, schema.name), "must be a list, an item for each");
+    const char* key = keysOf(schema_, schema).front()->name;
+    return say(entry.line, join(place.path, schema.name),
+               std::string("must be a list, whose items begin so: \"- ") + key + ": ...\"");
   }
   Given before;
   for (std::size_t i = 0; i < value.items.size(); ++i) {

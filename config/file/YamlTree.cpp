@@ -185,6 +185,16 @@ void refuseControlCharacters(std::string_view text) {
   }
 }
 
+/// The first line up to the one that the parser gave up at whose indentation has a tab; 0 if none.
+unsigned lineWithTab(std::string_view text, unsigned last) {
+  for (unsigned line = 1; line <= last && !text.empty(); ++line) {
+    const std::string_view indentation = text.substr(0, text.find_first_not_of(" \t"));
+    if (indentation.find('\t') != std::string_view::npos) return line;
+    text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
+  }
+  return 0;
+}
+
 YamlNodePtr parse(std::string_view text, const YamlLimits& limits) {
   if (text.size() > limits.bytes) {
     throw YamlError(0, "longer than " + std::to_string(limits.bytes) + " octets");
@@ -210,6 +220,8 @@ YamlNodePtr readYaml(std::string_view text, Findings& findings, const YamlLimits
   } catch (const YamlError& error) {
     return failed(error.line(), error.what());
   } catch (const YAML::Exception& error) {
+    const unsigned tab = lineWithTab(text, lineOf(error.mark));
+    if (tab != 0) return failed(tab, "no YAML: a tab indents the line, where only blanks may");
     return failed(lineOf(error.mark), "no YAML: " + printable(error.msg));
   } catch (const std::exception&) {  // the parser lets some of the standard library's out
     return failed(0, "no YAML");

@@ -1,4 +1,5 @@
 #include "config/judge/Judge.h"
+#include "platform/pim/rp/RpSelection.h"
 
 namespace Routing::Agent {
 namespace {
@@ -37,7 +38,15 @@ void judgeBsrCandidate(FamilyJudge& judge, const std::string& path, const BsrCan
 
 void judgePriority(FamilyJudge& judge, const std::string& path, const RangePriority& priority) {
   if (priority.given) return;
-  judge.warn(path, "no priority given; taken as " + std::to_string(priority.value));
+  judge.inform(path, "no priority given; taken as " + std::to_string(priority.value));
+}
+
+/// Ranges of which no group is served by an RP, whoever offers to.
+void judgeServed(FamilyJudge& judge, const std::string& path, const IpGenPrefix& range) {
+  const Pim::RpRule rule = Pim::ruleOfRange(range);
+  if (rule == Pim::RpRule::notCovered) return;
+  judge.warn(path,
+             "range " + range.text() + " serves nobody: " + std::string(Pim::rpRuleText(rule)));
 }
 
 /// Group ranges to which two settings give different priorities.
@@ -51,13 +60,17 @@ void judgeRanges(FamilyJudge& judge, const std::string& path, const RpCandidate&
                           "; the last access list by name holds");
   };
   for (const auto& [range, priority] : candidate.ranges) {
-    give(range, entryPath(path, "range", range.text()), priority);
+    const std::string where = entryPath(path, "range", range.text());
+    give(range, where, priority);
+    judgeServed(judge, where, range);
   }
   for (const auto& [name, priority] : candidate.accessLists) {
     const AclPrefixes* list = judge.lists.find(judge.af, name);
     if (list == nullptr) continue;
+    const std::string where = entryPath(path, "access-list", name);
     for (const IpGenPrefix& range : list->group) {
-      give(range, entryPath(path, "access-list", name), priority);
+      give(range, where, priority);
+      judgeServed(judge, where, range);
     }
   }
 }

@@ -23,11 +23,16 @@ std::string findingText(const Finding& finding) {
 }
 
 std::string fileText(const std::string& file, const Finding& finding) {
+  if (finding.severity == Severity::error) return placeText(file, finding);
+  Finding said = finding;
+  const std::string path = finding.path.empty() ? "" : ": " + finding.path;
+  said.path = std::string(severityText(finding.severity)) + path;
+  return placeText(file, said);
+}
+
+std::string placeText(const std::string& file, const Finding& finding) {
   std::string text = file + ':';
   if (finding.line != 0) text += std::to_string(finding.line) + ':';
-  if (finding.severity != Severity::error) {
-    text += ' ' + std::string(severityText(finding.severity)) + ':';
-  }
   if (!finding.path.empty()) text += ' ' + finding.path + ':';
   return text + ' ' + finding.text;
 }

@@ -34,6 +34,8 @@ std::string_view severityText(Severity severity);
 std::string findingText(const Finding& finding);
 /// "FILE:LINE: PATH: TEXT"; what is no error says so in front of the path.
 std::string fileText(const std::string& file, const Finding& finding);
+/// The same without the severity, where that is said otherwise.
+std::string placeText(const std::string& file, const Finding& finding);
 bool hasErrors(const Findings& findings);
 
 /// Text from a file as it may appear in a message: in quotes, of bounded length, and of printable

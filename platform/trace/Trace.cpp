@@ -1,7 +1,10 @@
 #include "platform/trace/Trace.h"
 
+#include <algorithm>
 #include <map>
 #include <vector>
+
+#include "platform/trace/TraceFacilities.h"
 
 namespace Routing {
 namespace {
@@ -50,6 +53,13 @@ std::size_t traceThresholdIs(std::string_view prefix, int level) {
     ++count;
   }
   return count;
+}
+
+std::vector<std::string> traceFacilities() {
+  std::vector<std::string> names;
+  for (const TraceHandle* handle : registry().handles) names.push_back(handle->name());
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 void traceSinkIs(TraceSink& sink) {

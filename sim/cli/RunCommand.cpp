@@ -4,6 +4,7 @@
 #include <iomanip>
 #include <iostream>
 #include <memory>
+#include <set>
 #include <sstream>
 
 #include "platform/trace/Trace.h"
@@ -53,13 +54,25 @@ void writeReplay(std::ostream& out, const Options& options, const std::string& f
   out << "\n";
 }
 
+/// "2 of 9 expectations", "9 expectations held"; of a run that passed "9 expectations".
+std::string judged(bool passed, std::size_t failed, std::size_t all, const std::string& what) {
+  const std::string counted = std::to_string(all) + ' ' + what;
+  if (passed) return counted;
+  return failed == 0 ? counted + " held" : std::to_string(failed) + " of " + counted;
+}
+
 std::string verdict(const ScenarioRun& run) {
   std::ostringstream text;
-  text << (run.passed() ? "passed" : "FAILED") << "  " << run.judged() << " expectations";
+  text << (run.passed() ? "passed" : "FAILED") << "  "
+       << judged(run.passed(), run.disappointments().size(), run.judged(), "expectations");
   if (run.skipped() > 0) text << " (" << run.skipped() << " not quiet)";
-  text << ", " << run.invariants().invariants().size() << " invariants after "
-       << run.world().events() << " events, " << run.world().packets() << " packets, digest "
-       << hex(run.digest());
+  std::set<std::string> broken;
+  for (const Violation& violation : run.invariants().violations())
+    broken.insert(violation.invariant);
+  text << ", "
+       << judged(run.passed(), broken.size(), run.invariants().invariants().size(), "invariants")
+       << " after " << run.world().events() << " events, " << run.world().packets()
+       << " packets, digest " << hex(run.digest());
   return text.str();
 }
 

@@ -1,5 +1,6 @@
 #include "sim/report/HtmlReport.h"
 
+#include <array>
 #include <map>
 
 #include "sim/report/HtmlPages.h"
@@ -7,6 +8,12 @@
 
 namespace Routing::Sim {
 namespace {
+
+/// The states of RFC 5059 section 3.1.1 in words.
+const char* stateWords(Pim::Bsr::BsrCandidateState state) {
+  constexpr std::array words{"knows no BSR", "candidate BSR", "waits to be elected", "elected BSR"};
+  return words.at(static_cast<std::size_t>(state));
+}
 
 std::string rolesOf(const ScenarioRun& run, RouterId router) {
   std::string roles;
@@ -94,7 +101,7 @@ Json changesJson(const Recorder& recorder, const std::map<std::uint64_t, std::si
     entry.push_back(belief.bsr.isUnset() ? Json() : Json(words.number(belief.bsr.text())));
     entry.push_back(belief.priority);
     entry.push_back(belief.elected);
-    entry.push_back(belief.state ? Json(std::string(enumName(*belief.state))) : Json());
+    entry.push_back(belief.state ? Json(stateWords(*belief.state)) : Json());
     const auto set = sets.find(belief.rpDigest);
     entry.push_back(belief.rps > 0 && set != sets.end() ? Json(set->second) : Json());
     changes.push_back(entry);

@@ -64,7 +64,7 @@ Scenario parse(const YamlValue& root) {
   YamlMap map(root);
   Scenario scenario;
   scenario.name = map.need("name").text();
-  scenario.text = map.need("text").text();
+  if (const auto text = map.get("text")) scenario.text = text->text();
   if (const auto families = map.get("families")) {
     scenario.families.clear();
     for (const YamlValue& family : families->list()) scenario.families.push_back(familyOf(family));

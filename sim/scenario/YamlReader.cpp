@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <iomanip>
+#include <sstream>
 
 namespace Routing::Sim {
 
@@ -26,7 +28,9 @@ double YamlValue::number(double low, double high) const {
     fail("\"" + said + "\" is not a number");
   }
   if (value < low || value > high) {
-    fail(said + " is not from " + std::to_string(low) + " to " + std::to_string(high));
+    std::ostringstream text;
+    text << std::setprecision(15) << said << " is not from " << low << " to " << high;
+    fail(text.str());
   }
   return value;
 }

@@ -22,7 +22,7 @@ TEST(Options, AreReadAsGiven) {
   const auto options = std::get<Options>(
       parse("--interface eth0 --ipv6-only --bs-timeout 5 --sz-timeout 7 --hello-period 0.5"
             " --dr-priority 4294967295 --max-zones 0 --max-groups 1 --max-rps 2 --max-fragments 3"
-            " --trace Pim::Hello=9 --trace Routing=-1 --control /tmp/c --log-level error"));
+            " --trace Pim::Hello=9 --trace Pim::Bsr=-1 --control /tmp/c --log-level error"));
   EXPECT_EQ(options.builtIn.vrfs.at(VrfName("default")).size(), 1U);
   const InterfaceSettings& eth0 = family(options, AddressFamily::ipv6).interfaces.at("eth0");
   EXPECT_EQ(eth0.helloInterval, 0.5);
@@ -34,7 +34,7 @@ TEST(Options, AreReadAsGiven) {
   EXPECT_EQ(options.control, "/tmp/c");
   EXPECT_EQ(options.logLevel, "error");
   EXPECT_EQ(options.traces,
-            (std::vector<std::pair<std::string, int>>{{"Pim::Hello", 9}, {"Routing", -1}}));
+            (std::vector<std::pair<std::string, int>>{{"Pim::Hello", 9}, {"Pim::Bsr", -1}}));
 }
 
 TEST(Options, HoldThreeAndAHalfHelloPeriods) {

@@ -19,6 +19,7 @@ constexpr RuleWords ruleWords[] = {
     {"notMulticast", "the address is not a multicast group"},
     {"embeddedRp", "the group address names its RP itself"},
     {"ssm", "a source-specific group has no RP"},
+    {"linkLocal", "a link-local group has no RP"},
     {"notCovered", "no mapping covers the group"},
     {"onlyContender", "only one mapping covers the group"},
     {"longestPrefix", "longest group prefix"},
@@ -102,6 +103,7 @@ std::optional<RpRule> ruleOfGroup(const IpGenAddr& group) {
   if (!group.isMulticast()) return RpRule::notMulticast;
   if (isEmbeddedRpGroup(group)) return RpRule::embeddedRp;
   if (isSsmGroup(group)) return RpRule::ssm;
+  if (isLinkLocalGroup(group)) return RpRule::linkLocal;
   return std::nullopt;
 }
 
@@ -151,6 +153,24 @@ bool isSsmGroup(const IpGenAddr& group) {
   return group.af() == AddressFamily::ipv4 ? group.upper() >> 56 == 232
                                            : group.af() == AddressFamily::ipv6 &&
                                                  (group.upper() >> 32 & 0xfff0ffffU) == 0xff300000U;
+}
+
+bool isLinkLocalGroup(const IpGenAddr& group) {
+  if (!group.isMulticast()) return false;
+  if (group.af() == AddressFamily::ipv4) return group.upper() >> 40 == 0xe00000;
+  const std::uint64_t scope = group.upper() >> 48 & 0xf;
+  return scope == 1 || scope == 2;
+}
+
+RpRule ruleOfRange(const IpGenPrefix& range) {
+  const RpRule rule = ruleOfGroup(range.address()).value_or(RpRule::notCovered);
+  const bool v4 = range.af() == AddressFamily::ipv4;
+  // From how many bits on a range lies in the groups of the rule as a whole.
+  const unsigned bits = rule == RpRule::ssm          ? (v4 ? 8 : 32)
+                        : rule == RpRule::linkLocal  ? (v4 ? 24 : 16)
+                        : rule == RpRule::embeddedRp ? 12
+                                                     : 0;
+  return range.length() >= bits ? rule : RpRule::notCovered;
 }
 
 bool isEmbeddedRpGroup(const IpGenAddr& group) {

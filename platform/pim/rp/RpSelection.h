@@ -29,6 +29,7 @@ enum class RpRule : std::uint8_t {
   notMulticast,   ///< the address is no group at all
   embeddedRp,     ///< the group lies in ff70::/12 and names its RP itself (RFC 3956)
   ssm,            ///< source-specific groups have no RP (RFC 7761 section 4.8)
+  linkLocal,      ///< groups that stay on a link or an interface have no RP
   notCovered,     ///< no mapping covers the group
   onlyContender,  ///< a choice's mark only: there was nothing to compare
   longestPrefix,
@@ -71,6 +72,10 @@ ROUTING_API RpChoice selectRp(const IpGenAddr& group, std::span<const RpMapping>
 
 /// True in 232.0.0.0/8 and ff3x::/32.
 ROUTING_API bool isSsmGroup(const IpGenAddr& group);
+/// True in 224.0.0.0/24 and in IPv6's interface-local and link-local scopes (RFC 4291 section 2.7).
+ROUTING_API bool isLinkLocalGroup(const IpGenAddr& group);
+/// The rule by which no group of a range has an RP from the RP set; notCovered if some may have.
+ROUTING_API RpRule ruleOfRange(const IpGenPrefix& range);
 /// True in ff70::/12.
 ROUTING_API bool isEmbeddedRpGroup(const IpGenAddr& group);
 /// The RP named by a group in ff70::/12 (RFC 3956 section 3). None for other groups, for a prefix

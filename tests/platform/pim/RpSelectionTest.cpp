@@ -91,13 +91,14 @@ TEST(RpSelection, GroupsMaySayWhatRpTheyHave) {
   const std::vector<RpMapping> mappings = {{pfx("224.0.0.0/4"), addr("10.0.0.1"), 1, 0, 30},
                                            {pfx("ff00::/8"), addr("2001:db8::1"), 1, 0, 126}};
   const auto rows = TestKit::table("pim/groups.txt");
-  EXPECT_EQ(rows.size(), 25U);
+  EXPECT_EQ(rows.size(), 31U);
   for (const auto& row : rows) {
     const IpGenAddr group = addr(row.at(0));
     const RpChoice choice = selectRp(group, mappings);
     const auto embedded = embeddedRpOf(group);
     std::string found = embedded ? embedded->text() : "no-rp";
     if (choice.decidedBy == RpRule::ssm && !choice.rp) found = "ssm";
+    if (choice.decidedBy == RpRule::linkLocal && !choice.rp) found = "link-local";
     if (choice.rp && choice.decidedBy == RpRule::onlyContender) found = "mapped";
     EXPECT_EQ(found, row.at(1)) << row.at(0) << ": " << row.at(2);
     EXPECT_EQ(choice.contenders.size(), 1U) << row.at(0);
