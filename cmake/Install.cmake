@@ -13,9 +13,14 @@ write_basic_package_version_file(${package_files}/pimbsr-config-version.cmake
 # Wherever the files end up together, they find each other.
 file(RELATIVE_PATH prefix_from_pc /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" prefix_from_pc ${prefix_from_pc})
-configure_file(${CMAKE_CURRENT_LIST_DIR}/pimbsr.pc.in ${package_files}/pimbsr.pc @ONLY)
+foreach(name pimbsr pimbsr-client)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${name}.pc.in ${package_files}/${name}.pc @ONLY)
+endforeach()
 
 install(EXPORT pimbsr NAMESPACE pimbsr:: FILE pimbsr-targets.cmake DESTINATION ${package_dir})
 install(FILES ${package_files}/pimbsr-config.cmake ${package_files}/pimbsr-config-version.cmake
         DESTINATION ${package_dir})
 install(FILES ${package_files}/pimbsr.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+if(PIMBSR_AGENT)
+  install(FILES ${package_files}/pimbsr-client.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endif()
