@@ -73,7 +73,7 @@ std::string commandsBelow(const CLI::App& app, const std::string& path) {
   }
   std::string text;
   for (const auto& [name, command] : groups) {
-    text += commandsBelow(*command, path.empty() ? name : path + ' ' + name);
+    text += commandsBelow(*command, path.empty() ? name : (path + ' ').append(name));
   }
   return text;
 }

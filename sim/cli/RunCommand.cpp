@@ -56,7 +56,7 @@ void writeReplay(std::ostream& out, const Options& options, const std::string& f
 
 /// "2 of 9 expectations", "9 expectations held"; of a run that passed "9 expectations".
 std::string judged(bool passed, std::size_t failed, std::size_t all, const std::string& what) {
-  const std::string counted = std::to_string(all) + ' ' + what;
+  std::string counted = std::to_string(all) + ' ' + what;
   if (passed) return counted;
   return failed == 0 ? counted + " held" : std::to_string(failed) + " of " + counted;
 }
