@@ -3,20 +3,13 @@
 #include <cmath>
 #include <utility>
 
-#include "agent/state/StatusFromText.h"
 #include "bsr/engine/BsrNonCandidateSm.h"
 #include "bsr/engine/PimBsrSm.h"
+#include "config/entities/LimitWriter.h"
 #include "config/entities/Unwanted.h"
 
 namespace Routing::Agent {
 namespace {
-
-void limitsAre(Pim::Bsr::PimBsrLimits& limits, const LimitSettings& settings) {
-  limits.maxZonesIs(settings.zones);
-  limits.maxGroupsIs(settings.groups);
-  limits.maxRpsIs(settings.rps);
-  limits.maxFragmentsIs(settings.fragments);
-}
 
 std::shared_ptr<Pim::Bsr::PimBsrLimits> newLimits(const LimitSettings& settings) {
   auto limits = std::make_shared<Pim::Bsr::PimBsrLimits>();
@@ -30,7 +23,7 @@ std::shared_ptr<Pim::Bsr::Status> statusOf(const StateFile* state, const VrfName
                                            bool& resumed) {
   auto status = state == nullptr ? nullptr : state->restored(limits);
   resumed = status != nullptr;
-  return resumed ? status : newStatus(vrf, af);
+  return resumed ? status : Pim::Bsr::newStatus(vrf, af);
 }
 
 }  // namespace

@@ -4,20 +4,14 @@
 
 #include "agent/state/StateFault.h"
 #include "agent/state/StateJudge.h"
+#include "bsr/host/BsrInstance.h"
 #include "platform/entity/AttributeMirror.h"
 
 namespace Routing::Agent {
 
-std::shared_ptr<Pim::Bsr::Status> newStatus(const VrfName& vrf, AddressFamily af) {
-  auto status = std::make_shared<Pim::Bsr::Status>(vrf);
-  status->afIs(af);
-  status->countersIs("counters");
-  return status;
-}
-
 std::shared_ptr<Pim::Bsr::Status> statusFromText(std::string_view text, const StateHeader& own,
                                                  const Pim::Bsr::PimBsrLimits& limits) {
-  auto status = newStatus(own.vrf, own.af);
+  auto status = Pim::Bsr::newStatus(own.vrf, own.af);
   AttributeMirror mirror(status);
   std::size_t count = 1;
   readStateText(text, own, [&](std::string_view line) {

@@ -9,9 +9,6 @@
 
 namespace Routing::Agent {
 
-/// A status of an instance that has not run yet: its family is set, its counters are there.
-std::shared_ptr<Pim::Bsr::Status> newStatus(const VrfName& vrf, AddressFamily af);
-
 /// The status that the text of a state file holds, judged at `own.instant` (see judgeState), so
 /// that machines can be built on it. Raises StateFault for a text that is not to be used.
 std::shared_ptr<Pim::Bsr::Status> statusFromText(std::string_view text, const StateHeader& own,

@@ -163,7 +163,7 @@ void ConfigSm::applyCandidates() {
 
 // Edits that belong together are written as one.
 void ConfigSm::handleEditing() {
-  explained_->heldIs(config_->editing());
+  explained_->editingIs(config_->editing());
 }
 
 void ConfigSm::handleBsrHoldTime() {

@@ -10,7 +10,13 @@ void Explained::heldIs(bool held) {
   settle();
 }
 
-void Explained::settle() {
+void Explained::editingIs(bool editing) {
+  const Order order = editing_ ? Order::rpsFirst : Order::zonesFirst;
+  held_ = editing_ = editing;
+  settle(order);
+}
+
+void Explained::settle(Order order) {
   if (held_ || settling_) return;
   zones.check();
   settling_ = true;
@@ -23,6 +29,7 @@ void Explained::settle() {
     zones.check();
     permits.settle();
     borders.settle();
+    if (order == Order::rpsFirst) rps.settle();
     zones.settle();
     rps.settle();
   }

@@ -10,6 +10,13 @@
 
 namespace Routing::Pim::Bsr {
 
+std::shared_ptr<Status> newStatus(const VrfName& vrf, AddressFamily af) {
+  auto status = std::make_shared<Status>(vrf);
+  status->afIs(af);
+  status->countersIs("counters");
+  return status;
+}
+
 // Intake stands before the engine: an elected candidate that survived a restart sends its message
 // while the engine is built. The engine stands before configuration, so that it says goodbye for
 // what was deconfigured meanwhile.

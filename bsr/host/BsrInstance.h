@@ -26,6 +26,9 @@ class CrpMessageSm;
 class PimBsrSm;
 class ZeuSm;
 
+/// A status of an instance that has not run yet: its family is set, its counters are there.
+ROUTING_API std::shared_ptr<Status> newStatus(const VrfName& vrf, AddressFamily af);
+
 /// What a host gives the mechanism in one VRF and address family, shared with the instance. All up
 /// to the timer wheel, which must outlive it, are required. With `config` come the four inputs
 /// after it, complete, and the status is then written from configuration; without it the host

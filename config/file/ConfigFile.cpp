@@ -42,13 +42,11 @@ void requireVrfs(const YamlNode& document, Findings& findings) {
 }
 
 /// Goes on to the next step only while there are no errors, which would make others of their own.
-std::optional<DaemonConfig> read(std::string_view text, Findings& findings,
+std::optional<DaemonConfig> read(const YamlNode& document, Findings& findings,
                                  const std::optional<AddressedInterfaces>& addressed) {
-  const YamlNodePtr document = readYaml(text, findings);
-  if (document == nullptr) return std::nullopt;
   const Schema schema;
-  const ConfigTree tree(schema, *document, findings);
-  if (!hasErrors(findings)) requireVrfs(*document, findings);
+  const ConfigTree tree(schema, document, findings);
+  if (!hasErrors(findings)) requireVrfs(document, findings);
   if (hasErrors(findings)) return std::nullopt;
   DaemonConfig config = convert(tree, findings);
   if (hasErrors(findings)) return std::nullopt;
@@ -67,8 +65,16 @@ void shorten(Findings& findings) {
 
 LoadedConfig readConfig(std::string_view text,
                         const std::optional<AddressedInterfaces>& addressed) {
+  Findings findings;
+  const YamlNodePtr document = readYaml(text, findings);
+  if (document == nullptr) return {std::nullopt, findings};
+  return readConfig(*document, addressed);
+}
+
+LoadedConfig readConfig(const YamlNode& document,
+                        const std::optional<AddressedInterfaces>& addressed) {
   LoadedConfig result;
-  result.config = read(text, result.findings, addressed);
+  result.config = read(document, result.findings, addressed);
   std::stable_sort(result.findings.begin(), result.findings.end(),
                    [](const Finding& a, const Finding& b) {
                      return std::tie(a.severity, a.line) < std::tie(b.severity, b.line);

@@ -54,7 +54,8 @@ class TreeBuilder final : public YAML::EventHandler {
   void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
                 const std::string& value) override {
     refuseTag(mark, tag);
-    if (std::any_of(value.begin(), value.end(), isControl)) {
+    const auto isBad = [&](char c) { return isControl(c) && !(c == '\n' && limits_.manyLines); };
+    if (std::any_of(value.begin(), value.end(), isBad)) {
       throw YamlError(lineOf(mark), "control characters are not allowed");
     }
     if (keyIsNext()) {

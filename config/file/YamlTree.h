@@ -26,7 +26,7 @@ struct YamlNode {
 
   Kind kind = Kind::null;
   unsigned line = 1;
-  std::string text;                ///< of a scalar, without control characters
+  std::string text;                ///< of a scalar, without control characters (see YamlLimits)
   std::vector<YamlNodePtr> items;  ///< of a sequence
   std::vector<Entry> entries;      ///< of a map in the order of the file; keys may repeat
 };
@@ -36,6 +36,7 @@ struct YamlLimits {
   std::size_t bytes = 1 << 20;
   std::size_t depth = 32;
   std::size_t nodes = 100000;  ///< an alias counts as all that it stands for
+  bool manyLines = false;      ///< whether a scalar may have several lines
 };
 
 /// Reads one document. Gives null and one finding if the text is not YAML, meets a bound, or uses

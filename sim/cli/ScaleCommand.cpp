@@ -6,6 +6,7 @@
 #include <iostream>
 #include <memory>
 
+#include "sim/core/Configs.h"
 #include "sim/report/TextReport.h"
 #include "sim/scenario/Expectations.h"
 #include "sim/scenario/ScenarioRun.h"
@@ -38,12 +39,17 @@ Scenario torus(const Options& options) {
   const auto routers = static_cast<RouterId>(scenario.topology.routers().size());
   const auto af = AddressFamily::ipv4;
   const IpGenPrefix all = IpGenPrefix::multicast(af);
-  scenario.config(0, af).candidateBsrs.push_back({all, {}, 200, 30, 60});
-  scenario.config(routers / 2, af).candidateBsrs.push_back({all, {}, 100, 30, 60});
+  const auto settings = [&](RouterId router) -> Agent::FamilySettings& {
+    auto& config = scenario.configs[router];
+    config = onAllNetworks(config, scenario.topology, router, {af});
+    return settingsOf(config, af);
+  };
+  settings(0).bsrCandidates["lo"].zones[all].priority = 200;
+  settings(routers / 2).bsrCandidates["lo"].zones[all].priority = 100;
   std::vector<IpGenAddr> rps;
   for (unsigned i = 0; i < options.rps; ++i) {
     const auto router = static_cast<RouterId>(std::uint64_t{i} * routers / options.rps);
-    scenario.config(router, af).candidateRps.push_back({{}, {{all, 192}}, 60, false});
+    settings(router).rpCandidates["lo"].ranges[all] = {};
     rps.push_back(Topology::loopback(router, af));
   }
   scenario.finally.push_back(expectBsr(0, {}, all, Topology::loopback(0, af)));

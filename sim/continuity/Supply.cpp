@@ -51,9 +51,9 @@ std::uint32_t Supply::place(RouterId router, std::size_t group) const {
 
 void Supply::noteZones() {
   for (RouterId id = 0; id < routers(); ++id) {
-    for (const CandidateBsr& candidate : config(id).candidateBsrs) {
-      const bool known = std::find(zones_.begin(), zones_.end(), candidate.zone) != zones_.end();
-      if (!known) zones_.push_back(candidate.zone);
+    for (const auto& [zone, interval] : duties(id).zones) {
+      const bool known = std::find(zones_.begin(), zones_.end(), zone) != zones_.end();
+      if (!known) zones_.push_back(zone);
     }
   }
 }
@@ -61,8 +61,8 @@ void Supply::noteZones() {
 void Supply::noteGroups() {
   std::set<IpGenPrefix> fresh;
   for (RouterId id = 0; id < routers(); ++id) {
-    for (const CandidateRp& candidate : config(id).candidateRps) {
-      for (const auto& [range, priority] : candidate.ranges) {
+    for (const auto& [address, rp] : duties(id).rps) {
+      for (const auto& [range, priority] : rp.ranges) {
         if (!sampled_.contains(range)) fresh.insert(range);
       }
     }
@@ -90,9 +90,9 @@ void Supply::drawParts() {
   withBsr_.assign(zones_.size(), {});
   for (RouterId id = 0; id < routers(); ++id) {
     if (!world_.up(id)) continue;
-    for (const CandidateBsr& candidate : config(id).candidateBsrs) {
-      const auto zone = static_cast<std::size_t>(
-          std::find(zones_.begin(), zones_.end(), candidate.zone) - zones_.begin());
+    for (const auto& [prefix, interval] : duties(id).zones) {
+      const auto zone = static_cast<std::size_t>(std::find(zones_.begin(), zones_.end(), prefix) -
+                                                 zones_.begin());
       withBsr_[zone].insert(parts_[zone][id]);
     }
   }
@@ -130,8 +130,8 @@ void Supply::serve() {
   served_.assign(groups_.size(), {});
   for (RouterId id = 0; id < routers(); ++id) {
     if (!world_.up(id)) continue;
-    for (const CandidateRp& candidate : config(id).candidateRps) {
-      for (const auto& [range, priority] : candidate.ranges) serve(id, range);
+    for (const auto& [address, rp] : duties(id).rps) {
+      for (const auto& [range, priority] : rp.ranges) serve(id, range);
     }
   }
 }

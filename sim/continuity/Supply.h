@@ -54,7 +54,7 @@ class Supply {
   void serve();
   void serve(RouterId rp, const IpGenPrefix& range);
   RouterId routers() const { return static_cast<RouterId>(world_.topology().routers().size()); }
-  const RouterConfig& config(RouterId router) const { return world_.speaker(router, af_).config(); }
+  const Duties& duties(RouterId router) const { return world_.speaker(router, af_).duties(); }
 
   const World& world_;
   const AddressFamily af_;

@@ -3,23 +3,17 @@
 #include <algorithm>
 #include <utility>
 
+#include "config/entities/LimitWriter.h"
+#include "sim/core/Configs.h"
 #include "sim/core/Digest.h"
-#include "sim/core/StatusWriter.h"
 #include "sim/core/World.h"
 
 namespace Routing::Sim {
 namespace {
 
-const VrfName& vrf() {
-  static const VrfName name{std::string(VrfName::defaultName)};
-  return name;
-}
-
-/// As the daemon has it: the first Hello comes at once, so that neighbours prime a newcomer soon.
-Pim::HelloConfig helloConfig() {
-  Pim::HelloConfig config;
-  config.firstDelay = 0.5;
-  return config;
+const IntfId& loopbackIntf() {
+  static const IntfId intf("lo");
+  return intf;
 }
 
 /// A router draws numbers of its own, so that what one draws changes nothing for the others.
@@ -38,7 +32,7 @@ Speaker::Speaker(World& world, RouterId router, AddressFamily af)
       router_(router),
       af_(af),
       random_(seedOf(world, router, af)),
-      loopback_(Topology::loopback(router, af)),
+      addresses_{{loopbackIntf(), Topology::loopback(router, af)}},
       limits_(std::make_shared<Pim::Bsr::PimBsrLimits>()),
       localRoutes_(std::make_shared<Pim::PimUcastRouteStatus>(af)) {
   forget();
@@ -47,27 +41,28 @@ Speaker::Speaker(World& world, RouterId router, AddressFamily af)
 
 Speaker::~Speaker() = default;
 
-void Speaker::newStatus() {
-  status_ = std::make_shared<Pim::Bsr::Status>(vrf());
-  status_->afIs(af_);
-  const auto counters = status_->countersIs("counters");
-  view_ = std::make_shared<Pim::RpCandidateStatus>(vrf());
+void Speaker::forget() {
+  status_ = Pim::Bsr::newStatus(defaultVrf(), af_);
+  view_ = std::make_shared<Pim::RpCandidateStatus>(defaultVrf());
   statusChanges_ =
-      status_->treeReactor([this, counters = counters.get()](const TreeChange& change) {
+      status_->treeReactor([this, counters = status_->counters().get()](const TreeChange& change) {
         if (&change.entity != counters) world_.touch(router_);
       });
   viewChanges_ = view_->treeReactor([this](const TreeChange&) { world_.touch(router_); });
 }
 
-void Speaker::forget() {
-  newStatus();
-  statusIs(*status_, config_, world_.topology(), loopback_);
+const Agent::FamilySettings& Speaker::settings() const {
+  return settingsOf(world_.config(router_), af_);
 }
 
+// --- addresses --------------------------------------------------------------------------------
+
 IpGenAddr Speaker::globalAddress(NetworkId network) const {
-  const auto& members = world_.topology().network(network).members;
-  const auto place = std::find(members.begin(), members.end(), router_) - members.begin();
-  return Topology::onNetwork(network, static_cast<std::size_t>(place), af_);
+  return Topology::onNetwork(network, world_.topology().network(network).placeOf(router_), af_);
+}
+
+IntfId Speaker::intfOn(NetworkId network) const {
+  return IntfId(world_.topology().network(network).intfOf(router_));
 }
 
 // Who has which address is known to the routing of everyone and to the forwarding table here.
@@ -76,64 +71,128 @@ void Speaker::publishAddresses() {
     world_.routes().ownerIs(address, owner);
     localRoutes_->routeIs(IpGenPrefix::host(address), {Pim::ForwardingKind::local});
   };
-  tell(loopback_, {router_, true, 0});
+  tell(loopback(), {router_, true, 0});
   for (const NetworkId network : world_.topology().router(router_).networks) {
     tell(globalAddress(network), {router_, false, network});
   }
 }
 
-void Speaker::loopbackIs(const IpGenAddr& address) {
-  const IpGenAddr before = std::exchange(loopback_, address);
-  localRoutes_->routeDel(IpGenPrefix::host(before));
-  localRoutes_->routeIs(IpGenPrefix::host(address), {Pim::ForwardingKind::local});
-  world_.loopbackMoved(router_, before, address);
-  configIs(config_);
+IpGenAddr Speaker::address(const IntfId& intf) const {
+  const auto found = addresses_.find(intf);
+  return found == addresses_.end() ? IpGenAddr() : found->second;
 }
 
-void Speaker::configIs(const RouterConfig& config) {
-  config_ = config;
-  statusIs(*status_, config_, world_.topology(), loopback_);
+IpGenAddr Speaker::loopback() const {
+  return address(loopbackIntf());
 }
 
-void Speaker::start(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir) {
+void Speaker::addressIs(const IntfId& intf, const IpGenAddr& address) {
+  const IpGenAddr before = this->address(intf);
+  if (!before.isUnset()) localRoutes_->routeDel(IpGenPrefix::host(before));
+  if (!address.isUnset()) {
+    localRoutes_->routeIs(IpGenPrefix::host(address), {Pim::ForwardingKind::local});
+  }
+  address.isUnset() ? void(addresses_.erase(intf)) : void(addresses_[intf] = address);
+  world_.addressMoved(router_, before, address);
+  refreshDuties();
+  if (!running()) return;
+  address.isUnset() ? sources_->addressDel(intf) : sources_->addressIs(intf, address);
+}
+
+void Speaker::refreshDuties() {
+  Addresses addresses = addresses_;
+  for (const NetworkId network : world_.topology().router(router_).networks) {
+    if (world_.liveness().network[network]) addresses[intfOn(network)] = globalAddress(network);
+  }
+  duties_ = dutiesOf(world_.config(router_), af_, addresses);
+}
+
+bool Speaker::owns(const IpGenAddr& address) const {
+  return localRoutes_->trie().route(IpGenPrefix::host(address));
+}
+
+// --- the machines -----------------------------------------------------------------------------
+
+void Speaker::start(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir,
+                    const Agent::ConfigEntities& entities) {
   startedAt_ = world_.instant();
   const RandomSource random = [this] { return random_.uniform(); };
-  pim_ = std::make_unique<Pim::PimInstance>(vrf(), af_, *this, *this, world_.wheel(), random,
-                                            helloConfig());
+  pim_ =
+      std::make_unique<Pim::PimInstance>(defaultVrf(), af_, *this, *this, world_.wheel(), random);
+  sources_ = std::make_shared<SourceIntfSm>(defaultVrf());
+  bsr_ = std::make_unique<Pim::Bsr::BsrInstance>(inputs(dir, entities));
+  handleConfig();
+  for (const auto& [intf, address] : addresses_) sources_->addressIs(intf, address);
+  for (const NetworkId network : world_.topology().router(router_).networks) {
+    if (world_.liveness().network[network]) {
+      sources_->addressIs(intfOn(network), globalAddress(network));
+    }
+  }
+  sources_->initialDumpDoneIs(true);
+}
+
+Pim::Bsr::BsrInputs Speaker::inputs(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir,
+                                    const Agent::ConfigEntities& entities) {
+  const Agent::FamilyEntities& family = entities.families().at({defaultVrf(), af_});
   Pim::Bsr::BsrInputs inputs{status_, pim_->pimStatus(), pim_->pamManager(), localRoutes_, dir,
                              view_,   limits_,           &world_.wheel()};
+  inputs.config = family.config;
+  inputs.vrfIntfConfig = family.vrfIntfConfig;
+  inputs.clearConfig = family.clearConfig;
+  inputs.sourceIntfSm = sources_;
+  inputs.ipAclConfig = entities.accessLists(af_);
   inputs.policy = world_.policy();
-  inputs.random = random;
-  bsr_ = std::make_unique<Pim::Bsr::BsrInstance>(inputs);
-  for (const NetworkId network : world_.topology().router(router_).networks) {
-    networkIs(network, world_.liveness().network[network]);
-  }
+  inputs.random = [this] { return random_.uniform(); };
+  return inputs;
 }
 
 void Speaker::halt() {
   bsr_.reset();
   pim_.reset();
+  pimNetworks_.clear();
 }
 
-void Speaker::networkIs(NetworkId network, bool up) {
-  if (!pim_) return;
-  const IpGenAddr global = globalAddress(network);
-  const IntfId intf(world_.topology().network(network).name);
-  if (af_ == AddressFamily::ipv4) {
-    pim_->intfIs(intf, global, {}, up);
-  } else {
-    pim_->intfIs(intf, Topology::linkLocal(router_), {global}, up);
+void Speaker::handleConfig() {
+  limitsAre(*limits_, world_.config(router_).limits);
+  refreshDuties();
+  if (!running()) return;
+  for (const NetworkId network : world_.topology().router(router_).networks) {
+    const auto interface = settings().interfaces.find(intfOn(network).text());
+    if (interface == settings().interfaces.end()) {
+      if (pimNetworks_.erase(network) > 0) pim_->intfDel(intfOn(network));
+      continue;
+    }
+    pim_->helloConfigIs(intfOn(network), interface->second.hello());
+    if (pimNetworks_.insert(network).second) {
+      pimIntfIs(network, world_.liveness().network[network]);
+    }
   }
 }
 
-bool Speaker::owns(const IpGenAddr& address) const {
-  return address == loopback_ || localRoutes_->trie().route(IpGenPrefix::host(address));
+// As on a real router: what a candidate has to say about its address leaves while the interfaces of
+// PIM are there.
+void Speaker::networkIs(NetworkId network, bool up) {
+  refreshDuties();
+  if (!running()) return;
+  if (!up) sources_->addressDel(intfOn(network));
+  if (pimNetworks_.contains(network)) pimIntfIs(network, up);
+  if (up) sources_->addressIs(intfOn(network), globalAddress(network));
 }
+
+void Speaker::pimIntfIs(NetworkId network, bool up) {
+  const IpGenAddr global = globalAddress(network);
+  if (af_ == AddressFamily::ipv4) {
+    pim_->intfIs(intfOn(network), global, {}, up);
+  } else {
+    pim_->intfIs(intfOn(network), Topology::linkLocal(router_), {global}, up);
+  }
+}
+
+// --- packets ----------------------------------------------------------------------------------
 
 void Speaker::receive(const Packet& packet) {
   if (!pim_) return;
-  const IntfId intf(world_.topology().network(packet.network).name);
-  pim_->receive({intf, packet.source, packet.destination, *packet.payload});
+  pim_->receive({intfOn(packet.network), packet.source, packet.destination, *packet.payload});
 }
 
 bool Speaker::send(const Pim::TransmitPacket& packet) {
@@ -145,13 +204,11 @@ std::vector<Pim::NextHop> Speaker::nextHops(const IpGenAddr& address) const {
   for (const Hop& hop : world_.routes().hops(router_, address)) {
     IpGenAddr gateway;
     if (!hop.direct) {
-      const auto& members = world_.topology().network(hop.network).members;
-      const auto place = std::find(members.begin(), members.end(), hop.router) - members.begin();
-      gateway = af_ == AddressFamily::ipv4
-                    ? Topology::onNetwork(hop.network, static_cast<std::size_t>(place), af_)
-                    : Topology::linkLocal(hop.router);
+      const std::size_t place = world_.topology().network(hop.network).placeOf(hop.router);
+      gateway = af_ == AddressFamily::ipv4 ? Topology::onNetwork(hop.network, place, af_)
+                                           : Topology::linkLocal(hop.router);
     }
-    result.push_back({IntfId(world_.topology().network(hop.network).name), gateway});
+    result.push_back({intfOn(hop.network), gateway});
   }
   return result;
 }

@@ -1,13 +1,15 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "bsr/host/BsrInstance.h"
+#include "config/entities/ConfigEntities.h"
 #include "platform/pim/PimInstance.h"
+#include "sim/core/Duties.h"
 #include "sim/core/Packet.h"
 #include "sim/core/Random.h"
-#include "sim/core/RouterConfig.h"
 #include "sim/core/Topology.h"
 
 namespace Routing::Sim {
@@ -29,8 +31,8 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   /// PIM's view of the RP set.
   const std::shared_ptr<Pim::RpCandidateStatus>& view() const { return view_; }
   const std::shared_ptr<Pim::Bsr::PimBsrLimits>& limits() const { return limits_; }
-  const IpGenAddr& loopback() const { return loopback_; }
-  const RouterConfig& config() const { return config_; }
+  /// What the configuration and the addresses make of it.
+  const Duties& duties() const { return duties_; }
   /// Both null unless running.
   Pim::PimInstance* pim() const { return pim_.get(); }
   Pim::Bsr::BsrInstance* bsr() const { return bsr_.get(); }
@@ -38,14 +40,23 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   /// The instant of the last start; 0 before the first.
   double startedAt() const { return startedAt_; }
   /// Builds the machines over the status as it is.
-  void start(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir);
+  void start(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir,
+             const Agent::ConfigEntities& entities);
   /// Ends the machines without a word to anybody.
   void halt();
-  /// Empties the status, configuration excepted.
+  /// Empties the status.
   void forget();
-  void configIs(const RouterConfig& config);
-  void loopbackIs(const IpGenAddr& address);
-  /// Tells PIM whether a network can be used.
+  /// Follows the configuration of its router in what no entity says: on which interfaces PIM runs
+  /// and how, and the limits.
+  void handleConfig();
+
+  /// The address of an interface that leads to no network, such as "lo"; unset if it has none.
+  IpGenAddr address(const IntfId& intf) const;
+  /// Unset takes it away.
+  void addressIs(const IntfId& intf, const IpGenAddr& address);
+  /// The address of "lo".
+  IpGenAddr loopback() const;
+  /// Tells the machines whether a network can be used.
   void networkIs(NetworkId network, bool up);
   void receive(const Packet& packet);
   /// Whether the router has an address.
@@ -55,16 +66,21 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   std::vector<Pim::NextHop> nextHops(const IpGenAddr& address) const override;
 
  private:
-  void newStatus();
+  const Agent::FamilySettings& settings() const;
+  Pim::Bsr::BsrInputs inputs(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir,
+                             const Agent::ConfigEntities& entities);
   void publishAddresses();
+  void refreshDuties();
   IpGenAddr globalAddress(NetworkId network) const;
+  IntfId intfOn(NetworkId network) const;
+  void pimIntfIs(NetworkId network, bool up);
 
   World& world_;
   const RouterId router_;
   const AddressFamily af_;
   Random random_;  // goes on over restarts
-  IpGenAddr loopback_;
-  RouterConfig config_;
+  Addresses addresses_;
+  Duties duties_;
   std::shared_ptr<Pim::Bsr::Status> status_;
   std::shared_ptr<Pim::RpCandidateStatus> view_;
   std::shared_ptr<Pim::Bsr::PimBsrLimits> limits_;
@@ -73,6 +89,8 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   Subscription viewChanges_;
   double startedAt_ = 0.0;
   std::unique_ptr<Pim::PimInstance> pim_;
+  std::set<NetworkId> pimNetworks_;  // on which PIM runs
+  std::shared_ptr<SourceIntfSm> sources_;
   std::unique_ptr<Pim::Bsr::BsrInstance> bsr_;
 };
 

@@ -1,10 +1,20 @@
 #include "sim/core/Topology.h"
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <utility>
 
 namespace Routing::Sim {
+
+std::size_t NetworkPlan::placeOf(RouterId router) const {
+  const auto place = std::find(members.begin(), members.end(), router) - members.begin();
+  return static_cast<std::size_t>(place);
+}
+
+const std::string& NetworkPlan::intfOf(RouterId router) const {
+  return interfaces.empty() ? name : interfaces[placeOf(router)];
+}
 
 RouterId Topology::newRouter(const std::string& name, std::optional<Place> place) {
   const auto id = static_cast<RouterId>(routers_.size());
@@ -30,7 +40,7 @@ NetworkId Topology::newLink(RouterId a, RouterId b, const Impairment& impairment
   const std::string base = routers_[a].name + "-" + routers_[b].name;
   std::string name = base;
   for (int n = 2; networkByName_.contains(name); ++n) name = base + "-" + std::to_string(n);
-  return newNetwork({name, {a, b}, impairment, mtu, false});
+  return newNetwork({name, {a, b}, impairment, mtu, false, {}});
 }
 
 std::optional<RouterId> Topology::routerNamed(std::string_view name) const {
@@ -100,7 +110,7 @@ void Topology::addTorus(unsigned columns, unsigned rows, const Impairment& impai
 }
 
 void Topology::addLan(unsigned routers, const Impairment& impairment, std::uint32_t mtu) {
-  NetworkPlan lan{"lan", {}, impairment, mtu, true};
+  NetworkPlan lan{"lan", {}, impairment, mtu, true, {}};
   for (unsigned i = 0; i < routers; ++i) {
     lan.members.push_back(newNumbered(Place{static_cast<double>(i), i % 2 == 0 ? -0.8 : 0.8}));
   }

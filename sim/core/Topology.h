@@ -28,13 +28,19 @@ struct Impairment {
   friend bool operator==(const Impairment&, const Impairment&) = default;
 };
 
-/// A point-to-point link or a LAN. A router's interface bears the network's name.
+/// A point-to-point link or a LAN.
 struct NetworkPlan {
   std::string name;
   std::vector<RouterId> members;
   Impairment impairment;
   std::uint32_t mtu = 1500;
   bool lan = false;
+  std::vector<std::string> interfaces;  ///< of the members; all bear the network's name if empty
+
+  /// The place of a member.
+  std::size_t placeOf(RouterId router) const;
+  /// The name of a member's interface.
+  const std::string& intfOf(RouterId router) const;
 };
 
 /// Where a picture may draw a router; in units of one hop.

@@ -4,11 +4,15 @@
 #include <stdexcept>
 #include <utility>
 
+#include "sim/core/Configs.h"
+
 namespace Routing::Sim {
 
 /// One router: its families, and what they share.
 struct World::Node {
   std::shared_ptr<Pim::AllIntfStatusDir> dir = std::make_shared<Pim::AllIntfStatusDir>();
+  Agent::DaemonConfig config;
+  std::unique_ptr<Agent::ConfigEntities> entities;  // while it is up
   std::vector<std::unique_ptr<Speaker>> speakers;
   bool keptStatus = false;
 };
@@ -38,13 +42,15 @@ World::World(Topology topology, const WorldOptions& options)
   liveness_.network.assign(topology_.networks().size(), true);
   for (RouterId id = 0; id < topology_.routers().size(); ++id) {
     auto& node = nodes_.emplace_back(std::make_unique<Node>());
+    node->config = onAllNetworks({}, topology_, id, options_.families);
     for (const NetworkId network : topology_.router(id).networks) {
-      const auto intf = node->dir->newIntfStatus(IntfId(topology_.network(network).name));
+      const auto intf = node->dir->newIntfStatus(IntfId(topology_.network(network).intfOf(id)));
       intf->mtuIs(topology_.network(network).mtu);
       intf->upIs(true);
     }
     for (const AddressFamily af : options_.families) {
       node->speakers.push_back(std::make_unique<Speaker>(*this, id, af));
+      node->speakers.back()->handleConfig();
     }
   }
   routes_.livenessIs(liveness_);
@@ -61,6 +67,10 @@ const Speaker& World::speaker(RouterId router, AddressFamily af) const {
     if (speaker->af() == af) return *speaker;
   }
   throw std::out_of_range("the router does not speak this address family");
+}
+
+const Agent::DaemonConfig& World::config(RouterId router) const {
+  return nodes_[router]->config;
 }
 
 bool World::keptStatus(RouterId router) const {
@@ -173,7 +183,7 @@ bool World::send(RouterId router, AddressFamily af, const Pim::TransmitPacket& s
     return sendUnicast(router, std::move(packet));
   }
   for (const NetworkId network : topology_.router(router).networks) {
-    if (topology_.network(network).name != sent.intf.text()) continue;
+    if (topology_.network(network).intfOf(router) != sent.intf.text()) continue;
     if (!liveness_.attached(router, network)) return false;
     packet.network = network;
     transmit(std::move(packet));
@@ -249,11 +259,11 @@ void World::livenessChanged() {
   reroute([this] { routes_.livenessIs(liveness_); });
 }
 
-void World::loopbackMoved(RouterId router, const IpGenAddr& from, const IpGenAddr& to) {
+void World::addressMoved(RouterId router, const IpGenAddr& from, const IpGenAddr& to) {
   reroute([this, router, from, to] {
     const auto* old = routes_.owner(from);
     if (old != nullptr && old->router == router) routes_.ownerDel(from);
-    routes_.ownerIs(to, {router, true, 0});
+    if (!to.isUnset()) routes_.ownerIs(to, {router, true, 0});
   });
 }
 
@@ -266,31 +276,31 @@ void World::start(RouterId router, Memory memory) {
   liveness_.router[router] = true;
   livenessChanged();
   touch(router);
+  node.entities = std::make_unique<Agent::ConfigEntities>();
+  node.entities->configIs(node.config);
   for (const auto& speaker : node.speakers) {
     if (memory == Memory::lost) speaker->forget();
-    speaker->start(node.dir);
+    speaker->start(node.dir, *node.entities);
   }
 }
 
 void World::crash(RouterId router) {
   if (!up(router)) return;
   disturbed(topology_.router(router).name + " dies");
-  for (const auto& speaker : nodes_[router]->speakers) speaker->halt();
-  liveness_.router[router] = false;
-  livenessChanged();
-  touch(router);
+  end(router);
 }
 
 void World::shutdown(RouterId router) {
   if (!up(router)) return;
   disturbed(topology_.router(router).name + " shuts down");
-  for (const auto& speaker : nodes_[router]->speakers) {
-    const RouterConfig kept = speaker->config();
-    speaker->configIs({});  // whoever is elected says so once more, with priority 0
-    speaker->pim()->shutdown();
-    speaker->halt();
-    speaker->configIs(kept);
-  }
+  nodes_[router]->entities->withdraw();  // who is elected says so once more, with priority 0
+  for (const auto& speaker : nodes_[router]->speakers) speaker->pim()->shutdown();
+  end(router);
+}
+
+void World::end(RouterId router) {
+  for (const auto& speaker : nodes_[router]->speakers) speaker->halt();
+  nodes_[router]->entities.reset();
   liveness_.router[router] = false;
   livenessChanged();
   touch(router);
@@ -304,7 +314,7 @@ void World::networkIs(NetworkId network, bool up) {
   livenessChanged();
   for (const RouterId member : plan.members) {
     touch(member);
-    nodes_[member]->dir->newIntfStatus(IntfId(plan.name))->upIs(up);
+    nodes_[member]->dir->newIntfStatus(IntfId(plan.intfOf(member)))->upIs(up);
     for (const auto& speaker : nodes_[member]->speakers) speaker->networkIs(network, up);
   }
 }
@@ -317,16 +327,22 @@ void World::impairmentIs(NetworkId network, const Impairment& impairment) {
             "% of the packets");
 }
 
-void World::configIs(RouterId router, AddressFamily af, const RouterConfig& config) {
+void World::configIs(RouterId router, Agent::DaemonConfig config) {
   touch(router);
   disturbed(topology_.router(router).name + " is configured anew");
-  speaker(router, af).configIs(config);
+  Node& node = *nodes_[router];
+  node.config = inFamilies(std::move(config), options_.families);
+  if (node.entities) node.entities->configIs(node.config);
+  for (const auto& speaker : node.speakers) speaker->handleConfig();
 }
 
-void World::loopbackIs(RouterId router, AddressFamily af, const IpGenAddr& address) {
+void World::addressIs(RouterId router, AddressFamily af, const IntfId& intf,
+                      const IpGenAddr& address) {
   touch(router);
-  disturbed(topology_.router(router).name + " changes its address to " + address.text());
-  speaker(router, af).loopbackIs(address);
+  const std::string& name = topology_.router(router).name;
+  disturbed(name + (address.isUnset() ? " loses its address on " : " has another address on ") +
+            intf.text() + (address.isUnset() ? "" : ": " + address.text()));
+  speaker(router, af).addressIs(intf, address);
 }
 
 }  // namespace Routing::Sim

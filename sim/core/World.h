@@ -58,6 +58,9 @@ class World {
   bool up(RouterId router) const { return liveness_.router[router]; }
   /// Whether the router's last start found the status that it had left.
   bool keptStatus(RouterId router) const;
+  /// What is configured on a router, in every family of the network. At first PIM runs on all its
+  /// interfaces by default, and it is no candidate.
+  const Agent::DaemonConfig& config(RouterId router) const;
 
   double instant() const { return clock_.now(); }
   double now() const { return clock_.now() - origin_; }
@@ -86,18 +89,22 @@ class World {
   void start(RouterId router, Memory memory);
   /// Ends a router without a word.
   void crash(RouterId router);
-  /// Ends a router that says goodbye to its neighbours first.
+  /// Ends a router that withdraws its candidacies and says goodbye to its neighbours first.
   void shutdown(RouterId router);
   /// The carrier of a network comes or goes.
   void networkIs(NetworkId network, bool up);
   void impairmentIs(NetworkId network, const Impairment& impairment);
-  void configIs(RouterId router, AddressFamily af, const RouterConfig& config);
-  void loopbackIs(RouterId router, AddressFamily af, const IpGenAddr& address);
+  /// Configures a router as a reload does; judge() must find no error in the configuration. Of its
+  /// VRFs the default one counts; a family that it leaves out runs on no interface.
+  void configIs(RouterId router, Agent::DaemonConfig config);
+  /// An interface that leads to no network, such as "lo", gets an address, in place of another one
+  /// of the family; unset: it loses it.
+  void addressIs(RouterId router, AddressFamily af, const IntfId& intf, const IpGenAddr& address);
 
   /// For speakers: sends a packet of a router; false if it cannot leave.
   bool send(RouterId router, AddressFamily af, const Pim::TransmitPacket& packet);
-  /// For speakers: the address that leads to the router is another one now.
-  void loopbackMoved(RouterId router, const IpGenAddr& from, const IpGenAddr& to);
+  /// For speakers: the address that leads to the router is another one now; unset: none.
+  void addressMoved(RouterId router, const IpGenAddr& from, const IpGenAddr& to);
   /// For speakers: the state of the router changes in the present event.
   void touch(RouterId router);
 
@@ -110,6 +117,7 @@ class World {
   void guarded(const std::function<void()>& event);
   void reroute(const std::function<void()>& change);
   void livenessChanged();
+  void end(RouterId router);
   void arrive(const Arrival& arrival);
   bool sendUnicast(RouterId router, Packet packet);
   void transmit(Packet packet);

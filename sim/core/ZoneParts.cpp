@@ -3,12 +3,9 @@
 namespace Routing::Sim {
 
 std::vector<std::uint32_t> partsOf(const World& world, const IpGenPrefix& zone) {
-  const IpGenPrefix all = IpGenPrefix::multicast(zone.af());
   return world.parts([&](RouterId router, NetworkId network) {
-    for (const BorderPlan& border : world.speaker(router, zone.af()).config().borders) {
-      if (border.network == network && (border.zone == zone || border.zone == all)) return false;
-    }
-    return true;
+    const std::string& intf = world.topology().network(network).intfOf(router);
+    return world.speaker(router, zone.af()).duties().passes(intf, zone);
   });
 }
 

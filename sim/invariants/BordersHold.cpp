@@ -5,16 +5,11 @@
 namespace Routing::Sim {
 
 bool BordersHold::border(RouterId router, const Packet& packet) const {
-  const auto& borders = world().speaker(router, packet.af).config().borders;
-  if (borders.empty()) return false;
+  const Duties& duties = world().speaker(router, packet.af).duties();
+  if (duties.borders.empty()) return false;
   const auto bsm = peekBsm(*packet.payload, true);
-  if (!bsm) return false;
-  for (const BorderPlan& border : borders) {
-    const bool concerns =
-        border.zone == bsm->zone() || border.zone == IpGenPrefix::multicast(packet.af);
-    if (concerns && border.network == packet.network) return true;
-  }
-  return false;
+  return bsm &&
+         !duties.passes(world().topology().network(packet.network).intfOf(router), bsm->zone());
 }
 
 void BordersHold::transmitted(const Packet& packet) {

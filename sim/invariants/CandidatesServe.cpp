@@ -9,22 +9,20 @@ void CandidatesServe::judge() {
     if (!world().up(id)) continue;
     for (const AddressFamily af : world().families()) {
       const Speaker& speaker = world().speaker(id, af);
-      for (const CandidateRp& candidate : speaker.config().candidateRps) {
-        for (const auto& [range, priority] : candidate.ranges) {
-          judgeRange(id, speaker, candidate, range);
-        }
+      for (const auto& [address, rp] : speaker.duties().rps) {
+        for (const auto& [range, priority] : rp.ranges) judgeRange(id, speaker, address, range);
       }
     }
   }
 }
 
-void CandidatesServe::judgeRange(RouterId router, const Speaker& speaker,
-                                 const CandidateRp& candidate, const IpGenPrefix& range) {
+void CandidatesServe::judgeRange(RouterId router, const Speaker& speaker, const IpGenAddr& address,
+                                 const IpGenPrefix& range) {
+  const Duties::Rp& candidate = speaker.duties().rps.at(address);
   const ZoneBelief* zone = nullptr;  // the most specific one that the router knows a BSR of
   for (const ZoneBelief& known : beliefs().of(router, speaker.af()).zones) {
     if (known.zone.contains(range) && !known.bsr.isUnset()) zone = &known;
   }
-  const IpGenAddr& address = candidate.address.isUnset() ? speaker.loopback() : candidate.address;
   if (zone == nullptr || !permitted(zone->bsr, address)) return;
   const auto& set = speaker.view()->crpSet(range);
   const auto rp = set ? set->rp(address) : nullptr;
@@ -43,9 +41,7 @@ bool CandidatesServe::permitted(const IpGenAddr& bsr, const IpGenAddr& rp) const
   for (RouterId id = 0; id < world().topology().routers().size(); ++id) {
     const Speaker& speaker = world().speaker(id, bsr.af());
     if (!world().up(id) || !speaker.owns(bsr)) continue;
-    const auto& permit = speaker.config().crpPermit;
-    return permit.empty() || std::any_of(permit.begin(), permit.end(),
-                                         [&](const auto& prefix) { return prefix.contains(rp); });
+    return speaker.duties().permits(rp);
   }
   return false;
 }

@@ -15,7 +15,7 @@ class CandidatesServe final : public QuietInvariant {
  private:
   double settlingTime(const SettlingTimes& times) const override { return times.rpSet; }
   void judge() override;
-  void judgeRange(RouterId router, const Speaker& speaker, const CandidateRp& candidate,
+  void judgeRange(RouterId router, const Speaker& speaker, const IpGenAddr& address,
                   const IpGenPrefix& range);
   static bool full(const Pim::RpCandidateSet& set, std::uint16_t priority);
   bool permitted(const IpGenAddr& bsr, const IpGenAddr& rp) const;

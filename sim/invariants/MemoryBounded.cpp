@@ -36,7 +36,7 @@ std::size_t MemoryBounded::check(RouterId router, const Speaker& speaker) {
     for (const auto& [range, set] : rpSets->status()->crpSet()) rps += set->rp().size();
   }
   const std::size_t zones = speaker.status()->bootstrapRouter().size();
-  const std::size_t own = speaker.config().candidateBsrs.size() + 1;  // and the global zone
+  const std::size_t own = speaker.duties().zones.size() + 1;  // and the global zone
   if (groups > limits.maxGroups() || rps > limits.maxRps() || zones > limits.maxZones() + own) {
     violated(nameOf(router) + " holds " + std::to_string(zones) + " zones, " +
              std::to_string(groups) + " ranges and " + std::to_string(rps) + " RPs");

@@ -60,9 +60,7 @@ std::size_t NoStorms::mostPerMinute(const Place& place) const {
   const auto& [router, network, zone] = place;
   std::size_t candidates = 0;
   for (RouterId id = 0; id < world().topology().routers().size(); ++id) {
-    for (const auto& candidate : world().speaker(id, zone.af()).config().candidateBsrs) {
-      candidates += candidate.zone == zone;
-    }
+    candidates += world().speaker(id, zone.af()).duties().zones.contains(zone);
   }
   const std::size_t neighbors = world().topology().network(network).members.size() - 1;
   return repeated * (routine + neighbors + candidates * (candidates + 1) / 2);

@@ -20,10 +20,10 @@ SettlingTimes settlingTimes(const World& world) {
   std::uint32_t interval = 0;
   for (RouterId id = 0; id < world.topology().routers().size(); ++id) {
     for (const AddressFamily af : world.families()) {
-      const RouterConfig& config = world.speaker(id, af).config();
-      timeout = std::max(timeout, config.bsTimeout);
-      for (const auto& bsr : config.candidateBsrs) period = std::max(period, bsr.period);
-      for (const auto& rp : config.candidateRps) {
+      const Duties& duties = world.speaker(id, af).duties();
+      timeout = std::max(timeout, duties.holdTime);
+      for (const auto& [zone, between] : duties.zones) period = std::max(period, between);
+      for (const auto& [address, rp] : duties.rps) {
         interval = std::max(interval, std::uint32_t{rp.interval});
       }
     }

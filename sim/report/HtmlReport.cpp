@@ -18,10 +18,9 @@ const char* stateWords(Pim::Bsr::BsrCandidateState state) {
 std::string rolesOf(const ScenarioRun& run, RouterId router) {
   std::string roles;
   for (const AddressFamily af : run.scenario().families) {
-    const auto config = run.scenario().configs.find({router, af});
-    if (config == run.scenario().configs.end()) continue;
-    if (!config->second.candidateBsrs.empty() && roles.find('B') == std::string::npos) roles += 'B';
-    if (!config->second.candidateRps.empty() && roles.find('R') == std::string::npos) roles += 'R';
+    const Duties& duties = run.world().speaker(router, af).duties();
+    if (!duties.zones.empty() && roles.find('B') == std::string::npos) roles += 'B';
+    if (!duties.rps.empty() && roles.find('R') == std::string::npos) roles += 'R';
   }
   return roles;
 }
@@ -44,9 +43,10 @@ Json routersJson(const ScenarioRun& run) {
 Json bordersOn(const World& world, NetworkId network) {
   Json borders = Json::array();
   for (const RouterId member : world.topology().network(network).members) {
+    const std::string& intf = world.topology().network(network).intfOf(member);
     for (const AddressFamily af : world.families()) {
-      for (const BorderPlan& border : world.speaker(member, af).config().borders) {
-        if (border.network == network) borders.push_back({member, border.zone.text()});
+      for (const auto& [zone, interfaces] : world.speaker(member, af).duties().borders) {
+        if (interfaces.contains(intf)) borders.push_back({member, zone.text()});
       }
     }
   }

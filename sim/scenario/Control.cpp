@@ -1,9 +1,14 @@
 #include "sim/scenario/Control.h"
 
+#include <utility>
+
+#include "sim/core/Configs.h"
+
 namespace Routing::Sim {
 
-Control::Control(World& world)
+Control::Control(World& world, std::vector<RouterFile> files)
     : world_(world),
+      files_(std::move(files)),
       routers_(world.topology().routers().size()),
       networks_(world.topology().networks().size()) {
   for (NetworkId id = 0; id < networks_.size(); ++id) {
@@ -19,31 +24,42 @@ void Control::start(RouterId router, World::Memory memory) {
 void Control::crash(RouterId router) {
   routers_[router].wanted = false;
   world_.crash(router);
+  undrain(router);
 }
 
 void Control::shutdown(RouterId router) {
   routers_[router].wanted = false;
   world_.shutdown(router);
+  undrain(router);
 }
 
-void Control::drain(RouterId router, bool bsr, bool rp) {
-  for (const AddressFamily af : world_.families()) {
-    RouterConfig config = world_.speaker(router, af).config();
-    routers_[router].undrained.try_emplace(af, config);
-    if (bsr) config.candidateBsrs.clear();
-    if (rp) config.candidateRps.clear();
-    world_.configIs(router, af, config);
+void Control::edit(const ConfigEdit& edit) {
+  for (const RouterId router : edit.routers) {
+    files_.at(router).take(edit.pieces);
+    configIs(router,
+             onAllNetworks(files_[router].config(), world_.topology(), router, world_.families()));
   }
+}
+
+void Control::configIs(RouterId router, const Agent::DaemonConfig& config) {
+  routers_[router].drained = {};
+  world_.configIs(router, config);
+}
+
+void Control::drain(RouterId router, const Agent::Candidacies& kinds) {
+  RouterState& state = routers_[router];
+  if (state.drained.none()) state.undrained = world_.config(router);
+  state.drained.bsr |= kinds.bsr;
+  state.drained.rp |= kinds.rp;
+  world_.configIs(router, without(state.drained, state.undrained));
 }
 
 void Control::undrain(RouterId router) {
-  for (const auto& [af, before] : routers_[router].undrained) {
-    RouterConfig config = world_.speaker(router, af).config();
-    config.candidateBsrs = before.candidateBsrs;
-    config.candidateRps = before.candidateRps;
-    world_.configIs(router, af, config);
-  }
-  routers_[router].undrained.clear();
+  if (!routers_[router].drained.none()) configIs(router, routers_[router].undrained);
+}
+
+void Control::addressIs(const AddressEdit& edit) {
+  world_.addressIs(edit.router, edit.af, edit.intf, edit.address);
 }
 
 void Control::networkIs(NetworkId network, bool up) {
@@ -60,6 +76,7 @@ void Control::faultRouterIs(RouterId router, bool down, World::Memory memory) {
   routers_[router].faulty = down;
   if (down) {
     world_.crash(router);
+    undrain(router);
   } else if (routers_[router].wanted) {
     world_.start(router, memory);
   }

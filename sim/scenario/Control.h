@@ -4,15 +4,32 @@
 #include <optional>
 #include <vector>
 
+#include "config/model/Candidacies.h"
 #include "sim/core/World.h"
+#include "sim/scenario/RouterFile.h"
 
 namespace Routing::Sim {
+
+/// An interface of a router that leads to no network gets an address; unset: loses it.
+struct AddressEdit {
+  RouterId router;
+  AddressFamily af;
+  IntfId intf;
+  IpGenAddr address;
+};
+
+/// Something else is to stand in the configuration files of some routers.
+struct ConfigEdit {
+  std::vector<RouterId> routers;
+  ConfigPieces pieces;
+};
 
 /// Two hands on one network: the script of a scenario and random faults. What the script wants is
 /// the case as soon as no fault stands against it.
 class Control {
  public:
-  explicit Control(World& world);
+  /// `files` are what is configured at the start, by router; without them nothing can be edited.
+  Control(World& world, std::vector<RouterFile> files);
 
   World& world() { return world_; }
 
@@ -20,9 +37,15 @@ class Control {
   void start(RouterId router, World::Memory memory);
   void crash(RouterId router);
   void shutdown(RouterId router);
-  /// Withdraws a router's candidacies, as if they were not configured, until undrain().
-  void drain(RouterId router, bool bsr, bool rp);
+  /// Edits files, and has the routers reload them.
+  void edit(const ConfigEdit& edit);
+  /// Configures a router as a reload does.
+  void configIs(RouterId router, const Agent::DaemonConfig& config);
+  /// Withdraws a router's candidacies of these kinds as well, as if they were not configured: until
+  /// undrain(), a reload, or its end.
+  void drain(RouterId router, const Agent::Candidacies& kinds);
   void undrain(RouterId router);
+  void addressIs(const AddressEdit& edit);
   void networkIs(NetworkId network, bool up);
   void impairmentIs(NetworkId network, const Impairment& impairment);
 
@@ -35,7 +58,8 @@ class Control {
   struct RouterState {
     bool wanted = false;
     bool faulty = false;
-    std::map<AddressFamily, RouterConfig> undrained;  // while it is drained
+    Agent::Candidacies drained;
+    Agent::DaemonConfig undrained;  // while it is drained
   };
   struct NetworkState {
     bool wanted = true;
@@ -46,6 +70,7 @@ class Control {
   void apply(NetworkId network);
 
   World& world_;
+  std::vector<RouterFile> files_;
   std::vector<RouterState> routers_;
   std::vector<NetworkState> networks_;
 };

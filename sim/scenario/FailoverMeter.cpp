@@ -58,7 +58,7 @@ double failoverBound(const World& world) {
   double timeout = 0;
   for (RouterId id = 0; id < world.topology().routers().size(); ++id) {
     for (const AddressFamily af : world.families()) {
-      timeout = std::max<double>(timeout, world.speaker(id, af).config().bsTimeout);
+      timeout = std::max<double>(timeout, world.speaker(id, af).duties().holdTime);
     }
   }
   return timeout + longestBackOff + floodingTime(world);

@@ -3,26 +3,20 @@
 #include "sim/scenario/ParseTopology.h"
 #include "sim/scenario/Scenario.h"
 
-// What is configured, as a list of items such as
-//   - candidate-bsr: {router: r1, zone: 239.0.0.0/8, priority: 100}
-
 namespace Routing::Sim {
 
-/// Changes the configuration of one router in one family.
-struct ConfigChange {
-  RouterId router;
-  AddressFamily af;
-  std::function<void(RouterConfig&)> apply;
-};
+/// What is configured on some routers:
+///   {router: [r1, r2], bsr-candidate: {priority: 100}}
+/// with what their configuration files hold of an address family, its "bsr", or access lists.
+ConfigEdit parseConfigEdit(const YamlValue& value, const Scenario& scenario);
 
-/// The kinds of items that parseChanges() understands.
-const std::vector<std::string>& configKinds();
+/// Addresses of an interface of one router, "lo" unless named:
+///   {router: r1, interface: rp1..9, to: 10.1.0.1}
+std::vector<AddressEdit> parseAddressEdits(const YamlValue& value, const Scenario& scenario);
 
-/// The changes that the item `kind` of a mapping asks for: one for each family concerned.
-std::vector<ConfigChange> parseChanges(const std::string& kind, const YamlValue& value,
-                                       const Scenario& scenario);
+/// The configuration of all routers at the start.
+void parseConfiguration(const std::vector<YamlValue>& items, Scenario& scenario);
 
-/// The whole list, applied to the scenario's configuration.
-void parseConfiguration(const YamlValue& list, Scenario& scenario);
+AddressFamily parseFamily(const YamlValue& value);
 
 }  // namespace Routing::Sim

@@ -3,11 +3,13 @@
 #include <algorithm>
 
 #include "sim/scenario/Expectations.h"
+#include "sim/scenario/ParseConfig.h"
 
 namespace Routing::Sim {
 namespace {
 
 using Run = std::function<void(Control&)>;
+using Files = std::vector<RouterFile>;
 
 World::Memory memoryOf(YamlMap& map) {
   const auto status = map.get("status");
@@ -55,22 +57,20 @@ Run parseImpair(const YamlValue& value, const Scenario& scenario) {
 }
 
 Run parseAddress(const YamlValue& value, const Scenario& scenario) {
-  YamlMap map(value);
-  const RouterId router = routerNamed(map.need("router"), scenario.topology);
-  const IpGenAddr to = map.need("to").address();
-  map.done();
-  return [router, to](Control& control) { control.world().loopbackIs(router, to.af(), to); };
+  return [edits = parseAddressEdits(value, scenario)](Control& control) {
+    for (const AddressEdit& edit : edits) control.addressIs(edit);
+  };
 }
 
-Run parseConfigure(const std::string& kind, const YamlValue& value, const Scenario& scenario) {
-  const auto changes = parseChanges(kind, value, scenario);
-  return [changes](Control& control) {
-    for (const ConfigChange& change : changes) {
-      RouterConfig config = control.world().speaker(change.router, change.af).config();
-      change.apply(config);
-      control.world().configIs(change.router, change.af, config);
-    }
-  };
+/// Tries the edit on the files as earlier ones in the script leave them.
+Run parseConfigure(const YamlValue& value, const Scenario& scenario, Files& files) {
+  if (files.empty()) value.fail("nothing can be edited where files say what is configured");
+  const ConfigEdit edit = parseConfigEdit(value, scenario);
+  for (const RouterId router : edit.routers) {
+    files[router].take(edit.pieces);
+    files[router].config();
+  }
+  return [edit](Control& control) { control.edit(edit); };
 }
 
 Run parseDrain(const YamlValue& value, const Scenario& scenario) {
@@ -82,7 +82,7 @@ Run parseDrain(const YamlValue& value, const Scenario& scenario) {
   if (said != "bsr" && said != "rp" && said != "all")
     what.fail("what is drained is bsr, rp or all");
   return onRouters(routers, scenario, [said](Control& control, RouterId id) {
-    control.drain(id, said != "rp", said != "bsr");
+    control.drain(id, {said != "rp", said != "bsr"});
   });
 }
 
@@ -100,7 +100,7 @@ Run parseEnd(YamlMap& map, const YamlValue& routers, const Scenario& scenario, E
   });
 }
 
-std::optional<Run> parseAct(YamlMap& map, const Scenario& scenario) {
+std::optional<Run> parseAct(YamlMap& map, const Scenario& scenario, Files& files) {
   if (const auto v = map.get("crash")) {
     return parseEnd(map, *v, scenario, [](Control& c, RouterId id) { c.crash(id); });
   }
@@ -130,9 +130,7 @@ std::optional<Run> parseAct(YamlMap& map, const Scenario& scenario) {
   }
   if (const auto v = map.get("impair")) return parseImpair(*v, scenario);
   if (const auto v = map.get("address")) return parseAddress(*v, scenario);
-  for (const std::string& kind : configKinds()) {
-    if (const auto v = map.get(kind)) return parseConfigure(kind, *v, scenario);
-  }
+  if (const auto v = map.get("configure")) return parseConfigure(*v, scenario, files);
   return std::nullopt;
 }
 
@@ -169,9 +167,7 @@ struct Expected {
 
 void parseCounters(const YamlValue& value, const Expected& about, std::vector<Expectation>& out) {
   if (about.routers.empty()) value.fail("counters need routers to be named");
-  for (const auto& entry : value.node()) {
-    const YamlValue name(entry.first, value.file());
-    const YamlValue bounds(entry.second, value.file());
+  for (const auto& [name, bounds] : YamlMap(value).entries()) {
     if (!isCounter(name.text())) name.fail("there is no counter " + name.text());
     const auto list = bounds.list();
     const std::uint32_t low = list.front().whole(0, UINT32_MAX);
@@ -250,6 +246,7 @@ std::vector<double> timesOf(YamlMap& map) {
 }  // namespace
 
 void parseScript(const YamlValue& list, Scenario& scenario) {
+  Files files = scenario.files;
   for (const YamlValue& item : list.list()) {
     YamlMap map(item);
     const auto times = timesOf(map);
@@ -260,7 +257,7 @@ void parseScript(const YamlValue& list, Scenario& scenario) {
         parseExpect(one, at, scenario, scenario.expectations);
       }
     }
-    const auto act = parseAct(map, scenario);
+    const auto act = parseAct(map, scenario, files);
     double spread = 0.0;
     if (act) {
       if (const auto v = map.get("spread")) spread = v->number(0, 1e7);

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "sim/scenario/ParseConfig.h"
+#include "sim/scenario/Scenario.h"
+#include "sim/scenario/YamlReader.h"
 
 namespace Routing::Sim {
 

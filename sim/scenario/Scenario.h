@@ -10,6 +10,7 @@
 #include "sim/core/Beliefs.h"
 #include "sim/core/World.h"
 #include "sim/scenario/Control.h"
+#include "sim/scenario/RouterFile.h"
 
 namespace Routing::Sim {
 
@@ -31,19 +32,20 @@ struct Expectation {
 struct Scenario {
   std::string name;
   std::string text;
+  std::string file;  ///< where it comes from, for what is wrong with it
   Topology topology;
   std::vector<AddressFamily> families{AddressFamily::ipv4};
   double convergence = 0.2;
   Pim::Bsr::BsrPolicy policy = Pim::Bsr::BsrPolicy::continuous();
   double bootSpread = 1.0;  ///< routers start at random within these seconds
   double duration = 600.0;
-  std::map<std::pair<RouterId, AddressFamily>, RouterConfig> configs;
-  std::vector<RouterId> late;             ///< started by an action only
-  std::vector<Action> actions;            ///< in any order
-  std::vector<Expectation> expectations;  ///< judged at their times
-  std::vector<Expectation> finally;       ///< judged at the end
-
-  RouterConfig& config(RouterId router, AddressFamily af) { return configs[{router, af}]; }
+  std::map<RouterId, Agent::DaemonConfig> configs;  ///< by default PIM runs everywhere
+  std::vector<AddressEdit> addresses;               ///< that routers have beside their own
+  std::vector<RouterId> late;                       ///< started by an action only
+  std::vector<Action> actions;                      ///< in any order
+  std::vector<Expectation> expectations;            ///< judged at their times
+  std::vector<Expectation> finally;                 ///< judged at the end
+  std::vector<RouterFile> files;  ///< what the script edits, by router; none: nothing
 };
 
 }  // namespace Routing::Sim

@@ -11,26 +11,11 @@
 namespace Routing::Sim {
 namespace {
 
-AddressFamily familyOf(const YamlValue& value) {
-  if (value.text() == "ipv4") return AddressFamily::ipv4;
-  if (value.text() == "ipv6") return AddressFamily::ipv6;
-  value.fail("\"" + value.text() + "\" is neither ipv4 nor ipv6");
-}
-
 void parseTimers(const YamlValue& value, Scenario& scenario) {
   YamlMap timers(value);
   if (const auto boot = timers.get("boot")) scenario.bootSpread = boot->number(0, 1e6);
   if (const auto lag = timers.get("convergence")) scenario.convergence = lag->number(0, 1e6);
-  const auto bsTimeout = timers.get("bs-timeout");
-  const auto szTimeout = timers.get("sz-timeout");
   timers.done();
-  for (RouterId id = 0; id < scenario.topology.routers().size(); ++id) {
-    for (const AddressFamily af : scenario.families) {
-      RouterConfig& config = scenario.config(id, af);
-      if (bsTimeout) config.bsTimeout = bsTimeout->whole(12, 1073741823);
-      if (szTimeout) config.szTimeout = szTimeout->whole(1, 1073741823);
-    }
-  }
 }
 
 /// "none", or what differs from all of it.
@@ -63,16 +48,25 @@ Pim::Bsr::BsrPolicy policyOf(const YamlValue& value) {
 Scenario parse(const YamlValue& root) {
   YamlMap map(root);
   Scenario scenario;
+  scenario.file = root.file();
   scenario.name = map.need("name").text();
   if (const auto text = map.get("text")) scenario.text = text->text();
   if (const auto families = map.get("families")) {
     scenario.families.clear();
-    for (const YamlValue& family : families->list()) scenario.families.push_back(familyOf(family));
+    for (const YamlValue& family : families->list())
+      scenario.families.push_back(parseFamily(family));
   }
   if (const auto policy = map.get("policy")) scenario.policy = policyOf(*policy);
   parseTopology(map.need("topology"), scenario.topology);
   if (const auto timers = map.get("timers")) parseTimers(*timers, scenario);
-  if (const auto configured = map.get("configuration")) parseConfiguration(*configured, scenario);
+  if (const auto addresses = map.get("addresses")) {
+    for (const YamlValue& item : addresses->list()) {
+      const auto edits = parseAddressEdits(item, scenario);
+      scenario.addresses.insert(scenario.addresses.end(), edits.begin(), edits.end());
+    }
+  }
+  const auto configured = map.get("configuration");
+  parseConfiguration(configured ? configured->list() : std::vector<YamlValue>{}, scenario);
   scenario.duration = map.need("run").number(1, 1e7);
   if (const auto late = map.get("late")) {
     for (const YamlValue& name : late->list()) {
@@ -88,11 +82,7 @@ Scenario parse(const YamlValue& root) {
 }  // namespace
 
 Scenario parseScenario(const std::string& text, const std::string& name) {
-  try {
-    return parse(YamlValue(YAML::Load(text), name));
-  } catch (const YAML::Exception& error) {
-    throw ScenarioError(name + ":" + std::to_string(error.mark.line + 1) + ": " + error.msg);
-  }
+  return parse(readYamlText(text, name));
 }
 
 Scenario readScenario(const std::string& file) {

@@ -21,7 +21,7 @@ ScenarioRun::ScenarioRun(const Scenario& scenario, const RunOptions& options)
       beliefs_(world_),
       digest_(world_),
       invariants_(world_, beliefs_, options.promise),
-      control_(world_) {
+      control_(world_, scenario.files) {
   assertionHandlerIs(throwOnAssertion);
   configure();
   boot();
@@ -30,13 +30,8 @@ ScenarioRun::ScenarioRun(const Scenario& scenario, const RunOptions& options)
 }
 
 void ScenarioRun::configure() {
-  for (RouterId id = 0; id < world_.topology().routers().size(); ++id) {
-    for (const AddressFamily af : scenario_.families) {
-      const auto known = scenario_.configs.find({id, af});
-      world_.speaker(id, af).configIs(known == scenario_.configs.end() ? RouterConfig{}
-                                                                       : known->second);
-    }
-  }
+  for (const auto& [router, config] : scenario_.configs) world_.configIs(router, config);
+  for (const AddressEdit& edit : scenario_.addresses) control_.addressIs(edit);
 }
 
 void ScenarioRun::boot() {

@@ -8,16 +8,24 @@
 
 namespace Routing::Sim {
 
+using YamlKind = Agent::YamlNode::Kind;
+
+YamlValue readYamlText(const std::string& text, const std::string& name) {
+  Agent::Findings findings;
+  Agent::YamlLimits limits;
+  limits.manyLines = true;
+  Agent::YamlNodePtr node = Agent::readYaml(text, findings, limits);
+  if (!node) throw ScenarioError(Agent::fileText(name, findings.front()));
+  return {std::move(node), name};
+}
+
 void YamlValue::fail(const std::string& what) const {
-  throw ScenarioError(*file_ + ":" + std::to_string(node_.Mark().line + 1) + ": " + what);
+  throw ScenarioError(*file_ + ":" + std::to_string(node_->line) + ": " + what);
 }
 
 std::string YamlValue::text() const {
-  if (!node_.IsScalar()) fail("a single value is expected here");
-  const std::string& said = node_.Scalar();
-  const auto control = [](unsigned char c) { return (c < ' ' && c != '\n') || c == 0x7f; };
-  if (std::any_of(said.begin(), said.end(), control)) fail("control characters have no place here");
-  return said;
+  if (node_->kind != YamlKind::scalar) fail("a single value is expected here");
+  return node_->text;
 }
 
 double YamlValue::number(double low, double high) const {
@@ -72,30 +80,42 @@ IpGenPrefix YamlValue::prefix() const {
 }
 
 std::vector<YamlValue> YamlValue::list() const {
-  if (!node_.IsSequence()) return {*this};
+  if (!isList()) return {*this};
   std::vector<YamlValue> values;
-  for (const YAML::Node& entry : node_) values.emplace_back(entry, *file_);
+  for (const Agent::YamlNodePtr& item : node_->items) values.emplace_back(item, *file_);
   return values;
 }
 
 YamlMap::YamlMap(const YamlValue& value) : value_(value) {
   if (!value.isMap()) value.fail("keys with values are expected here");
   std::set<std::string> seen;
-  for (const auto& entry : value.node()) {
-    const YamlValue key(entry.first, value.file());
+  for (const auto& [key, said] : entries()) {
     if (!seen.insert(key.text()).second) key.fail("\"" + key.text() + "\" stands here twice");
   }
 }
 
+std::vector<std::pair<YamlValue, YamlValue>> YamlMap::entries() const {
+  std::vector<std::pair<YamlValue, YamlValue>> all;
+  for (const Agent::YamlNode::Entry& entry : value_.node()->entries) {
+    const Agent::YamlNode key{YamlKind::scalar, entry.line, entry.key, {}, {}};
+    all.emplace_back(YamlValue(std::make_shared<Agent::YamlNode>(key), value_.file()),
+                     YamlValue(entry.value, value_.file()));
+  }
+  return all;
+}
+
 bool YamlMap::has(const std::string& key) const {
-  return static_cast<bool>(value_.node()[key]);
+  const auto& entries = value_.node()->entries;
+  return std::any_of(entries.begin(), entries.end(),
+                     [&](const auto& entry) { return entry.key == key; });
 }
 
 std::optional<YamlValue> YamlMap::get(const std::string& key) {
   asked_.insert(key);
-  const YAML::Node node = value_.node()[key];
-  if (!node) return std::nullopt;
-  return YamlValue(node, value_.file());
+  for (const auto& [name, value] : entries()) {
+    if (name.text() == key) return value;
+  }
+  return std::nullopt;
 }
 
 YamlValue YamlMap::need(const std::string& key) {
@@ -105,8 +125,7 @@ YamlValue YamlMap::need(const std::string& key) {
 }
 
 void YamlMap::done() const {
-  for (const auto& entry : value_.node()) {
-    const YamlValue key(entry.first, value_.file());
+  for (const auto& [key, value] : entries()) {
     if (asked_.contains(key.text())) continue;
     std::string known;
     for (const std::string& name : asked_) known += (known.empty() ? "" : ", ") + name;

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <yaml-cpp/yaml.h>
-
 #include <cstdint>
 #include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "config/file/YamlTree.h"
 #include "platform/net/IpGenPrefix.h"
 
 namespace Routing::Sim {
@@ -22,11 +22,13 @@ class ScenarioError : public std::runtime_error {
 /// A value of a scenario file. All readers raise ScenarioError with its place.
 class YamlValue {
  public:
-  YamlValue(const YAML::Node& node, const std::string& file) : node_(node), file_(&file) {}
+  /// The file's name must outlive the value.
+  YamlValue(Agent::YamlNodePtr node, const std::string& file)
+      : node_(std::move(node)), file_(&file) {}
 
   [[noreturn]] void fail(const std::string& what) const;
-  bool isList() const { return node_.IsSequence(); }
-  bool isMap() const { return node_.IsMap(); }
+  bool isList() const { return node_->kind == Agent::YamlNode::Kind::sequence; }
+  bool isMap() const { return node_->kind == Agent::YamlNode::Kind::map; }
   std::string text() const;
   /// A number within bounds, both included.
   double number(double low, double high) const;
@@ -39,13 +41,16 @@ class YamlValue {
   /// The list's values; a value that is no list stands for a list of one.
   std::vector<YamlValue> list() const;
 
-  const YAML::Node& node() const { return node_; }
+  const Agent::YamlNodePtr& node() const { return node_; }
   const std::string& file() const { return *file_; }
 
  private:
-  YAML::Node node_;
+  Agent::YamlNodePtr node_;
   const std::string* file_;
 };
+
+/// Reads a file's text; `name` stands for the file in errors, and must outlive the value.
+YamlValue readYamlText(const std::string& text, const std::string& name);
 
 /// A mapping whose every key must be asked for: done() complains about any other.
 class YamlMap {
@@ -56,6 +61,8 @@ class YamlMap {
   bool has(const std::string& key) const;
   std::optional<YamlValue> get(const std::string& key);
   YamlValue need(const std::string& key);
+  /// All keys with their values, asked for or not.
+  std::vector<std::pair<YamlValue, YamlValue>> entries() const;
   void done() const;
 
  private:

@@ -2,6 +2,7 @@
 
 #include "platform/entity/Assertion.h"
 #include "platform/pim/PimCodec.h"
+#include "sim/core/Configs.h"
 #include "sim/invariants/StandingInvariants.h"
 
 namespace Routing::Sim {
@@ -27,12 +28,8 @@ class InvariantsTest : public testing::Test {
   /// Runs the network until all is quiet.
   void settle() {
     world.emplace(topology, WorldOptions{});
-    RouterConfig bsr;
-    bsr.candidateBsrs.push_back({all, {}, 64, 30, 60});
-    RouterConfig rp;
-    rp.candidateRps.push_back({{}, {{all, 192}}, 60, false});
-    world->speaker(0, ipv4).configIs(bsr);
-    world->speaker(2, ipv4).configIs(rp);
+    configure(0, [this](auto& settings) { settings.bsrCandidates["lo"].zones[all] = {}; });
+    configure(2, [this](auto& settings) { settings.rpCandidates["lo"].ranges[all] = {}; });
     beliefs.emplace(*world);
     invariants.emplace(*world, *beliefs);
     for (RouterId id = 0; id < 3; ++id) {
@@ -43,6 +40,12 @@ class InvariantsTest : public testing::Test {
                                << " s: " << invariants->violations()[0].what;
     ASSERT_GT(invariants->judgedQuiet(), 0U);
   }
+  /// Edits what is configured on a router.
+  void configure(RouterId id, const std::function<void(Agent::FamilySettings&)>& edit) {
+    Agent::DaemonConfig config = world->config(id);
+    edit(settingsOf(config, ipv4));
+    world->configIs(id, config);
+  }
   Pim::Bsr::Status& status(RouterId id) { return *world->speaker(id, ipv4).status(); }
   Pim::Bsr::ElectedBsrStatus& record(RouterId id) { return *status(id).bootstrapRouter(all); }
   void betterRpIs(Pim::RpCandidateStatus& set) {
@@ -52,7 +55,7 @@ class InvariantsTest : public testing::Test {
     rp->expiryTimeIs(world->instant() + 1000);
   }
   /// An operator writes what is there already: the network is not quiet for a while.
-  void disturb() { world->configIs(0, ipv4, world->speaker(0, ipv4).config()); }
+  void disturb() { world->configIs(0, world->config(0)); }
   Pim::RpEntry& rpInView(RouterId id) {
     return *world->speaker(id, ipv4).view()->crpSet(all)->rp(Topology::loopback(2, ipv4));
   }
@@ -122,11 +125,8 @@ const Fault faults[] = {
     // The BSR permits everybody, so a candidate that nobody advertises has been forgotten.
     {"ACandidateThatIsNotInItsOwnRpSet", "candidates serve", 1500,
      [](InvariantsTest& net) {
-       RouterConfig config;
-       config.candidateRps.push_back({{}, {{net.all, 192}}, 60, false});
-       net.world->speaker(1, ipv4).configIs(config);
+       net.configure(1, [&](auto& settings) { settings.rpCandidates["lo"].ranges[net.all] = {}; });
        net.status(1).crpDel(Topology::loopback(1, ipv4));
-       net.world->configIs(2, ipv4, config);  // a disturbance, after which all is judged anew
      }},
     {"AnRpThatOutlivesItsHoldTime", "RPs expire", 20,
      [](InvariantsTest& net) { net.rpInView(1).expiryTimeIs(net.world->instant() + 0.5); }},
@@ -161,9 +161,8 @@ const Fault faults[] = {
      [](InvariantsTest&) { ROUTING_ASSERT_TEXT(false, "planted"); }},
     {"AMessageAcrossABorder", "borders hold", 20,
      [](InvariantsTest& net) {
-       RouterConfig config;
-       config.borders.push_back({net.all, 1});
-       net.world->speaker(1, ipv4).configIs(config);
+       net.configure(
+           1, [&](auto& settings) { settings.interfaces["r2-r3"].border.groups.insert(net.all); });
        net.sendFromR2(1);
      }},
     {"TwoMessagesInOneEvent", "no storms", 20,

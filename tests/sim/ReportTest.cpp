@@ -15,8 +15,8 @@ name: "</script><!--<script>alert(1)"
 text: "@DATA@ \"quoted\" \\ <img src=x>"
 topology: {routers: ["<b>", "plain"], lans: [{lan: "</svg>", routers: ["<b>", "plain"]}]}
 configuration:
-  - candidate-bsr: {router: "<b>"}
-  - candidate-rp: {router: plain}
+  - {router: "<b>", bsr-candidate: {}}
+  - {router: plain, rp-candidate: {}}
 run: 100
 finally: [{bsr: plain}]
 )~";

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "config/file/ConfigFile.h"
+#include "sim/core/Configs.h"
 #include "sim/scenario/ScenarioParser.h"
 #include "sim/scenario/YamlReader.h"
 
@@ -28,12 +30,21 @@ topology:
   routers: [a, b]
   links: [r2-a, {link: a-b, loss: 5%, mtu: 600}]
   lans: [{lan: lan1, routers: [r1, a, b]}]
-timers: {bs-timeout: 100, boot: 3}
+timers: {boot: 3}
 policy: {expiry: false, answers: 3, hand-over: false}
 configuration:
-  - candidate-bsr: {router: a, zone: 239.1.0.0/16, priority: 7, period: 30}
-  - candidate-rp: {router: [b], ranges: [{range: 239.1.0.0/24, priority: 3}, 239.2.0.0/16]}
-  - border: {router: a, on: b-a}
+  - router: all
+    hold-time: 100
+    rp-candidate: {interface: [{name: rp3..5, priority: 7}, {name: lo, mode: rp-bidir, access-list: [{name: A}]}]}
+    access-list: [{name: A, rule: [{sequence: 1, action: permit, source: any}]}]
+  - router: a
+    address-family: ipv4
+    bsr-candidate: {zone: [{group: 239.1.0.0/16, priority: 7, interval: 30}]}
+    interface: [{name: a-b, bsr-border: {}}]
+  - {router: [a, b], bsr-candidate: {priority: 3}, address-family: ipv6}
+  - {router: b, rp-candidate: null}
+addresses:
+  - {router: a, interface: rp3..5, to: [10.9.0.255, "2001:db8::9"]}
 run: 100
 late: b
 script:
@@ -53,16 +64,42 @@ script:
   EXPECT_DOUBLE_EQ(topology.network(2).impairment.loss, 0.05);
   EXPECT_DOUBLE_EQ(topology.network(1).impairment.delay, 0.01);
   EXPECT_TRUE(topology.network(3).lan);
-  const auto& a = scenario.configs.at({2, AddressFamily::ipv4});
-  ASSERT_EQ(a.candidateBsrs.size(), 1U);
-  EXPECT_EQ(a.candidateBsrs[0].period, 30U);
-  EXPECT_EQ(a.bsTimeout, 100U);
-  ASSERT_EQ(a.borders.size(), 1U);
-  EXPECT_TRUE(scenario.configs.at({2, AddressFamily::ipv6}).candidateBsrs.empty());
-  const auto& b = scenario.configs.at({3, AddressFamily::ipv4});
-  ASSERT_EQ(b.candidateRps.size(), 1U);
-  EXPECT_EQ(b.candidateRps[0].ranges.size(), 2U);
-  EXPECT_EQ(b.candidateRps[0].ranges.begin()->second, 3U);
+  EXPECT_EQ(scenario.configs.at(2), Agent::readConfig(R"(
+access-list:
+  - {address-family: ipv4, name: A, rule: [{sequence: 1, action: permit, source: any}]}
+  - {address-family: ipv6, name: A, rule: [{sequence: 1, action: permit, source: any}]}
+vrf:
+  - name: default
+    address-family:
+      - address-family: ipv4
+        interface: [{name: r2-a}, {name: a-b, bsr-border: {}}, {name: lan1}]
+        bsr:
+          hold-time: 100
+          bsr-candidate:
+            interface: [{name: lo, zone: [{group: 239.1.0.0/16, priority: 7, interval: 30}]}]
+          rp-candidate:
+            interface:
+              - {name: rp3, range: &all4 [{group: 224.0.0.0/4, priority: 7}]}
+              - {name: rp4, range: *all4}
+              - {name: rp5, range: *all4}
+              - {name: lo, mode: rp-bidir, access-list: [{name: A}]}
+      - address-family: ipv6
+        interface: [{name: r2-a}, {name: a-b}, {name: lan1}]
+        bsr:
+          hold-time: 100
+          bsr-candidate: {interface: [{name: lo, zone: [{group: "ff00::/8", priority: 3}]}]}
+          rp-candidate:
+            interface:
+              - {name: rp3, range: &all6 [{group: "ff00::/8", priority: 7}]}
+              - {name: rp4, range: *all6}
+              - {name: rp5, range: *all6}
+              - {name: lo, mode: rp-bidir, access-list: [{name: A}]}
+)")
+                                        .config);
+  EXPECT_TRUE(settingsOf(scenario.configs.at(3), AddressFamily::ipv4).rpCandidates.empty());
+  ASSERT_EQ(scenario.addresses.size(), 6U);
+  EXPECT_EQ(scenario.addresses[1].address.text(), "10.9.1.0");
+  EXPECT_EQ(scenario.addresses[5].intf.text(), "rp5");
   EXPECT_EQ(scenario.late, std::vector<RouterId>{3});
   ASSERT_EQ(scenario.actions.size(), 2U);
   EXPECT_DOUBLE_EQ(scenario.actions[1].at, 20.0);
@@ -89,13 +126,17 @@ TEST(ScenarioParser, NamesFileAndLineOfWhatItDoesNotUnderstand) {
        "f.yaml:6: \"200%\" is not a share"},
       {"finally:\n- {}\n", "f.yaml:6: nothing is expected here"},
       {"finally:\n- {routers: r1, counters: {rxFoo: 1}}\n", "f.yaml:6: there is no counter rxFoo"},
-      {"configuration:\n- candidate-bsr: {router: r1, zone: 10.0.0.0/8}\n",
-       "f.yaml:6: 10.0.0.0/8 is no range of multicast groups"},
-      {"configuration:\n- candidate-bsr: {router: r1, priority: 256}\n",
-       "f.yaml:6: 256 is not from"},
-      {"configuration:\n- candidate-rp: {router: r1, ranges: [\"ff05::/16\"]}\n",
+      {"configuration:\n- {router: r1, bsr-candidate: {priority: 256}}\n",
+       "f.yaml:6: vrf[default]/address-family[ipv4]/bsr/bsr-candidate/interface[lo]/"
+       "zone[224.0.0.0/4]/priority: invalid value \"256\" (allowed: 0..255)"},
+      {"configuration:\n- {router: r1, hold-tme: 60}\n",
+       "f.yaml:6: vrf[default]/address-family[ipv4]/bsr/hold-tme: unknown (allowed: hold-time"},
+      {"configuration:\n- {router: r1, address-family: ipv6}\n",
        "f.yaml:6: this address family is not among the families"},
-      {"configuration:\n- border: {router: r3, on: r1-r2}\n", "f.yaml:6: r3 is not on r1-r2"},
+      {"configuration:\n- {router: r1, rp-candidate: {interface: [{name: rp5..4}]}}\n",
+       "f.yaml:6: \"rp5..4\" names no row"},
+      {"script:\n- at: 3\n  configure: {router: r1, rp-filter: [NONE]}\n",
+       "f.yaml:7: vrf[default]/address-family[ipv4]/bsr/rp-filter[NONE]: "},
       {"late: r1\nlate: r2\n", "f.yaml"},
       {"late: [r1\n", "f.yaml:"},
   };

@@ -124,8 +124,8 @@ name: n
 text: t
 topology: {line: 4}
 configuration:
-  - candidate-bsr: {router: r1, priority: 200}
-  - candidate-bsr: {router: r4, priority: 100}
+  - {router: r1, bsr-candidate: {priority: 200}}
+  - {router: r4, bsr-candidate: {priority: 100}}
 run: 900
 script: [{at: 200, crash: r1}, {at: 500, start: r1}]
 )",

@@ -3,6 +3,7 @@
 #include "agent/state/StateFault.h"
 #include "agent/state/StateStore.h"
 #include "agent/state/StatusFromText.h"
+#include "bsr/host/BsrInstance.h"
 #include "tests/agent/state/StateFixture.h"
 
 // What lies where a state file should be, and is not to be used: the instance begins anew, and what
@@ -222,7 +223,7 @@ TEST_F(Distrust, NothingIsLeftOfInstancesThatDoNotComeBack) {
   EXPECT_FALSE(exists("red.ipv6") || exists("red.ipv4.new"));
   const auto odd = store.fileOf(VrfName("../a b"), AddressFamily::ipv4);
   EXPECT_EQ(odd->name(), "%2e%2e%2fa%20b.ipv4");
-  odd->follow(newStatus(VrfName("../a b"), AddressFamily::ipv4));
+  odd->follow(Pim::Bsr::newStatus(VrfName("../a b"), AddressFamily::ipv4));
   EXPECT_TRUE(exists(odd->name()));
   odd->remove();
   EXPECT_FALSE(exists(odd->name()));
