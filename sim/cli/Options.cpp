@@ -62,6 +62,10 @@ void addRun(CLI::App& app, Options& options) {
   run.add_flag("--faults", options.faults, "plagues the network with random faults");
   run.add_flag("--go-on", options.goOn, "goes on after a broken promise of service");
   run.add_option("--until", options.until, "ends the run at this second")->type_name("SECONDS");
+  run.add_option(
+         "--configs", options.configs,
+         "the folder of what is configured: ROUTER.yaml for each router, as pimbsrd reads it")
+      ->type_name("DIRECTORY");
   run.add_option("--pcap", options.pcap, "writes every packet to this file")->type_name("FILE");
   run.add_option("--html", options.html, "writes a page that shows the run to this file")
       ->type_name("FILE");
@@ -93,6 +97,43 @@ void addContinuity(CLI::App& app, Options& options) {
   continuity.add_option("--html", options.html, "writes a page with pictures to this file")
       ->type_name("FILE");
   continuity.callback([&] { options.command = Options::Command::continuity; });
+}
+
+void addRehearse(CLI::App& app, Options& options) {
+  CLI::App& rehearse = *app.add_subcommand(
+      "rehearse", "Tries a change of configuration and says what the network notices of it");
+  rehearse.add_option("TOPOLOGY", options.files, "the file that says how the network is wired")
+      ->required()
+      ->expected(1);
+  rehearse.add_option("--from", options.configs, "the folder of the files before: ROUTER.yaml")
+      ->type_name("DIRECTORY")
+      ->required();
+  rehearse.add_option("--to", options.to, "the folder of the files after")
+      ->type_name("DIRECTORY")
+      ->required();
+  rehearse
+      .add_option("--order", options.order,
+                  "who loads its file when: all at once, one-by-one, or routers as r1,r2,...")
+      ->type_name("ORDER");
+  rehearse.add_option("--pause", options.pause, "from one router to the next")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.0, 1e6));
+  rehearse
+      .add_option_function<std::string>(
+          "--fail", [&](const std::string&) { options.failEach = true; },
+          "each-router: tries it again without each router in turn")
+      ->type_name("WHOM")
+      ->check(CLI::IsMember({"each-router"}));
+  rehearse
+      .add_option_function<std::string>(
+          "--seed", [&](const std::string& text) { seedsOf(text, options); },
+          "where all chance of the run comes from")
+      ->type_name("SEED");
+  rehearse.add_option("--json", options.jsonFile, "writes tables as JSON to this file")
+      ->type_name("FILE");
+  rehearse.add_option("--html", options.html, "writes a page that shows the telling run")
+      ->type_name("FILE");
+  rehearse.callback([&] { options.command = Options::Command::rehearse; });
 }
 
 void addFailover(CLI::App& app, Options& options) {
@@ -133,6 +174,7 @@ std::optional<int> readOptions(int argc, char** argv, Options& options) {
   addRun(app, options);
   addContinuity(app, options);
   addFailover(app, options);
+  addRehearse(app, options);
   addScale(app, options);
   const auto early = Cli::parse(app, argc, argv);
   if (!early) return std::nullopt;

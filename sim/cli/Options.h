@@ -12,7 +12,7 @@ namespace Routing::Sim {
 
 /// What the command line asks for.
 struct Options {
-  enum class Command : std::uint8_t { run, continuity, failover, scale };
+  enum class Command : std::uint8_t { run, continuity, failover, scale, rehearse };
   Command command = Command::run;
   std::vector<std::string> files;
   std::uint64_t firstSeed = 1;
@@ -20,6 +20,7 @@ struct Options {
   bool faults = false;
   bool goOn = false;  ///< after a promise was broken
   std::optional<double> until;
+  std::string configs;  ///< the folder of the routers' files; empty: the scenario says all
   std::string pcap;
   std::string html;
   bool json = false;
@@ -31,6 +32,12 @@ struct Options {
   unsigned rows = 100;
   unsigned rps = 100;
   double seconds = 300.0;
+  // For rehearse; what is configured before is in `configs`.
+  std::string to;
+  std::string order = "all";
+  double pause = 60.0;
+  bool failEach = false;
+  std::string jsonFile;
 
   SeedBlock seeds() const { return {firstSeed, lastSeed}; }
   bool manyRuns() const { return files.size() > 1 || firstSeed != lastSeed; }

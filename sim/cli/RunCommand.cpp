@@ -51,6 +51,7 @@ void writeReplay(std::ostream& out, const Options& options, const std::string& f
   out << "again with: pimbsr-sim run " << file << " --seed " << seed
       << (options.faults ? " --faults" : "");
   if (options.until) out << " --until " << *options.until;
+  if (!options.configs.empty()) out << " --configs " << options.configs;
   out << "\n";
 }
 
@@ -181,7 +182,10 @@ int runMany(const Options& options, const std::vector<Scenario>& scenarios) {
 
 int runCommand(const Options& options) {
   std::vector<Scenario> scenarios;
-  for (const std::string& file : options.files) scenarios.push_back(readScenario(file));
+  for (const std::string& file : options.files) {
+    scenarios.push_back(options.configs.empty() ? readScenario(file)
+                                                : readNetwork(file, options.configs));
+  }
   if (options.manyRuns()) return runMany(options, scenarios);
   return runOne(options, scenarios.front(), options.files.front(), options.firstSeed);
 }

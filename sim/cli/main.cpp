@@ -4,6 +4,7 @@
 #include "sim/cli/ContinuityCommand.h"
 #include "sim/cli/FailoverCommand.h"
 #include "sim/cli/Options.h"
+#include "sim/cli/RehearseCommand.h"
 #include "sim/cli/RunCommand.h"
 #include "sim/cli/ScaleCommand.h"
 #include "sim/sweep/Ranks.h"
@@ -17,6 +18,8 @@ int carryOut(const Options& options) {
       return continuityCommand(options);
     case Options::Command::failover:
       return failoverCommand(options);
+    case Options::Command::rehearse:
+      return rehearseCommand(options);
     case Options::Command::scale:
       return scaleCommand(options);
     default:
@@ -28,6 +31,7 @@ int carryOut(const Options& options) {
 void beSilent(Options& options) {
   std::cout.rdbuf(nullptr);
   options.html.clear();
+  options.jsonFile.clear();
   options.pcap.clear();
 }
 

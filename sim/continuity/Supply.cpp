@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 #include "platform/pim/rp/RpSelection.h"
 #include "sim/core/Groups.h"
@@ -22,8 +23,9 @@ bool withoutRp(const IpGenAddr& group) {
 
 }  // namespace
 
-Supply::Supply(const World& world, AddressFamily af)
+Supply::Supply(const World& world, AddressFamily af, std::set<IpGenPrefix> ranges)
     : world_(world), af_(af), random_(world.seed()) {
+  noteGroups(std::move(ranges));
   refresh();
 }
 
@@ -58,8 +60,7 @@ void Supply::noteZones() {
   }
 }
 
-void Supply::noteGroups() {
-  std::set<IpGenPrefix> fresh;
+void Supply::noteGroups(std::set<IpGenPrefix> fresh) {
   for (RouterId id = 0; id < routers(); ++id) {
     for (const auto& [address, rp] : duties(id).rps) {
       for (const auto& [range, priority] : rp.ranges) {

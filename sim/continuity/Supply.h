@@ -19,7 +19,8 @@ class Supply {
     IpGenAddr address;
   };
 
-  Supply(const World& world, AddressFamily af);
+  /// Groups of `ranges` are sampled too, whoever stands for them.
+  Supply(const World& world, AddressFamily af, std::set<IpGenPrefix> ranges = {});
 
   /// Looks at the network anew, after something was done to it.
   void refresh();
@@ -46,7 +47,7 @@ class Supply {
   };
 
   void noteZones();
-  void noteGroups();
+  void noteGroups(std::set<IpGenPrefix> ranges = {});
   void sample(const IpGenPrefix& range, std::size_t groups);
   void drawParts();
   void drawDomains();

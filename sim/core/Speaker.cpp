@@ -99,12 +99,16 @@ void Speaker::addressIs(const IntfId& intf, const IpGenAddr& address) {
   address.isUnset() ? sources_->addressDel(intf) : sources_->addressIs(intf, address);
 }
 
-void Speaker::refreshDuties() {
+Duties Speaker::dutiesBy(const Agent::DaemonConfig& config) const {
   Addresses addresses = addresses_;
   for (const NetworkId network : world_.topology().router(router_).networks) {
     if (world_.liveness().network[network]) addresses[intfOn(network)] = globalAddress(network);
   }
-  duties_ = dutiesOf(world_.config(router_), af_, addresses);
+  return dutiesOf(config, af_, addresses);
+}
+
+void Speaker::refreshDuties() {
+  duties_ = dutiesBy(world_.config(router_));
 }
 
 bool Speaker::owns(const IpGenAddr& address) const {

@@ -33,6 +33,8 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   const std::shared_ptr<Pim::Bsr::PimBsrLimits>& limits() const { return limits_; }
   /// What the configuration and the addresses make of it.
   const Duties& duties() const { return duties_; }
+  /// What another configuration would make of it; it must speak of the family.
+  Duties dutiesBy(const Agent::DaemonConfig& config) const;
   /// Both null unless running.
   Pim::PimInstance* pim() const { return pim_.get(); }
   Pim::Bsr::BsrInstance* bsr() const { return bsr_.get(); }

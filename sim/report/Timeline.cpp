@@ -1,5 +1,7 @@
 #include "sim/report/Timeline.h"
 
+#include "sim/core/Drops.h"
+
 namespace Routing::Sim {
 namespace {
 
@@ -112,20 +114,8 @@ void Timeline::settled(const std::vector<RouterId>&) {
 void Timeline::noteDrops(RouterId router, AddressFamily af) {
   const Speaker& speaker = world_.speaker(router, af);
   if (!speaker.running()) return;
-  const auto noteFirst = [&](const std::string& reason, bool any) {
-    if (any && dropsNoted_.emplace(router, reason).second) {
-      note(Kind::drop, dropText(reason), router);
-    }
-  };
-  const auto& errors = speaker.status()->counters()->errCounters();
-  noteFirst("border or C-RP filter", errors.rxFilter() > 0);
-  noteFirst("not from the RPF neighbor", errors.rxNbrRpfCheck() > 0);
-  noteFirst("unexpected No-Forward message", errors.rxNoForwardBsm() > 0);
-  noteFirst("unicast Bootstrap message", errors.rxUnicastBsm() > 0);
-  noteFirst("not the BSR of the advertised range", errors.rxScopeMismatch() > 0);
-  noteFirst("invalid", errors.rxInvalid() > 0);
-  for (const auto& [reason, count] : speaker.pim()->pamManager()->counters()->rxDropped()) {
-    noteFirst(reason, true);
+  for (const auto& [reason, count] : dropsOf(speaker)) {
+    if (dropsNoted_.emplace(router, reason).second) note(Kind::drop, dropText(reason), router);
   }
 }
 

@@ -33,6 +33,23 @@ std::pair<RouterId, RouterId> endsOf(const YamlValue& value, const Topology& top
   return {*a, *b};
 }
 
+/// The names of the members' interfaces, where they are not the network's.
+void parseInterfaces(YamlMap& map, NetworkPlan& network, const Topology& topology) {
+  const auto names = map.get("interfaces");
+  if (!names) return;
+  for (const YamlValue& name : names->list()) network.interfaces.push_back(name.text());
+  if (network.interfaces.size() != network.members.size()) {
+    names->fail("there is one interface for each router, in their order");
+  }
+  for (std::size_t i = 0; i < network.members.size(); ++i) {
+    const RouterPlan& router = topology.router(network.members[i]);
+    for (const NetworkId other : router.networks) {
+      if (topology.network(other).intfOf(network.members[i]) != network.interfaces[i]) continue;
+      names->fail(router.name + " has an interface " + network.interfaces[i] + " already");
+    }
+  }
+}
+
 void parseLink(const YamlValue& value, Topology& topology, const Common& defaults) {
   if (!value.isMap()) {
     const auto [a, b] = endsOf(value, topology);
@@ -42,8 +59,11 @@ void parseLink(const YamlValue& value, Topology& topology, const Common& default
   YamlMap map(value);
   const auto [a, b] = endsOf(map.need("link"), topology);
   const Common common = parseCommon(map, defaults);
+  NetworkPlan named{"", {a, b}, {}, 0, false, {}};
+  parseInterfaces(map, named, topology);
   map.done();
-  topology.newLink(a, b, common.impairment, common.mtu);
+  const NetworkId link = topology.newLink(a, b, common.impairment, common.mtu);
+  topology.network(link).interfaces = named.interfaces;
 }
 
 void parseLan(const YamlValue& value, Topology& topology, const Common& defaults) {
@@ -65,6 +85,7 @@ void parseLan(const YamlValue& value, Topology& topology, const Common& defaults
   const Common common = parseCommon(map, defaults);
   lan.impairment = common.impairment;
   lan.mtu = common.mtu;
+  parseInterfaces(map, lan, topology);
   map.done();
   topology.newNetwork(lan);
 }
