@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,5 +44,7 @@ class Invariant : public WorldObserver {
   World& world_;
   std::vector<Violation>& violations_;
 };
+
+using Invariants = std::vector<std::unique_ptr<Invariant>>;
 
 }  // namespace Routing::Sim

@@ -5,7 +5,7 @@
 
 #include "sim/core/Beliefs.h"
 #include "sim/invariants/Invariant.h"
-#include "sim/invariants/Promise.h"
+#include "sim/invariants/Promises.h"
 #include "sim/invariants/Troubles.h"
 
 namespace Routing::Sim {
@@ -18,7 +18,7 @@ class StandingInvariants {
                      Promise::Broken promise = Promise::Broken::endsTheRun);
 
   const std::vector<Violation>& violations() const { return violations_; }
-  const std::vector<std::unique_ptr<Invariant>>& invariants() const { return invariants_; }
+  const Invariants& invariants() const { return invariants_; }
   /// How groups and routers are served; one meter for each address family.
   const ContinuityMeters& continuity() const { return continuity_; }
   /// How often the rules for a quiet network were judged.
@@ -28,7 +28,7 @@ class StandingInvariants {
   std::vector<Violation> violations_;
   ContinuityMeters continuity_;
   Troubles troubles_;
-  std::vector<std::unique_ptr<Invariant>> invariants_;
+  Invariants invariants_;
 };
 
 }  // namespace Routing::Sim

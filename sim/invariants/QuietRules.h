@@ -36,4 +36,8 @@ class QuietInvariant : public Invariant {
   std::uint64_t judged_ = 0;
 };
 
+/// The rules about what routers agree on.
+void addQuietRules(World& world, const Beliefs& beliefs, std::vector<Violation>& violations,
+                   Invariants& rules);
+
 }  // namespace Routing::Sim

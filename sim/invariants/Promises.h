@@ -37,4 +37,8 @@ class Promise : public Invariant {
   std::vector<std::size_t> seen_;  // gaps that are over, of each meter
 };
 
+/// The promises of service.
+void addPromises(World& world, const ContinuityMeters& meters, const Troubles& troubles,
+                 std::vector<Violation>& violations, Promise::Broken broken, Invariants& rules);
+
 }  // namespace Routing::Sim

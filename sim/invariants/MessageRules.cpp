@@ -1,0 +1,324 @@
+#include "sim/invariants/MessageRules.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "sim/core/Digest.h"
+#include "sim/core/World.h"
+#include "sim/invariants/BsmPeek.h"
+#include "sim/invariants/Invariant.h"
+
+namespace Routing::Sim {
+namespace {
+
+// --- borders hold ----------------------------------------------------------------------------
+
+/// No Bootstrap message of a zone leaves or is accepted on an interface that is a border of it (RFC
+/// 5059 section 3.4).
+class BordersHold final : public Invariant {
+ public:
+  BordersHold(World& world, std::vector<Violation>& violations)
+      : Invariant("borders hold", world, violations) {}
+  void transmitted(const Packet& packet) override;
+  void delivering(const Packet& packet, RouterId to) override;
+  void settled(const std::vector<RouterId>& touched) override;
+
+ private:
+  struct Arrived {
+    RouterId router;
+    AddressFamily af;
+    std::uint32_t accepted;  // messages accepted before this one
+  };
+  bool border(RouterId router, const Packet& packet) const;
+
+  std::optional<Arrived> atBorder_;  // during the event
+};
+
+bool BordersHold::border(RouterId router, const Packet& packet) const {
+  const Duties& duties = world().speaker(router, packet.af).duties();
+  if (duties.borders.empty()) return false;
+  const auto bsm = peekBsm(*packet.payload, true);
+  return bsm &&
+         !duties.passes(world().topology().network(packet.network).intfOf(router), bsm->zone());
+}
+
+void BordersHold::transmitted(const Packet& packet) {
+  if (border(packet.sender, packet)) {
+    violated(nameOf(packet.sender) + " sends a Bootstrap message across its border " +
+             world().topology().network(packet.network).name);
+  }
+}
+
+void BordersHold::delivering(const Packet& packet, RouterId to) {
+  const Speaker& speaker = world().speaker(to, packet.af);
+  if (!speaker.running() || !border(to, packet)) return;
+  atBorder_ = {to, packet.af, speaker.status()->counters()->rxBsmSuccess()};
+}
+
+void BordersHold::settled(const std::vector<RouterId>&) {
+  if (!atBorder_) return;
+  const Speaker& speaker = world().speaker(atBorder_->router, atBorder_->af);
+  if (speaker.status()->counters()->rxBsmSuccess() != atBorder_->accepted) {
+    violated(nameOf(atBorder_->router) + " accepts a Bootstrap message on a border");
+  }
+  atBorder_.reset();
+}
+
+// --- groups complete -------------------------------------------------------------------------
+
+constexpr double memory = 60.0;  // seconds; beyond the life of a fragment
+
+/// No RP set is taken from a group range of which fragments are missing (RFC 5059 section 4.1.1):
+/// while a router has not received all RPs of a range under one fragment tag, a fragment leaves the
+/// RPs of that range as they were.
+class GroupsComplete final : public Invariant {
+ public:
+  GroupsComplete(World& world, std::vector<Violation>& violations)
+      : Invariant("groups complete", world, violations) {}
+  void delivering(const Packet& packet, RouterId to) override;
+  void settled(const std::vector<RouterId>& touched) override;
+
+ private:
+  using Key = std::tuple<RouterId, IpGenAddr, std::uint16_t, IpGenPrefix>;
+  using RpSet = std::set<std::pair<IpGenAddr, double>>;  // with the expiry of each
+  struct Incomplete {
+    RouterId router;
+    AddressFamily af;
+    IpGenPrefix zone;
+    IpGenPrefix range;
+    std::set<IpGenAddr> announced;
+    RpSet before;
+  };
+  RpSet rpsOf(const Incomplete& at) const;
+  void forget();
+
+  struct Received {
+    std::set<IpGenAddr> rps;
+    double last = 0.0;
+  };
+
+  std::map<Key, Received> received_;
+  std::vector<Incomplete> incomplete_;  // during the event
+  double forgotten_ = 0.0;
+};
+
+void GroupsComplete::delivering(const Packet& packet, RouterId to) {
+  if (!packet.is(Pim::PimType::bootstrap) || !world().speaker(to, packet.af).running()) return;
+  const auto bsm = peekBsm(*packet.payload);
+  if (!bsm) return;
+  for (const BsmPeek::Group& group : bsm->groups) {
+    if (group.fragRpCount == group.rpCount || group.fragRpCount == 0) continue;
+    Received& received = received_[{to, bsm->bsr, bsm->fragmentTag, group.range}];
+    received.rps.insert(group.rps.begin(), group.rps.end());
+    received.last = world().now();
+    if (received.rps.size() >= group.rpCount) continue;
+    incomplete_.push_back({to,
+                           packet.af,
+                           bsm->zone(),
+                           group.range,
+                           std::set<IpGenAddr>(group.rps.begin(), group.rps.end()),
+                           {}});
+    incomplete_.back().before = rpsOf(incomplete_.back());
+  }
+}
+
+void GroupsComplete::settled(const std::vector<RouterId>&) {
+  for (const Incomplete& at : incomplete_) {
+    if (!world().speaker(at.router, at.af).running()) continue;
+    for (const auto& rp : rpsOf(at)) {
+      const bool ends = rp.second <= world().instant();  // a BSR withdraws it with its answer
+      if (!ends && at.announced.contains(rp.first) && !at.before.contains(rp)) {
+        violated(nameOf(at.router) + " uses RP " + rp.first.text() + " of the incomplete range " +
+                 at.range.text());
+        break;
+      }
+    }
+  }
+  incomplete_.clear();
+  forget();
+}
+
+GroupsComplete::RpSet GroupsComplete::rpsOf(const Incomplete& at) const {
+  RpSet result;
+  const auto& zone = world().speaker(at.router, at.af).status()->crpStatus(at.zone);
+  const auto set = zone && zone->status() ? zone->status()->crpSet(at.range) : nullptr;
+  if (!set) return result;
+  for (const auto& [address, rp] : set->rp()) result.emplace(address, rp->expiryTime());
+  return result;
+}
+
+void GroupsComplete::forget() {
+  if (world().now() - forgotten_ < memory) return;
+  forgotten_ = world().now();
+  std::erase_if(received_,
+                [&](const auto& entry) { return world().now() - entry.second.last > memory; });
+}
+
+// --- counters add up -------------------------------------------------------------------------
+
+/// Every message is counted, once, as a success or as an error with its reason. A range of an
+/// accepted advertisement that no zone takes counts as an error on top.
+class CountersAddUp final : public Invariant {
+ public:
+  CountersAddUp(World& world, std::vector<Violation>& violations)
+      : Invariant("counters add up", world, violations) {}
+  void transmitted(const Packet& packet) override { note(packet.sender, packet); }
+  void delivering(const Packet& packet, RouterId to) override { note(to, packet); }
+  void settled(const std::vector<RouterId>& touched) override;
+
+ private:
+  void note(RouterId router, const Packet& packet);
+  void check(RouterId router, AddressFamily af);
+
+  std::vector<std::pair<RouterId, AddressFamily>> concerned_;  // during the event
+};
+
+void CountersAddUp::note(RouterId router, const Packet& packet) {
+  if (packet.is(Pim::PimType::hello)) return;
+  const std::pair who(router, packet.af);
+  if (concerned_.empty() || concerned_.back() != who) concerned_.push_back(who);
+}
+
+void CountersAddUp::settled(const std::vector<RouterId>&) {
+  for (const auto& [router, af] : concerned_) check(router, af);
+  concerned_.clear();
+}
+
+void CountersAddUp::check(RouterId router, AddressFamily af) {
+  const auto& counters = world().speaker(router, af).status()->counters();
+  const auto& errors = counters->errCounters();
+  const auto expect = [&](std::uint32_t is, std::uint32_t must, const char* rule) {
+    if (is == must) return;
+    violated(nameOf(router) + ": " + rule + " is " + std::to_string(is) + ", not " +
+             std::to_string(must));
+  };
+  expect(counters->rxSuccess() + counters->rxError(), counters->rx() + errors.rxScopeMismatch(),
+         "rxSuccess + rxError");
+  expect(errors.rxFilter() + errors.rxNbrRpfCheck() + errors.rxNoForwardBsm() +
+             errors.rxUnicastBsm() + errors.rxScopeMismatch() + errors.rxInvalid(),
+         counters->rxError(), "the sum of all reasons");
+  expect(counters->rxBsmSuccess() + counters->rxBsmError(), counters->rxBsm(),
+         "rxBsmSuccess + rxBsmError");
+  if (counters->txSuccess() + counters->txError() < counters->tx()) {
+    violated(nameOf(router) + ": txSuccess + txError is less than tx");
+  }
+}
+
+// --- no storms -------------------------------------------------------------------------------
+
+constexpr double minute = 60.0;
+constexpr std::size_t routine = 6;   // an elected BSR sends every 10 seconds at the most
+constexpr std::size_t repeated = 2;  // a network may repeat packets, and both are passed on
+
+/// Bootstrap messages are bounded. One event, be it a message, a timer or a change of
+/// configuration, makes a router send at most one message of a zone and BSR on an interface:
+/// nothing multiplies but by the number of interfaces. And the messages of a zone on an interface
+/// within a minute are bounded by the number of its candidates (docs/decisions/election.md). The
+/// fragments of one message count as one.
+class NoStorms final : public Invariant {
+ public:
+  static constexpr std::size_t mostPerEvent = 1;  ///< on one interface, for each zone
+
+  NoStorms(World& world, std::vector<Violation>& violations)
+      : Invariant("no storms", world, violations) {}
+  void transmitted(const Packet& packet) override;
+  void settled(const std::vector<RouterId>& touched) override;
+
+ private:
+  using Place = std::tuple<RouterId, NetworkId, IpGenPrefix>;
+  using Voice = std::pair<Place, IpGenAddr>;  // with the BSR
+
+  /// Counts messages. The fragments of one, which differ, count once; what is sent again counts
+  /// again.
+  class Tally {
+   public:
+    void add(const Packet& packet, std::uint16_t fragmentTag);
+    std::size_t messages() const { return messages_; }
+
+   private:
+    struct Copies {
+      std::map<std::uint64_t, std::size_t> ofFragment;  // by a digest of its octets
+      std::size_t most = 0;
+    };
+    std::map<std::uint16_t, Copies> byTag_;
+    std::size_t messages_ = 0;
+  };
+
+  void judge(const Place& place, std::size_t atOnce, std::size_t inMinute);
+  std::size_t mostPerMinute(const Place& place) const;
+
+  std::map<Voice, Tally> event_;
+  std::map<Place, Tally> minute_;
+  double minuteBegan_ = 0.0;
+};
+
+void NoStorms::Tally::add(const Packet& packet, std::uint16_t fragmentTag) {
+  Digest digest;
+  digest.add(std::span(*packet.payload));
+  Copies& copies = byTag_[fragmentTag];
+  const std::size_t count = ++copies.ofFragment[digest.value()];
+  if (count <= copies.most) return;
+  copies.most = count;
+  ++messages_;
+}
+
+void NoStorms::transmitted(const Packet& packet) {
+  if (!packet.is(Pim::PimType::bootstrap)) return;
+  const auto bsm = peekBsm(*packet.payload, true);
+  if (!bsm) return;
+  const Place place(packet.sender, packet.network, bsm->zone());
+  if (world().now() - minuteBegan_ >= minute) {
+    minute_.clear();
+    minuteBegan_ = world().now();
+  }
+  event_[{place, bsm->bsr}].add(packet, bsm->fragmentTag);
+  minute_[place].add(packet, bsm->fragmentTag);
+}
+
+void NoStorms::settled(const std::vector<RouterId>&) {
+  for (const auto& [voice, tally] : event_) {
+    const Place& place = voice.first;
+    judge(place, tally.messages(), minute_[place].messages());
+  }
+  event_.clear();
+}
+
+void NoStorms::judge(const Place& place, std::size_t atOnce, std::size_t inMinute) {
+  const auto& name = nameOf(std::get<0>(place));
+  if (atOnce > mostPerEvent) {
+    violated(name + " sends " + std::to_string(atOnce) +
+             " Bootstrap messages at once on one interface");
+  } else if (inMinute > routine && inMinute > mostPerMinute(place)) {
+    violated(name + " sends " + std::to_string(inMinute) +
+             " Bootstrap messages within a minute on one interface");
+  }
+}
+
+// At worst all candidates are elected at one instant, and each answers every worse one before the
+// best one's message reaches it. A neighbour that appears is sent one message more.
+std::size_t NoStorms::mostPerMinute(const Place& place) const {
+  const auto& [router, network, zone] = place;
+  std::size_t candidates = 0;
+  for (RouterId id = 0; id < world().topology().routers().size(); ++id) {
+    candidates += world().speaker(id, zone.af()).duties().zones.contains(zone);
+  }
+  const std::size_t neighbors = world().topology().network(network).members.size() - 1;
+  return repeated * (routine + neighbors + candidates * (candidates + 1) / 2);
+}
+
+}  // namespace
+
+void addMessageRules(World& world, std::vector<Violation>& violations, Invariants& rules) {
+  rules.push_back(std::make_unique<BordersHold>(world, violations));
+  rules.push_back(std::make_unique<GroupsComplete>(world, violations));
+  rules.push_back(std::make_unique<CountersAddUp>(world, violations));
+  rules.push_back(std::make_unique<NoStorms>(world, violations));
+}
+
+}  // namespace Routing::Sim

@@ -1,0 +1,177 @@
+#include "sim/invariants/StatusRules.h"
+
+#include <algorithm>
+#include <memory>
+#include <queue>
+#include <set>
+
+#include "sim/invariants/Invariant.h"
+
+namespace Routing::Sim {
+namespace {
+
+// --- no errors -------------------------------------------------------------------------------
+
+/// No event ends in an exception or a failed assertion, whatever was received.
+class NoErrors final : public Invariant {
+ public:
+  NoErrors(World& world, std::vector<Violation>& violations)
+      : Invariant("no errors", world, violations) {}
+  void broken(std::string_view what) override { violated(std::string(what)); }
+};
+
+// --- RPs expire ------------------------------------------------------------------------------
+
+constexpr double tolerance = 1e-6;  // for sums of instants
+
+/// No RP stays in PIM's view beyond its hold time, on any router: none whose expiry has passed,
+/// none whose expiry lies further away than its hold time allows, and none that no zone knows of.
+class RpsExpire final : public Invariant {
+ public:
+  RpsExpire(World& world, std::vector<Violation>& violations)
+      : Invariant("RPs expire", world, violations) {}
+  void settled(const std::vector<RouterId>& touched) override;
+
+ private:
+  struct Due {
+    double instant;
+    RouterId router;
+    bool operator>(const Due& other) const { return instant > other.instant; }
+  };
+  /// Returns the first expiry among the router's RPs.
+  double check(RouterId router);
+  void judge(RouterId router, const Speaker& speaker, const Pim::RpCandidateSet& range,
+             const Pim::RpEntry& rp);
+  bool known(const Speaker& speaker, const Pim::RpCandidateSet& range,
+             const Pim::RpEntry& rp) const;
+
+  std::priority_queue<Due, std::vector<Due>, std::greater<>> due_;
+};
+
+void RpsExpire::settled(const std::vector<RouterId>& touched) {
+  for (const RouterId router : touched) {
+    const double first = check(router);
+    if (first != never) due_.push({first, router});
+  }
+  std::set<RouterId> late;
+  while (!due_.empty() && due_.top().instant < world().instant()) {
+    late.insert(due_.top().router);
+    due_.pop();
+  }
+  for (const RouterId router : late) {
+    const double first = check(router);
+    if (first != never) due_.push({first, router});
+  }
+}
+
+double RpsExpire::check(RouterId router) {
+  double first = never;
+  for (const AddressFamily af : world().families()) {
+    const Speaker& speaker = world().speaker(router, af);
+    if (!speaker.running()) continue;
+    for (const auto& [prefix, range] : speaker.view()->crpSet()) {
+      for (const auto& [address, rp] : range->rp()) {
+        judge(router, speaker, *range, *rp);
+        first = std::min(first, rp->expiryTime());
+      }
+    }
+  }
+  return first;
+}
+
+void RpsExpire::judge(RouterId router, const Speaker& speaker, const Pim::RpCandidateSet& range,
+                      const Pim::RpEntry& rp) {
+  const double now = world().instant();
+  // A withdrawn RP is kept for its old hold time at most, and three periods may exceed the field.
+  constexpr double longestHold = 3.0 * 21845;
+  const double hold = rp.holdTime().value();
+  const double most = hold > 0 && hold < 65535 ? hold : longestHold;
+  const auto broken = [&](const std::string& how) {
+    violated(nameOf(router) + ": RP " + rp.address().text() + " of " + range.prefix().text() + how);
+  };
+  const bool justStarted = speaker.startedAt() == now;  // what expired meanwhile goes at once
+  if (rp.expiryTime() < now && !justStarted) {
+    broken(" outlives its hold time by " + std::to_string(now - rp.expiryTime()) + " s");
+  } else if (rp.expiryTime() > now + most + tolerance) {
+    broken(" would outlive its hold time");
+  } else if (!known(speaker, range, rp)) {
+    broken(" belongs to no zone");
+  }
+}
+
+bool RpsExpire::known(const Speaker& speaker, const Pim::RpCandidateSet& range,
+                      const Pim::RpEntry& rp) const {
+  for (const auto& [zone, rpSets] : speaker.status()->crpStatus()) {
+    if (!zone.contains(range.prefix()) || !rpSets->status()) continue;
+    const auto& set = rpSets->status()->crpSet(range.prefix());
+    const auto source = set ? set->rp(rp.address()) : nullptr;
+    if (source && source->expiryTime() == rp.expiryTime()) return true;
+  }
+  return false;
+}
+
+// --- memory bounded --------------------------------------------------------------------------
+
+constexpr double interval = 10.0;                 // seconds
+constexpr std::size_t packetsPerRouter = 10'000;  // on their way at once
+constexpr std::size_t timersPerThing = 4;         // zone, range or RP that a router holds
+constexpr std::size_t timersPerRouter = 200;      // neighbours, Hellos, candidacies, fragments
+
+/// What others can make a router hold stays within its limits, and neither timers nor packets pile
+/// up. Looked at every few seconds.
+class MemoryBounded final : public Invariant {
+ public:
+  MemoryBounded(World& world, std::vector<Violation>& violations)
+      : Invariant("memory bounded", world, violations) {}
+  void settled(const std::vector<RouterId>& touched) override;
+
+ private:
+  /// Returns the number of zones, ranges and RPs that the router holds.
+  std::size_t check(RouterId router, const Speaker& speaker);
+
+  double lookedAt_ = 0.0;
+};
+
+void MemoryBounded::settled(const std::vector<RouterId>&) {
+  if (world().now() - lookedAt_ < interval) return;
+  lookedAt_ = world().now();
+  const auto routers = static_cast<RouterId>(world().topology().routers().size());
+  if (world().inFlight() > packetsPerRouter * routers) {
+    violated(std::to_string(world().inFlight()) + " packets are under way");
+  }
+  std::size_t things = 0;
+  for (RouterId id = 0; id < routers; ++id) {
+    for (const AddressFamily af : world().families()) things += check(id, world().speaker(id, af));
+  }
+  if (world().wheel().armed() > timersPerThing * things + timersPerRouter * routers) {
+    violated(std::to_string(world().wheel().armed()) + " timers are armed");
+  }
+}
+
+std::size_t MemoryBounded::check(RouterId router, const Speaker& speaker) {
+  const Pim::Bsr::PimBsrLimits& limits = *speaker.limits();
+  std::size_t groups = 0;
+  std::size_t rps = 0;
+  for (const auto& [zone, rpSets] : speaker.status()->crpStatus()) {
+    if (!rpSets->status()) continue;
+    groups += rpSets->status()->crpSet().size();
+    for (const auto& [range, set] : rpSets->status()->crpSet()) rps += set->rp().size();
+  }
+  const std::size_t zones = speaker.status()->bootstrapRouter().size();
+  const std::size_t own = speaker.duties().zones.size() + 1;  // and the global zone
+  if (groups > limits.maxGroups() || rps > limits.maxRps() || zones > limits.maxZones() + own) {
+    violated(nameOf(router) + " holds " + std::to_string(zones) + " zones, " +
+             std::to_string(groups) + " ranges and " + std::to_string(rps) + " RPs");
+  }
+  return zones + groups + rps;
+}
+
+}  // namespace
+
+void addStatusRules(World& world, std::vector<Violation>& violations, Invariants& rules) {
+  rules.push_back(std::make_unique<NoErrors>(world, violations));
+  rules.push_back(std::make_unique<RpsExpire>(world, violations));
+  rules.push_back(std::make_unique<MemoryBounded>(world, violations));
+}
+
+}  // namespace Routing::Sim
