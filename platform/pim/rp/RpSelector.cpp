@@ -25,7 +25,7 @@ RpChoice selectRp(const IpGenAddr& group, const RpCandidateStatus& status) {
 }
 
 RpSelector::RpSelector(std::shared_ptr<const RpCandidateStatus> status, TimerWheel& wheel)
-    : status_(std::move(status)), wheel_(wheel), settled_(wheel, [this] { settle(); }) {
+    : status_(std::move(status)), settled_(wheel, [this] { settle(); }) {
   changes_ = status_->treeReactor([this](const TreeChange& change) { note(change); });
 }
 

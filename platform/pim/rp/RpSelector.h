@@ -54,7 +54,6 @@ class ROUTING_API RpSelector {
   void settle();
 
   const std::shared_ptr<const RpCandidateStatus> status_;
-  TimerWheel& wheel_;
   std::map<IpGenAddr, Watched> watched_;
   std::set<IpGenPrefix> touched_;
   Timer settled_;
