@@ -17,7 +17,7 @@ struct ShowTopic {
 constexpr ShowTopic showTopics[] = {
     {"bsr", showBsr},           {"rp-set", showRpSet},        {"rp-hash", showRpHash},
     {"neighbor", showNeighbor}, {"interface", showInterface}, {"counters", showCounters},
-    {"events", showEvents},     {"status", showStatus},
+    {"events", showEvents},     {"yang", showYang},           {"status", showStatus},
 };
 
 std::shared_ptr<const Entity> bsrStatus(const InstanceView& instance) {
@@ -67,7 +67,8 @@ Json show(const AgentView& view, const ControlRequest& request) {
                      .now = view.now(),
                      .startTime = view.startTime(),
                      .drained = view.drainReport().drained,
-                     .group = request.group});
+                     .group = request.group,
+                     .groups = request.groups});
 }
 
 Json clear(const AgentView& view, const ControlRequest& request) {

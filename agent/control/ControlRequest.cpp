@@ -29,6 +29,13 @@ ControlRequest::Command commandOf(const std::string& text) {
   refuse("unknown command '" + text + "'");
 }
 
+std::vector<std::string> textsOf(const std::string& name, const Json& value) {
+  if (!value.is_array()) refuse("'" + name + "' must be a list of strings");
+  std::vector<std::string> texts;
+  for (const Json& element : value) texts.push_back(textOf(name, element));
+  return texts;
+}
+
 AddressFamily familyOf(const std::string& text) {
   if (text == "ipv4") return AddressFamily::ipv4;
   if (text == "ipv6") return AddressFamily::ipv6;
@@ -59,6 +66,8 @@ void take(ControlRequest& request, const std::string& name, const Json& value) {
     request.vrfGiven = true;
   } else if (name == "group") {
     request.group = textOf(name, value);
+  } else if (name == "groups") {
+    request.groups = textsOf(name, value);
   } else if (name == "snapshot") {
     request.snapshot = truthOf(name, value);
   } else {

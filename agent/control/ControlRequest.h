@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/net/AddressFamily.h"
 #include "platform/net/VrfName.h"
@@ -29,8 +30,9 @@ struct ControlRequest {
   VrfName vrf{std::string(VrfName::defaultName)};
   bool familyGiven = false;
   bool vrfGiven = false;
-  std::string group{};   ///< of the topic "rp-hash"
-  bool snapshot = true;  ///< of a watch: whether the present state comes first
+  std::string group{};                ///< of the topic "rp-hash"
+  std::vector<std::string> groups{};  ///< of the same: many, in place of one
+  bool snapshot = true;               ///< of a watch: whether the present state comes first
 };
 
 /// Why a request is not carried out, as a word for programs.

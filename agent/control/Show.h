@@ -2,6 +2,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <vector>
 
 #include "agent/control/AgentView.h"
 
@@ -19,14 +20,16 @@ struct ShowInput {
   double now = 0.0;
   double startTime = 0.0;
   Candidacies drained;
-  const std::string& group;  ///< as the operator wrote it; of showRpHash()
+  const std::string& group;                ///< as the operator wrote it; of showRpHash()
+  const std::vector<std::string>& groups;  ///< likewise, many in place of one
 };
 
 /// The BSR of every zone, and this router's part in its election.
 Json showBsr(const ShowInput& in);
 /// The RP sets by zone, and the mappings that PIM uses.
 Json showRpSet(const ShowInput& in);
-/// Which RP serves `in.group`, and why. Raises RequestError if that is no address of the family.
+/// Which RP serves `in.group`, and why; of `in.groups` only which serves each. Raises RequestError
+/// if that is no address of the family.
 Json showRpHash(const ShowInput& in);
 Json showNeighbor(const ShowInput& in);
 Json showInterface(const ShowInput& in);
@@ -34,6 +37,8 @@ Json showInterface(const ShowInput& in);
 Json showCounters(const ShowInput& in);
 /// What has happened lately.
 Json showEvents(const ShowInput& in);
+/// The operational state as RFC 9128 models it: the member `operational`.
+Json showYang(const ShowInput& in);
 /// All entities, attribute by attribute, as they stand.
 Json showStatus(const ShowInput& in);
 

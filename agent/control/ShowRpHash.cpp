@@ -2,6 +2,7 @@
 
 #include "agent/control/ControlRequest.h"
 #include "agent/control/ShowParts.h"
+#include "platform/pim/rp/RpSelector.h"
 #include "platform/pim/rp/RpSetDigest.h"
 
 namespace Routing::Agent {
@@ -13,11 +14,11 @@ using Pim::RpContender;
 using Pim::RpMapping;
 using Pim::RpRule;
 
-IpGenAddr groupOf(const ShowInput& in) {
-  const auto group = IpGenAddr::fromText(in.group);
+IpGenAddr groupOf(const ShowInput& in, const std::string& text) {
+  const auto group = IpGenAddr::fromText(text);
   if (group && group->af() == in.instance.af) return *group;
   throw RequestError(RefusalCode::badRequest,
-                     "'" + in.group + "' is not an " +
+                     "'" + text + "' is not an " +
                          (in.instance.af == AddressFamily::ipv4 ? "IPv4" : "IPv6") + " address");
 }
 
@@ -74,10 +75,23 @@ std::string explanation(const IpGenAddr& group, const RpChoice& choice) {
   return text += ".";
 }
 
+/// In the order of the questions. Each looks at the ranges of its group alone.
+Json answersJson(const ShowInput& in) {
+  Json answers = Json::array();
+  for (const std::string& text : in.groups) {
+    const IpGenAddr group = groupOf(in, text);
+    const RpChoice choice = Pim::selectRp(group, *in.instance.rpCandidate);
+    answers.push_back(
+        {{"group", group.text()}, {"rp", choice.rp ? mappingJson(*choice.rp) : Json(nullptr)}});
+  }
+  return answers;
+}
+
 }  // namespace
 
 Json showRpHash(const ShowInput& in) {
-  const IpGenAddr group = groupOf(in);
+  if (!in.groups.empty()) return {{"answers", answersJson(in)}};
+  const IpGenAddr group = groupOf(in, in.group);
   const std::vector<RpMapping> mappings = rpMappings(*in.instance.rpCandidate);
   const RpChoice choice = selectRp(group, mappings);
   Json contenders = Json::array();

@@ -16,6 +16,8 @@ Daemon::Daemon(const ConfigSource& source, const TimeoutOverrides& timeouts,
       router_(loop_, timeouts, [this] { start(); }),
       serviceManager_(loop_.timerWheel(), router_),
       feed_(router_),
+      consumer_(loop_, feed_),
+      metrics_(loop_.io(), router_),
       reloader_(
           loop_.io(), source, [this] { return router_.addressedInterfaces(); },
           [this](const LoadedConfig& loaded) { return apply(loaded); }) {
@@ -36,6 +38,7 @@ int Daemon::run() {
 void Daemon::start() try {
   router_.start();
   router_.onTurnEnd([this] { feed_.settle(); });
+  tellOthers(router_.config());
   control_.emplace(loop_.io(), router_, *this, feed_, router_.config().controlSocket);
   spdlog::info("ready");
   serviceManager_.ready();
@@ -115,6 +118,12 @@ void Daemon::configIs(const DaemonConfig& config) {
     spdlog::warn("another state-directory is used from the next start on");
   }
   router_.configIs(config);
+  tellOthers(config);
+}
+
+void Daemon::tellOthers(const DaemonConfig& config) {
+  consumer_.programIs(config.consumer);
+  metrics_.listenAt(config.metrics);
 }
 
 void Daemon::log(const Findings& findings) const {

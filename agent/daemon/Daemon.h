@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "agent/consumer/Consumer.h"
 #include "agent/control/AgentCommands.h"
 #include "agent/control/ControlServer.h"
 #include "agent/daemon/ConfigSource.h"
@@ -10,6 +11,7 @@
 #include "agent/daemon/ServiceManager.h"
 #include "agent/feed/RpFeed.h"
 #include "agent/kernel/EventLoop.h"
+#include "agent/metrics/MetricsServer.h"
 #include "agent/router/Router.h"
 
 namespace Routing::Agent {
@@ -35,6 +37,7 @@ class Daemon final : public AgentCommands {
   void drain(const Candidacies& kinds) override;
   void undrain() override;
   void configIs(const DaemonConfig& config);
+  void tellOthers(const DaemonConfig& config);
   void log(const Findings& findings) const;
 
   const ConfigSource source_;
@@ -43,6 +46,8 @@ class Daemon final : public AgentCommands {
   Router router_;
   ServiceManager serviceManager_;
   RpFeed feed_;
+  Consumer consumer_;
+  MetricsServer metrics_;
   Reloader reloader_;
   std::optional<ControlServer> control_;
   int exitCode_ = 0;

@@ -1,5 +1,6 @@
 #include "agent/feed/RpFeed.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -73,6 +74,12 @@ void RpFeed::describe(const Subscriber& subscriber) const {
   }
   subscriber.sink(feedLine(
       {{"operation", "live"}, {"instances", std::move(instances)}, {"time", wallClock_()}}));
+}
+
+std::size_t RpFeed::subscribers() const {
+  return static_cast<std::size_t>(
+      std::count_if(subscribers_.begin(), subscribers_.end(),
+                    [](const auto& subscriber) { return !subscriber.expired(); }));
 }
 
 void RpFeed::settle() {

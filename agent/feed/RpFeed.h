@@ -42,6 +42,8 @@ class RpFeed {
   /// Tells of the present state and the mark before it returns, then of changes as long as the
   /// subscription lives.
   [[nodiscard]] std::shared_ptr<void> subscribe(const Scope& scope, Sink sink);
+  /// How many subscriptions live.
+  std::size_t subscribers() const;
   /// Tells what has changed. For the end of every turn of the event loop.
   void settle();
 

@@ -55,6 +55,8 @@ class Converter {
     const std::string_view name = node->schema->name;
     if (name == "control-socket") config.controlSocket = textOf(node);
     if (name == "state-directory") config.stateDirectory = textOf(node);
+    if (name == "consumer") config.consumer = textOf(node);
+    if (name == "metrics") config.metrics = endpoint(node);
     if (name == "log-level") config.logLevel = textOf(node);
     if (name == "limits") config.limits = limits(node);
     if (name == "trace") {
@@ -70,6 +72,12 @@ class Converter {
   static AddressFamily family(const lyd_node* node) {
     const bool v4 = textOf(childOf(node, "address-family")) == "ipv4";
     return v4 ? AddressFamily::ipv4 : AddressFamily::ipv6;
+  }
+
+  static std::string endpoint(const lyd_node* node) {
+    const std::string address = textOf(childOf(node, "address"));
+    const bool v6 = address.find(':') != std::string::npos;
+    return (v6 ? '[' + address + ']' : address) + ':' + textOf(childOf(node, "port"));
   }
 
   static LimitSettings limits(const lyd_node* node) {

@@ -21,6 +21,8 @@ class Fd {
   }
 
   int get() const { return fd_; }
+  /// Hands it over.
+  int release() { return std::exchange(fd_, -1); }
   explicit operator bool() const { return fd_ >= 0; }
 
  private:

@@ -115,6 +115,8 @@ struct LimitSettings {
 struct DaemonConfig {
   std::string controlSocket = "/run/pimbsrd/control.sock";
   std::string stateDirectory;  ///< "none" for none; beside the control socket unless given
+  std::string metrics;         ///< where they are served, as "127.0.0.1:9593"; nowhere if empty
+  std::string consumer;        ///< path of a program that is told of the RPs; none if empty
   std::string logLevel = "info";
   std::map<std::string, int> traces;  ///< levels by facility prefix; below 0 nothing
   LimitSettings limits;

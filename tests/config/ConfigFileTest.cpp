@@ -126,6 +126,8 @@ TEST(Config, DoesNotDependOnOrderOrNotation) {
   EXPECT_EQ(load(block), load(fileText("tests/data/config/good/same-as-block.yaml")));
   EXPECT_NE(load(block), load(block + "log-level: debug\n"));
   EXPECT_EQ(load("vrf: []"), DaemonConfig());
+  const DaemonConfig others = load("{vrf: [], metrics: {address: '::1'}, consumer: /bin/cat}");
+  EXPECT_EQ(others.metrics + others.consumer, "[::1]:9593/bin/cat");
   EXPECT_FALSE(readConfig("").config) << "a file cut short at its beginning";
 }
 

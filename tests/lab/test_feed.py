@@ -1,0 +1,74 @@
+"""Those who use the elected RPs: a consumer of the daemon's own, a scraper, a subscriber.
+
+    r1 --- r2      r1 is BSR and RP; r2 feeds them
+"""
+
+import json
+import os
+import re
+import shutil
+import subprocess
+
+from kit import config
+from kit.domain import loopback
+from kit.play import Play
+from kit.router import FAMILIES, REPOSITORY
+
+TOLD = "/run/told"
+PROGRAM = "/run/consumer"
+MODULES = REPOSITORY.parent / "shared/yang"
+SCRAPE = ("import urllib.request as u; "
+          "print(u.urlopen('http://127.0.0.1:9593/metrics').read().decode())")
+
+
+class Feed(Play):
+    def test_all_are_told_the_same(self):
+        with open(PROGRAM, "w", encoding="ascii") as script:
+            script.write(f"#!/bin/sh\nexec cat >> {TOLD}\n")
+        os.chmod(PROGRAM, 0o700)
+        domain = self.started_domain(
+            config.both("lo", "to-r2", bsr_priority=9, rp_priority=9),
+            {**config.both("lo", "to-r1"), "consumer": PROGRAM, "metrics": {}})
+        fed = domain.router(2)
+        for family in FAMILIES:
+            self.await_rps(family, [fed], {family.all_groups: {loopback(family, 1)}}, 40)
+        self.eventually(2, lambda: len(self.told()) == 3, "the consumer was not told")
+        for change in self.told()[1:]:
+            self.assertEqual((change["operation"], change["generation"]), ("add", 1))
+            self.assertIn(self.subscribed(domain.router(1)), (self.digests(),))
+        scraped = fed.node.run("python3", "-c", SCRAPE)
+        digests = {int(float(value)) for value in
+                   re.findall(r"^pimbsr_rp_set_digest\{.*\} (\S+)$", scraped, re.MULTILINE)}
+        self.assertEqual(digests, {int(digest[:12], 16) for digest in self.digests()})
+        self.assertIn('pimbsr_bsr_info{vrf="default",family="ipv4",zone="224.0.0.0/4",'
+                      f'bsr="{loopback(FAMILIES[0], 1)}"}} 1', scraped)
+
+        for family in FAMILIES:
+            self.validate(fed.text(family, "yang"))
+
+    def validate(self, state):
+        """The operational state is what RFC 9128 models; where the modules and yanglint are there."""
+        if not MODULES.is_dir() or not shutil.which("yanglint"):
+            return
+        with open("/run/state.json", "w", encoding="utf-8") as file:
+            file.write(state)
+        names = ("ietf-pim-rp", "ietf-pim-sm", "ietf-pim-bidir")
+        paths = [str(path) for name in names for path in MODULES.glob(f"{name}@*.yang")]
+        done = subprocess.run(["yanglint", "-p", str(MODULES), "-t", "get", "-F",
+                               "ietf-pim-rp:bsr,bsr-election-state", *paths, "/run/state.json"],
+                              capture_output=True, text=True)
+        self.assertEqual(done.returncode, 0, done.stderr)
+
+    def told(self):
+        with open(TOLD, encoding="ascii") as lines:
+            return [json.loads(line) for line in lines]
+
+    def digests(self):
+        return {change["digest"] for change in self.told()[1:]}
+
+    def subscribed(self, router):
+        """The digests of another router, from the mark of a subscription."""
+        said = router.control("--timeout", "0.5", "subscribe", "rp-mappings")[1]
+        mark = next(line for line in map(json.loads, said.splitlines())
+                    if line["operation"] == "live")
+        return {instance["digest"] for instance in mark["instances"]}
