@@ -18,6 +18,7 @@ constexpr Topic showTopics[] = {
     {"interface", "PIM interfaces"},
     {"counters", "Messages received, sent and dropped; bounds that were met"},
     {"events", "What has happened lately, and why"},
+    {"yang", "The operational state as RFC 9128 models it, as JSON"},
     {"status", "Everything the daemon holds, as JSON"},
 };
 
@@ -121,6 +122,13 @@ void addCheck(CLI::App& app, Options& options) {
   check->final_callback([&options] { options.command = "check"; });
 }
 
+void addObserve(CLI::App& app, Options& options) {
+  CLI::App* observe = word(app, "observe", "Say what goes on in a network; needs no daemon");
+  observe->add_option("SOURCE", options.file, "An interface, or a capture file")->required();
+  observe->add_flag("--json", options.json, "JSON instead of text");
+  observe->final_callback([&options] { options.command = "observe"; });
+}
+
 void addReload(CLI::App& app, Options& options) {
   CLI::App* reload = word(app, "reload", "Have the daemon read its configuration file again");
   reload->add_flag("--json", options.json, "JSON instead of text");
@@ -172,6 +180,7 @@ void addAll(CLI::App& app, Options& options) {
   addCommand(app, "watch", "Follow changes as they happen", watchTopics, options);
   addSubscribe(app, options);
   addCheck(app, options);
+  addObserve(app, options);
   addReload(app, options);
   addUpgrade(app, options);
   addDrain(app, options);

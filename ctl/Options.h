@@ -22,7 +22,8 @@ struct Options {
   std::optional<double> timeout;  ///< seconds; none: the command's own
   bool json = false;
 
-  /// "show", "clear", "watch", "subscribe", "check", "reload", "upgrade", "drain" or "undrain"
+  /// "show", "clear", "watch", "subscribe", "observe", "check", "reload", "upgrade", "drain" or
+  /// "undrain"
   std::string command;
   std::string family;  ///< "ipv4" or "ipv6"
   std::string topic;
@@ -30,7 +31,7 @@ struct Options {
   std::optional<std::string> onlyVrf;  ///< of a subscription; none: all
   std::string group;                   ///< of the topic "rp-hash"
   bool snapshot = true;                ///< of a watch
-  std::string file;                    ///< to check
+  std::string file;                    ///< to check, or to observe: then it may be an interface
   bool strict = false;                 ///< of a check: warnings are problems
   std::optional<double> wait;          ///< seconds, of a drain; none: not at all
 };

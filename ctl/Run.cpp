@@ -9,6 +9,7 @@
 #include "ctl/Dialogue.h"
 #include "ctl/Drain.h"
 #include "ctl/Format.h"
+#include "ctl/Observe.h"
 #include "ctl/Reload.h"
 #include "ctl/Render.h"
 #include "ctl/Upgrade.h"
@@ -51,7 +52,9 @@ int verdict(const Options& options, const Json& data) {
 
 int ask(const Options& options, Connection& daemon, std::ostream& out) {
   const Json data = answerTo(daemon, requestOf(options));
-  if (options.json) {
+  if (options.topic == "yang") {
+    out << data.at("operational").dump(2) << "\n";
+  } else if (options.json) {
     out << data.dump(2) << "\n";
   } else if (options.command == "show") {
     out << render(options.topic, data);
@@ -106,6 +109,7 @@ int run(const Options& options, std::ostream& out, std::ostream& err) {
     err << "pimbsrctl: " << text << "\n";
     return code;
   };
+  if (options.command == "observe") return observe(options, out, err);
   if (options.command == "check") return check(options, out);
   try {
     Connection daemon(options.socket, deadlineOf(options));
