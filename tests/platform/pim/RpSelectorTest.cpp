@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/pim/rp/RpSelector.h"
 #include "platform/pim/rp/RpSetDigest.h"
 #include "tests/support/Octets.h"
-#include "tests/support/VirtualTime.h"
+#include "tests/support/PimLan.h"
 
 namespace Routing::Pim {
 namespace {
