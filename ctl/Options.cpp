@@ -1,6 +1,7 @@
 #include "ctl/Options.h"
 
 #include "cli/CommandLine.h"
+#include "ctl/OperatorOptions.h"
 
 namespace Routing::Ctl {
 namespace {
@@ -17,13 +18,14 @@ constexpr Topic showTopics[] = {
     {"neighbor", "PIM neighbours"},
     {"interface", "PIM interfaces"},
     {"counters", "Messages received, sent and dropped; bounds that were met"},
+    {"rp-candidate", "This router's candidate RPs, and candidates that do not run"},
     {"events", "What has happened lately, and why"},
     {"yang", "The operational state as RFC 9128 models it, as JSON"},
     {"status", "Everything the daemon holds, as JSON"},
 };
 
 constexpr Topic clearTopics[] = {
-    {"counters", "The message counters of the packet layer"},
+    {"counters", "All counters"},
 };
 
 constexpr Topic drainTopics[] = {
@@ -87,8 +89,8 @@ void addTopics(CLI::App& pim, const Topics& topics, Options& options, const char
 }
 
 template <class Topics>
-void addCommand(CLI::App& app, const char* name, const char* help, const Topics& topics,
-                Options& options) {
+CLI::App& addCommand(CLI::App& app, const char* name, const char* help, const Topics& topics,
+                     Options& options) {
   CLI::App* command = word(app, name, help);
   command->require_subcommand(1);
   for (const Family& family : families) {
@@ -97,6 +99,7 @@ void addCommand(CLI::App& app, const char* name, const char* help, const Topics&
     addTopics(*word(*ip, "pim", "Protocol Independent Multicast"), topics, options, name,
               family.name);
   }
+  return *command;
 }
 
 void addSubscribe(CLI::App& app, Options& options) {
@@ -176,7 +179,10 @@ void addAll(CLI::App& app, Options& options) {
       ->check(checkSeconds)
       ->type_name("SECONDS");
   addCommand(app, "show", "Show what the daemon knows", showTopics, options);
-  addCommand(app, "clear", "Set counters to zero", clearTopics, options);
+  addExplain(app, options);
+  addClear(
+      addCommand(app, "clear", "Forget RPs, BSRs, neighbours or counters", clearTopics, options),
+      options);
   addCommand(app, "watch", "Follow changes as they happen", watchTopics, options);
   addSubscribe(app, options);
   addCheck(app, options);

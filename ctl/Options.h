@@ -22,14 +22,17 @@ struct Options {
   std::optional<double> timeout;  ///< seconds; none: the command's own
   bool json = false;
 
-  /// "show", "clear", "watch", "subscribe", "observe", "check", "reload", "upgrade", "drain" or
-  /// "undrain"
+  /// "show", "explain", "clear", "watch", "subscribe", "observe", "check", "reload", "upgrade",
+  /// "drain" or "undrain"
   std::string command;
   std::string family;  ///< "ipv4" or "ipv6"
   std::string topic;
   std::string vrf = "default";
   std::optional<std::string> onlyVrf;  ///< of a subscription; none: all
-  std::string group;                   ///< of the topic "rp-hash"
+  std::string group;                   ///< of the topics "rp-hash" and "rp"
+  bool ipv6 = false;                   ///< where no address says the family
+  std::string zone;                    ///< to explain or to clear
+  std::string rp;                      ///< to clear, or to explain why not
   bool snapshot = true;                ///< of a watch
   std::string file;                    ///< to check, or to observe: then it may be an interface
   bool strict = false;                 ///< of a check: warnings are problems

@@ -12,8 +12,13 @@ struct Renderer {
 };
 
 constexpr Renderer renderers[] = {
-    {"bsr", renderBsr},           {"rp-set", renderRpSet},        {"rp-hash", renderRpHash},
-    {"neighbor", renderNeighbor}, {"interface", renderInterface}, {"counters", renderCounters},
+    {"bsr", renderBsr},
+    {"rp-set", renderRpSet},
+    {"rp-hash", renderRpHash},
+    {"neighbor", renderNeighbor},
+    {"interface", renderInterface},
+    {"counters", renderCounters},
+    {"rp-candidate", renderRpCandidate},
     {"events", renderEvents},
 };
 

@@ -17,7 +17,10 @@ std::string renderRpHash(const Json& data);
 std::string renderNeighbor(const Json& data);
 std::string renderInterface(const Json& data);
 std::string renderCounters(const Json& data);
+std::string renderRpCandidate(const Json& data);
 std::string renderEvents(const Json& data);
+/// The daemon's answer to an "explain": first the answer, then the facts.
+std::string renderExplanation(const Json& data);
 
 /// Events, a line each with its time, behind so many blanks.
 std::string eventLines(const Json& events, std::size_t indent);

@@ -26,11 +26,39 @@ std::string bsrText(const Json& bsr) {
 
 std::string candidateText(const Json& candidate) {
   if (candidate.is_null()) return {};
-  return "  Candidate:  " + valueText(candidate.at("state")) + ", " +
-         valueText(candidate.at("address")) + " on " + valueText(candidate.at("interface")) +
-         ", priority " + valueText(candidate.at("priority")) + ", hash mask " +
-         valueText(candidate.at("hash-mask-length")) + ", interval " +
-         valueText(candidate.at("interval")) + " s\n";
+  return wrapped("Candidate:  " + valueText(candidate.at("state")) + ", " +
+                     valueText(candidate.at("address")) + " on " +
+                     valueText(candidate.at("interface")) + ", priority " +
+                     valueText(candidate.at("priority")) + ", hash mask " +
+                     valueText(candidate.at("hash-mask-length")) + ", interval " +
+                     valueText(candidate.at("interval")) + " s",
+                 2, 12);
+}
+
+std::string rpfText(const Json& zone) {
+  const Json& bsr = zone.at("bsr");
+  if (bsr.is_null() || bsr.at("local")) return {};
+  const Json& rpf = zone.at("rpf");
+  return "  RPF:        " +
+         (rpf.is_null() ? "no PIM neighbor leads to it"
+                        : valueText(rpf.at("neighbor")) + " on " + valueText(rpf.at("interface"))) +
+         "\n";
+}
+
+std::string historyText(const Json& zone) {
+  std::string text;
+  const Json& message = zone.at("last-message");
+  if (!message.is_null()) {
+    text += "  Last BSM:   " + durationText(message.at("age")) + " ago, tag " +
+            valueText(message.at("tag")) + "\n";
+  }
+  const Json& history = zone.at("history");
+  if (history.is_null()) return text;
+  const Json& change = history.at("last-change");
+  return text + "  Elections:  " + valueText(history.at("elections")) + "\n" +
+         wrapped("Changed:    " + durationText(change.at("age")) +
+                     " ago: " + valueText(change.at("text")),
+                 2, 12);
 }
 
 }  // namespace
@@ -43,8 +71,8 @@ std::string renderBsr(const Json& data) {
   for (const Json& zone : data.at("zones")) {
     const Json& bsr = zone.at("bsr");
     text += separator + zoneText(zone) +
-            (bsr.is_null() ? noBsrText(zone.at("zone-expiration")) : bsrText(bsr)) +
-            candidateText(zone.at("candidate"));
+            (bsr.is_null() ? noBsrText(zone.at("zone-expiration")) : bsrText(bsr)) + rpfText(zone) +
+            candidateText(zone.at("candidate")) + historyText(zone);
     separator = "\n";
   }
   return text;

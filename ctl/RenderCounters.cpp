@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "ctl/Format.h"
@@ -9,7 +10,7 @@ namespace {
 
 using enum Table::Align;
 
-std::string mechanismText(const Json& bsr) {
+std::string mechanismText(const Json& bsr, const Json& echoes) {
   if (bsr.is_null()) return "  No counters\n";
   Table tallies({{"Messages"}, {"All", right}, {"Good", right}, {"Error", right}});
   const auto add = [&](const char* title, const Json& tally) {
@@ -20,9 +21,11 @@ std::string mechanismText(const Json& bsr) {
   add("  Bootstrap", bsr.at("received-bsm"));
   add("  Candidate-RP advertisement", bsr.at("received-candidate-rp-advertisement"));
   add("Sent", bsr.at("sent"));
-  Table errors({{"Receive errors"}, {"Count", right}});
+  Table errors({{"Receive errors"}, {"Count", right}, {"Echoes", right}});
   for (const auto& [name, count] : bsr.at("receive-errors").items()) {
-    errors.row({name, valueText(count)});
+    const std::uint64_t copies = echoes.value(name, std::uint64_t{0});
+    const auto all = count.get<std::uint64_t>();
+    errors.row({name, std::to_string(all - std::min(all, copies)), std::to_string(copies)});
   }
   return tallies.text(2) + "\n" + errors.text(2);
 }
@@ -46,6 +49,27 @@ std::string messagesText(const Json& messages) {
   return kinds.text(2) + "\n" + (drops.empty() ? "  Nothing dropped\n" : drops.text(2));
 }
 
+std::string interfacesText(const Json& interfaces) {
+  Table table({{"Interface"},
+               {"Hello", right},
+               {"Bootstrap", right},
+               {"C-RP", right},
+               {"Echoes", right},
+               {"Dropped", right},
+               {"Hello sent", right},
+               {"Bootstrap sent", right},
+               {"Errors", right}});
+  for (const Json& intf : interfaces) {
+    table.row({valueText(intf.at("interface")), valueText(intf.at("received-hello")),
+               valueText(intf.at("received-bsr")),
+               valueText(intf.at("received-candidate-rp-advertisement")),
+               valueText(intf.at("echoes")), valueText(intf.at("dropped")),
+               valueText(intf.at("sent-hello")), valueText(intf.at("sent-bsr")),
+               valueText(intf.at("send-errors"))});
+  }
+  return table.empty() ? "" : "\nBy interface\n" + table.text(2);
+}
+
 std::string limitsText(const Json& limits) {
   Table table({{"Learned from neighbors"}, {"Limit", right}, {"Refused", right}});
   const auto add = [&](const char* title, const char* name) {
@@ -63,9 +87,10 @@ std::string limitsText(const Json& limits) {
 }  // namespace
 
 std::string renderCounters(const Json& data) {
-  return titleText("PIM counters", data) + "BSR mechanism\n" + mechanismText(data.at("bsr")) +
-         "\nPacket layer\n" + messagesText(data.at("messages")) + "\nLimits\n" +
-         limitsText(data.at("limits"));
+  return titleText("PIM counters", data) + "Counted for " + durationText(data.at("since-cleared")) +
+         "\n\n" + "BSR mechanism\n" + mechanismText(data.at("bsr"), data.at("echoes")) +
+         "\nPacket layer\n" + messagesText(data.at("messages")) +
+         interfacesText(data.at("interfaces")) + "\nLimits\n" + limitsText(data.at("limits"));
 }
 
 }  // namespace Routing::Ctl

@@ -36,7 +36,8 @@ std::string renderInterface(const Json& data) {
                {"Generation ID"},
                {"Neighbors", right},
                {"Triggered hellos", right},
-               {"MTU", right}});
+               {"MTU", right},
+               {"Border of"}});
   for (const Json& intf : data.at("interfaces")) {
     const bool dr = intf.at("dr");
     table.row({valueText(intf.at("interface")), intf.at("up").get<bool>() ? "up" : "down",
@@ -44,7 +45,7 @@ std::string renderInterface(const Json& data) {
                valueText(intf.at("dr-address")) + (dr ? " (this router)" : ""),
                valueText(intf.at("dr-priority")), genIdText(intf.at("gen-id")),
                valueText(intf.at("neighbor-count")), valueText(intf.at("triggered-hellos-sent")),
-               valueText(intf.at("mtu"))});
+               valueText(intf.at("mtu")), listText(intf.at("borders"))});
   }
   return titleText("PIM interfaces", data) + (table.empty() ? "No interfaces\n" : table.text());
 }

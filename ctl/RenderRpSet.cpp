@@ -28,16 +28,29 @@ std::string groupsText(const Json& groups) {
   return table.empty() ? "  No RPs\n" : table.text(2);
 }
 
+std::string incompleteText(const Json& ranges) {
+  std::string text;
+  for (const Json& range : ranges) {
+    text += wrapped("Incomplete: " + valueText(range.at("group-range")) + ", " +
+                        valueText(range.at("rps-received")) + " of " +
+                        valueText(range.at("rps-expected")) + " RPs received, since " +
+                        durationText(range.at("since")),
+                    2, 12);
+  }
+  return text;
+}
+
 }  // namespace
 
 std::string renderRpSet(const Json& data) {
   std::string text = titleText("PIM RP set", data);
   for (const Json& zone : data.at("zones")) {
-    text += zoneText(zone) + groupsText(zone.at("groups")) + "\n";
+    text += zoneText(zone) + groupsText(zone.at("groups")) + incompleteText(zone.at("incomplete")) +
+            "\n";
   }
   const Json& mappings = data.at("mappings");
-  return text + "Mappings in use (source: " + valueText(mappings.at("source")) + ")\n" +
-         groupsText(mappings.at("groups"));
+  return text + "Mappings in use (source: " + valueText(mappings.at("source")) + ", digest " +
+         valueText(mappings.at("digest")) + ")\n" + groupsText(mappings.at("groups"));
 }
 
 }  // namespace Routing::Ctl

@@ -1,5 +1,6 @@
 #include "ctl/Run.h"
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -40,26 +41,43 @@ Json requestOf(const Options& options) {
                   {"family", options.family},
                   {"topic", options.topic},
                   {"vrf", options.vrf}};
-  if (options.topic == "rp-hash") request["group"] = options.group;
+  for (const auto& [name, value] :
+       {std::pair("group", &options.group), std::pair("zone", &options.zone),
+        std::pair("rp", &options.rp)}) {
+    if (!value->empty()) request[name] = *value;
+  }
   if (options.command == "watch") request["snapshot"] = options.snapshot;
   return request;
 }
 
 int verdict(const Options& options, const Json& data) {
   const bool noRp = options.topic == "rp-hash" && data.at("rp").is_null();
-  return noRp ? exitProblem : exitGood;
+  return noRp || data.value("problem", false) ? exitProblem : exitGood;
+}
+
+std::string textOf(const Options& options, const Json& data) {
+  if (options.command == "show") return render(options.topic, data);
+  if (options.command == "explain") return renderExplanation(data);
+  const Json& count = data.at("count");
+  return options.topic == "counters" ? "" : "Cleared: " + valueText(count) + "\n";
 }
 
 int ask(const Options& options, Connection& daemon, std::ostream& out) {
   const Json data = answerTo(daemon, requestOf(options));
   if (options.topic == "yang") {
     out << data.at("operational").dump(2) << "\n";
-  } else if (options.json) {
-    out << data.dump(2) << "\n";
-  } else if (options.command == "show") {
-    out << render(options.topic, data);
+    return exitGood;
   }
-  return verdict(options, data);
+  if (options.json) out << data.dump(2) << "\n";
+  const Json parts = data.contains("instances") ? data.at("instances") : Json::array({data});
+  int code = exitGood;
+  const char* separator = "";
+  for (const Json& part : parts) {
+    if (!options.json) out << separator << textOf(options, part);
+    separator = "\n";
+    code = std::max(code, verdict(options, part));
+  }
+  return code;
 }
 
 Json subscriptionOf(const Options& options) {

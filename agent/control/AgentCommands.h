@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "agent/control/ClearOrder.h"
 #include "config/model/Candidacies.h"
 #include "config/model/Finding.h"
 
@@ -31,6 +32,9 @@ class AgentCommands {
   virtual void prepareUpgrade() = 0;
   /// Withdraws more candidacies, as if they were deconfigured, and goes on.
   virtual void drain(const Candidacies& kinds) = 0;
+  /// Has an instance forget something; an absent instance is ignored. Returns how many things it
+  /// forgot.
+  virtual std::size_t clear(const ClearOrder& order) = 0;
   /// Gives all of them back.
   virtual void undrain() = 0;
 };

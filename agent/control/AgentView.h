@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "agent/control/DrainReport.h"
+#include "agent/control/IdleCandidate.h"
 #include "agent/events/EventBook.h"
 #include "bsr/types/Limits.h"
 #include "bsr/types/Status.h"
@@ -17,9 +18,13 @@
 #include "platform/pim/RpCandidateStatus.h"
 #include "platform/upgrade/ZeuStatus.h"
 
+namespace Routing::Pim::Bsr {
+class PimBsrSm;
+}
+
 namespace Routing::Agent {
 
-/// What runs in one VRF and address family. No pointer is null but that of the events.
+/// What runs in one VRF and address family. No shared pointer is null.
 struct InstanceView {
   VrfName vrf;
   AddressFamily af = AddressFamily::unset;
@@ -31,7 +36,12 @@ struct InstanceView {
   std::shared_ptr<const ZeuVrfStatus> upgrade;  ///< VRFs of the family that are ready for one
   /// When scoped zones that have no BSR will be forgotten.
   std::map<IpGenPrefix, double> zoneExpiry = {};
+  std::vector<IdleCandidate> idle = {};
+  double countersCleared = 0.0;  ///< when they were, or the instance began
+  // Null where there is none, as in tests:
   const EventBook* events = nullptr;
+  const Pim::Bsr::PimBsrSm* engine = nullptr;
+  const Pim::UnicastRouting* routing = nullptr;
 };
 
 /// The running daemon as whoever answers its operators sees it. For reading, on the event-loop

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "agent/control/ClearCommands.h"
 #include "agent/control/DrainCommands.h"
+#include "agent/control/Explain.h"
 #include "agent/control/Show.h"
 
 namespace Routing::Agent {
@@ -15,10 +17,27 @@ struct ShowTopic {
 };
 
 constexpr ShowTopic showTopics[] = {
-    {"bsr", showBsr},           {"rp-set", showRpSet},        {"rp-hash", showRpHash},
-    {"neighbor", showNeighbor}, {"interface", showInterface}, {"counters", showCounters},
-    {"events", showEvents},     {"yang", showYang},           {"status", showStatus},
+    {"bsr", showBsr},
+    {"rp-set", showRpSet},
+    {"rp-hash", showRpHash},
+    {"neighbor", showNeighbor},
+    {"interface", showInterface},
+    {"counters", showCounters},
+    {"rp-candidate", showRpCandidate},
+    {"events", showEvents},
+    {"yang", showYang},
+    {"status", showStatus},
 };
+
+constexpr ShowTopic explainTopics[] = {
+    {"bsr", explainBsr},
+    {"rp", explainRp},
+    {"drops", explainDrops},
+    {"candidate", explainCandidate},
+};
+
+/// In place of a VRF's name; a VRF that bears it can only be shown with the others.
+constexpr std::string_view allVrfs = "all";
 
 std::shared_ptr<const Entity> bsrStatus(const InstanceView& instance) {
   return instance.status;
@@ -58,25 +77,44 @@ InstanceView instanceOf(const AgentView& view, const ControlRequest& request) {
                          " PIM does not run in VRF '" + request.vrf.text() + "'");
 }
 
-Json show(const AgentView& view, const ControlRequest& request) {
-  const ShowTopic& topic = find(showTopics, request.topic);
-  const InstanceView instance = instanceOf(view, request);
+using Answer = Json (*)(const ShowInput&);
+
+Json answerOf(const AgentView& view, const ControlRequest& request, const InstanceView& instance,
+              Answer answer) {
   const auto interfaces = view.allIntfStatusDir();
-  return topic.show({.instance = instance,
-                     .interfaces = *interfaces,
-                     .now = view.now(),
-                     .startTime = view.startTime(),
-                     .drained = view.drainReport().drained,
-                     .group = request.group,
-                     .groups = request.groups});
+  Json data = answer({.instance = instance,
+                      .interfaces = *interfaces,
+                      .now = view.now(),
+                      .startTime = view.startTime(),
+                      .drained = view.drainReport().drained,
+                      .group = request.group,
+                      .groups = request.groups,
+                      .zone = request.zone,
+                      .rp = request.rp});
+  data["vrf"] = instance.vrf.text();
+  data["address-family"] = enumName(instance.af);
+  return data;
 }
 
-Json clear(const AgentView& view, const ControlRequest& request) {
-  if (request.topic != "counters") {
-    throw RequestError(RefusalCode::badRequest, "unknown topic '" + request.topic + "'");
+/// Of one instance, or of those of the family in all VRFs as `instances`.
+Json answerOf(const AgentView& view, const ControlRequest& request, Answer answer) {
+  if (request.vrf.text() != allVrfs) {
+    return answerOf(view, request, instanceOf(view, request), answer);
   }
-  clearMessageCounters(*instanceOf(view, request).pamManager->counters());
-  return {{"cleared", request.topic}};
+  Json instances = Json::array();
+  for (const InstanceView& instance : view.instances()) {
+    if (instance.af != request.af) continue;
+    instances.push_back(answerOf(view, request, instance, answer));
+  }
+  return {{"instances", std::move(instances)}};
+}
+
+Json show(const AgentView& view, const ControlRequest& request) {
+  return answerOf(view, request, find(showTopics, request.topic).show);
+}
+
+Json explain(const AgentView& view, const ControlRequest& request) {
+  return answerOf(view, request, find(explainTopics, request.topic).show);
 }
 
 Json jsonOf(const ReloadOutcome& outcome) {
@@ -141,9 +179,11 @@ std::string answerLine(const ControlTarget& target, const ControlRequest& reques
     case ControlRequest::Command::undrain:
       return acceptedLine(undrain(target));
     case ControlRequest::Command::clear:
-      return acceptedLine(request, clear(target.view, request));
+      return acceptedLine(request, clear(target, request));
+    case ControlRequest::Command::explain:
+      return acceptedLine(explain(target.view, request));
     default:
-      return acceptedLine(request, show(target.view, request));
+      return acceptedLine(show(target.view, request));
   }
 }
 

@@ -19,6 +19,7 @@ const std::string& textOf(const std::string& name, const Json& value) {
 
 ControlRequest::Command commandOf(const std::string& text) {
   if (text == "show") return ControlRequest::Command::show;
+  if (text == "explain") return ControlRequest::Command::explain;
   if (text == "clear") return ControlRequest::Command::clear;
   if (text == "watch") return ControlRequest::Command::watch;
   if (text == "subscribe") return ControlRequest::Command::subscribe;
@@ -68,6 +69,10 @@ void take(ControlRequest& request, const std::string& name, const Json& value) {
     request.group = textOf(name, value);
   } else if (name == "groups") {
     request.groups = textsOf(name, value);
+  } else if (name == "zone") {
+    request.zone = textOf(name, value);
+  } else if (name == "rp") {
+    request.rp = textOf(name, value);
   } else if (name == "snapshot") {
     request.snapshot = truthOf(name, value);
   } else {

@@ -15,6 +15,7 @@ namespace Routing::Agent {
 struct ControlRequest {
   enum class Command : std::uint8_t {
     show,
+    explain,
     clear,
     watch,
     subscribe,
@@ -30,8 +31,10 @@ struct ControlRequest {
   VrfName vrf{std::string(VrfName::defaultName)};
   bool familyGiven = false;
   bool vrfGiven = false;
-  std::string group{};                ///< of the topic "rp-hash"
-  std::vector<std::string> groups{};  ///< of the same: many, in place of one
+  std::string group{};                ///< of the topics "rp-hash" and "rp"
+  std::vector<std::string> groups{};  ///< of "rp-hash": many, in place of one
+  std::string zone{};                 ///< of BSRs and RPs
+  std::string rp{};                   ///< to clear, or to explain why not
   bool snapshot = true;               ///< of a watch: whether the present state comes first
 };
 

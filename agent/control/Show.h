@@ -20,8 +20,11 @@ struct ShowInput {
   double now = 0.0;
   double startTime = 0.0;
   Candidacies drained;
-  const std::string& group;                ///< as the operator wrote it; of showRpHash()
-  const std::vector<std::string>& groups;  ///< likewise, many in place of one
+  // As the operator wrote them, empty if not:
+  const std::string& group;
+  const std::vector<std::string>& groups;  ///< of showRpHash(): many in place of one
+  const std::string& zone;
+  const std::string& rp;
 };
 
 /// The BSR of every zone, and this router's part in its election.
@@ -31,6 +34,8 @@ Json showRpSet(const ShowInput& in);
 /// Which RP serves `in.group`, and why; of `in.groups` only which serves each. Raises RequestError
 /// if that is no address of the family.
 Json showRpHash(const ShowInput& in);
+/// This router's candidate RPs, and the candidates that do not run.
+Json showRpCandidate(const ShowInput& in);
 Json showNeighbor(const ShowInput& in);
 Json showInterface(const ShowInput& in);
 /// Messages counted by the BSR mechanism and by the packet layer, and the bounds that were met.

@@ -2,6 +2,7 @@
 #include <set>
 
 #include "agent/control/ShowParts.h"
+#include "agent/control/ZoneMachine.h"
 
 namespace Routing::Agent {
 namespace {
@@ -58,6 +59,27 @@ std::set<IpGenPrefix> zonesOf(const InstanceView& instance) {
   return zones;
 }
 
+/// The neighbour over which the BSR's messages must come; null without one.
+Json rpfJson(const ShowInput& in, const IpGenAddr& bsr) {
+  const auto neighbor = in.instance.pamManager->rpfTable()->doLookup(bsr);
+  if (!neighbor) return nullptr;
+  return {{"interface", neighbor->intf.text()}, {"neighbor", neighbor->address.text()}};
+}
+
+Json messageJson(const ShowInput& in, const IpGenPrefix& zone) {
+  const auto machine = zoneMachine(in, zone);
+  const auto bsm = machine ? machine->lastBsm() : nullptr;
+  if (!bsm) return nullptr;
+  return {{"age", secondsBetween(machine->lastBsmSince(), in.now)}, {"tag", bsm->fragmentTag()}};
+}
+
+Json historyJson(const ShowInput& in, const IpGenPrefix& zone) {
+  const auto* history = in.instance.events ? in.instance.events->history(zone) : nullptr;
+  if (history == nullptr) return nullptr;
+  return {{"elections", history->elections},
+          {"last-change", eventJson(history->lastChange, in.now)}};
+}
+
 Json zoneJson(const ShowInput& in, const IpGenPrefix& zone) {
   const auto& bsr = in.instance.status->bootstrapRouter(zone);
   const auto& candidate = in.instance.status->cbsr(zone);
@@ -68,6 +90,9 @@ Json zoneJson(const ShowInput& in, const IpGenPrefix& zone) {
           {"scope", scopeName(zone)},
           {"bsr", bsr ? electedJson(in, *bsr, local) : Json(nullptr)},
           {"candidate", candidate ? candidateJson(*candidate) : Json(nullptr)},
+          {"rpf", bsr && !local ? rpfJson(in, bsr->ipAddr()) : Json(nullptr)},
+          {"last-message", messageJson(in, zone)},
+          {"history", historyJson(in, zone)},
           {"zone-expiration", expires ? secondsBetween(in.now, expiry->second) : Json(nullptr)}};
 }
 

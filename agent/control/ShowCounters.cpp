@@ -55,12 +55,40 @@ Json limitsJson(const Pim::Bsr::PimBsrLimits& limits) {
           {"kept", limitJson(maxKept(limits), limits.refusedKept())}};
 }
 
+Json tallyJson(const Pim::InterfaceTally& tally, std::uint32_t echoes) {
+  return {{"received-hello", tally.rxHello},
+          {"received-bsr", tally.rxBootstrap},
+          {"received-candidate-rp-advertisement", tally.rxCrpAdv},
+          {"dropped", tally.rxDropped},
+          {"echoes", echoes},
+          {"sent-hello", tally.txHello},
+          {"sent-bsr", tally.txBootstrap},
+          {"send-errors", tally.txError}};
+}
+
+Json interfacesJson(const Pim::PamManager& packets) {
+  Json interfaces = Json::array();
+  const auto& echoes = packets.drops().echoesByIntf();
+  for (const auto& [intf, tally] : packets.tallies()) {
+    const auto found = echoes.find(intf);
+    Json json = tallyJson(tally, found == echoes.end() ? 0 : found->second);
+    json["interface"] = intf.text();
+    interfaces.push_back(std::move(json));
+  }
+  return interfaces;
+}
+
 }  // namespace
 
 Json showCounters(const ShowInput& in) {
+  const Pim::PamManager& packets = *in.instance.pamManager;
+  const Pim::DropLog::Echoes& echoes = packets.drops().echoes();
   const auto& bsr = in.instance.status->counters();
   return {{"bsr", bsr ? bsrJson(*bsr) : Json(nullptr)},
           {"messages", messagesJson(*in.instance.pamManager->counters())},
+          {"echoes", {{"neighbor-rpf-check", echoes.rpf}, {"no-forward", echoes.noForward}}},
+          {"interfaces", interfacesJson(packets)},
+          {"since-cleared", secondsBetween(in.instance.countersCleared, in.now)},
           {"limits", limitsJson(*in.instance.limits)}};
 }
 

@@ -34,6 +34,15 @@ Json mtuJson(const ShowInput& in, const IntfId& intf) {
   return status && status->mtu() != 0 ? Json(status->mtu()) : Json(nullptr);
 }
 
+/// The prefixes of which the interface is a border.
+Json bordersJson(const ShowInput& in, const IntfId& intf) {
+  Json borders = Json::array();
+  for (const auto& [prefix, border] : in.instance.status->bsBorder()) {
+    if (border->intfId(intf)) borders.push_back(prefix.text());
+  }
+  return borders;
+}
+
 Json interfaceJson(const ShowInput& in, const Pim::PimInterface& intf) {
   return {{"interface", intf.intfId().text()},
           {"up", intf.up()},
@@ -46,6 +55,7 @@ Json interfaceJson(const ShowInput& in, const Pim::PimInterface& intf) {
           {"hello", intf.helloPassive() ? "passive" : "active"},
           {"triggered-hellos-sent", intf.triggeredHelloSent()},
           {"neighbor-count", intf.neighbor().size()},
+          {"borders", bordersJson(in, intf.intfId())},
           {"mtu", mtuJson(in, intf.intfId())}};
 }
 

@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "agent/control/ControlRequest.h"
+#include "agent/control/RpAnswer.h"
 #include "agent/control/ShowParts.h"
 #include "platform/pim/rp/RpSelector.h"
 #include "platform/pim/rp/RpSetDigest.h"
@@ -13,14 +14,6 @@ using Pim::RpChoice;
 using Pim::RpContender;
 using Pim::RpMapping;
 using Pim::RpRule;
-
-IpGenAddr groupOf(const ShowInput& in, const std::string& text) {
-  const auto group = IpGenAddr::fromText(text);
-  if (group && group->af() == in.instance.af) return *group;
-  throw RequestError(RefusalCode::badRequest,
-                     "'" + text + "' is not an " +
-                         (in.instance.af == AddressFamily::ipv4 ? "IPv4" : "IPv6") + " address");
-}
 
 Json mappingJson(const RpMapping& mapping) {
   const bool bidir = mapping.mode == static_cast<std::uint8_t>(PimMode::bidirectional);
@@ -50,28 +43,23 @@ std::string advantage(RpRule rule, const RpMapping& chosen) {
   }
 }
 
-std::string outcome(const RpContender& contender, const RpChoice& choice) {
-  if (contender.lostBy == RpRule::won) return "selected";
-  const bool ranked = choice.rp && choice.decidedBy != RpRule::embeddedRp;
-  return ranked ? "lost: " + advantage(contender.lostBy, *choice.rp)
-                : "not considered: " + std::string(rpRuleText(contender.lostBy));
-}
-
 Json contenderJson(const RpContender& contender, const RpChoice& choice) {
   Json json = mappingJson(contender.mapping);
   const bool won = contender.lostBy == RpRule::won;
   json["hash"] = contender.hash;
   json["selected"] = won;
   json["lost-by"] = won ? Json(nullptr) : Json(rpRuleName(contender.lostBy));
-  json["outcome"] = outcome(contender, choice);
+  json["outcome"] = outcomeText(contender, choice);
   return json;
 }
 
-std::string explanation(const IpGenAddr& group, const RpChoice& choice) {
+std::string explanation(const ShowInput& in, const IpGenAddr& group, const RpChoice& choice) {
   std::string text =
       choice.rp ? "RP " + choice.rp->rp.text() + " serves group " : "No RP for group ";
   text.append(group.text()).append(": ").append(choice.reason());
   if (!choice.rp && choice.decidedBy == RpRule::embeddedRp) text += ", but not a usable one";
+  const std::string gap = gapOver(in, group, choice);
+  if (!gap.empty()) text += ", but " + gap;
   return text += ".";
 }
 
@@ -89,6 +77,21 @@ Json answersJson(const ShowInput& in) {
 
 }  // namespace
 
+IpGenAddr groupOf(const ShowInput& in, const std::string& text) {
+  const auto group = IpGenAddr::fromText(text);
+  if (group && group->af() == in.instance.af) return *group;
+  throw RequestError(RefusalCode::badRequest,
+                     "'" + text + "' is not an " +
+                         (in.instance.af == AddressFamily::ipv4 ? "IPv4" : "IPv6") + " address");
+}
+
+std::string outcomeText(const RpContender& contender, const RpChoice& choice) {
+  if (contender.lostBy == RpRule::won) return "selected";
+  const bool ranked = choice.rp && choice.decidedBy != RpRule::embeddedRp;
+  return ranked ? "lost: " + advantage(contender.lostBy, *choice.rp)
+                : "not considered: " + std::string(rpRuleText(contender.lostBy));
+}
+
 Json showRpHash(const ShowInput& in) {
   if (!in.groups.empty()) return {{"answers", answersJson(in)}};
   const IpGenAddr group = groupOf(in, in.group);
@@ -99,7 +102,7 @@ Json showRpHash(const ShowInput& in) {
   return {{"group", group.text()},
           {"rp", choice.rp ? mappingJson(*choice.rp) : Json(nullptr)},
           {"rule", rpRuleName(choice.decidedBy)},
-          {"explanation", explanation(group, choice)},
+          {"explanation", explanation(in, group, choice)},
           {"contenders", std::move(contenders)}};
 }
 

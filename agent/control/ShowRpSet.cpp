@@ -1,6 +1,8 @@
 #include <nlohmann/json.hpp>
 
 #include "agent/control/ShowParts.h"
+#include "bsr/engine/PimBsrSm.h"
+#include "platform/pim/rp/RpSetDigest.h"
 
 namespace Routing::Agent {
 namespace {
@@ -25,6 +27,19 @@ Json groupsJson(const ShowInput& in, const Pim::RpCandidateStatus& set) {
   return groups;
 }
 
+/// The ranges of which not all RPs have arrived.
+Json incompleteJson(const ShowInput& in, const IpGenPrefix& zone) {
+  Json ranges = Json::array();
+  if (in.instance.engine == nullptr) return ranges;
+  for (const auto& [prefix, gap] : in.instance.engine->incompleteRanges(zone)) {
+    ranges.push_back({{"group-range", prefix.text()},
+                      {"rps-expected", gap.expected},
+                      {"rps-received", gap.received},
+                      {"since", secondsBetween(gap.since, in.now)}});
+  }
+  return ranges;
+}
+
 }  // namespace
 
 Json showRpSet(const ShowInput& in) {
@@ -33,10 +48,13 @@ Json showRpSet(const ShowInput& in) {
     if (!entry->status()) continue;
     zones.push_back({{"zone", zone.text()},
                      {"scope", scopeName(zone)},
+                     {"incomplete", incompleteJson(in, zone)},
                      {"groups", groupsJson(in, *entry->status())}});
   }
   const Pim::RpCandidateStatus& used = *in.instance.rpCandidate;
-  Json mappings = {{"source", enumName(used.rpSetType())}, {"groups", groupsJson(in, used)}};
+  Json mappings = {{"source", enumName(used.rpSetType())},
+                   {"digest", Pim::rpSetDigestText(Pim::rpSetDigest(used))},
+                   {"groups", groupsJson(in, used)}};
   return {{"zones", std::move(zones)}, {"mappings", std::move(mappings)}};
 }
 

@@ -35,6 +35,7 @@ class Daemon final : public AgentCommands {
   ReloadOutcome apply(const LoadedConfig& loaded);
   void prepareUpgrade() override;
   void drain(const Candidacies& kinds) override;
+  std::size_t clear(const ClearOrder& order) override { return router_.clear(order); }
   void undrain() override;
   void configIs(const DaemonConfig& config);
   void tellOthers(const DaemonConfig& config);

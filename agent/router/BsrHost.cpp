@@ -3,6 +3,7 @@
 #include <cmath>
 #include <utility>
 
+#include "agent/router/IdleCandidates.h"
 #include "bsr/engine/BsrNonCandidateSm.h"
 #include "bsr/engine/PimBsrSm.h"
 #include "config/entities/LimitWriter.h"
@@ -10,6 +11,15 @@
 
 namespace Routing::Agent {
 namespace {
+
+void clearRefusals(Pim::Bsr::PimBsrLimits& limits) {
+  using Limits = Pim::Bsr::PimBsrLimits;
+  for (const auto set :
+       {&Limits::refusedZonesIs, &Limits::refusedGroupsIs, &Limits::refusedRpsIs,
+        &Limits::refusedRpsOfRangeIs, &Limits::refusedFragmentsIs, &Limits::refusedKeptIs}) {
+    (limits.*set)(0);
+  }
+}
 
 std::shared_ptr<Pim::Bsr::PimBsrLimits> newLimits(const LimitSettings& settings) {
   auto limits = std::make_shared<Pim::Bsr::PimBsrLimits>();
@@ -34,6 +44,9 @@ BsrHost::BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af)
       interfaces_(base.interfaces),
       config_(base.entities.config()),
       timeouts_(base.timeouts),
+      loop_(base.loop),
+      clearConfig_(base.entities.families().at({vrf, af}).clearConfig),
+      countersCleared_(base.loop.clock().now()),
       routing_(base.routeSource, base.interfaces, base.loop.clock(), vrf),
       localRoutes_(af),
       sockets_(base.loop, base.interfaces, vrf, af),
@@ -163,6 +176,38 @@ void BsrHost::settle() {
   watch_.settle();
 }
 
+std::size_t BsrHost::clear(const ClearOrder& order) {
+  watch_.clearing();
+  switch (order.what) {
+    case ClearOrder::What::neighbors:
+      return clearNeighbors();
+    case ClearOrder::What::bsr:
+      return bsr_.engine().clearBsr(order.zone);
+    case ClearOrder::What::rp:
+      return bsr_.engine().clearRps(order.zone, order.rp);
+    case ClearOrder::What::counters:
+      clearCounters();
+  }
+  return 0;
+}
+
+std::size_t BsrHost::clearNeighbors() {
+  std::size_t neighbors = 0;
+  for (const auto& entry : pim_.pimStatus()->pimIntf())
+    neighbors += entry.second->neighbor().size();
+  pim_.forgetNeighbors();
+  return neighbors;
+}
+
+void BsrHost::clearCounters() {
+  clearConfig_->countersCountInc();
+  clearMessageCounters(*pim_.pamManager()->counters());
+  pim_.pamManager()->clearTallies();
+  pim_.pamManager()->drops().clear();
+  clearRefusals(*limits_);
+  countersCleared_ = loop_.clock().now();
+}
+
 void BsrHost::shutdown() {
   pim_.shutdown();
   if (state_) state_->remove();
@@ -174,7 +219,11 @@ InstanceView BsrHost::view() const {
   for (const auto& [zone, machine] : bsr_.engine().nonCandidateSm()) {
     if (std::isfinite(machine->szExpiry())) view.zoneExpiry.emplace(zone, machine->szExpiry());
   }
+  view.idle = idleCandidates(settings(), interfaces_, *status_);
+  view.countersCleared = countersCleared_;
   view.events = &watch_.book();
+  view.engine = &bsr_.engine();
+  view.routing = &routing_;
   return view;
 }
 

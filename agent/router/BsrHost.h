@@ -4,6 +4,7 @@
 #include <set>
 
 #include "agent/control/AgentView.h"
+#include "agent/control/ClearOrder.h"
 #include "agent/daemon/Options.h"
 #include "agent/events/InstanceWatch.h"
 #include "agent/kernel/EventLoop.h"
@@ -55,6 +56,8 @@ class BsrHost {
   void flushRoutes() { routing_.flush(); }
   /// Writes what has changed of the state, and tells of it. Call at the end of a turn.
   void settle();
+  /// Forgets what operators say; returns how many things.
+  std::size_t clear(const ClearOrder& order);
   /// Says goodbye to all neighbours, and leaves no state behind.
   void shutdown();
 
@@ -67,6 +70,8 @@ class BsrHost {
   std::set<IpGenPrefix> zones() const;
   void takeUpInterfaces();
   void overrideTimeouts();
+  void clearCounters();
+  std::size_t clearNeighbors();
   void pimIntfsAre(const std::map<std::string, InterfaceSettings>& interfaces);
   void updatePim(const IntfId& intf, const Interface* before, const Interface* now);
   void pimIntfIs(const IntfId& intf, const Interface& now, bool groupsLost);
@@ -77,6 +82,9 @@ class BsrHost {
   const InterfaceTable& interfaces_;
   const DaemonConfig& config_;
   const TimeoutOverrides timeouts_;
+  EventLoop& loop_;
+  const std::shared_ptr<Pim::Bsr::ClearConfig> clearConfig_;
+  double countersCleared_;
   KernelRouting routing_;
   LocalRoutes localRoutes_;
   PimSocketSet sockets_;

@@ -88,6 +88,11 @@ void InstanceTable::settle() {
   for (auto& [key, instance] : instances_) instance.host.settle();
 }
 
+std::size_t InstanceTable::clear(const ClearOrder& order) {
+  const auto instance = instances_.find({order.vrf, order.af});
+  return instance == instances_.end() ? 0 : instance->second.host.clear(order);
+}
+
 void InstanceTable::shutdown() {
   for (auto& [key, instance] : instances_) instance.host.shutdown();
 }

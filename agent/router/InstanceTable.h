@@ -23,6 +23,8 @@ class InstanceTable {
   void flushRoutes();
   /// Writes what has changed of the states, and tells of it. Call at the end of a turn.
   void settle();
+  /// See AgentCommands::clear().
+  std::size_t clear(const ClearOrder& order);
   /// Says goodbye to all neighbours, and leaves no state behind.
   void shutdown();
 

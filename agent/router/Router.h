@@ -39,6 +39,7 @@ class Router final : public AgentView {
   void drain(const Candidacies& kinds);
   const Candidacies& drained() const { return drain_.drained(); }
   void undrain();
+  std::size_t clear(const ClearOrder& order) { return instances_.clear(order); }
   /// Takes the candidates away, says goodbye to all neighbours and leaves no state behind, unless
   /// an upgrade is prepared: then others are to notice nothing.
   void shutdown();

@@ -375,6 +375,20 @@ bool BsrCandidateSm::doExpireCrp(RpEntry& rp) {
   return true;
 }
 
+std::size_t BsrCandidateSm::withdrawRps(const IpGenAddr& address) {
+  const Turn turn = joinTurn();
+  std::size_t withdrawn = 0;
+  for (const auto& set : services_->rpSets().ofZone(zone())) {
+    const std::map<IpGenAddr, std::shared_ptr<RpEntry>> rps(set->rp().begin(), set->rp().end());
+    for (const auto& [rp, entry] : rps) {
+      const bool meant = address.isUnset() || rp == address;
+      if (turn.goesOn() && meant && candidateRpSet_.withdraw(*entry)) ++withdrawn;
+    }
+  }
+  if (withdrawn > 0) turn([&] { pullForward(); });
+  return withdrawn;
+}
+
 // A changed RP set is announced soon, but not at once (RFC 5059 section 3.3).
 void BsrCandidateSm::pullForward() {
   const double remaining = bsTimer_.expiry() - now();

@@ -76,6 +76,10 @@ class ROUTING_API BsrCandidateSm final : public ZoneSm {
   /// withdraws it; otherwise it is to be deleted.
   bool doExpireCrp(RpEntry& rp);
 
+  /// Withdraws RPs that the machine announces as elected BSR, those with this address or all of
+  /// them; they end as if their hold times had. Returns how many there were.
+  std::size_t withdrawRps(const IpGenAddr& address);
+
   /// Reactions to the timer, to the BS time-out of the status and to the candidate's attributes.
   bool unheard() const override;
   void handleBsrTimerExpiry() override;

@@ -410,4 +410,51 @@ bool PimBsrSm::withdraw(const IpGenPrefix& zone, RpEntry& rp) {
   return machine && machine->doExpireCrp(rp);
 }
 
+// --- what operators ask for -------------------------------------------------------------------
+
+std::size_t PimBsrSm::clearRps(const IpGenPrefix& zone, const IpGenAddr& rp) {
+  const DeferredDelete::Hold hold(deferred());
+  std::vector<IpGenPrefix> zones;
+  for (const auto& entry : bsrStatus_->crpStatus()) {
+    if (zone.isNone() || entry.first == zone) zones.push_back(entry.first);
+  }
+  std::size_t cleared = 0;
+  for (const IpGenPrefix& each : zones) {
+    const auto machine = candidateSm(each);
+    const bool elected = machine && machine->state() == BsrCandidateState::eBsr;
+    cleared += elected ? machine->withdrawRps(rp) : forgetRps(each, rp);
+  }
+  return cleared;
+}
+
+std::size_t PimBsrSm::forgetRps(const IpGenPrefix& zone, const IpGenAddr& rp) {
+  std::size_t forgotten = 0;
+  for (const auto& set : services_->rpSets().ofZone(zone)) {
+    std::vector<IpGenAddr> addresses;
+    for (const auto& entry : set->rp()) {
+      if (rp.isUnset() || entry.first == rp) addresses.push_back(entry.first);
+    }
+    for (const IpGenAddr& address : addresses) set->rpDel(address);
+    forgotten += addresses.size();
+  }
+  return forgotten;
+}
+
+std::size_t PimBsrSm::clearBsr(const IpGenPrefix& zone) {
+  std::size_t cleared = 0;
+  const auto clear = [&](const IpGenPrefix& of, ZoneSm& machine) {
+    if (!zone.isNone() && of != zone) return;
+    machine.endWait();
+    ++cleared;
+  };
+  for (const auto& [of, machine] : nonCandidateSm_) {
+    if (machine->state() == BsrNonCandidateState::acceptPreferred) clear(of, *machine);
+  }
+  for (const auto& [of, machine] : candidateSm_) {
+    // Who waits to be elected goes on waiting.
+    if (machine->state() != BsrCandidateState::pBsr) clear(of, *machine);
+  }
+  return cleared;
+}
+
 }  // namespace Routing::Pim::Bsr

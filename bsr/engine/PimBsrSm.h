@@ -103,6 +103,18 @@ class ROUTING_API PimBsrSm {
   void handleBsm();
   void handleCrpMsg();
 
+  // What operators ask for; a zone or address that is unset stands for all.
+  /// Takes RPs out of the RP sets: the elected BSR of a zone withdraws them in the domain, other
+  /// routers forget them until they are announced again. Returns how many there were.
+  std::size_t clearRps(const IpGenPrefix& zone, const IpGenAddr& rp);
+  /// Ends the wait for the BSR's next message: followers have none and listen for the next one,
+  /// candidates stand for election, the BSR speaks. Returns the number of zones.
+  std::size_t clearBsr(const IpGenPrefix& zone);
+  /// The ranges of a zone of which RPs are missing.
+  const IncompleteRanges::Ranges& incompleteRanges(const IpGenPrefix& zone) const {
+    return services_->incompleteRanges(zone);
+  }
+
   /// A follower's machine has forgotten its zone.
   void nonCandidateSmDel(const IpGenPrefix& zone);
 
@@ -147,6 +159,7 @@ class ROUTING_API PimBsrSm {
   void zoneGone(const IpGenPrefix& zone);
   void crpMsgRejected(const IpGenPrefix& zone);
   bool withdraw(const IpGenPrefix& zone, RpEntry& rp);
+  std::size_t forgetRps(const IpGenPrefix& zone, const IpGenAddr& rp);
   std::vector<std::shared_ptr<const ZoneSm>> machines() const;
   template <class Machines>
   bool retireFrom(Machines& machines, const IpGenPrefix& zone);

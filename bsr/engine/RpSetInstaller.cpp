@@ -24,27 +24,45 @@ RpSetInstaller::RpSetInstaller(const VrfName& vrfName, RpSets& rpSets,
     : vrfName_(vrfName),
       rpSets_(rpSets),
       timerWheel_(timerWheel),
-      reassembly_(vrfName, timerWheel, std::move(limits), deferred) {}
+      reassembly_(vrfName, timerWheel, limits, deferred),
+      limits_(std::move(limits)) {}
 
 void RpSetInstaller::storeRpSet(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool refresh,
                                 const Turn* turn) {
   BSR_TRACE(sm, 9, " ( zone=", zone, ", bsm=", bsm, ", refresh=", refresh ? "True" : "False", " )");
   const RpHashMaskLen hashMaskLen(bsm.hashMaskLen());
+  if (!refresh) incomplete_.messageIs(zone, bsm.fragmentTag());
   for (const BootstrapGroupData& group : bsm.groupRpData()) {
     if (!goesOn(turn)) return;
     const bool fragmented = group.fragRpCount() != 0 && group.fragRpCount() != group.rpCount();
     // A refresh replays one saved message: what is missing from it will not come.
+    if (!fragmented && !refresh) incomplete_.rangeDel(zone, group.prefix());
     if (!fragmented || refresh) {
       install({zone, group, group.rpList(), hashMaskLen, refresh, false, turn});
       continue;
     }
     const auto complete = reassembly_.add(bsm.fragmentTag(), group);
-    if (!complete) continue;
+    if (!complete) {
+      noteGap(zone, bsm.fragmentTag(), group);
+      continue;
+    }
+    incomplete_.rangeDel(zone, group.prefix());
     install({zone, group, *complete, hashMaskLen, refresh, true, turn});
     BSR_TRACE(sm, 1, "Fragments related to ", group.prefix(), " from fragment tag ",
               bsm.fragmentTag(), " processed");
     reassembly_.processed(bsm.fragmentTag(), group.prefix());
   }
+}
+
+void RpSetInstaller::noteGap(const IpGenPrefix& zone, std::uint16_t tag,
+                             const BootstrapGroupData& group) {
+  const auto kept = reassembly_.bsmRxFragments(tag);
+  const auto at =
+      kept ? kept->groupRpData.find(group.prefix()) : decltype(kept->groupRpData.end()){};
+  const bool known = kept && at != kept->groupRpData.end();
+  const std::size_t received = known ? at->second.rps() : group.rpList().size();
+  incomplete_.rangeIs(zone, group.prefix(), {group.rpCount(), received, timerWheel_.now(), tag},
+                      limits_->maxFragments());
 }
 
 void RpSetInstaller::install(const Range& range) {

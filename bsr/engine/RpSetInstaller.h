@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "bsr/engine/BsmReassembly.h"
+#include "bsr/engine/IncompleteRanges.h"
 #include "bsr/engine/RpSets.h"
 #include "bsr/engine/Turn.h"
 #include "bsr/types/DeferredDelete.h"
@@ -31,11 +32,13 @@ class ROUTING_API RpSetInstaller {
   void end() { ended_ = true; }
 
   BsmReassembly& reassembly() { return reassembly_; }
+  IncompleteRanges& incomplete() { return incomplete_; }
 
  private:
   struct Range;
 
   void install(const Range& range);
+  void noteGap(const IpGenPrefix& zone, std::uint16_t tag, const BootstrapGroupData& group);
   void announce(const Range& range, const IpGenAddr& address, const BootstrapRpData& data);
   void withdraw(const Range& range, const IpGenAddr& address);
   std::shared_ptr<RpCandidateSet> crpSet(const Range& range) const;
@@ -48,6 +51,8 @@ class ROUTING_API RpSetInstaller {
   RpSets& rpSets_;
   TimerWheel& timerWheel_;
   BsmReassembly reassembly_;
+  const std::shared_ptr<PimBsrLimits> limits_;
+  IncompleteRanges incomplete_;
   bool ended_ = false;
 };
 

@@ -73,6 +73,15 @@ std::shared_ptr<PimBsrRxFragments> ZoneServices::bsmRxFragments(std::uint16_t ta
   return installer_ ? installer_->reassembly().bsmRxFragments(tag) : nullptr;
 }
 
+const IncompleteRanges::Ranges& ZoneServices::incompleteRanges(const IpGenPrefix& zone) const {
+  static const IncompleteRanges::Ranges none;
+  return installer_ ? installer_->incomplete().ranges(zone) : none;
+}
+
+void ZoneServices::forgetIncomplete(const IpGenPrefix& zone) {
+  if (installer_) installer_->incomplete().zoneDel(zone);
+}
+
 void ZoneServices::bsmRxFragmentsDel(const std::shared_ptr<PimBsrRxFragments>& fragments) {
   if (installer_) installer_->reassembly().bsmRxFragmentsDel(fragments);
 }

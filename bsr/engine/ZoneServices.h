@@ -65,6 +65,9 @@ class ROUTING_API ZoneServices {
   void refreshRpSet(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm,
                     const Turn* turn = nullptr);
   std::shared_ptr<PimBsrRxFragments> bsmRxFragments(std::uint16_t tag) const;
+  /// The ranges of a zone of which RPs are missing; valid until the next message.
+  const IncompleteRanges::Ranges& incompleteRanges(const IpGenPrefix& zone) const;
+  void forgetIncomplete(const IpGenPrefix& zone);
   void bsmRxFragmentsDel(const std::shared_ptr<PimBsrRxFragments>& fragments);
 
   /// True if all RPs of the range found room in the message.

@@ -43,6 +43,10 @@ void ZoneSm::recordExpiryIs(double expiry) {
   if (const auto record = bsrStatus_->bootstrapRouter(zone_)) expiryTimeIs(*record, expiry, now());
 }
 
+void ZoneSm::endWait() {
+  if (bsTimer_.armed()) bsTimer_.expiryIs(now());
+}
+
 void ZoneSm::dropNamelessRecord() {
   const auto record = bsrStatus_->bootstrapRouter(zone_);
   if (record && !namesBsr(*record)) bsrStatus_->bootstrapRouterDel(zone_);
@@ -51,6 +55,7 @@ void ZoneSm::dropNamelessRecord() {
 // --- messages and RP sets ---------------------------------------------------------------------
 
 void ZoneSm::clearRpSet(const std::string& reason) {
+  services_->forgetIncomplete(zone_);
   const auto zoneStatus = bsrStatus_->crpStatus(zone_);
   const auto rpSets = zoneStatus ? zoneStatus->status() : nullptr;
   if (!rpSets) return;

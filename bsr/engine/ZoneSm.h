@@ -35,6 +35,8 @@ class ROUTING_API ZoneSm {
   double bsExpiry() const { return bsTimer_.expiry(); }
   /// The last accepted or sent message, null if there is none (any more).
   const Bsm& lastBsm() const { return lastBsm_.message(); }
+  /// When it was accepted or sent; means nothing while there is none.
+  double lastBsmSince() const { return lastBsm_.since(); }
   /// Whether the last message is one of our own that left on no interface, and is to be brought to
   /// the first neighbour that appears on each.
   virtual bool unheard() const { return false; }
@@ -44,6 +46,8 @@ class ROUTING_API ZoneSm {
   virtual void retire();
 
   virtual void handleBsrTimerExpiry() = 0;
+  /// Has the bootstrap timer fire in this turn of the event loop, if it runs.
+  void endWait();
 
  protected:
   /// Texts of shortenTo() for one timer.

@@ -1,5 +1,6 @@
 #include "bsr/intake/BootstrapMessageSm.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "bsr/types/Traces.h"
@@ -95,9 +96,11 @@ bool BootstrapMessageSm::destinationAllowed(const Received& rx) {
   if (destination == allPimRouters(globalZone_.af())) return true;
   if (destination.isMulticast()) {
     BSR_TRACE(io, 1, "RX - Error - Do not know what we are dealing with here: ", destination);
+    note(rx, dropOf(rx, DropCode::badDestination));
     countError([](PimBsrErrorCounters& e) { e.rxInvalidIs(e.rxInvalid() + 1); });
   } else {
     BSR_TRACE(io, 1, "RX - Error - Unicast BSM not supported.");
+    note(rx, dropOf(rx, DropCode::unicast));
     countError([](PimBsrErrorCounters& e) { e.rxUnicastBsmIs(e.rxUnicastBsm() + 1); });
   }
   return false;
@@ -116,6 +119,12 @@ bool BootstrapMessageSm::rpfAllowed(const Received& rx) {
     BSR_TRACE(io, 1, "RX - Error - Dropping BSM since BSM src ", rx.source,
               " is not from neighbor ", neighbor->address, " for BSR address ", bsr);
   }
+  Drop drop = dropOf(rx, neighbor ? DropCode::wrongRpfNeighbor : DropCode::noRpfNeighbor);
+  if (neighbor) {
+    drop.expectedNeighbor = neighbor->address;
+    drop.expectedIntf = neighbor->intf;
+  }
+  note(rx, drop);
   countError([](PimBsrErrorCounters& e) { e.rxNbrRpfCheckIs(e.rxNbrRpfCheck() + 1); });
   return false;
 }
@@ -133,6 +142,7 @@ bool BootstrapMessageSm::quickRefreshAllowed(const Received& rx) {
     BSR_TRACE(io, 1, "RX - Error - Dropping BSM. We expect no-forward BSM only if quick refresh. ",
               "lastBsm=", "NULL", ", TimeSince startup=", sinceStartup, ", bsPeriod=", period);
   }
+  note(rx, dropOf(rx, DropCode::noForward));
   countError([](PimBsrErrorCounters& e) { e.rxNoForwardBsmIs(e.rxNoForwardBsm() + 1); });
   return false;
 }
@@ -149,12 +159,14 @@ bool BootstrapMessageSm::borderAllowed(const Received& rx) {
   if (!isBorder(*bsrStatus_, rx.zone, rx.intf)) return true;
   BSR_TRACE(io, 1, "RX: Error - Dropping BSM since the interface ", rx.intf, " the message ",
             "arrived on is a BSR border for group", rx.zone);
+  note(rx, dropOf(rx, DropCode::border));
   countError([](PimBsrErrorCounters& e) { e.rxFilterIs(e.rxFilter() + 1); });
   return false;
 }
 
 void BootstrapMessageSm::accept(const Received& rx) {
   BSR_TRACE(io, 4, "RX - Accepted BSM from ", rx.source);
+  known(rx.zone, *rx.bsm);
   lastBsmIs(rx.zone, rx.bsm);
   bsmStatus_->iifIntfIdIs(rx.intf);
   const auto& groups = rx.bsm->groupRpData();
@@ -174,6 +186,36 @@ void BootstrapMessageSm::countError(ErrorField bump) {
   PimBsrErrorCounters errors = counters_->errCounters();
   bump(errors);
   counters_->errCountersIs(errors);
+}
+
+// --- what was not taken -----------------------------------------------------------------------
+
+Drop BootstrapMessageSm::dropOf(const Received& rx, DropCode code) const {
+  return {.code = code,
+          .intf = rx.intf,
+          .source = rx.source,
+          .subject = rx.bsm->bsrAddress(),
+          .zone = rx.zone,
+          .tag = rx.bsm->fragmentTag()};
+}
+
+void BootstrapMessageSm::note(const Received& rx, const Drop& drop) {
+  const auto seen = known_.find(rx.zone);
+  const bool checked = drop.code == DropCode::noRpfNeighbor ||
+                       drop.code == DropCode::wrongRpfNeighbor || drop.code == DropCode::noForward;
+  const bool echo = checked && seen != known_.end() &&
+                    std::find(seen->second.begin(), seen->second.end(),
+                              Identity(drop.subject, drop.tag)) != seen->second.end();
+  echo ? pamManager_->drops().echo(drop) : pamManager_->drops().add(drop);
+}
+
+void BootstrapMessageSm::known(const IpGenPrefix& zone, const BootstrapMessage& bsm) {
+  const Identity identity(bsm.bsrAddress(), bsm.fragmentTag());
+  std::deque<Identity>& seen = known_[zone];
+  if (!seen.empty() && seen.back() == identity) return;
+  seen.push_back(identity);
+  if (seen.size() > identities) seen.pop_front();
+  pamManager_->drops().known(identity.first, identity.second);
 }
 
 std::uint32_t BootstrapMessageSm::bsPeriod(const IpGenPrefix& zone) const {
@@ -204,10 +246,12 @@ void BootstrapMessageSm::lastBsmIs(const IpGenPrefix& zone,
 
 void BootstrapMessageSm::lastBsmDel(const IpGenPrefix& zone) {
   lastBsm_.erase(zone);
+  known_.erase(zone);
 }
 
 void BootstrapMessageSm::lastBsmDelAll() {
   lastBsm_.clear();
+  known_.clear();
 }
 
 // --- sending ----------------------------------------------------------------------------------
@@ -215,6 +259,7 @@ void BootstrapMessageSm::lastBsmDelAll() {
 void BootstrapMessageSm::handleTransmission() {
   if (!initialized_ || !bsmStatus_->txBsm()) return;
   BSR_TRACE(io, 9, "handleTransmission");
+  known(zoneOf(*bsmStatus_->txBsm(), globalZone_), *bsmStatus_->txBsm());
   const auto& info = pamManager_->bsmTxInfo();
   const std::uint32_t before = info->count();
   info->intfIdIs(bsmStatus_->oifIntfId());

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "bsr/types/DeferredDelete.h"
@@ -64,6 +66,9 @@ class ROUTING_API BootstrapMessageSm final : public LastBsmStore {
   bool borderAllowed(const Received& rx);
   void accept(const Received& rx);
   void countError(ErrorField bump);
+  Drop dropOf(const Received& rx, DropCode code) const;
+  void note(const Received& rx, const Drop& drop);
+  void known(const IpGenPrefix& zone, const BootstrapMessage& bsm);
   std::uint32_t bsPeriod(const IpGenPrefix& zone) const;
   const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
 
@@ -76,6 +81,10 @@ class ROUTING_API BootstrapMessageSm final : public LastBsmStore {
   double startupTime_ = 0.0;
   IpGenPrefix globalZone_;
   std::map<IpGenPrefix, std::shared_ptr<BootstrapMessage>> lastBsm_;
+  /// By zone, the last messages that were accepted or sent: of which BSR, with which tag.
+  using Identity = std::pair<IpGenAddr, std::uint16_t>;
+  static constexpr std::size_t identities = 4;
+  std::map<IpGenPrefix, std::deque<Identity>> known_;
   bool initialized_ = false;
   std::vector<Subscription> reactors_;
 };

@@ -71,6 +71,7 @@ void CrpMessageSm::handleCRPAdv(const std::shared_ptr<CrpAdvMessage>& message) {
   crpMsgStatus_->priorityIs(RpPriority(message->priority()));
   crpMsgStatus_->holdTimeIs(CrpHoldTime(message->holdtime()));
   crpMsgStatus_->rxCrpMsgIs(message);
+  const std::uint32_t mismatches = scopeMismatches();
   for (const CrpGroupInfo& range : message->groupData()) {
     if (initialized_) handOver(range);
   }
@@ -79,6 +80,7 @@ void CrpMessageSm::handleCRPAdv(const std::shared_ptr<CrpAdvMessage>& message) {
               "RX - Received CRP Advertisement with 0 groups. Assuming 224.0.0.0/4 or ff00::/8");
     handOver(CrpGroupInfo(globalZone_));
   }
+  if (scopeMismatches() != mismatches) note(*message, DropCode::notBsr);
   if (!counters_) return;
   counters_->rxCrpAdvSuccessInc();
   counters_->rxSuccessInc();
@@ -89,6 +91,7 @@ bool CrpMessageSm::permitted(const CrpAdvMessage& message) {
   if (!crpPermitTrie_->longestMatch(IpGenPrefix::host(source)).isNone()) return true;
   BSR_TRACE(io, 1, "RX - Dropping CRP Adv since Crp Adv Message from ", source,
             " is not permitted");
+  note(message, DropCode::filtered);
   if (!counters_) return false;
   counters_->rxErrorInc();
   counters_->rxCrpAdvErrorInc();
@@ -96,6 +99,17 @@ bool CrpMessageSm::permitted(const CrpAdvMessage& message) {
   errors.rxFilterIs(errors.rxFilter() + 1);
   counters_->errCountersIs(errors);
   return false;
+}
+
+std::uint32_t CrpMessageSm::scopeMismatches() const {
+  return counters_ ? counters_->errCounters().rxScopeMismatch() : 0;
+}
+
+void CrpMessageSm::note(const CrpAdvMessage& message, DropCode code) {
+  pamManager_->drops().add({.code = code,
+                            .intf = crpMsgInfo_->intfId(),
+                            .source = message.source(),
+                            .subject = message.rpAddress()});
 }
 
 void CrpMessageSm::handOver(const CrpGroupInfo& range) {

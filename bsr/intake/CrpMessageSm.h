@@ -47,6 +47,8 @@ class ROUTING_API CrpMessageSm {
   void handleInitialize();
   bool permitted(const CrpAdvMessage& message);
   void handOver(const CrpGroupInfo& range);
+  std::uint32_t scopeMismatches() const;
+  void note(const CrpAdvMessage& message, DropCode code);
   const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
 
   std::shared_ptr<PamManager> pamManager_;

@@ -8,9 +8,6 @@
 namespace Routing::Pim {
 namespace {
 TraceHandle trace("Pim::Packet");
-constexpr std::string_view notNeighbor = "not-a-neighbor";
-constexpr std::string_view noInterface = "no-pim-interface";
-constexpr std::string_view ownPacket = "own-packet";
 }  // namespace
 
 PamManager::PamManager(AddressFamily af, std::shared_ptr<const PimStatus> pimStatus,
@@ -33,10 +30,10 @@ PamManager::~PamManager() {
 }
 
 void PamManager::receive(const ReceivedPacket& packet) {
-  if (packet.source.af() != af_) return drop(packet, dropReasonText(DropReason::badFamily));
+  if (packet.source.af() != af_) return drop(packet, DropReason::badFamily);
   const DecodeResult result = decode(packet.payload, packet.source, packet.destination);
   if (const auto* reason = std::get_if<DropReason>(&result)) {
-    drop(packet, dropReasonText(*reason));
+    drop(packet, *reason);
   } else if (const auto* hello = std::get_if<std::shared_ptr<HelloMessage>>(&result)) {
     deliver(packet, *hello);
   } else if (const auto* bsm = std::get_if<std::shared_ptr<BootstrapMessage>>(&result)) {
@@ -48,17 +45,38 @@ void PamManager::receive(const ReceivedPacket& packet) {
   }
 }
 
-void PamManager::drop(const ReceivedPacket& packet, std::string_view reason) {
+void PamManager::drop(const ReceivedPacket& packet, DropReason fault) {
+  drop(packet, DropCode::malformed, dropReasonText(fault), fault);
+}
+
+void PamManager::drop(const ReceivedPacket& packet, DropCode code, std::string_view reason,
+                      DropReason fault) {
   ROUTING_TRACE(trace, 1, pimStatus_->vrfName(), " RX - Dropping packet from ", packet.source,
                 " to ", packet.destination, " on ", packet.intf, ": ", reason);
+  drops_.add({.code = code, .fault = fault, .intf = packet.intf, .source = packet.source});
+  if (InterfaceTally* tally = this->tally(packet.intf)) ++tally->rxDropped;
   counters_->rxDroppedInc(reason);
+}
+
+void PamManager::helloRefused(const IntfId& intf, const IpGenAddr& source, DropCode code) {
+  drops_.add({.code = code, .intf = intf, .source = source});
+  if (InterfaceTally* tally = this->tally(intf)) ++tally->rxDropped;
+  counters_->rxDroppedInc(enumName(code));
+}
+
+InterfaceTally* PamManager::tally(const IntfId& intf) {
+  const bool known = !intf.isUnset() && pimStatus_->pimIntf(intf);
+  return known ? &tallies_[intf] : nullptr;
 }
 
 void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<HelloMessage>& hello) {
   const auto& intf = pimStatus_->pimIntf(packet.intf);
-  if (!intf) return drop(packet, noInterface);
-  if (packet.source == intf->address() && !intf->helloPassive()) return drop(packet, ownPacket);
+  if (!intf) return drop(packet, DropCode::noPimInterface);
+  if (packet.source == intf->address() && !intf->helloPassive()) {
+    return drop(packet, DropCode::ownPacket);
+  }
   const auto self = weak_from_this().lock();
+  ++tallies_[packet.intf].rxHello;
   counters_->rxHelloInc();
   const HelloReceiver receiver = helloReceiver_;  // callable to the end, whoever dies
   if (receiver) receiver(packet.intf, *hello);
@@ -67,16 +85,18 @@ void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<Hel
 void PamManager::deliver(const ReceivedPacket& packet,
                          const std::shared_ptr<BootstrapMessage>& bsm) {
   const auto& intf = pimStatus_->pimIntf(packet.intf);
-  if (!intf) return drop(packet, noInterface);
-  if (packet.source == intf->address()) return drop(packet, ownPacket);
-  if (!intf->neighbor(packet.source)) return drop(packet, notNeighbor);
+  if (!intf) return drop(packet, DropCode::noPimInterface);
+  if (packet.source == intf->address()) return drop(packet, DropCode::ownPacket);
+  if (!intf->neighbor(packet.source)) return drop(packet, DropCode::notNeighbor);
   const auto info = bsmRxInfo_;
+  ++tallies_[packet.intf].rxBootstrap;
   counters_->rxBootstrapInc();
   publish(*info, packet, bsm);
 }
 
 void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<CrpAdvMessage>& adv) {
   const auto info = crpRxInfo_;
+  if (InterfaceTally* tally = this->tally(packet.intf)) ++tally->rxCrpAdv;
   counters_->rxCrpAdvInc();
   publish(*info, packet, adv);
 }
@@ -91,12 +111,16 @@ void PamManager::publish(MessageInfo& info, const ReceivedPacket& packet,
 
 bool PamManager::sendHello(const IntfId& intf, const HelloMessage& hello) {
   const bool sent = sendOnLink(intf, hello);
+  if (InterfaceTally* tally = this->tally(intf)) ++(sent ? tally->txHello : tally->txError);
   sent ? counters_->txHelloInc() : counters_->txErrorInc();
   return sent;
 }
 
 bool PamManager::sendBsm(const MessageInfo& info) {
   const bool sent = info.message() && sendOnLink(info.intfId(), *info.message());
+  if (InterfaceTally* tally = this->tally(info.intfId())) {
+    ++(sent ? tally->txBootstrap : tally->txError);
+  }
   sent ? counters_->txBootstrapInc() : counters_->txErrorInc();
   return sent;
 }

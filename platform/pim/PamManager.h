@@ -1,11 +1,13 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <span>
 #include <vector>
 
 #include "platform/Export.h"
+#include "platform/pim/DropLog.h"
 #include "platform/pim/MessageInfo.h"
 #include "platform/pim/PimMessageCounters.h"
 #include "platform/pim/PimRpfTable.h"
@@ -30,6 +32,17 @@ struct TransmitPacket {
   IpGenAddr source;
   IpGenAddr destination;
   std::span<const std::uint8_t> payload;
+};
+
+/// What crossed one interface.
+struct InterfaceTally {
+  std::uint32_t rxHello = 0;
+  std::uint32_t rxBootstrap = 0;
+  std::uint32_t rxCrpAdv = 0;
+  std::uint32_t rxDropped = 0;  ///< by the packet layer
+  std::uint32_t txHello = 0;
+  std::uint32_t txBootstrap = 0;
+  std::uint32_t txError = 0;
 };
 
 /// The way out of the packet layer: sockets, a simulated link, a test.
@@ -64,6 +77,14 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
   const std::shared_ptr<MessageInfo>& crpRxInfo() const { return crpRxInfo_; }
   const std::shared_ptr<MessageInfo>& crpTxInfo() const { return crpTxInfo_; }
   const std::shared_ptr<PimMessageCounters>& counters() const { return counters_; }
+  /// The last messages that were dropped here, or by readers of messages, which add theirs.
+  DropLog& drops() { return drops_; }
+  const DropLog& drops() const { return drops_; }
+  /// Since the last clearTallies(), of interfaces on which PIM ran meanwhile.
+  const std::map<IntfId, InterfaceTally>& tallies() const { return tallies_; }
+  void clearTallies() { tallies_.clear(); }
+  /// Counts and notes a Hello that its receiver did not take.
+  void helloRefused(const IntfId& intf, const IpGenAddr& source, DropCode code);
 
   /// Who takes decoded Hellos; one receiver.
   void helloReceiverIs(HelloReceiver receiver) { helloReceiver_ = std::move(receiver); }
@@ -74,7 +95,12 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
   bool sendHello(const IntfId& intf, const HelloMessage& hello);
 
  private:
-  void drop(const ReceivedPacket& packet, std::string_view reason);
+  void drop(const ReceivedPacket& packet, DropCode code, std::string_view reason,
+            DropReason fault = {});
+  void drop(const ReceivedPacket& packet, DropReason fault);
+  void drop(const ReceivedPacket& packet, DropCode code) { drop(packet, code, enumName(code)); }
+  /// Null for an interface without PIM.
+  InterfaceTally* tally(const IntfId& intf);
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<HelloMessage>& hello);
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<BootstrapMessage>& bsm);
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<CrpAdvMessage>& adv);
@@ -96,6 +122,8 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
   std::shared_ptr<MessageInfo> crpRxInfo_;
   std::shared_ptr<MessageInfo> crpTxInfo_;
   HelloReceiver helloReceiver_;
+  DropLog drops_;
+  std::map<IntfId, InterfaceTally> tallies_;
 };
 
 }  // namespace Routing::Pim

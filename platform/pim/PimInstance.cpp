@@ -16,6 +16,7 @@ PimInstance::PimInstance(const VrfName& vrf, AddressFamily af, const UnicastRout
       pimStatus_(std::make_shared<PimStatus>(vrf)),
       rpfTable_(std::make_shared<PimRpfTable>(routing, pimStatus_)),
       pamManager_(std::make_shared<PamManager>(af, pimStatus_, rpfTable_, port)) {
+  pamManager_->drops().clockIs([&wheel] { return wheel.now(); });
   pamManager_->helloReceiverIs(
       [this](const IntfId& intf, const HelloMessage& hello) { handleHello(intf, hello); });
 }
@@ -80,6 +81,11 @@ void PimInstance::drPriorityDel(const IntfId& intf) {
 
 void PimInstance::handleHello(const IntfId& intf, const HelloMessage& hello) {
   if (const auto sm = known(intf)) sm->receive(hello);
+}
+
+void PimInstance::forgetNeighbors() {
+  const auto machines = *machines_;
+  for (const auto& [intf, sm] : machines) sm->forgetNeighbors();
 }
 
 void PimInstance::shutdown() {

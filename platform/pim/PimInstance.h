@@ -49,6 +49,8 @@ class ROUTING_API PimInstance {
   /// Back to the priority of all interfaces.
   void drPriorityDel(const IntfId& intf);
 
+  /// Forgets all neighbours; see HelloSm::forgetNeighbors().
+  void forgetNeighbors();
   /// Takes one datagram in; never raises for what the octets say.
   void receive(const ReceivedPacket& packet) { pamManager_->receive(packet); }
   /// Says goodbye on every interface. An interface then sends no Hello until it stops and starts

@@ -15,8 +15,6 @@ TraceHandle helloTrace("Pim::Hello");
 namespace {
 
 using Heard = NeighborTable::Heard;
-constexpr std::string_view interfaceDown = "interface-down";
-constexpr std::string_view tooManyNeighbors = "too-many-neighbors";
 
 std::string_view textOf(Heard heard) {
   switch (heard) {
@@ -106,11 +104,21 @@ void HelloSm::passiveIs(bool passive) {
   if (intf_->running()) start();
 }
 
+void HelloSm::forgetNeighbors() {
+  if (!intf_->running()) return;
+  const auto self = weak_from_this().lock();
+  neighbors_.neighborDelAll();
+  elect();
+  if (!sending()) return;
+  intf_->generationIdIs(newGenerationId(*random_, intf_->generationId()));
+  helloAtOnce();
+}
+
 void HelloSm::receive(const HelloMessage& hello) {
-  if (!intf_->running()) return refuse(hello, interfaceDown);
+  if (!intf_->running()) return refuse(hello, DropCode::interfaceDown);
   if (hello.source() == intf_->address()) return handleOwnSpeaker(hello);
   const Heard heard = neighbors_.helloIs(hello);
-  if (heard == Heard::refused) return refuse(hello, tooManyNeighbors);
+  if (heard == Heard::refused) return refuse(hello, DropCode::tooManyNeighbors);
   ROUTING_TRACE(helloTrace, heard == Heard::refreshed ? 8 : 4, packets_->vrfName(), " Neighbor ",
                 hello.source(), " on ", intf_->intfId(), textOf(heard), ": ", hello);
   elect();
@@ -130,10 +138,10 @@ void HelloSm::handleLoss(const IpGenAddr& neighbor) {
   elect();
 }
 
-void HelloSm::refuse(const HelloMessage& hello, std::string_view reason) {
-  packets_->counters()->rxDroppedInc(reason);
+void HelloSm::refuse(const HelloMessage& hello, DropCode code) {
+  packets_->helloRefused(intf_->intfId(), hello.source(), code);
   ROUTING_TRACE(helloTrace, 1, packets_->vrfName(), " RX - Dropping Hello from ", hello.source(),
-                " on ", intf_->intfId(), ": ", reason);
+                " on ", intf_->intfId(), ": ", enumName(code));
 }
 
 void HelloSm::triggeredHelloIsDue() {

@@ -56,6 +56,9 @@ class ROUTING_API HelloSm : public std::enable_shared_from_this<HelloSm> {
   /// told by a Hello at once, and the next follows after a whole period. Who becomes passive falls
   /// silent without a goodbye; who no longer is starts anew.
   void configIs(const HelloConfig& config);
+  /// Forgets all neighbours and takes another generation ID, so that they answer as to a router
+  /// that has restarted; a passive interface only forgets. Nothing while it does not run.
+  void forgetNeighbors();
   /// Takes in a Hello that arrived on the interface from another router, or from the other program
   /// of this one where the interface is passive.
   void receive(const HelloMessage& hello);
@@ -78,7 +81,7 @@ class ROUTING_API HelloSm : public std::enable_shared_from_this<HelloSm> {
   void sendHello();
   HelloMessage hello(std::uint16_t holdtime) const;
   void elect();
-  void refuse(const HelloMessage& hello, std::string_view reason);
+  void refuse(const HelloMessage& hello, DropCode code);
 
   const std::shared_ptr<PimInterface> intf_;
   const std::shared_ptr<PamManager> packets_;

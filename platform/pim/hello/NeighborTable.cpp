@@ -1,5 +1,6 @@
 #include "platform/pim/hello/NeighborTable.h"
 
+#include <algorithm>
 #include <set>
 #include <utility>
 
@@ -37,7 +38,8 @@ NeighborTable::NeighborTable(VrfName vrf, std::shared_ptr<PimInterface> intf,
 
 NeighborTable::Heard NeighborTable::helloIs(const HelloMessage& hello) {
   const std::uint16_t holdtime = hello.holdtime().value_or(defaultHoldtime);
-  const Heard heard = judge(hello, holdtime);
+  Heard heard = judge(hello, holdtime);
+  if (heard == Heard::refused && makeRoom()) heard = Heard::appeared;
   if (heard == Heard::goodbye) neighborDel(hello.source());
   if (heard == Heard::restarted) lost_(hello.source());
   if (heard == Heard::goodbye || heard == Heard::refused || !intf_->running()) return heard;
@@ -56,6 +58,19 @@ NeighborTable::Heard NeighborTable::judge(const HelloMessage& hello, std::uint16
   return intf_->neighbor().size() < limits_.neighbors ? Heard::appeared : Heard::refused;
 }
 
+// Forged Hellos with a long hold time must not keep real neighbours out for good.
+bool NeighborTable::makeRoom() {
+  const auto oldest = std::min_element(
+      liveness_.begin(), liveness_.end(),
+      [](const auto& a, const auto& b) { return a.second.heard < b.second.heard; });
+  if (oldest == liveness_.end() || wheel_.now() - oldest->second.heard < silence) return false;
+  ROUTING_TRACE(helloTrace, 3, vrf_, " Neighbor ", oldest->first, " on ", intf_->intfId(),
+                " gives way to a new one");
+  const Lost lost = lost_;
+  lost(IpGenAddr(oldest->first));
+  return intf_->neighbor().size() < limits_.neighbors;
+}
+
 void NeighborTable::store(PimNeighbor& neighbor, const HelloMessage& hello,
                           std::uint16_t holdtime) {
   optionsAre(neighbor, hello);
@@ -68,7 +83,8 @@ void NeighborTable::holdIs(PimNeighbor& neighbor, std::uint16_t holdtime) {
   const double expiry = holdtime == holdForever ? never : wheel_.now() + holdtime;
   const auto [entry, added] = liveness_.try_emplace(
       neighbor.address(), wheel_, [this, address = neighbor.address()] { handleExpiry(address); });
-  entry->second.expiryIs(expiry);
+  entry->second.timer.expiryIs(expiry);
+  entry->second.heard = wheel_.now();
   neighbor.holdtimeIs(holdtime);
   neighbor.expiryTimeIs(expiry);
 }

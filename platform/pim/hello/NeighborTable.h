@@ -18,6 +18,9 @@ class ROUTING_API NeighborTable {
  public:
   /// Hold time of a neighbour that sends none, in seconds (RFC 7761 section 4.11).
   static constexpr std::uint16_t defaultHoldtime = 105;
+  /// Seconds of silence after which a neighbour gives way to a new one where there is no room,
+  /// whatever hold time it said: three of its Hellos are missing.
+  static constexpr double silence = 105.0;
   /// A hold time that never ends.
   static constexpr std::uint16_t holdForever = 0xffff;
 
@@ -52,6 +55,7 @@ class ROUTING_API NeighborTable {
 
  private:
   Heard judge(const HelloMessage& hello, std::uint16_t holdtime) const;
+  bool makeRoom();
   void store(PimNeighbor& neighbor, const HelloMessage& hello, std::uint16_t holdtime);
   void holdIs(PimNeighbor& neighbor, std::uint16_t holdtime);
   void secondariesAre(PimNeighbor& neighbor, const std::vector<IpGenAddr>& list);
@@ -63,7 +67,13 @@ class ROUTING_API NeighborTable {
   const NeighborLimits limits_;
   TimerWheel& wheel_;
   const Lost lost_;
-  std::map<IpGenAddr, Timer> liveness_;  // by neighbour
+  struct Liveness {
+    template <class Expired>
+    Liveness(TimerWheel& wheel, Expired expired) : timer(wheel, std::move(expired)) {}
+    Timer timer;
+    double heard = 0.0;
+  };
+  std::map<IpGenAddr, Liveness> liveness_;  // by neighbour
   std::map<IpGenAddr, IpGenAddr> listedBy_;
 };
 

@@ -79,7 +79,13 @@ TEST_F(ControlCommands, RefuseWhatDoesNotExist) {
             refusal({.topic = "bsr", .af = AddressFamily::ipv6, .vrf = red}));
   EXPECT_EQ(RefusalCode::badRequest, refusal({.topic = "weather", .vrf = red}));
   EXPECT_EQ(RefusalCode::badRequest,
-            refusal({.command = Command::clear, .topic = "bsr", .vrf = red}));
+            refusal({.command = Command::clear, .topic = "status", .vrf = red}));
+  EXPECT_EQ(RefusalCode::badRequest,
+            refusal({.command = Command::clear, .topic = "rp", .vrf = red}));
+  EXPECT_EQ(RefusalCode::badRequest,
+            refusal({.command = Command::clear, .topic = "bsr", .vrf = red, .zone = "ff05::/16"}));
+  EXPECT_EQ(RefusalCode::badRequest,
+            refusal({.command = Command::explain, .topic = "bsr", .vrf = red, .zone = "x"}));
   EXPECT_THROW(watchScope(agent_, {.topic = "rp-hash", .vrf = red}), RequestError);
 }
 
@@ -93,10 +99,29 @@ TEST_F(ControlCommands, ClearEveryCounter) {
     EXPECT_TRUE(all.apply(std::string("= /") + name + " 7")) << name;
   }
   EXPECT_EQ(std::ranges::count(treeJson(*counters), '7'), 9);
-  answerLine(
-      agent_.target(),
-      {.command = ControlRequest::Command::clear, .topic = "counters", .vrf = VrfName("red")});
+  clearMessageCounters(*counters);
   EXPECT_EQ(treeJson(*counters), fresh);
+}
+
+TEST_F(ControlCommands, HandOnWhatIsToBeForgotten) {
+  const auto request = parseControlRequest(
+      R"({"command":"clear","family":"ipv4","topic":"rp","vrf":"red","rp":"10.0.0.1",)"
+      R"("zone":"239.0.0.0/8"})");
+  EXPECT_EQ(7, Json::parse(answerLine(agent_.target(), request)).at("data").at("count"));
+  EXPECT_EQ(ClearOrder::What::rp, agent_.cleared.what);
+  EXPECT_EQ("red", agent_.cleared.vrf.text());
+  EXPECT_EQ(addr("10.0.0.1"), agent_.cleared.rp);
+  EXPECT_EQ(prefix("239.0.0.0/8"), agent_.cleared.zone);
+}
+
+TEST_F(ControlCommands, ShowAllVrfsOfAFamilyAtOnce) {
+  agent_.add("blue", AddressFamily::ipv4);
+  agent_.add("blue", AddressFamily::ipv6);
+  const Json data =
+      Json::parse(answerLine(agent_.target(), {.topic = "bsr", .vrf = VrfName("all")})).at("data");
+  ASSERT_EQ(2u, data.at("instances").size());
+  EXPECT_EQ("red", data.at("instances").at(0).at("vrf"));
+  EXPECT_EQ("blue", data.at("instances").at(1).at("vrf"));
 }
 
 TEST_F(ControlCommands, LimitAWatchToTheAttributesOfItsTopic) {

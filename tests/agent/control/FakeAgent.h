@@ -44,6 +44,10 @@ struct FakeAgent : AgentView, AgentCommands {
   void prepareUpgrade() override { upgradePrepared = true; }
   void drain(const Candidacies& kinds) override { drained.drained = kinds; }
   void undrain() override { drained = {}; }
+  std::size_t clear(const ClearOrder& order) override {
+    cleared = order;
+    return 7;
+  }
 
   double now() const override { return 5000.0; }
   double startTime() const override { return 1000.0; }
@@ -56,6 +60,7 @@ struct FakeAgent : AgentView, AgentCommands {
 
   ReloadOutcome outcome;  // of every reload
   bool upgradePrepared = false;
+  ClearOrder cleared;
   DrainReport drained;
   std::list<FakeInstance> list;
   RpFeed feed{*this, [] { return std::string("now"); }};

@@ -145,6 +145,10 @@ class Router:
         return {entry["address"] for entry in self.show(family, "neighbor")["neighbors"]
                 if interface in (None, entry["interface"])}
 
+    def explained(self, *words):
+        """What `pimbsrctl explain` says, as data."""
+        return json.loads(self._client("explain", *words, "--json").stdout)
+
     def reload(self):
         """`pimbsrctl reload`: its exit code and all that it says."""
         return self.control("reload")

@@ -244,6 +244,27 @@ TEST_F(HelloSmTest, BoundsWhatHellosMakeItRemember) {
   EXPECT_NE(neighbor("10.0.0.5"), nullptr) << "there is room again";
 }
 
+TEST_F(HelloSmTest, LetsTheSilentGiveWayToNewcomers) {
+  HelloConfig config;
+  config.limits.neighbors = 3;
+  start(config);
+  for (const char* forged : {"10.0.0.2", "10.0.0.3", "10.0.0.4"}) {
+    hear({.source = forged, .holdtime = 65535});
+  }
+  goTo(60);
+  hear({.source = "10.0.0.2", .holdtime = 65535});
+  hear({.source = "10.0.0.9"});
+  EXPECT_EQ(neighbor("10.0.0.9"), nullptr) << "all have been heard from lately";
+  goTo(110);
+  hear({.source = "10.0.0.9"});
+  hear({.source = "10.0.0.8"});
+  hear({.source = "10.0.0.7"});
+  EXPECT_NE(neighbor("10.0.0.9"), nullptr);
+  EXPECT_NE(neighbor("10.0.0.8"), nullptr);
+  EXPECT_NE(neighbor("10.0.0.2"), nullptr) << "which goes on saying Hello";
+  EXPECT_EQ(neighbor("10.0.0.7"), nullptr);
+}
+
 TEST_F(HelloSmTest, ForgetsTheAddressesThatAreNoLongerListed) {
   const auto intf = std::make_shared<PimInterface>(IntfId("eth0"));
   intf->addressIs(addr("10.0.0.1"));
