@@ -20,7 +20,10 @@ void IncompleteRanges::rangeIs(const IpGenPrefix& zone, const IpGenPrefix& prefi
   Ranges& ranges = entry->second.ranges;
   const auto known = ranges.find(prefix);
   if (known == ranges.end()) {
-    if (ranges.size() < most) ranges.emplace(prefix, range);
+    std::size_t remembered = 0;
+    for (const auto& other : zones_) remembered += other.second.ranges.size();
+    if (remembered < most) ranges.emplace(prefix, range);
+    if (ranges.empty()) zones_.erase(entry);
     return;
   }
   const double since = known->second.since;

@@ -26,7 +26,7 @@ class ROUTING_API IncompleteRanges {
 
   /// A fragment of a message for the zone is being read.
   void messageIs(const IpGenPrefix& zone, std::uint16_t tag);
-  /// `most` bounds how many ranges are remembered in a zone.
+  /// `most` bounds how many ranges are remembered, over all zones.
   void rangeIs(const IpGenPrefix& zone, const IpGenPrefix& prefix, const IncompleteRange& range,
                std::size_t most);
   void rangeDel(const IpGenPrefix& zone, const IpGenPrefix& prefix);

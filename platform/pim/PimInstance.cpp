@@ -23,6 +23,7 @@ PimInstance::PimInstance(const VrfName& vrf, AddressFamily af, const UnicastRout
 
 PimInstance::~PimInstance() {
   pamManager_->helloReceiverIs({});  // others may still share the packet layer
+  pamManager_->drops().clockIs({});
 }
 
 std::shared_ptr<HelloSm> PimInstance::known(const IntfId& intf) const {
