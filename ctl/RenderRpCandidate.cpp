@@ -6,7 +6,7 @@
 namespace Routing::Ctl {
 namespace {
 
-std::string candidateText(const Json& rp) {
+std::string rpCandidateText(const Json& rp) {
   std::string text = "RP " + valueText(rp.at("rp-address")) + " on " +
                      valueText(rp.at("interface")) + ", " + valueText(rp.at("mode")) +
                      ", interval " + valueText(rp.at("interval")) + " s\n";
@@ -28,7 +28,7 @@ std::string renderRpCandidate(const Json& data) {
   std::string text = titleText("Candidate RPs of this router", data);
   const std::string drained = drainText(data);
   if (!drained.empty()) text += drained + "\n";
-  for (const Json& rp : data.at("candidates")) text += candidateText(rp);
+  for (const Json& rp : data.at("candidates")) text += rpCandidateText(rp);
   if (data.at("candidates").empty()) text += "No candidate RP runs\n";
   if (!data.at("idle").empty()) text += "\nCandidates that do not run\n";
   for (const Json& idle : data.at("idle")) {

@@ -9,7 +9,7 @@ namespace {
 using What = ClearOrder::What;
 using Json = nlohmann::json;
 
-[[noreturn]] void refuse(const std::string& text) {
+[[noreturn]] void refuseOrder(const std::string& text) {
   throw RequestError(RefusalCode::badRequest, text);
 }
 
@@ -18,13 +18,14 @@ What whatOf(const std::string& topic) {
   if (topic == "neighbor") return What::neighbors;
   if (topic == "bsr") return What::bsr;
   if (topic == "rp") return What::rp;
-  refuse("unknown topic '" + topic + "'");
+  refuseOrder("unknown topic '" + topic + "'");
 }
 
 IpGenPrefix zoneOf(const ControlRequest& request) {
   if (request.zone.empty()) return {};
   const auto zone = IpGenPrefix::fromText(request.zone);
-  if (!zone || zone->af() != request.af) refuse("'" + request.zone + "' is no zone of the family");
+  if (!zone || zone->af() != request.af)
+    refuseOrder("'" + request.zone + "' is no zone of the family");
   return *zone;
 }
 
@@ -32,7 +33,7 @@ IpGenPrefix zoneOf(const ControlRequest& request) {
 IpGenAddr rpOf(const ControlRequest& request) {
   if (request.rp == "all") return {};
   const auto rp = IpGenAddr::fromText(request.rp);
-  if (!rp || rp->af() != request.af) refuse("'rp' must be an address of the family, or all");
+  if (!rp || rp->af() != request.af) refuseOrder("'rp' must be an address of the family, or all");
   return *rp;
 }
 
