@@ -6,10 +6,6 @@
 namespace Routing {
 namespace {
 
-constexpr std::uint64_t highBits(unsigned count) {
-  return count == 0 ? 0 : ~std::uint64_t{0} << (64 - count);
-}
-
 std::optional<IpGenAddr> parseV4(std::string_view text) {
   std::uint32_t value = 0;
   for (int octet = 0; octet < 4; ++octet) {
@@ -135,44 +131,9 @@ std::string v6Text(std::uint64_t hi, std::uint64_t lo) {
 
 }  // namespace
 
-IpGenAddr IpGenAddr::fromBytes(AddressFamily af, const std::uint8_t* octets) {
-  std::uint64_t half[2] = {0, 0};
-  for (unsigned i = 0; i < addressBytes(af); ++i) {
-    half[i / 8] |= std::uint64_t{octets[i]} << (56 - 8 * (i % 8));
-  }
-  return {af, half[0], half[1]};
-}
-
 std::optional<IpGenAddr> IpGenAddr::fromText(std::string_view text) {
   if (text == "unset") return IpGenAddr{};
   return text.find(':') == std::string_view::npos ? parseV4(text) : parseV6(text);
-}
-
-bool IpGenAddr::isMulticast() const {
-  return af_ == AddressFamily::ipv4 ? hi_ >> 60 == 0xe
-                                    : af_ == AddressFamily::ipv6 && hi_ >> 56 == 0xff;
-}
-
-bool IpGenAddr::isLinkLocal() const {
-  return af_ == AddressFamily::ipv4 ? hi_ >> 48 == 0xa9fe
-                                    : af_ == AddressFamily::ipv6 && hi_ >> 54 == 0xfe80 >> 6;
-}
-
-bool IpGenAddr::isLoopback() const {
-  return af_ == AddressFamily::ipv4 ? hi_ >> 56 == 127
-                                    : af_ == AddressFamily::ipv6 && hi_ == 0 && lo_ == 1;
-}
-
-IpGenAddr IpGenAddr::masked(unsigned length) const {
-  if (length >= addressBits(af_)) return *this;
-  if (length >= 64) return {af_, hi_, lo_ & highBits(length - 64)};
-  return {af_, hi_ & highBits(length), 0};
-}
-
-void IpGenAddr::toBytes(std::uint8_t* octets) const {
-  for (unsigned i = 0; i < addressBytes(af_); ++i) {
-    octets[i] = static_cast<std::uint8_t>((i < 8 ? hi_ : lo_) >> (56 - 8 * (i % 8)));
-  }
 }
 
 std::string IpGenAddr::text() const {

@@ -31,16 +31,34 @@ class ROUTING_API IpGenAddr {
   /// The all-zero address of a family.
   static constexpr IpGenAddr zero(AddressFamily af) { return IpGenAddr(af, 0, 0); }
   /// Reads addressBytes(af) octets in network order.
-  static IpGenAddr fromBytes(AddressFamily af, const std::uint8_t* octets);
+  static constexpr IpGenAddr fromBytes(AddressFamily af, const std::uint8_t* octets) {
+    switch (af) {
+      case AddressFamily::ipv4:
+        return v4(static_cast<std::uint32_t>(number<4>(octets)));
+      case AddressFamily::ipv6:
+        return v6(number<8>(octets), number<8>(octets + 8));
+      default:
+        return {};
+    }
+  }
   /// Reads dotted-quad or RFC 4291 text, or "unset"; nothing else is accepted.
   static std::optional<IpGenAddr> fromText(std::string_view text);
 
   constexpr AddressFamily af() const { return af_; }
   /// True for a default address, 0.0.0.0 and ::.
   constexpr bool isUnset() const { return hi_ == 0 && lo_ == 0; }
-  bool isMulticast() const;
-  bool isLinkLocal() const;
-  bool isLoopback() const;
+  constexpr bool isMulticast() const {
+    return af_ == AddressFamily::ipv4 ? hi_ >> 60 == 0xe
+                                      : af_ == AddressFamily::ipv6 && hi_ >> 56 == 0xff;
+  }
+  constexpr bool isLinkLocal() const {
+    return af_ == AddressFamily::ipv4 ? hi_ >> 48 == 0xa9fe
+                                      : af_ == AddressFamily::ipv6 && hi_ >> 54 == 0xfe80 >> 6;
+  }
+  constexpr bool isLoopback() const {
+    return af_ == AddressFamily::ipv4 ? hi_ >> 56 == 127
+                                      : af_ == AddressFamily::ipv6 && hi_ == 0 && lo_ == 1;
+  }
 
   /// IPv4 value in host order; 0 for another family.
   constexpr std::uint32_t v4Value() const {
@@ -55,10 +73,19 @@ class ROUTING_API IpGenAddr {
     return position < 64 ? (hi_ >> (63 - position)) & 1 : (lo_ >> (127 - position)) & 1;
   }
   /// This address with all bits from position `length` on cleared.
-  IpGenAddr masked(unsigned length) const;
+  constexpr IpGenAddr masked(unsigned length) const {
+    return {af_, hi_ & highBits(length), length > 64 ? lo_ & highBits(length - 64) : 0};
+  }
 
   /// Writes addressBytes(af()) octets in network order.
-  void toBytes(std::uint8_t* octets) const;
+  constexpr void toBytes(std::uint8_t* octets) const {
+    if (af_ == AddressFamily::ipv4) {
+      numberTo<4>(octets, hi_ >> 32);
+    } else if (af_ == AddressFamily::ipv6) {
+      numberTo<8>(octets, hi_);
+      numberTo<8>(octets + 8, lo_);
+    }
+  }
   /// Dotted quad, RFC 5952 text, or "unset".
   std::string text() const;
   std::uint32_t hash() const;
@@ -69,6 +96,22 @@ class ROUTING_API IpGenAddr {
  private:
   constexpr IpGenAddr(AddressFamily af, std::uint64_t hi, std::uint64_t lo)
       : af_(af), hi_(hi), lo_(lo) {}
+
+  static constexpr std::uint64_t highBits(unsigned count) {
+    return count == 0 ? 0 : count >= 64 ? ~std::uint64_t{0} : ~std::uint64_t{0} << (64 - count);
+  }
+  template <unsigned octets>
+  static constexpr std::uint64_t number(const std::uint8_t* from) {
+    std::uint64_t value = 0;
+    for (unsigned i = 0; i < octets; ++i) value |= std::uint64_t{from[i]} << 8 * (octets - 1 - i);
+    return value;
+  }
+  template <unsigned octets>
+  static constexpr void numberTo(std::uint8_t* to, std::uint64_t value) {
+    for (unsigned i = 0; i < octets; ++i) {
+      to[i] = static_cast<std::uint8_t>(value >> 8 * (octets - 1 - i));
+    }
+  }
 
   AddressFamily af_ = AddressFamily::unset;
   std::uint64_t hi_ = 0;

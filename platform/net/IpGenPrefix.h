@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
@@ -19,14 +20,25 @@ class ROUTING_API IpGenPrefix {
  public:
   constexpr IpGenPrefix() = default;
   /// A length above the family's address length is cut to it.
-  IpGenPrefix(const IpGenAddr& address, unsigned length);
+  constexpr IpGenPrefix(const IpGenAddr& address, unsigned length)
+      : address_(address.masked(length)),
+        length_(static_cast<std::uint8_t>(std::min(length, addressBits(address.af())))) {}
 
   /// The /32 or /128 prefix of an address.
   static IpGenPrefix host(const IpGenAddr& address);
   /// 0.0.0.0/0 or ::/0.
   static IpGenPrefix zero(AddressFamily af);
   /// The whole multicast range: 224.0.0.0/4 or ff00::/8.
-  static IpGenPrefix multicast(AddressFamily af);
+  static constexpr IpGenPrefix multicast(AddressFamily af) {
+    switch (af) {
+      case AddressFamily::ipv4:
+        return {IpGenAddr::v4(0xe0000000), 4};
+      case AddressFamily::ipv6:
+        return {IpGenAddr::v6(std::uint64_t{0xff} << 56, 0), 8};
+      default:
+        return {};
+    }
+  }
   /// Reads "ADDRESS/LENGTH", a bare address (a host prefix) or "none". Host bits are cleared.
   static std::optional<IpGenPrefix> fromText(std::string_view text);
 
@@ -37,8 +49,12 @@ class ROUTING_API IpGenPrefix {
   constexpr bool isNone() const { return af() == AddressFamily::unset; }
 
   /// True if `inner` lies wholly in this prefix (an equal prefix does). None contains nothing.
-  bool contains(const IpGenPrefix& inner) const;
-  bool contains(const IpGenAddr& address) const;
+  constexpr bool contains(const IpGenPrefix& inner) const {
+    return !isNone() && inner.length_ >= length_ && contains(inner.address_);
+  }
+  constexpr bool contains(const IpGenAddr& address) const {
+    return !isNone() && address.af() == af() && address.masked(length_) == address_;
+  }
 
   /// "ADDRESS/LENGTH" or "none".
   std::string text() const;

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "platform/pim/AddressChecks.h"
+#include "platform/pim/wire/BlockPool.h"
 #include "platform/pim/wire/PimBodies.h"
 #include "platform/pim/wire/PimChecksum.h"
 
@@ -36,7 +37,7 @@ DecodeResult decodeAs(std::span<const std::uint8_t> payload, const IpGenAddr& so
                       const IpGenAddr& destination) {
   if (const auto fault = headerFault(payload, source, destination)) return *fault;
   WireReader reader(payload.subspan(1), source.af());
-  auto message = std::make_shared<Message>();
+  auto message = std::allocate_shared<Message>(PoolAllocator<Message>{});
   message->sourceIs(source);
   message->destinationIs(destination);
   readBody(reader, *message);

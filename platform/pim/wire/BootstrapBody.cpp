@@ -16,50 +16,96 @@ constexpr std::size_t rpTailOctets = 4;      // holdtime, priority, reserved
 constexpr unsigned shortestScopedMask = 16;  // IPv6: up to the scope field
 constexpr std::size_t mostRps = 255;         // the count fields have eight bits
 
-BootstrapRp readRp(WireReader& reader) {
-  const IpGenAddr address = reader.encodedUnicast();
-  reader.require(isDomainUnicast(address), DropReason::badRpAddress);
-  const std::uint16_t holdtime = reader.u16();
-  const std::uint8_t priority = reader.u8();
-  reader.skip(1);
-  return {address, {holdtime, priority}};
+constexpr std::size_t groupHeadOctets(AddressFamily af) {
+  return 4 + addressBytes(af) + 4;
+}
+constexpr std::size_t rpOctets(AddressFamily af) {
+  return 2 + addressBytes(af) + rpTailOctets;
 }
 
-BootstrapRpList readRps(WireReader& reader, unsigned count) {
-  const std::size_t entry = 2 + addressBytes(reader.af()) + rpTailOctets;
-  std::vector<BootstrapRp> rps;
-  rps.reserve(std::min<std::size_t>(count, reader.remaining() / entry));
-  for (unsigned i = 0; i < count && !reader.failure(); ++i) rps.push_back(readRp(reader));
-  auto list = BootstrapRpList::fromRps(std::move(rps));
-  reader.require(list.has_value(), DropReason::duplicateRp);
-  return std::move(list).value_or(BootstrapRpList{});
+// Entries are read into their places: a copy of what was just written in pieces costs as much as
+// all the rest.
+template <class Reader>
+void readRp(Reader& reader, BootstrapRp& rp) {
+  new (&rp.address) IpGenAddr(reader.encodedUnicast());
+  reader.require(isDomainUnicast(rp.address), DropReason::badRpAddress);
+  rp.data.rpHoldtimeIs(reader.u16());
+  rp.data.rpPriorityIs(reader.u8());
+  reader.skip(1);
+}
+
+template <AddressFamily af>
+bool precedes(const IpGenAddr& a, const IpGenAddr& b) {
+  if (af == AddressFamily::ipv4 || a.upper() != b.upper()) return a.upper() < b.upper();
+  return a.lower() < b.lower();
+}
+
+// Seldom: routers send them in order.
+bool sortUnique(BootstrapRp* first, BootstrapRp* end) {
+  std::sort(first, end, [](const auto& a, const auto& b) { return a.address < b.address; });
+  const auto sameAddress = [](const auto& a, const auto& b) { return a.address == b.address; };
+  return std::adjacent_find(first, end, sameAddress) == end;
+}
+
+template <AddressFamily af>
+bool precedes(const IpGenPrefix& a, const IpGenPrefix& b) {
+  if (precedes<af>(a.address(), b.address())) return true;
+  return a.address() == b.address() && a.length() < b.length();
+}
+
+template <AddressFamily af>
+BootstrapRpList readRps(WireReader& reader, unsigned count, RpArrays& arrays) {
+  const std::size_t present = reader.remaining() / rpOctets(af);
+  const auto whole = static_cast<unsigned>(std::min<std::size_t>(count, present));
+  BootstrapRp* const rps = arrays.room(whole, present);
+  EntryReader<af> entries(reader.position());
+  bool inOrder = true;
+  for (unsigned i = 0; i < whole; ++i) {
+    readRp(entries, rps[i]);
+    inOrder = inOrder & (i == 0 || precedes<af>(rps[i - 1].address, rps[i].address));
+  }
+  if (whole < count || !entries.ok()) {
+    for (BootstrapRp rp; !reader.failure();) readRp(reader, rp);
+    return {};
+  }
+  reader.skip(count * rpOctets(af));
+  reader.require(inOrder || sortUnique(rps, rps + count), DropReason::duplicateRp);
+  return arrays.list(count);
 }
 
 bool scopeMaskOk(const EncodedGroup& first) {
-  return !GroupFlags(first.flags).zone() || first.prefix.af() != AddressFamily::ipv6 ||
-         first.prefix.length() >= shortestScopedMask;
+  return !GroupFlags(first.flags).zone() || first.address.af() != AddressFamily::ipv6 ||
+         first.length >= shortestScopedMask;
 }
 
-BootstrapGroupData readGroup(WireReader& reader, bool first) {
+template <class Reader>
+BootstrapGroupData& readGroupHead(Reader& reader, bool first, BootstrapGroups& groups) {
   const EncodedGroup encoded = reader.encodedGroup();
   reader.require(!first || scopeMaskOk(encoded), DropReason::scopedMaskTooShort);
-  BootstrapGroupData group(encoded.prefix, encoded.flags);
+  auto& group = groups.emplace_back(encoded.address, encoded.length, encoded.flags);
   group.rpCountIs(reader.u8());
   group.fragRpCountIs(reader.u8());
   reader.skip(2);
   reader.require(group.fragRpCount() <= group.rpCount(), DropReason::fragCountAboveCount);
-  group.rpListIs(readRps(reader, group.fragRpCount()));
   return group;
 }
 
-bool ascending(const std::vector<BootstrapGroupData>& groups) {
-  const auto outOfOrder = [](const auto& a, const auto& b) { return a.prefix() >= b.prefix(); };
-  return std::adjacent_find(groups.begin(), groups.end(), outOfOrder) == groups.end();
+template <AddressFamily af>
+BootstrapGroupData& readGroupHeadAs(WireReader& reader, BootstrapGroups& groups) {
+  const bool first = groups.empty();
+  if (reader.remaining() >= groupHeadOctets(af)) [[likely]] {
+    EntryReader<af> head(reader.position());
+    BootstrapGroupData& group = readGroupHead(head, first, groups);
+    if (head.ok()) [[likely]] {
+      reader.skip(groupHeadOctets(af));
+      return group;
+    }
+  }
+  return readGroupHead(reader, first, groups);
 }
 
 // Reassembly trusts RP Count as the size of a range's list, so all blocks of one range must agree.
-bool rangesAgree(const std::vector<BootstrapGroupData>& groups) {
-  if (ascending(groups)) return true;  // no range occurs twice
+bool rangesAgree(const BootstrapGroups& groups) {
   std::vector<const BootstrapGroupData*> sorted;
   sorted.reserve(groups.size());
   for (const auto& group : groups) sorted.push_back(&group);
@@ -79,28 +125,51 @@ bool rangesAgree(const std::vector<BootstrapGroupData>& groups) {
   return true;
 }
 
-void readGroups(WireReader& reader, BootstrapMessage& bsm) {
-  while (!reader.atEnd()) {
-    bsm.groupRpDataAppend(readGroup(reader, bsm.groupRpData().empty()));
-  }
-  if (!reader.failure()) {
-    reader.require(rangesAgree(bsm.groupRpData()), DropReason::conflictingRange);
-  }
+// Most messages have ranges of one size: as many as if all carried as many RPs as the first one.
+template <AddressFamily af>
+std::size_t expectedGroups(const WireReader& reader) {
+  if (reader.remaining() < groupHeadOctets(af)) return 1;
+  const std::size_t rps = reader.position()[groupHeadOctets(af) - 3];
+  return 1 + (reader.remaining() - 1) / (groupHeadOctets(af) + rps * rpOctets(af));
 }
 
+template <AddressFamily af>
+void readGroups(WireReader& reader, BootstrapMessage& bsm) {
+  BootstrapGroups& groups = bsm.groupRpData();
+  RpArrays arrays;
+  bool inOrder = true;  // then no range occurs twice
+  groups.reserve(expectedGroups<af>(reader));
+  while (!reader.atEnd()) {
+    BootstrapGroupData& group = readGroupHeadAs<af>(reader, groups);
+    group.rpListIs(readRps<af>(reader, group.fragRpCount(), arrays));
+    inOrder =
+        inOrder && (groups.size() == 1 || precedes<af>((&group)[-1].prefix(), group.prefix()));
+  }
+  if (reader.failure() || inOrder) return;
+  reader.require(rangesAgree(groups), DropReason::conflictingRange);
+}
+
+template <AddressFamily af>
 void writeGroup(WireWriter& writer, const BootstrapGroupData& group) {
   const std::size_t carried = std::min(group.rpList().size(), mostRps);
-  writer.encodedGroup(group.prefix(), group.groupFlags());
-  writer.u8(group.rpCount());
-  writer.u8(static_cast<std::uint8_t>(carried));
-  writer.u16(0);
-  for (std::size_t i = 0; i < carried; ++i) {
-    const auto& [address, rp] = group.rpList().begin()[static_cast<std::ptrdiff_t>(i)];
-    writer.encodedUnicast(address);
-    writer.u16(rp.rpHoldtime());
-    writer.u8(rp.rpPriority());
-    writer.u8(0);
+  EntryWriter<af> entry(writer.next(groupHeadOctets(af) + carried * rpOctets(af)));
+  entry.encodedGroup(group.prefix(), group.groupFlags());
+  entry.u8(group.rpCount());
+  entry.u8(static_cast<std::uint8_t>(carried));
+  entry.u16(0);
+  const auto* const end = group.rpList().begin() + carried;
+  for (const auto* rp = group.rpList().begin(); rp != end; ++rp) {
+    entry.encodedUnicast(rp->address);
+    entry.u16(rp->data.rpHoldtime());
+    entry.u8(rp->data.rpPriority());
+    entry.u8(0);
   }
+  if (!entry.ok()) writer.fail();
+}
+
+template <AddressFamily af>
+void writeGroups(WireWriter& writer, const BootstrapGroups& groups) {
+  for (const auto& group : groups) writeGroup<af>(writer, group);
 }
 
 }  // namespace
@@ -114,7 +183,11 @@ void readBody(WireReader& reader, BootstrapMessage& bsm) {
   bsm.bsrPriorityIs(reader.u8());
   bsm.bsrAddressIs(reader.encodedUnicast());
   reader.require(isDomainUnicast(bsm.bsrAddress()), DropReason::badBsrAddress);
-  readGroups(reader, bsm);
+  if (reader.af() == AddressFamily::ipv4) {
+    readGroups<AddressFamily::ipv4>(reader, bsm);
+  } else {
+    readGroups<AddressFamily::ipv6>(reader, bsm);
+  }
 }
 
 void writeBody(WireWriter& writer, const BootstrapMessage& bsm) {
@@ -124,7 +197,11 @@ void writeBody(WireWriter& writer, const BootstrapMessage& bsm) {
   writer.u8(bsm.hashMaskLen());
   writer.u8(bsm.bsrPriority());
   writer.encodedUnicast(bsm.bsrAddress());
-  for (const auto& group : bsm.groupRpData()) writeGroup(writer, group);
+  if (writer.af() == AddressFamily::ipv4) {
+    writeGroups<AddressFamily::ipv4>(writer, bsm.groupRpData());
+  } else {
+    writeGroups<AddressFamily::ipv6>(writer, bsm.groupRpData());
+  }
 }
 
 }  // namespace Routing::Pim

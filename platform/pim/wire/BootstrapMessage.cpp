@@ -16,7 +16,7 @@ bool operator==(const BootstrapMessage& a, const BootstrapMessage& b) {
 std::shared_ptr<BootstrapMessage> withForward(const std::shared_ptr<BootstrapMessage>& bsm,
                                               bool forward) {
   if (bsm->forward() == forward) return bsm;
-  auto copy = std::make_shared<BootstrapMessage>(*bsm);
+  auto copy = std::allocate_shared<BootstrapMessage>(PoolAllocator<BootstrapMessage>{}, *bsm);
   copy->forwardIs(forward);
   return copy;
 }

@@ -10,6 +10,7 @@
 #include "platform/Export.h"
 #include "platform/net/IpGenPrefix.h"
 #include "platform/pim/PimMessage.h"
+#include "platform/pim/wire/BlockPool.h"
 #include "platform/pim/wire/BootstrapRpList.h"
 #include "platform/pim/wire/GroupFlags.h"
 
@@ -24,6 +25,8 @@ class BootstrapGroupData {
   BootstrapGroupData() = default;
   explicit BootstrapGroupData(const IpGenPrefix& prefix, std::uint8_t groupFlags = 0)
       : prefix_(prefix), groupFlags_(groupFlags) {}
+  BootstrapGroupData(const IpGenAddr& address, unsigned length, std::uint8_t groupFlags)
+      : prefix_(address, length), groupFlags_(groupFlags) {}
 
   const IpGenPrefix& prefix() const { return prefix_; }
   void prefixIs(const IpGenPrefix& prefix) { prefix_ = prefix; }
@@ -57,6 +60,9 @@ class BootstrapGroupData {
   BootstrapRpList rpList_;
 };
 
+/// The group ranges of a message.
+using BootstrapGroups = std::vector<BootstrapGroupData, PoolAllocator<BootstrapGroupData>>;
+
 /// A Bootstrap message or one of its fragments (RFC 5059 section 4.1).
 class ROUTING_API BootstrapMessage : public PimMessage {
  public:
@@ -78,9 +84,9 @@ class ROUTING_API BootstrapMessage : public PimMessage {
   void forwardIs(bool forward) { forward_ = forward; }
 
   /// The group ranges in the order of the message; the first one names the zone.
-  const std::vector<BootstrapGroupData>& groupRpData() const { return groupRpData_; }
-  std::vector<BootstrapGroupData>& groupRpData() { return groupRpData_; }
-  void groupRpDataIs(std::vector<BootstrapGroupData> groups) { groupRpData_ = std::move(groups); }
+  const BootstrapGroups& groupRpData() const { return groupRpData_; }
+  BootstrapGroups& groupRpData() { return groupRpData_; }
+  void groupRpDataIs(BootstrapGroups groups) { groupRpData_ = std::move(groups); }
   /// Appends a range and returns it; the reference dies with the next append.
   BootstrapGroupData& groupRpDataAppend(BootstrapGroupData group) {
     return groupRpData_.emplace_back(std::move(group));
@@ -94,7 +100,7 @@ class ROUTING_API BootstrapMessage : public PimMessage {
   std::uint8_t bsrPriority_ = 0;
   std::uint8_t hashMaskLen_ = 0;
   bool forward_ = true;
-  std::vector<BootstrapGroupData> groupRpData_;
+  BootstrapGroups groupRpData_;
 };
 
 /// The message with its No-Forward bit as asked for: itself, or a copy where it has the other one,

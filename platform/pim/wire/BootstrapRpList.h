@@ -1,8 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <vector>
+#include <utility>
 
 #include "platform/Export.h"
 #include "platform/net/IpGenAddr.h"
@@ -12,8 +12,8 @@ namespace Routing::Pim {
 /// What a Bootstrap message says of one RP of a group range.
 class BootstrapRpData {
  public:
-  BootstrapRpData() = default;
-  BootstrapRpData(std::uint16_t holdtime, std::uint8_t priority)
+  constexpr BootstrapRpData() = default;
+  constexpr BootstrapRpData(std::uint16_t holdtime, std::uint8_t priority)
       : rpHoldtime_(holdtime), rpPriority_(priority) {}
 
   /// Seconds; 0 withdraws the RP.
@@ -38,20 +38,36 @@ struct BootstrapRp {
   friend bool operator==(const BootstrapRp&, const BootstrapRp&) = default;
 };
 
-/// The RPs of a group range, keyed by address and iterated in key order. A sorted array: a message
-/// is built once and read many times, and one allocation holds the whole list.
+/// The RPs of a group range, keyed by address and iterated in key order: a stretch of a sorted
+/// array. Copies, and the lists of one decoded message, share their arrays, as long as nobody
+/// changes what it has; so to copy a list costs next to nothing. An array and all lists on it
+/// belong to one thread.
+///
+///   lists of a message     range 1     range 2   a copy of range 1
+///                          |     |     |     |
+///   array, counted         a b c d e   a c f g   (room)
 class ROUTING_API BootstrapRpList {
  public:
-  using const_iterator = std::vector<BootstrapRp>::const_iterator;
+  using const_iterator = const BootstrapRp*;
 
   BootstrapRpList() = default;
-  /// Takes RPs in any order; none if an address occurs twice.
-  static std::optional<BootstrapRpList> fromRps(std::vector<BootstrapRp> rps);
+  BootstrapRpList(const BootstrapRpList& other) noexcept
+      : array_(other.array_), first_(other.first_), size_(other.size_) {
+    if (array_ != nullptr) ++array_->holders;
+  }
+  BootstrapRpList(BootstrapRpList&& other) noexcept { swap(other); }
+  BootstrapRpList& operator=(BootstrapRpList other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~BootstrapRpList() {
+    if (array_ != nullptr && --array_->holders == 0) free(array_);
+  }
 
-  std::size_t size() const { return rps_.size(); }
-  bool empty() const { return rps_.empty(); }
-  const_iterator begin() const { return rps_.begin(); }
-  const_iterator end() const { return rps_.end(); }
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  const_iterator begin() const { return first_; }
+  const_iterator end() const { return first_ + size_; }
 
   /// The RP's data, null if it is not in the list. The pointer dies with the next change.
   const BootstrapRpData* find(const IpGenAddr& address) const;
@@ -59,11 +75,70 @@ class ROUTING_API BootstrapRpList {
   void rpIs(const IpGenAddr& address, const BootstrapRpData& data);
   /// Removes an RP; an absent one is no error.
   void rpDel(const IpGenAddr& address);
+  /// `count` RPs from the one at `index` on, all of them in the list.
+  BootstrapRpList part(std::size_t index, std::size_t count) const;
 
-  friend bool operator==(const BootstrapRpList&, const BootstrapRpList&) = default;
+  friend ROUTING_API bool operator==(const BootstrapRpList& a, const BootstrapRpList& b);
 
  private:
-  std::vector<BootstrapRp> rps_;
+  friend class RpArrays;
+
+  /// Head of an array; its RPs follow it in memory.
+  struct alignas(BootstrapRp) Array {
+    std::uint32_t capacity;
+    std::uint32_t used;  // RPs from the first on that some list holds or held
+    std::uint32_t holders;
+    BootstrapRp* rps() { return reinterpret_cast<BootstrapRp*>(this + 1); }
+  };
+
+  static Array* newArray(std::size_t capacity);
+  static void free(Array* array) noexcept;
+  void swap(BootstrapRpList& other) noexcept {
+    std::swap(array_, other.array_);
+    std::swap(first_, other.first_);
+    std::swap(size_, other.size_);
+  }
+  const_iterator place(const IpGenAddr& address) const;
+  bool holds(const_iterator at, const IpGenAddr& address) const {
+    return at != end() && at->address == address;
+  }
+  BootstrapRp* own(std::size_t room);
+
+  Array* array_ = nullptr;
+  const BootstrapRp* first_ = nullptr;
+  std::uint32_t size_ = 0;
+};
+
+/// Where the lists of a message are put one after the other as it is read.
+class ROUTING_API RpArrays {
+ public:
+  RpArrays() = default;
+  RpArrays(const RpArrays&) = delete;
+  RpArrays& operator=(const RpArrays&) = delete;
+
+  /// Room for the `count` RPs of the next list. Where a new array is needed it gets room for
+  /// `expected` in all.
+  BootstrapRp* room(std::size_t count, std::size_t expected) {
+    if (count > free_) renew(count > expected ? count : expected);
+    return lists_.array_ == nullptr ? nullptr : lists_.array_->rps() + lists_.array_->used;
+  }
+  /// The list of the first `count` RPs in that room, in ascending order of their addresses.
+  BootstrapRpList list(std::size_t count) {
+    BootstrapRpList list;
+    if (count == 0) return list;
+    list = lists_;
+    list.first_ = lists_.array_->rps() + lists_.array_->used;
+    list.size_ = static_cast<std::uint32_t>(count);
+    lists_.array_->used += list.size_;
+    free_ -= count;
+    return list;
+  }
+
+ private:
+  void renew(std::size_t capacity);
+
+  BootstrapRpList lists_;  // empty, and holds the array
+  std::size_t free_ = 0;   // RPs that it has room for
 };
 
 }  // namespace Routing::Pim

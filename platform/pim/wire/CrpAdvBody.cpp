@@ -15,7 +15,7 @@ void readBody(WireReader& reader, CrpAdvMessage& adv) {
   reader.require(isDomainUnicast(adv.rpAddress()), DropReason::badRpAddress);
   for (unsigned i = 0; i < adv.prefixCount() && !reader.failure(); ++i) {
     const EncodedGroup group = reader.encodedGroup();
-    adv.groupData().emplace_back(group.prefix, GroupFlags(group.flags));
+    adv.groupData().emplace_back(IpGenPrefix(group.address, group.length), GroupFlags(group.flags));
   }
 }
 

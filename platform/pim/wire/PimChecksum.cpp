@@ -1,17 +1,38 @@
 #include "platform/pim/wire/PimChecksum.h"
 
+#include <bit>
+#include <cstring>
+
 #include "platform/pim/PimProtocol.h"
 
 namespace Routing::Pim {
 namespace {
 
-// A 64-bit sum of 16-bit words cannot overflow for anything that fits in memory.
-std::uint64_t sumOfWords(std::span<const std::uint8_t> octets) {
+// The sum of 16-bit words in the order of this machine: whichever it is, swapping the octets of the
+// folded sum at the end makes it that of the wire (RFC 1071 section 2). 64 bits cannot overflow for
+// anything that fits in memory.
+std::uint64_t sumOfOctets(const std::uint8_t* at, std::size_t octets) {
   std::uint64_t sum = 0;
-  std::size_t i = 0;
-  for (; i + 1 < octets.size(); i += 2) sum += unsigned{octets[i]} << 8 | octets[i + 1];
-  if (i < octets.size()) sum += unsigned{octets[i]} << 8;
-  return sum;
+  for (; octets >= sizeof(std::uint32_t); octets -= sizeof(std::uint32_t)) {
+    std::uint32_t word;
+    std::memcpy(&word, at, sizeof word);
+    sum += word;
+    at += sizeof word;
+  }
+  std::uint32_t rest = 0;
+  std::memcpy(&rest, at, octets);
+  return sum + rest;
+}
+
+std::uint16_t folded(std::uint64_t sum) {
+  while (sum > 0xffff) sum = (sum & 0xffff) + (sum >> 16);
+  return static_cast<std::uint16_t>(sum);
+}
+
+std::uint16_t sumOfWords(std::span<const std::uint8_t> octets) {
+  const std::uint16_t sum = folded(sumOfOctets(octets.data(), octets.size()));
+  if constexpr (std::endian::native == std::endian::big) return sum;
+  return static_cast<std::uint16_t>(sum << 8 | sum >> 8);
 }
 
 std::uint64_t sumOfAddress(const IpGenAddr& address) {
@@ -32,8 +53,7 @@ std::uint16_t pimChecksum(std::span<const std::uint8_t> message, const IpGenAddr
     sum += sumOfAddress(source) + sumOfAddress(destination) + (length >> 16) + (length & 0xffff) +
            ipProtocol;
   }
-  while (sum > 0xffff) sum = (sum & 0xffff) + (sum >> 16);
-  return static_cast<std::uint16_t>(~sum);
+  return static_cast<std::uint16_t>(~folded(sum));
 }
 
 void pimChecksumIs(std::span<std::uint8_t> message, const IpGenAddr& source,
