@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "bsr/engine/FirstFit.h"
 #include "bsr/engine/RpSets.h"
 #include "bsr/types/Traces.h"
 #include "bsr/types/ZoneRules.h"
@@ -189,8 +190,9 @@ void BsmSender::write(const IntfId& oif, const std::shared_ptr<BootstrapMessage>
 
 // --- fragmenting ------------------------------------------------------------------------------
 
-/// Where group entries are placed. Fragments are made as they are needed: whole entries get by with
-/// the estimated number, split ones take as many as it needs.
+/// Where group entries are placed: each in the first fragment with room for it. Fragments are made
+/// as they are needed: whole entries get by with the estimated number, split ones take as many as
+/// it needs.
 struct BsmSender::Placement {
   const IpGenPrefix& zone;
   std::uint8_t zoneRpCount;
@@ -198,6 +200,16 @@ struct BsmSender::Placement {
   std::uint32_t numFragments;
   const BootstrapMessage& source;
   PimBsrTxFragments fragments;
+  FirstFit room;
+
+  void append(PimBsrTxFragment fragment) {
+    room.append(mtu - std::min(mtu, fragment.length));
+    fragments.fragment.push_back(std::move(fragment));
+  }
+  void lengthIs(std::size_t index, std::uint32_t length) {
+    fragments.fragment[index].length = length;
+    room.roomIs(index, mtu - length);
+  }
 };
 
 std::uint32_t BsmSender::estimate(const IpGenPrefix& zone, std::uint32_t mtu,
@@ -226,7 +238,7 @@ PimBsrTxFragments BsmSender::fragmentBsm(const IpGenPrefix& zone, std::uint32_t 
   if (groups.empty() || mtu < head + minSplitSpace) return {};
   const std::uint32_t numFragments = estimate(zone, mtu, totalBsmLength);
   BSR_TRACE(sm, 1, numFragments, " fragments to be generated");
-  Placement at{zone, groups.front().rpCount(), mtu, numFragments, bsm, {}};
+  Placement at{zone, groups.front().rpCount(), mtu, numFragments, bsm, {}, {}};
 
   std::vector<const BootstrapGroupData*> splitGroupRpData;
   for (const BootstrapGroupData& group : groups) {
@@ -281,58 +293,62 @@ void BsmSender::append(const Placement& at, PimBsrTxFragment& fragment,
 // announces.
 int BsmSender::placeWhole(Placement& at, const BootstrapGroupData& group) {
   const auto carried = static_cast<std::uint32_t>(group.rpList().size());
-  auto& fragments = at.fragments.fragment;
-  for (std::size_t i = 0; i < at.numFragments; ++i) {
-    const bool fresh = i == fragments.size();
-    if (fresh) fragments.push_back(newFragment(at.source));
-    const bool zoneEntry = needsZoneEntry(at, fragments[i], group);
-    const std::uint32_t need =
-        fragments[i].length + (zoneEntry ? groupLength : 0) + groupLength + rpLength * carried;
-    if (need <= at.mtu) {
-      if (zoneEntry) addZoneEntry(at, i);
-      append(at, fragments[i], group);
-      fragments[i].length = need;
-      BSR_TRACE(sm, 1, "Fragment ", i, " to house prefix ", group.prefix(), " with ", carried,
-                " RPs");
-      BSR_TRACE(sm, 1, "Length of fragment ", i, " is ", need);
-      return 0;
-    }
-    if (!fresh) continue;
-    fragments.pop_back();  // fits into none
-    break;
+  const std::uint32_t entry = groupLength + rpLength * carried;
+  std::size_t index = at.room.first(entry);
+  std::uint32_t zoneEntry = 0;
+  if (index >= at.numFragments) {
+    index = at.room.size();
+    if (index >= at.numFragments) return -1;
+    PimBsrTxFragment fresh = newFragment(at.source);
+    zoneEntry = needsZoneEntry(at, fresh, group) ? groupLength : 0;
+    if (fresh.length + zoneEntry + entry > at.mtu) return -1;
+    at.append(std::move(fresh));
   }
-  return -1;
+  if (zoneEntry != 0) addZoneEntry(at, index);
+  PimBsrTxFragment& fragment = at.fragments.fragment[index];
+  append(at, fragment, group);
+  at.lengthIs(index, fragment.length + zoneEntry + entry);
+  BSR_TRACE(sm, 1, "Fragment ", index, " to house prefix ", group.prefix(), " with ", carried,
+            " RPs");
+  BSR_TRACE(sm, 1, "Length of fragment ", index, " is ", fragment.length);
+  return 0;
 }
 
 int BsmSender::placeSplit(Placement& at, const BootstrapGroupData& group) {
   const auto carried = static_cast<std::uint32_t>(group.rpList().size());
-  auto next = group.rpList().begin();
   std::uint32_t placed = 0;
-  for (std::size_t i = 0;; ++i) {
-    if (i == at.fragments.fragment.size()) at.fragments.fragment.push_back(newFragment(at.source));
-    PimBsrTxFragment& fragment = at.fragments.fragment[i];
+  for (std::size_t next = 0;; ++next) {
+    const std::size_t index = std::min(at.room.first(minSplitSpace), at.room.size());
+    traceFull(at, group, next, index);
+    next = index;
+    if (index == at.room.size()) at.append(newFragment(at.source));
+    PimBsrTxFragment& fragment = at.fragments.fragment[index];
     const std::uint32_t zoneEntry = needsZoneEntry(at, fragment, group) ? groupLength : 0;
     const std::uint32_t used = fragment.length + zoneEntry;
-    const std::uint32_t space = used < at.mtu ? at.mtu - used : 0;
-    if (space < minSplitSpace) {
-      BSR_TRACE(sm, 1, "Splitting fragment for prefix ", group.prefix(), " containing ", carried,
-                " RPs: fragment ", i, " does not have space. Required Space:", minSplitSpace,
-                ", Available space:", space);
-      continue;
-    }
-    if (zoneEntry != 0) addZoneEntry(at, i);
-    const std::uint32_t room = (space - groupLength) / rpLength;
+    if (zoneEntry != 0) addZoneEntry(at, index);
+    const std::uint32_t room = (at.mtu - used - groupLength) / rpLength;
     const std::uint32_t count = std::min(room, carried - placed);
     BootstrapGroupData piece(group.prefix(), group.groupFlags());
     piece.rpCountIs(group.rpCount());
     piece.fragRpCountIs(static_cast<std::uint8_t>(count));
-    for (std::uint32_t k = 0; k < count; ++k, ++next)
-      piece.rpList().rpIs(next->address, next->data);
+    piece.rpListIs(group.rpList().part(placed, count));
     append(at, fragment, std::move(piece));
-    fragment.length = used + groupLength + rpLength * count;
-    BSR_TRACE(sm, 1, "    into fragment ", i, " ", count, " Rps ( max ", room, " RPs )");
+    at.lengthIs(index, used + groupLength + rpLength * count);
+    BSR_TRACE(sm, 1, "    into fragment ", index, " ", count, " Rps ( max ", room, " RPs )");
     placed += count;
     if (placed == carried) return 0;
+  }
+}
+
+// Those that were passed by on the way from one fragment to another.
+void BsmSender::traceFull(const Placement& at, const BootstrapGroupData& group, std::size_t from,
+                          std::size_t to) const {
+  if (!traces::sm.enabled(1)) return;
+  for (std::size_t i = from; i < to; ++i) {
+    BSR_TRACE(sm, 1, "Splitting fragment for prefix ", group.prefix(), " containing ",
+              group.rpList().size(), " RPs: fragment ", i,
+              " does not have space. Required Space:", minSplitSpace,
+              ", Available space:", at.room.room(i));
   }
 }
 

@@ -81,6 +81,8 @@ class ROUTING_API BsmSender {
   int doAddGroupData(Placement& at, const BootstrapGroupData& group, bool split);
   int placeWhole(Placement& at, const BootstrapGroupData& group);
   int placeSplit(Placement& at, const BootstrapGroupData& group);
+  void traceFull(const Placement& at, const BootstrapGroupData& group, std::size_t from,
+                 std::size_t to) const;
   bool needsZoneEntry(const Placement& at, const PimBsrTxFragment& fragment,
                       const BootstrapGroupData& group) const;
   void addZoneEntry(const Placement& at, std::size_t index);
