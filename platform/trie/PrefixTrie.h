@@ -103,7 +103,12 @@ class PrefixTrie {
           high != 0 ? std::countl_zero(high) : 64 + std::countl_zero(lower ^ other.lower);
       return std::min({static_cast<unsigned>(same), unsigned{length}, unsigned{other.length}});
     }
-    bool contains(const Key& inner) const { return common(inner) == length; }
+    bool contains(const Key& inner) const {
+      const std::uint64_t high = upper ^ inner.upper;
+      if (length > inner.length) return false;
+      if (length <= 64) return length == 0 || high >> (64 - length) == 0;
+      return high == 0 && (lower ^ inner.lower) >> (128 - length) == 0;
+    }
   };
 
   /// A stored prefix, or a fork without value; a fork always has two children. Child b holds what
