@@ -102,9 +102,9 @@ std::shared_ptr<RpEntry> RpSetInstaller::rpEntry(const Range& range, const IpGen
   const IpGenPrefix& prefix = range.group.prefix();
   // Looked up for each RP: a withdrawal before this one may have removed an emptied set.
   auto set = crpSet(range);
-  if (set && set->rp(address)) {
+  if (auto known = set ? set->rp(address) : nullptr) {
     BSR_TRACE(sm, 4, "Updating RP ", address, " to prefix ", prefix, " in zone ", range.zone);
-    return set->rp(address);
+    return known;
   }
   if (range.refresh || !rpSets_.roomForRp(prefix, address)) return nullptr;
   if (!set) set = newCrpSet(range);

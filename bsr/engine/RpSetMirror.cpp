@@ -46,6 +46,12 @@ void retireAll(Map& map, DeferredDelete& deferred) {
 
 }  // namespace
 
+/// Where an RP of a zone stands in PIM's set, as found when so many changes had been made.
+struct RpSetMirror::View {
+  std::shared_ptr<RpEntry> rp;
+  std::uint64_t asOf = 0;
+};
+
 /// One RP of one range of one zone. An entry whose expiry is not set yet is still being written.
 class RpSetMirror::RpReactor {
  public:
@@ -69,6 +75,7 @@ class RpSetMirror::RpReactor {
   void retire() {
     --mirror_.services_.rpSetTotals().rps;
     changes_.reset();
+    view_ = {};
     holdTimer_.expiryIs(never);
   }
 
@@ -76,7 +83,7 @@ class RpSetMirror::RpReactor {
   void handleChange(std::size_t attribute) {
     if (rp_->expiryTime() == 0.0) return;
     if (attribute == RpEntry::Attr::expiryTime) setHoldtimer();
-    mirror_.mirror(zone_, prefix_, rp_);
+    mirror_.mirror(zone_, prefix_, *rp_, &view_);
   }
   void setHoldtimer();
   void handleHoldtimeExpired();
@@ -86,6 +93,7 @@ class RpSetMirror::RpReactor {
   const IpGenPrefix& zone_;    // the zone reactor's
   const IpGenPrefix& prefix_;  // the set's key
   std::shared_ptr<RpEntry> rp_;
+  View view_;
   Timer holdTimer_;
   Subscription changes_;
 };
@@ -259,7 +267,7 @@ void RpSetMirror::showRange(const IpGenPrefix& zone, const BootstrapGroupData& g
   const IpGenPrefix& prefix = group.prefix();
   const auto set = services_.rpSets().find(zone, prefix);
   if (!set) return;
-  owner_[prefix] = zone;
+  ownerIs(prefix, zone);
   for (const auto& [address, data] : group.rpList()) {
     // A reactor may delete it meanwhile.
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
@@ -335,9 +343,37 @@ bool RpSetMirror::servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) c
   return match == zone || (match.isNone() && services_.policy().earlyView);
 }
 
-void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
-                         const std::shared_ptr<RpEntry>& rp) {
-  if (services_.heldBack(zone)) return mirrorTimes(zone, prefix, *rp);
+void RpSetMirror::ownerIs(const IpGenPrefix& prefix, const IpGenPrefix& zone) {
+  ++ownerChanges_;
+  owner_[prefix] = zone;
+}
+
+namespace {
+
+/// Whether an RP still stands in a set of ranges, not just in what was one of them.
+bool standsIn(const RpEntry& rp, const RpCandidateStatus& status) {
+  return rp.parent() != nullptr && rp.parent()->parent() == &status;
+}
+
+void write(RpEntry& copy, const RpEntry& rp) {
+  copy.modeIs(rp.mode());
+  copy.priorityIs(rp.priority());
+  copy.holdTimeIs(rp.holdTime());
+  copy.hashMaskLenIs(rp.hashMaskLen());
+  copy.setupTimeIs(rp.setupTime());
+  copy.expiryTimeIs(rp.expiryTime());
+}
+
+}  // namespace
+
+void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
+                         View* view) {
+  if (services_.heldBack(zone)) return mirrorTimes(zone, prefix, rp);
+  if (view != nullptr && view->rp && view->asOf == changes() &&
+      standsIn(*view->rp, *rpCandidateStatus_)) {
+    return write(*std::shared_ptr<RpEntry>(view->rp), rp);
+  }
+  const std::uint64_t asOf = changes();  // what reactors change below counts as changed
   const IpGenPrefix match = bsrTrie_.longestMatch(prefix);
   if (!servesPim(zone, match)) {
     BSR_TRACE(sm, 8, "Not updating RpCandidateStatus since our zone ", zone,
@@ -348,10 +384,12 @@ void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
     if (const auto rpSet = services_.rpSets().find(zone, prefix)) mirrorSet(zone, *rpSet);
     return;
   }
-  copy(zone, prefix, *rp);
+  auto shown = copy(zone, prefix, rp);
+  if (view != nullptr) *view = {std::move(shown), asOf};
 }
 
-void RpSetMirror::copy(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp) {
+std::shared_ptr<RpEntry> RpSetMirror::copy(const IpGenPrefix& zone, const IpGenPrefix& prefix,
+                                           const RpEntry& rp) {
   auto set = rpCandidateStatus_->crpSet(prefix);
   if (!set) {
     BSR_TRACE(sm, 5, "Forced creation of crpSet with prefix ", prefix, " in rpCandidateStatus");
@@ -363,12 +401,8 @@ void RpSetMirror::copy(const IpGenPrefix& zone, const IpGenPrefix& prefix, const
               " in zone ", zone);
     copy = set->newRp(rp.address());
   }
-  copy->modeIs(rp.mode());
-  copy->priorityIs(rp.priority());
-  copy->holdTimeIs(rp.holdTime());
-  copy->hashMaskLenIs(rp.hashMaskLen());
-  copy->setupTimeIs(rp.setupTime());
-  copy->expiryTimeIs(rp.expiryTime());
+  write(*copy, rp);
+  return copy;
 }
 
 // What is held back is who serves a range and how; how long it does may be seen.
@@ -384,12 +418,12 @@ void RpSetMirror::mirrorTimes(const IpGenPrefix& zone, const IpGenPrefix& prefix
 // The zone takes a range over: what others put there goes, what it has comes.
 void RpSetMirror::mirrorSet(const IpGenPrefix& zone, const RpCandidateSet& set) {
   const IpGenPrefix& prefix = set.prefix();
-  owner_[prefix] = zone;
+  ownerIs(prefix, zone);
   for (const IpGenAddr& address : keysOf(set.rp())) {
     // A reactor may delete it meanwhile.
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const auto rp = set.rp(address);
-    if (rp && rp->expiryTime() != 0.0) mirror(zone, prefix, rp);
+    if (rp && rp->expiryTime() != 0.0) mirror(zone, prefix, *rp);
   }
   const auto mirrored = rpCandidateStatus_->crpSet(prefix);
   if (!mirrored) return;
@@ -414,6 +448,7 @@ void RpSetMirror::unmirrorRp(const IpGenPrefix& zone, const IpGenPrefix& prefix,
 
 void RpSetMirror::unmirrorSet(const IpGenPrefix& zone, const IpGenPrefix& prefix) {
   if (!owns(zone, prefix)) return;
+  ++ownerChanges_;
   owner_.erase(prefix);
   if (!rpCandidateStatus_->crpSet(prefix)) {
     BSR_TRACE(sm, 8, prefix, " already deleted from rpCandidateStatus");

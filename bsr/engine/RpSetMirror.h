@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -20,6 +21,13 @@ namespace Routing::Pim::Bsr {
 /// still valid mappings until they expire. So no RP stays in PIM's view beyond its hold time, and
 /// no range of a zone is served by what a wider zone says of it. PIM's set is taken over at
 /// construction: what no zone accounts for goes.
+///
+///   zone's set     range -- RP     its reactor: hold timer, and where the RP stands in PIM's view
+///                            \                                              |
+///   PIM's set      range -- RP <---------------------------------------------+
+///
+/// An RP that is refreshed is written straight there, as long as no zone, owner of a range or part
+/// of PIM's set has changed; only else is it looked up who serves the range.
 class ROUTING_API RpSetMirror {
  public:
   /// Withdraws an RP of a zone whose hold time has ended, if there is somebody to do it; false if
@@ -45,6 +53,7 @@ class ROUTING_API RpSetMirror {
   class ZoneReactor;
   class SetReactor;
   class RpReactor;
+  struct View;
 
   void handleZone(const IpGenPrefix& zone);
   void dropOrphans();
@@ -52,9 +61,12 @@ class ROUTING_API RpSetMirror {
   void settle(const IpGenPrefix& prefix);
   bool owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;
   bool servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) const;
-  void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix,
-              const std::shared_ptr<RpEntry>& rp);
-  void copy(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp);
+  void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
+              View* view = nullptr);
+  std::shared_ptr<RpEntry> copy(const IpGenPrefix& zone, const IpGenPrefix& prefix,
+                                const RpEntry& rp);
+  std::uint64_t changes() const { return bsrTrie_.changes() + ownerChanges_; }
+  void ownerIs(const IpGenPrefix& prefix, const IpGenPrefix& zone);
   void showRange(const IpGenPrefix& zone, const BootstrapGroupData& group, bool first);
   void mirrorTimes(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp);
   void mirrorSet(const IpGenPrefix& zone, const RpCandidateSet& set);
@@ -69,6 +81,7 @@ class ROUTING_API RpSetMirror {
   TrieGen& bsrTrie_;
   const Withdraw withdraw_;
   std::map<IpGenPrefix, IpGenPrefix> owner_;  // mirrored range -> zone that put it there
+  std::uint64_t ownerChanges_ = 0;
   std::map<IpGenPrefix, std::shared_ptr<ZoneReactor>> zone_;
   Subscription zoneSubscription_;
   Subscription trieSubscription_;

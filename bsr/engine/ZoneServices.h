@@ -48,7 +48,9 @@ class ROUTING_API ZoneServices {
   /// This router is, or is no longer, the elected BSR of a zone. While it is and the policy asks
   /// for it, PIM's view of the zone is held back until announced() is called.
   void announcingIs(const IpGenPrefix& zone, bool announcing);
-  bool heldBack(const IpGenPrefix& zone) const { return heldBack_.contains(zone); }
+  bool heldBack(const IpGenPrefix& zone) const {
+    return !heldBack_.empty() && heldBack_.contains(zone);
+  }
   /// A message of this router for the zone is being sent.
   void announced(const IpGenPrefix& zone, const BootstrapMessage& bsm);
   /// Shows PIM what a message announces; with the first one of a BSR all others forget what another

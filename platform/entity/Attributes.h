@@ -94,15 +94,26 @@ class MapAttribute : public KeyedAttribute<std::map<K, V>> {
   }
 };
 
-/// Shared pointers to entities, by key.
+/// Shared pointers to entities, by key. Whoever goes through keys in their order, as a message does
+/// that refreshes what is there, finds each at the first glance: where the last one was, or next to
+/// it.
 template <class K, class E>
 class EntityMap : public KeyedAttribute<std::map<K, std::shared_ptr<E>>> {
  public:
   const std::shared_ptr<E>& find(const K& key) const {
     static const std::shared_ptr<E> none;
-    const auto it = this->content_.find(key);
-    return it == this->content_.end() ? none : it->second;
+    const auto end = this->content_.end();
+    if (near_ != end && near_->first != key) ++near_;
+    if (near_ == end || near_->first != key) near_ = this->content_.find(key);
+    return near_ == end ? none : near_->second;
   }
+  void erase(Entity& owner, std::size_t attribute, const K& key) {
+    near_ = this->content_.end();
+    KeyedAttribute<std::map<K, std::shared_ptr<E>>>::erase(owner, attribute, key);
+  }
+
+ protected:
+  mutable typename std::map<K, std::shared_ptr<E>>::const_iterator near_ = this->content_.end();
 };
 
 /// Entities that the owner holds, by key. A deleted entry is detached, never changed: whoever still
@@ -129,6 +140,7 @@ class CollectionAttribute : public EntityMap<K, E> {
   void erase(Entity& owner, std::size_t attribute, const K& key) {
     const auto at = this->content_.find(key);
     if (at == this->content_.end()) return;
+    this->near_ = this->content_.end();
     at->second->orphan();
     this->take(owner, attribute, at);
   }

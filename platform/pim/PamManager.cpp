@@ -141,9 +141,11 @@ bool PamManager::sendOnLink(const IntfId& intf, const PimMessage& message) {
 
 bool PamManager::send(const IntfId& intf, const PimMessage& message, const IpGenAddr& source,
                       const IpGenAddr& destination) {
-  std::vector<std::uint8_t> octets;
-  return encode(message, source, destination, octets) &&
-         port_.send({intf, source, destination, octets});
+  std::vector<std::uint8_t> octets = std::exchange(octets_, {});  // the port may send another
+  const bool sent = encode(message, source, destination, octets) &&
+                    port_.send({intf, source, destination, octets});
+  octets_ = std::move(octets);
+  return sent;
 }
 
 }  // namespace Routing::Pim

@@ -124,6 +124,7 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
   HelloReceiver helloReceiver_;
   DropLog drops_;
   std::map<IntfId, InterfaceTally> tallies_;
+  std::vector<std::uint8_t> octets_;  // room for the next packet
 };
 
 }  // namespace Routing::Pim

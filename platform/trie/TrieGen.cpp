@@ -10,11 +10,15 @@ TrieGen::~TrieGen() {
 }
 
 bool TrieGen::routeIs(const IpGenPrefix& prefix) {
-  return routes_.insert(prefix) && notify(prefix, TrieEvent::added);
+  if (!routes_.insert(prefix)) return false;
+  ++changes_;
+  return notify(prefix, TrieEvent::added);
 }
 
 bool TrieGen::routeDel(const IpGenPrefix& prefix) {
-  return routes_.erase(prefix) && notify(prefix, TrieEvent::deleted);
+  if (!routes_.erase(prefix)) return false;
+  ++changes_;
+  return notify(prefix, TrieEvent::deleted);
 }
 
 bool TrieGen::changedRouteIs(const IpGenPrefix& prefix) {

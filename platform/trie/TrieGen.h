@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <variant>
@@ -27,6 +28,8 @@ class ROUTING_API TrieGen {
   const std::string& name() const { return name_; }
   AddressFamily af() const { return routes_.af(); }
   std::size_t size() const { return routes_.size(); }
+  /// How often routes have come or gone so far: as long as it stays, so does every answer.
+  std::uint64_t changes() const { return changes_; }
 
   /// Adds a route. True if it was added; a present route, or one of another family, is no event.
   bool routeIs(const IpGenPrefix& prefix);
@@ -76,6 +79,7 @@ class ROUTING_API TrieGen {
 
   std::string name_;
   PrefixTrie<std::monostate> routes_;
+  std::uint64_t changes_ = 0;
   ObserverTable* reactors_;  // outlives the trie while a notification runs
 };
 
