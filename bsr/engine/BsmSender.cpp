@@ -221,7 +221,7 @@ std::uint32_t BsmSender::estimate(const IpGenPrefix& zone, std::uint32_t mtu,
 }
 
 PimBsrTxFragment BsmSender::newFragment(const BootstrapMessage& bsm) const {
-  auto fragment = std::make_shared<BootstrapMessage>();
+  auto fragment = std::allocate_shared<BootstrapMessage>(PoolAllocator<BootstrapMessage>{});
   fragment->forwardIs(bsm.forward());
   fragment->fragmentTagIs(bsm.fragmentTag());
   fragment->hashMaskLenIs(bsm.hashMaskLen());

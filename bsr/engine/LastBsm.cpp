@@ -10,7 +10,9 @@ namespace {
 // piece stands for the range. What names the zone goes on doing so, and nothing else begins to.
 void join(BootstrapGroupData& held, const BootstrapGroupData& piece) {
   BootstrapRpList rps = held.rpList();
-  for (const auto& [address, data] : piece.rpList()) rps.rpIs(address, data);
+  if (!(rps == piece.rpList())) {
+    for (const auto& [address, data] : piece.rpList()) rps.rpIs(address, data);
+  }
   if (held.rpCount() != piece.rpCount() || rps.size() > piece.rpCount()) {
     const std::uint8_t zoneBit = held.groupFlags() & GroupFlags::zoneFlag;
     held = piece;
@@ -62,7 +64,7 @@ void LastBsm::clear() {
 void LastBsm::gather(const BootstrapMessage& fragment) {
   auto& groups = message_->groupRpData();
   for (const BootstrapGroupData& piece : fragment.groupRpData()) {
-    const auto [it, added] = index_.emplace(piece.prefix(), groups.size());
+    const auto [it, added] = index_.try_emplace(piece.prefix(), groups.size());
     if (added) {
       message_->groupRpDataAppend(piece);
     } else if (!piece.rpList().empty()) {
