@@ -63,25 +63,41 @@ class BenchHost final : public PacketPort, public UnicastRouting {
 };
 
 /// A message with RPs of its own for each of so many ranges.
-inline std::vector<std::uint8_t> bootstrapMessage(std::uint32_t ranges, std::uint8_t rps) {
+inline BootstrapMessage bootstrapMessageOf(AddressFamily af, std::uint32_t ranges,
+                                           std::uint8_t rps) {
+  const bool v4 = af == AddressFamily::ipv4;
   BootstrapMessage bsm;
-  bsm.bsrAddressIs(bsrAddress);
+  bsm.sourceIs(v4 ? neighbor : IpGenAddr::v6(std::uint64_t{0xfe80} << 48, 2));
+  bsm.destinationIs(allPimRouters(af));
+  bsm.bsrAddressIs(v4 ? bsrAddress : IpGenAddr::v6(0x20010db800000000, 1));
   bsm.bsrPriorityIs(64);
   bsm.hashMaskLenIs(30);
   for (std::uint32_t range = 0; range < ranges; ++range) {
-    BootstrapGroupData group(ranges == 1
-                                 ? IpGenPrefix::multicast(AddressFamily::ipv4)
-                                 : IpGenPrefix(IpGenAddr::v4(0xef000000 + (range << 16)), 16));
+    BootstrapGroupData group(
+        ranges == 1 ? IpGenPrefix::multicast(af)
+        : v4
+            ? IpGenPrefix(IpGenAddr::v4(0xef000000 + (range << 16)), 16)
+            : IpGenPrefix(IpGenAddr::v6(0xff08000000000000 + (std::uint64_t{range} << 16), 0), 48));
     for (std::uint32_t i = 0; i < rps; ++i) {
-      group.rpList().rpIs(IpGenAddr::v4(0xc0000300 + range * 256 + i), {150, 192});
+      group.rpList().rpIs(v4 ? IpGenAddr::v4(0xc0000300 + range * 256 + i)
+                             : IpGenAddr::v6(0x20010db800000000, 0x300 + i),
+                          {150, 192});
     }
     group.rpCountIs(rps);
     group.fragRpCountIs(rps);
     bsm.groupRpDataAppend(std::move(group));
   }
+  return bsm;
+}
+
+inline std::vector<std::uint8_t> octetsOf(const BootstrapMessage& bsm) {
   std::vector<std::uint8_t> octets;
-  if (!encode(bsm, neighbor, allPimRouters(AddressFamily::ipv4), octets)) octets.clear();
+  if (!encode(bsm, octets)) octets.clear();
   return octets;
+}
+
+inline std::vector<std::uint8_t> bootstrapMessage(std::uint32_t ranges, std::uint8_t rps) {
+  return octetsOf(bootstrapMessageOf(AddressFamily::ipv4, ranges, rps));
 }
 
 inline void receive(BenchHost& host, const std::vector<std::uint8_t>& octets) {
