@@ -172,10 +172,10 @@ void ConfigSm::handleBsrHoldTime() {
   BSR_TRACE(sm, 4, "BSR Hold Time is ", config_->holdTime());
 }
 
-// A zone must outlast ten lifetimes of its BSR (RFC 5059 section 5). The product wraps at 32 bits.
+// The least time-out wraps at 32 bits.
 void ConfigSm::handleSzTimeout() {
   BSR_TRACE(sm, 9, "");
-  const std::uint32_t least = 10 * config_->holdTime();
+  const auto least = static_cast<std::uint32_t>(Config::leastSzTimeout(config_->holdTime()));
   const std::uint32_t wanted = config_->szTimeout();
   if (least <= wanted) {
     status()->szTimeoutIs(wanted);

@@ -30,14 +30,10 @@ struct BsrCandidateDefaults {
 /// Settings of a candidate BSR (RFC 5059 section 5), the same for a zone given by prefix and for
 /// the zones that an access list permits. While priority is 256 or the hash mask length 128 the
 /// entry is incomplete and makes no candidate. `interval` is in seconds.
-#define PIM_BSR_CANDIDATE_SETTINGS(ATTR, Type)                                                     \
-  ATTR(BOUNDED, priority, std::uint16_t, BsrCandidateDefaults::priorityUnknown, 0, 256, "0",       \
-       "256")                                                                                      \
-  ATTR(BOUNDED, hashMaskLen, std::uint32_t, BsrCandidateDefaults::hashMaskLenUnknown, 0, 128, "0", \
-       "128")                                                                                      \
-  ATTR(BOUNDED, interval, std::uint32_t, BsrCandidateDefaults::intervalDefault,                    \
-       BsrCandidateDefaults::minInterval, BsrCandidateDefaults::maxInterval,                       \
-       #Type "::minInterval", "536870906")
+#define PIM_BSR_CANDIDATE_SETTINGS(ATTR, Type)                                \
+  ATTR(BOUNDED, priority, std::uint16_t, Type::priorityUnknown, 0, 256)       \
+  ATTR(BOUNDED, hashMaskLen, std::uint32_t, Type::hashMaskLenUnknown, 0, 128) \
+  ATTR(BOUNDED, interval, std::uint32_t, Type::intervalDefault, Type::minInterval, 536870906)
 
 /// A zone of a candidate BSR.
 #define PIM_BSR_CANDIDATE_GROUP(ATTR) PIM_BSR_CANDIDATE_SETTINGS(ATTR, BsrCandidateGroup)
@@ -103,8 +99,8 @@ class ROUTING_API VrfIntfConfig : public Entity {
 /// the access lists of its family belong together: candidates, borders and the filter stay as they
 /// are, and change once, by the difference, when it becomes false.
 #define PIM_BSR_CONFIG(ATTR)                                                                 \
-  ATTR(BOUNDED, holdTime, std::uint32_t, 130, 12, 1073741823, "12", "1073741823")            \
-  ATTR(BOUNDED, szTimeout, std::uint32_t, 1300, 120, 0xFFFFFFFF, "120", "0xFFFFFFFF")        \
+  ATTR(BOUNDED, holdTime, std::uint32_t, Config::holdTimeDefault, 12, 1073741823)            \
+  ATTR(BOUNDED, szTimeout, std::uint32_t, Config::szTimeoutDefault, 120, 0xFFFFFFFF)         \
   ATTR(COLLECTION, rpCandidateConfig, RpCandidateConfig, IntfId, class RpCandidateConfig)    \
   ATTR(COLLECTION, bsrCandidateConfig, BsrCandidateConfig, IntfId, class BsrCandidateConfig) \
   ATTR(SET, crpFilterAcl, std::string)                                                       \
@@ -116,6 +112,11 @@ class ROUTING_API Config : public Entity {
  public:
   static constexpr std::uint32_t holdTimeDefault = 130;
   static constexpr std::uint32_t szTimeoutDefault = 1300;
+  /// The least scope-zone time-out for a hold time: a zone outlasts ten lifetimes of its BSR
+  /// (RFC 5059 section 5). It may be more than fits `szTimeout`.
+  static constexpr std::uint64_t leastSzTimeout(std::uint32_t holdTime) {
+    return 10 * std::uint64_t{holdTime};
+  }
 };
 
 /// Requests of one VRF: each increase of `countersCount` asks for its counters to be cleared.

@@ -31,7 +31,7 @@ struct CrpAdvIntervalTag {
   static constexpr std::uint16_t min = 1;
   static constexpr std::uint16_t max = 21845;
   static constexpr std::uint16_t initial = 60;
-  static constexpr const char* rangeText = "CrpAdvInterval::value < 1 or > 21845 not allowed";
+  static constexpr std::string_view typeName = "CrpAdvInterval";
 };
 /// Interval of candidate-RP advertisements in seconds. Three intervals are the advertised hold time
 /// and must fit its 16 bits.
@@ -66,50 +66,48 @@ class ROUTING_API PimBsrWeight {
   IpGenAddr ipAddr_;
 };
 
-/// Dropped messages by reason. Kept and written as one value, so that a reader sees one change for
-/// each drop.
+/// Why messages were dropped:
+///   rxFilter         arrived on a BSR border, or refused by the candidate-RP filter
+///   rxNbrRpfCheck    failed the neighbour or RPF check
+///   rxNoForwardBsm   No-Forward message outside the quick-refresh period
+///   rxUnicastBsm     Bootstrap message sent to a unicast address
+///   rxScopeMismatch  candidate-RP advertisement for a range of which this router is not the BSR
+///   rxInvalid        anything else
+#define PIM_BSR_ERROR_COUNTERS(COUNTER)                                                         \
+  COUNTER(rxFilter)                                                                             \
+  COUNTER(rxNbrRpfCheck) COUNTER(rxNoForwardBsm) COUNTER(rxUnicastBsm) COUNTER(rxScopeMismatch) \
+      COUNTER(rxInvalid)
+
+/// Dropped messages by reason, for each x() and xIs(n). Kept and written as one value, so that a
+/// reader sees one change for each drop.
 class ROUTING_API PimBsrErrorCounters {
  public:
   static constexpr std::string_view valueTypeName = "Routing::Pim::Bsr::PimBsrErrorCounters";
 
-  /// Arrived on a BSR border, or refused by the candidate-RP filter.
-  std::uint32_t rxFilter() const { return rxFilter_; }
-  void rxFilterIs(std::uint32_t n) { rxFilter_ = n; }
-  /// Failed the neighbour or RPF check.
-  std::uint32_t rxNbrRpfCheck() const { return rxNbrRpfCheck_; }
-  void rxNbrRpfCheckIs(std::uint32_t n) { rxNbrRpfCheck_ = n; }
-  /// No-Forward message outside the quick-refresh period.
-  std::uint32_t rxNoForwardBsm() const { return rxNoForwardBsm_; }
-  void rxNoForwardBsmIs(std::uint32_t n) { rxNoForwardBsm_ = n; }
-  /// Bootstrap message sent to a unicast address.
-  std::uint32_t rxUnicastBsm() const { return rxUnicastBsm_; }
-  void rxUnicastBsmIs(std::uint32_t n) { rxUnicastBsm_ = n; }
-  /// Candidate-RP advertisement for a range of which this router is not the BSR.
-  std::uint32_t rxScopeMismatch() const { return rxScopeMismatch_; }
-  void rxScopeMismatchIs(std::uint32_t n) { rxScopeMismatch_ = n; }
-  std::uint32_t rxInvalid() const { return rxInvalid_; }
-  void rxInvalidIs(std::uint32_t n) { rxInvalid_ = n; }
+#define PIM_BSR_COUNTER(x)      \
+  std::uint32_t x() const {     \
+    return x##_;                \
+  }                             \
+  void x##Is(std::uint32_t n) { \
+    x##_ = n;                   \
+  }
+  PIM_BSR_ERROR_COUNTERS(PIM_BSR_COUNTER)
+#undef PIM_BSR_COUNTER
 
   std::uint32_t hash() const;
   friend bool operator==(const PimBsrErrorCounters&, const PimBsrErrorCounters&) = default;
 
   template <class Self, class Visit>
   static void visitFields(Self& self, Visit&& visit) {
-    visit("rxFilter", self.rxFilter_);
-    visit("rxNbrRpfCheck", self.rxNbrRpfCheck_);
-    visit("rxNoForwardBsm", self.rxNoForwardBsm_);
-    visit("rxUnicastBsm", self.rxUnicastBsm_);
-    visit("rxScopeMismatch", self.rxScopeMismatch_);
-    visit("rxInvalid", self.rxInvalid_);
+#define PIM_BSR_COUNTER(x) visit(#x, self.x##_);
+    PIM_BSR_ERROR_COUNTERS(PIM_BSR_COUNTER)
+#undef PIM_BSR_COUNTER
   }
 
  private:
-  std::uint32_t rxFilter_ = 0;
-  std::uint32_t rxNbrRpfCheck_ = 0;
-  std::uint32_t rxNoForwardBsm_ = 0;
-  std::uint32_t rxUnicastBsm_ = 0;
-  std::uint32_t rxScopeMismatch_ = 0;
-  std::uint32_t rxInvalid_ = 0;
+#define PIM_BSR_COUNTER(x) std::uint32_t x##_ = 0;
+  PIM_BSR_ERROR_COUNTERS(PIM_BSR_COUNTER)
+#undef PIM_BSR_COUNTER
 };
 
 /// Identity of one candidate-RP advertiser: what it advertises, and with which priority.

@@ -9,6 +9,7 @@
 namespace Routing::Agent {
 namespace {
 
+using Pim::Bsr::Config;
 using Pim::Bsr::IntfConfig;
 using Pim::Bsr::VrfIntfConfig;
 using Interfaces = std::map<std::string, InterfaceSettings>;
@@ -17,7 +18,7 @@ using Interfaces = std::map<std::string, InterfaceSettings>;
 /// change of the hold time alone has to change it as well.
 std::uint32_t scopeZoneTimeout(const FamilySettings& settings) {
   constexpr std::uint64_t longest = std::numeric_limits<std::uint32_t>::max();
-  const std::uint64_t least = std::min(10 * std::uint64_t{settings.holdTime}, longest);
+  const std::uint64_t least = std::min(Config::leastSzTimeout(settings.holdTime), longest);
   return std::max(settings.scopeZoneTimeout, static_cast<std::uint32_t>(least));
 }
 

@@ -39,7 +39,7 @@ void judgeInterval(FamilyJudge& judge, const std::string& path, std::uint32_t in
 
 void judgeScopeZoneTimeout(FamilyJudge& judge) {
   const std::uint32_t hold = judge.settings.holdTime;
-  const std::uint64_t needed = 10 * std::uint64_t{hold};
+  const std::uint64_t needed = Pim::Bsr::Config::leastSzTimeout(hold);
   constexpr std::uint32_t longest = std::numeric_limits<std::uint32_t>::max();
   if (needed > longest) {
     judge.warn(judge.bsrPath() + "/hold-time",

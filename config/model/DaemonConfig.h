@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "bsr/types/Config.h"
 #include "platform/acl/AclRule.h"
 #include "platform/net/AddressFamily.h"
 #include "platform/net/IpGenPrefix.h"
@@ -91,9 +92,10 @@ struct RpCandidate {
 /// One VRF and address family. Maps are by interface name.
 struct FamilySettings {
   std::map<std::string, InterfaceSettings> interfaces;
-  std::uint32_t holdTime = 130;           ///< seconds
-  std::uint32_t scopeZoneTimeout = 1300;  ///< seconds, as given: ten hold times may be more
-  std::set<std::string> rpFilter;         ///< names of access lists
+  std::uint32_t holdTime = Pim::Bsr::Config::holdTimeDefault;  ///< seconds
+  /// Seconds, as given: ten hold times may be more.
+  std::uint32_t scopeZoneTimeout = Pim::Bsr::Config::szTimeoutDefault;
+  std::set<std::string> rpFilter;  ///< names of access lists
   std::map<std::string, BsrCandidate> bsrCandidates;
   std::map<std::string, RpCandidate> rpCandidates;
 

@@ -181,14 +181,27 @@ void refuseNull(std::string_view attribute, std::string_view owner) {
   throw RangeError(text);
 }
 
+namespace {
+
+[[noreturn]] void refuse(std::string_view type, std::string_view value, std::string_view minText,
+                         std::string_view maxText) {
+  std::string text(type);
+  text.append("::").append(value).append(" < ").append(minText).append(" or > ");
+  text.append(maxText).append(" not allowed");
+  throw RangeError(text);
+}
+
+}  // namespace
+
+void detail::refuseValue(std::string_view typeName, std::uint64_t min, std::uint64_t max) {
+  refuse(typeName, "value", std::to_string(min), std::to_string(max));
+}
+
 void detail::refuseOutOfBounds(const Entity& owner, std::string_view attribute,
                                std::string_view minText, std::string_view maxText) {
   std::string_view type = owner.typeName();
   type.remove_prefix(type.rfind(':') + 1);
-  std::string text(type);
-  text.append("::").append(attribute).append(" < ").append(minText).append(" or > ");
-  text.append(maxText).append(" not allowed");
-  throw RangeError(text);
+  refuse(type, attribute, minText, maxText);
 }
 
 }  // namespace Routing

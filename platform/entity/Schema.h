@@ -9,7 +9,7 @@
 ///
 ///   #define ROUTER_SCHEMA(ATTR)
 ///     ATTR(VALUE, address, IpGenAddr, {})
-///     ATTR(BOUNDED, holdTime, std::uint32_t, 130, 12, 100, "12", "100")
+///     ATTR(BOUNDED, holdTime, std::uint32_t, 60, 12, 100)
 ///     ATTR(COUNTER, rx)
 ///     ATTR(POINTER, message, Message)
 ///     ATTR(SET, permit, IpGenPrefix)
@@ -26,7 +26,9 @@
 ///
 /// It gives, by kind:
 ///   VALUE       x()  xIs(v)                         xReactor(void())
-///   BOUNDED     the same; xIs raises RangeError "Type::x < MIN or > MAX not allowed"
+///   BOUNDED     the same; xIs raises RangeError "Type::x < MIN or > MAX not allowed", with the
+///   bounds
+///               as they are written in the schema
 ///   COUNTER     x()  xIs(v)  xInc(n = 1)            xReactor(void()); 32 bits, wraps
 ///   POINTER     x()  xIs(shared pointer)            xReactor(void()); by identity, not logged
 ///   SET         x()  x(key)  xIs(key, true)  xDel(key)  xDelAll()      xReactor(void(key))
@@ -103,7 +105,7 @@
 
 #define ROUTING_EDIT_VALUE(name, ...) \
   ::Routing::detail::editValue(edit, in, name##_, [this](const auto& v) { name##Is(v); })
-#define ROUTING_EDIT_BOUNDED(name, T, initial, min, max, ...)                               \
+#define ROUTING_EDIT_BOUNDED(name, T, initial, min, max)                                    \
   ::Routing::detail::editBounded(edit, in, name##_, std::uint64_t{min}, std::uint64_t{max}, \
                                  [this](const auto& v) { name##Is(v); })
 #define ROUTING_EDIT_COUNTER(name, ...) ROUTING_EDIT_VALUE(name)
@@ -144,19 +146,19 @@
  private:                                   \
   T name##_ = __VA_ARGS__;
 
-#define ROUTING_MEMBERS_BOUNDED(name, T, initial, min, max, minText, maxText)    \
- public:                                                                         \
-  const T& name() const {                                                        \
-    return name##_;                                                              \
-  }                                                                              \
-  void name##Is(const T& v) {                                                    \
-    if (name##_ == v) return;                                                    \
-    name##_ = v;                                                                 \
-    ::Routing::detail::checkBounds(v, min, max, *this, #name, minText, maxText); \
-    changed(Attr::name, nullptr);                                                \
-  }                                                                              \
-  ROUTING_REACTOR(name, void)                                                    \
- private:                                                                        \
+#define ROUTING_MEMBERS_BOUNDED(name, T, initial, min, max)                \
+ public:                                                                   \
+  const T& name() const {                                                  \
+    return name##_;                                                        \
+  }                                                                        \
+  void name##Is(const T& v) {                                              \
+    if (name##_ == v) return;                                              \
+    name##_ = v;                                                           \
+    ::Routing::detail::checkBounds(v, min, max, *this, #name, #min, #max); \
+    changed(Attr::name, nullptr);                                          \
+  }                                                                        \
+  ROUTING_REACTOR(name, void)                                              \
+ private:                                                                  \
   T name##_ = initial;
 
 #define ROUTING_MEMBERS_COUNTER(name)           \

@@ -261,8 +261,14 @@ std::optional<T> parseValue(std::string_view text) {
   return value;
 }
 
-/// An unsigned integer that cannot leave its bounds. `Tag` gives `min`, `max`, `initial` and
-/// `rangeText`, the message of the RangeError that a value outside them raises.
+namespace detail {
+/// Raises RangeError "TYPE::value < MIN or > MAX not allowed".
+[[noreturn]] ROUTING_API void refuseValue(std::string_view typeName, std::uint64_t min,
+                                          std::uint64_t max);
+}  // namespace detail
+
+/// An unsigned integer that cannot leave its bounds: a value outside them raises RangeError. `Tag`
+/// gives `min`, `max`, `initial` and `typeName`.
 template <class Tag, class Representation>
 class BoundedValue {
  public:
@@ -272,7 +278,7 @@ class BoundedValue {
 
   constexpr BoundedValue() = default;
   explicit constexpr BoundedValue(std::uint64_t value) : value_(static_cast<Rep>(value)) {
-    if (value < min || value > max) throw RangeError(Tag::rangeText);
+    if (value < min || value > max) detail::refuseValue(Tag::typeName, min, max);
   }
   constexpr Rep value() const { return value_; }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string_view>
 
 #include "platform/entity/ValueText.h"
 
@@ -17,7 +18,7 @@ struct RpPriorityTag {
   static constexpr std::uint16_t min = 0;
   static constexpr std::uint16_t max = 256;
   static constexpr std::uint16_t initial = 256;
-  static constexpr const char* rangeText = "RpPriority::value < 0 or > 256 not allowed";
+  static constexpr std::string_view typeName = "RpPriority";
 };
 /// Priority of an RP, 0 the best; 256 means not set.
 using RpPriority = BoundedValue<RpPriorityTag, std::uint16_t>;
@@ -27,7 +28,7 @@ struct RpHashMaskLenTag {
   static constexpr std::uint8_t min = 0;
   static constexpr std::uint8_t max = 128;
   static constexpr std::uint8_t initial = 128;
-  static constexpr const char* rangeText = "RpHashMaskLen::value < 0 or > 128 not allowed";
+  static constexpr std::string_view typeName = "RpHashMaskLen";
 };
 /// Hash mask length of a mapping in bits; 128 is also the mark for not set.
 using RpHashMaskLen = BoundedValue<RpHashMaskLenTag, std::uint8_t>;
@@ -36,7 +37,7 @@ struct CrpHoldTimeTag {
   static constexpr std::uint16_t min = 0;
   static constexpr std::uint16_t max = 65535;
   static constexpr std::uint16_t initial = 0;
-  static constexpr const char* rangeText = "CrpHoldTime::value < 0 or > 65535 not allowed";
+  static constexpr std::string_view typeName = "CrpHoldTime";
 };
 /// Hold time of an RP in seconds; 0 withdraws it (RFC 5059 section 3.2).
 using CrpHoldTime = BoundedValue<CrpHoldTimeTag, std::uint16_t>;

@@ -12,13 +12,16 @@ namespace Routing::Sample {
 
 #define SAMPLE_PORT(ATTR)                                                   \
   ATTR(VALUE, address, IpGenAddr, {})                                       \
-  ATTR(BOUNDED, priority, std::uint16_t, 256, 0, 256, "0", "256")           \
-  ATTR(BOUNDED, interval, std::uint32_t, 60, 10, 3600, "Port::min", "3600") \
+  ATTR(BOUNDED, priority, std::uint16_t, 256, 0, 256)                       \
+  ATTR(BOUNDED, interval, std::uint32_t, 60, Port::min, 3600)               \
   ATTR(SET, permit, IpGenPrefix)
 
 class Port : public Entity {
   ROUTING_KEY(Port, IntfId, intfId)
   ROUTING_ENTITY(Port, SAMPLE_PORT)
+
+ public:
+  static constexpr std::uint32_t min = 10;
 };
 
 #define SAMPLE_ROUTER(ATTR)                   \
