@@ -53,8 +53,8 @@ TEST(Check, PrintsALineForEachFinding) {
                 "(allowed: 12..1073741823 seconds)\n" +
                 bad + ": cannot be used, 1 error, 0 warnings\n");
   const std::string out = check({warned.c_str()}).out;
-  EXPECT_NE(out.find(warned + ":76: warning: vrf[default]/"), std::string::npos) << out;
-  EXPECT_NE(out.find(warned + ": good, 0 errors, 4 warnings\n"), std::string::npos) << out;
+  EXPECT_NE(out.find(warned + ":78: warning: vrf[default]/"), std::string::npos) << out;
+  EXPECT_NE(out.find(warned + ": good, 0 errors, 3 warnings\n"), std::string::npos) << out;
 }
 
 TEST(Check, PrintsJson) {

@@ -26,11 +26,11 @@ done
 
 completed=$(bash -c '. "$0"; COMP_WORDS=(pimbsrctl show ip pim rp) COMP_CWORD=4
   _pimbsr pimbsrctl; echo "${COMPREPLY[@]}"' "$share/bash-completion/completions/pimbsrctl")
-expect "rp-set rp-hash" "$completed" "completion in bash"
+expect "rp-set rp-hash rp-candidate" "$completed" "completion in bash"
 if command -v zsh >/dev/null; then
   completed=$(zsh -c '_describe() { echo ${(PM)2#*:} }; complete_it() { . $0 }
     words=(pimbsrctl show ip pim rp) CURRENT=5; . $0' "$share/zsh/vendor-completions/_pimbsrctl")
-  expect "rp-set: rp-hash:" "$completed" "completion in zsh"
+  expect "rp-set: rp-hash: rp-candidate:" "$completed" "completion in zsh"
 fi
 
 grep -q "^ExecStart=.*/sbin/pimbsrd --config .*/etc/pimbsrd/pimbsrd.yaml$" \
