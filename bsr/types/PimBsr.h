@@ -73,10 +73,10 @@ class ROUTING_API PimBsrWeight {
 ///   rxUnicastBsm     Bootstrap message sent to a unicast address
 ///   rxScopeMismatch  candidate-RP advertisement for a range of which this router is not the BSR
 ///   rxInvalid        anything else
-#define PIM_BSR_ERROR_COUNTERS(COUNTER)                                                         \
-  COUNTER(rxFilter)                                                                             \
-  COUNTER(rxNbrRpfCheck) COUNTER(rxNoForwardBsm) COUNTER(rxUnicastBsm) COUNTER(rxScopeMismatch) \
-      COUNTER(rxInvalid)
+#define PIM_BSR_ERROR_COUNTERS(COUNTER) \
+  COUNTER(rxFilter)                     \
+  COUNTER(rxNbrRpfCheck)                \
+  COUNTER(rxNoForwardBsm) COUNTER(rxUnicastBsm) COUNTER(rxScopeMismatch) COUNTER(rxInvalid)
 
 /// Dropped messages by reason, for each x() and xIs(n). Kept and written as one value, so that a
 /// reader sees one change for each drop.

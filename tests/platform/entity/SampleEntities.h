@@ -10,10 +10,10 @@
 // Entities with every kind of attribute, for the tests of the framework.
 namespace Routing::Sample {
 
-#define SAMPLE_PORT(ATTR)                                                   \
-  ATTR(VALUE, address, IpGenAddr, {})                                       \
-  ATTR(BOUNDED, priority, std::uint16_t, 256, 0, 256)                       \
-  ATTR(BOUNDED, interval, std::uint32_t, 60, Port::min, 3600)               \
+#define SAMPLE_PORT(ATTR)                                     \
+  ATTR(VALUE, address, IpGenAddr, {})                         \
+  ATTR(BOUNDED, priority, std::uint16_t, 256, 0, 256)         \
+  ATTR(BOUNDED, interval, std::uint32_t, 60, Port::min, 3600) \
   ATTR(SET, permit, IpGenPrefix)
 
 class Port : public Entity {
