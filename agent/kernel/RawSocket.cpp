@@ -19,7 +19,7 @@ namespace {
 
 constexpr int on = 1;
 constexpr int off = 0;
-constexpr int receiveBuffer = 8 << 20;  // octets, doubled by the kernel: 5,000 large fragments
+constexpr int pimBuffer = 8 << 20;  // octets, doubled by the kernel: 5,000 large fragments
 constexpr std::size_t largestDatagram = 65535;
 constexpr int internetworkControl = 0xc0;  // DSCP CS6 (RFC 2474 section 4.2.2)
 constexpr int pimChecksumOffset = 2;
@@ -34,8 +34,8 @@ void set(int fd, int level, int option, const Value& value, const char* name) {
 }
 
 void setReceiveBuffer(int fd) {
-  if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &receiveBuffer, sizeof receiveBuffer) != 0) {
-    set(fd, SOL_SOCKET, SO_RCVBUF, receiveBuffer, "SO_RCVBUF");
+  if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &pimBuffer, sizeof pimBuffer) != 0) {
+    set(fd, SOL_SOCKET, SO_RCVBUF, pimBuffer, "SO_RCVBUF");
   }
 }
 

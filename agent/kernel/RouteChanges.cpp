@@ -8,7 +8,7 @@
 
 namespace Routing::Agent {
 namespace {
-constexpr int datagramsPerTurn = 1024;  // they are thrown away unread
+constexpr int changesPerTurn = 1024;  // they are thrown away unread
 }  // namespace
 
 RouteChanges::RouteChanges(EventLoop& loop, std::function<void()> changed)
@@ -19,7 +19,7 @@ RouteChanges::RouteChanges(EventLoop& loop, std::function<void()> changed)
 
 void RouteChanges::handleReadable() {
   char octet;
-  for (int i = 0; i < datagramsPerTurn; ++i) {
+  for (int i = 0; i < changesPerTurn; ++i) {
     // An overrun is a change, too, and is told once.
     const bool read = recv(socket_.fd(), &octet, sizeof octet, 0) >= 0;
     if (!read && errno != ENOBUFS && errno != EINTR) break;
