@@ -13,7 +13,6 @@ namespace Routing::Pim {
 namespace {
 
 using TestKit::addr;
-const auto pfx = TestKit::prefix;
 
 TEST(RpSelector, TellsWhenTheAnswerOfAWatchedGroupHasSettled) {
   TestKit::VirtualWorld world;
@@ -30,18 +29,18 @@ TEST(RpSelector, TellsWhenTheAnswerOfAWatchedGroupHasSettled) {
     return std::exchange(told, {});
   };
 
-  status->newCrpSet(pfx("224.0.0.0/4"))->newRp(addr("10.0.0.1"));
+  status->newCrpSet(TestKit::prefix("224.0.0.0/4"))->newRp(addr("10.0.0.1"));
   EXPECT_EQ(told, "") << "it may not be all of the change";
   EXPECT_EQ(settled(), "225.0.0.1 10.0.0.1, 239.1.2.3 10.0.0.1, ");
-  const auto narrow = status->newCrpSet(pfx("239.1.0.0/16"));
+  const auto narrow = status->newCrpSet(TestKit::prefix("239.1.0.0/16"));
   narrow->newRp(addr("10.0.0.2"))->priorityIs(RpPriority(5));
   EXPECT_EQ(settled(), "239.1.2.3 10.0.0.2, ");
   EXPECT_EQ(selector.selectRp(addr("239.1.9.9"))->rp, addr("10.0.0.2"));
   narrow->rp(addr("10.0.0.2"))->expiryTimeIs(99);
-  status->newCrpSet(pfx("238.0.0.0/8"))->newRp(addr("10.0.0.3"));
+  status->newCrpSet(TestKit::prefix("238.0.0.0/8"))->newRp(addr("10.0.0.3"));
   EXPECT_EQ(settled(), "") << "another group's";
   selector.unwatch(addr("225.0.0.1"));
-  status->crpSetDel(pfx("224.0.0.0/4"));
+  status->crpSetDel(TestKit::prefix("224.0.0.0/4"));
   narrow->rpDel(addr("10.0.0.2"));
   EXPECT_EQ(settled(), "239.1.2.3 none, ");
   EXPECT_EQ(Pim::selectRp(addr("ff0e::1"), *status).decidedBy, RpRule::notCovered);
