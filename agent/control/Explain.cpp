@@ -5,6 +5,37 @@
 #include "agent/control/ShowParts.h"
 
 namespace Routing::Agent {
+namespace {
+
+/// "BSR 10.0.0.1 of zone 224.0.0.0/4, RP 10.0.0.1"; nothing when none runs.
+std::string runningCandidates(const Pim::Bsr::Status& status) {
+  std::string running;
+  const auto add = [&running](const std::string& one) {
+    running += (running.empty() ? "" : ", ") + one;
+  };
+  for (const auto& [zone, candidate] : status.cbsr()) {
+    if (candidate->address().isUnset()) continue;
+    add("BSR " + candidate->address().text() + " of zone " + zone.text());
+  }
+  for (const auto& [address, candidate] : status.crp()) add("RP " + address.text());
+  return running;
+}
+
+/// To whom this router's RPs are advertised, and when next.
+void addAdvertisements(const ShowInput& in, Explanation& out) {
+  const Json shown = showRpCandidate(in);
+  for (const Json& rp : shown.at("candidates")) {
+    const Json& next = rp.at("next-advertisement");
+    const std::string when = distanceText(next.is_null() ? 0.0 : next.get<double>());
+    for (const Json& to : rp.at("advertised-to")) {
+      out.facts.emplace_back("RP " + rp.at("rp-address").get<std::string>(),
+                             "advertised to BSR " + to.at("bsr").get<std::string>() + " of zone " +
+                                 to.at("zone").get<std::string>() + ", next in " + when);
+    }
+  }
+}
+
+}  // namespace
 
 Json Explanation::json() const {
   Json list = Json::array();
@@ -34,16 +65,7 @@ Json explainDrops(const ShowInput& in) {
 
 Json explainCandidate(const ShowInput& in) {
   Explanation out;
-  const auto& status = *in.instance.status;
-  std::string running;
-  for (const auto& [zone, candidate] : status.cbsr()) {
-    if (candidate->address().isUnset()) continue;
-    running += (running.empty() ? "" : ", ") + ("BSR " + candidate->address().text()) +
-               " of zone " + zone.text();
-  }
-  for (const auto& [address, candidate] : status.crp()) {
-    running += (running.empty() ? "" : ", ") + ("RP " + address.text());
-  }
+  const std::string running = runningCandidates(*in.instance.status);
   for (const IdleCandidate& idle : in.instance.idle) {
     const std::string what = idle.bsr ? "candidate BSR" : "candidate RP";
     if (out.answer.empty()) {
@@ -59,16 +81,7 @@ Json explainCandidate(const ShowInput& in) {
         running.empty() ? "This router is no candidate" : "This router is a candidate: " + running;
   }
   if (out.problem && !running.empty()) out.facts.emplace_back("Running", running);
-  for (const Json& rp : showRpCandidate(in).at("candidates")) {
-    for (const Json& to : rp.at("advertised-to")) {
-      out.facts.emplace_back("RP " + rp.at("rp-address").get<std::string>(),
-                             "advertised to BSR " + to.at("bsr").get<std::string>() + " of zone " +
-                                 to.at("zone").get<std::string>() + ", next in " +
-                                 distanceText(rp.at("next-advertisement").is_null()
-                                                  ? 0.0
-                                                  : rp.at("next-advertisement").get<double>()));
-    }
-  }
+  addAdvertisements(in, out);
   out.changes = eventsJson(in, lastOnes, [](const Event& event) {
     return event.kind >= EventKind::candidateBsrStarted &&
            event.kind <= EventKind::candidateRpStopped;
