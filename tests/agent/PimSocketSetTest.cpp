@@ -94,7 +94,10 @@ class PimSocketSetTest : public OwnNetwork, public testing::WithParamInterface<A
   std::vector<Heard> rightHears() {
     right.heard.clear();
     runUntil(loop, [this] { return !right.heard.empty(); });
-    runFor(loop, 0.05);
+    for (std::size_t before = 0; before != right.heard.size();) {
+      before = right.heard.size();
+      runFor(loop, 0.05);
+    }
     return right.heard;
   }
 
