@@ -21,6 +21,7 @@ struct Link {
   bool up = false;           ///< set up by the operator, and with carrier
   std::uint32_t master = 0;  ///< device that this one is enslaved to; 0 for none
   bool vrfDevice = false;    ///< its slaves make up a VRF of its name
+  bool loopback = false;     ///< brings back what is sent on it, and has no other end
 
   friend bool operator==(const Link&, const Link&) = default;
 };

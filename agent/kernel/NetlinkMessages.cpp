@@ -110,6 +110,7 @@ std::optional<Link> linkOf(nlmsghdr& message) {
   link.up = (header->ifi_flags & working) == working;
   link.master = attributes.u32(IFLA_MASTER).value_or(0);
   link.vrfDevice = isVrf(attributes);
+  link.loopback = (header->ifi_flags & IFF_LOOPBACK) != 0;
   if (link.name.empty() || link.name.size() > VrfName::maxBytes) return {};
   return link;
 }

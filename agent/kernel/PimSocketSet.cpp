@@ -1,5 +1,6 @@
 #include "agent/kernel/PimSocketSet.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -110,8 +111,17 @@ std::uint64_t PimSocketSet::overflows() const {
   return sum;
 }
 
+// A loopback device brings back what was sent on it. Elsewhere whoever speaks from an address of
+// this router is worth a look.
+bool PimSocketSet::isOwnEcho(const IntfId& intf, const IpGenAddr& source) const {
+  const Interface* device = interfaces_.interface(intf);
+  if (device == nullptr || !device->link.loopback) return false;
+  return std::any_of(device->addresses.begin(), device->addresses.end(),
+                     [&](const LocalAddress& own) { return own.address == source; });
+}
+
 void PimSocketSet::receiveOnLink(const IntfId& intf, const RawDatagram& datagram) {
-  if (!datagram.destination.isMulticast()) return;
+  if (!datagram.destination.isMulticast() || isOwnEcho(intf, datagram.source)) return;
   if (receiver_) receiver_({intf, datagram.source, datagram.destination, datagram.payload});
 }
 

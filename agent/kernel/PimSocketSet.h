@@ -59,6 +59,7 @@ class PimSocketSet final : public Pim::PacketPort {
   void handleUnicast();
   void close(Endpoint& endpoint);
   bool read(Endpoint& endpoint, const RawSocket::Take& take);
+  bool isOwnEcho(const IntfId& intf, const IpGenAddr& source) const;
   void receiveOnLink(const IntfId& intf, const RawDatagram& datagram);
   void receiveUnicast(const RawDatagram& datagram);
   int sendOnLink(const Pim::TransmitPacket& packet);
