@@ -17,8 +17,8 @@ CLI::App* leaf(CLI::App& command, Options& options, const char* topic, const cha
   app->final_callback([&options, command = command.get_name(), topic] {
     options.command = command;
     options.topic = topic;
-    const bool said = (options.zone + options.group + options.rp).find(':') != std::string::npos;
-    options.family = said || options.ipv6 ? "ipv6" : "ipv4";
+    const std::string said = options.zone + options.group + options.rp + options.neighbor;
+    options.family = options.ipv6 || said.find(':') != std::string::npos ? "ipv6" : "ipv4";
   });
   return app;
 }
@@ -44,7 +44,8 @@ void addClear(CLI::App& clear, Options& options) {
   rp->add_option("--zone", options.zone, "In this zone alone");
   leaf(clear, options, "bsr", "Wait no longer for the BSR's next message")
       ->add_option("ZONE", options.zone, "The zone; all of them unless given");
-  leaf(clear, options, "neighbor", "Forget all neighbours and greet them anew");
+  leaf(clear, options, "neighbor", "Forget a neighbour until it speaks, or greet all anew")
+      ->add_option("ADDRESS", options.neighbor, "The neighbour; all of them unless given");
   leaf(clear, options, "counters", "All counters");
 }
 

@@ -33,6 +33,7 @@ struct Options {
   bool ipv6 = false;                   ///< where no address says the family
   std::string zone;                    ///< to explain or to clear
   std::string rp;                      ///< to clear, or to explain why not
+  std::string neighbor;                ///< to clear; all if empty
   bool snapshot = true;                ///< of a watch
   std::string file;                    ///< to check, or to observe: then it may be an interface
   bool strict = false;                 ///< of a check: warnings are problems

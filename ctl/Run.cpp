@@ -43,7 +43,7 @@ Json requestOf(const Options& options) {
                   {"vrf", options.vrf}};
   for (const auto& [name, value] :
        {std::pair("group", &options.group), std::pair("zone", &options.zone),
-        std::pair("rp", &options.rp)}) {
+        std::pair("rp", &options.rp), std::pair("neighbor", &options.neighbor)}) {
     if (!value->empty()) request[name] = *value;
   }
   if (options.command == "watch") request["snapshot"] = options.snapshot;

@@ -37,6 +37,14 @@ IpGenAddr rpOf(const ControlRequest& request) {
   return *rp;
 }
 
+IpGenAddr neighborOf(const ControlRequest& request) {
+  if (request.neighbor.empty()) return {};
+  const auto neighbor = IpGenAddr::fromText(request.neighbor);
+  if (!neighbor || neighbor->af() != request.af)
+    refuseOrder("'neighbor' must be an address of the family");
+  return *neighbor;
+}
+
 void expectInstance(const AgentView& view, const ControlRequest& request) {
   const auto instances = view.instances();
   const bool runs = std::any_of(instances.begin(), instances.end(), [&](const auto& instance) {
@@ -53,6 +61,7 @@ void expectInstance(const AgentView& view, const ControlRequest& request) {
 Json clear(const ControlTarget& target, const ControlRequest& request) {
   ClearOrder order{request.vrf, request.af, whatOf(request.topic), zoneOf(request)};
   if (order.what == What::rp) order.rp = rpOf(request);
+  if (order.what == What::neighbors) order.neighbor = neighborOf(request);
   expectInstance(target.view, request);
   return {{"cleared", request.topic}, {"count", target.commands.clear(order)}};
 }

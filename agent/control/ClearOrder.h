@@ -16,8 +16,9 @@ struct ClearOrder {
   VrfName vrf;
   AddressFamily af = AddressFamily::unset;
   What what = What::counters;
-  IpGenPrefix zone = {};  ///< of BSRs and RPs; none: all zones
-  IpGenAddr rp = {};      ///< of RPs; unset: all of them
+  IpGenPrefix zone = {};    ///< of BSRs and RPs; none: all zones
+  IpGenAddr rp = {};        ///< of RPs; unset: all of them
+  IpGenAddr neighbor = {};  ///< likewise, of neighbours
 };
 
 }  // namespace Routing::Agent

@@ -73,6 +73,8 @@ void take(ControlRequest& request, const std::string& name, const Json& value) {
     request.zone = textOf(name, value);
   } else if (name == "rp") {
     request.rp = textOf(name, value);
+  } else if (name == "neighbor") {
+    request.neighbor = textOf(name, value);
   } else if (name == "snapshot") {
     request.snapshot = truthOf(name, value);
   } else {

@@ -35,6 +35,7 @@ struct ControlRequest {
   std::vector<std::string> groups{};  ///< of "rp-hash": many, in place of one
   std::string zone{};                 ///< of BSRs and RPs
   std::string rp{};                   ///< to clear, or to explain why not
+  std::string neighbor{};             ///< to clear; all if empty
   bool snapshot = true;               ///< of a watch: whether the present state comes first
 };
 

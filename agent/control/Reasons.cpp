@@ -28,6 +28,8 @@ std::string reasonText(const Drop& drop) {
       return "a Hello while PIM is down on the interface";
     case DropCode::tooManyNeighbors:
       return "no room for another neighbor";
+    case DropCode::neighborFilter:
+      return "neighbor-filter of the interface does not permit this neighbor";
     case DropCode::noRpfNeighbor:
       return "no route to " + bsr + " leads over a PIM neighbor";
     case DropCode::wrongRpfNeighbor:

@@ -6,6 +6,7 @@
 #include "agent/router/IdleCandidates.h"
 #include "bsr/engine/BsrNonCandidateSm.h"
 #include "bsr/engine/PimBsrSm.h"
+#include "config/entities/HelloSettings.h"
 #include "config/entities/LimitWriter.h"
 #include "config/entities/Unwanted.h"
 
@@ -19,6 +20,18 @@ void clearRefusals(Pim::Bsr::PimBsrLimits& limits) {
         &Limits::refusedRpsOfRangeIs, &Limits::refusedFragmentsIs, &Limits::refusedKeptIs}) {
     (limits.*set)(0);
   }
+}
+
+void clearMechanism(Pim::Bsr::PimBsrCounters& counters) {
+  using Counters = Pim::Bsr::PimBsrCounters;
+  for (const auto set :
+       {&Counters::rxIs, &Counters::rxErrorIs, &Counters::rxSuccessIs, &Counters::rxBsmIs,
+        &Counters::rxBsmSuccessIs, &Counters::rxBsmErrorIs, &Counters::rxCrpAdvIs,
+        &Counters::rxCrpAdvSuccessIs, &Counters::rxCrpAdvErrorIs, &Counters::txIs,
+        &Counters::txErrorIs, &Counters::txSuccessIs}) {
+    (counters.*set)(0);
+  }
+  counters.errCountersIs({});
 }
 
 std::shared_ptr<Pim::Bsr::PimBsrLimits> newLimits(const LimitSettings& settings) {
@@ -130,9 +143,10 @@ void BsrHost::pimIntfsAre(const std::map<std::string, InterfaceSettings>& interf
     pimIntfDel(intf);
     pimIntfs_.erase(intf);
   }
+  PermittedLists lists(config_);
   for (const auto& [name, settings] : interfaces) {
     const IntfId intf(name);
-    pim_.helloConfigIs(intf, settings.hello());
+    pim_.helloConfigIs(intf, helloConfig(settings, af_, lists));
     if (!pimIntfs_.insert(intf).second) continue;
     const Interface* interface = interfaces_.interface(intf);
     if (interface != nullptr && interface->vrf == vrf_) pimIntfIs(intf, *interface, false);
@@ -180,7 +194,7 @@ std::size_t BsrHost::clear(const ClearOrder& order) {
   watch_.clearing();
   switch (order.what) {
     case ClearOrder::What::neighbors:
-      return clearNeighbors();
+      return order.neighbor.isUnset() ? clearNeighbors() : pim_.forgetNeighbor(order.neighbor);
     case ClearOrder::What::bsr:
       return bsr_.engine().clearBsr(order.zone);
     case ClearOrder::What::rp:
@@ -200,8 +214,8 @@ std::size_t BsrHost::clearNeighbors() {
 }
 
 void BsrHost::clearCounters() {
-  clearConfig_->countersCountInc();
-  clearMessageCounters(*pim_.pamManager()->counters());
+  clearConfig_->countersCountInc();  // the packet layer's
+  if (const auto counters = status_->counters()) clearMechanism(*counters);
   pim_.pamManager()->clearTallies();
   pim_.pamManager()->drops().clear();
   clearRefusals(*limits_);

@@ -170,6 +170,7 @@ class Converter {
     const lyd_node* holdtime = childOf(node, "hello-holdtime");
     settings.helloHoldtime = holdtime != nullptr ? numberOf<std::uint16_t>(holdtime)
                                                  : defaultHoldtime(settings.helloInterval);
+    settings.neighborFilter = namesOf(node, "neighbor-filter");
     if (const lyd_node* border = childOf(node, "bsr-border")) {
       settings.border = borderSettings(border, af);
     }

@@ -103,6 +103,16 @@ void judgeFilter(FamilyJudge& judge) {
   }
 }
 
+void judgeNeighborFilter(FamilyJudge& judge, const std::string& interface,
+                         const std::set<std::string>& names) {
+  for (const std::string& name : names) {
+    const AclPrefixes* list = judge.lists.find(judge.af, name);
+    if (list == nullptr || !list->unicast.empty()) continue;
+    judge.warn(entryPath(judge.interfacePath(interface), "neighbor-filter", name),
+               "the list permits no neighbour");
+  }
+}
+
 }  // namespace
 
 void judgeCandidates(FamilyJudge& judge, const Addressed& addressed) {
@@ -111,6 +121,7 @@ void judgeCandidates(FamilyJudge& judge, const Addressed& addressed) {
       const std::string border = judge.interfacePath(interface) + "/bsr-border";
       judgeGroupList(judge, entryPath(border, "access-list", name), name);
     }
+    judgeNeighborFilter(judge, interface, settings.neighborFilter);
   }
   for (const auto& [interface, candidate] : judge.settings.bsrCandidates) {
     const std::string path = judge.bsrCandidatePath(interface);

@@ -30,7 +30,10 @@ void addUses(Uses& uses, AddressFamily af, const FamilySettings& settings) {
     }
   };
   addNames(settings.rpFilter);
-  for (const auto& [name, interface] : settings.interfaces) addNames(interface.border.accessLists);
+  for (const auto& [name, interface] : settings.interfaces) {
+    addNames(interface.border.accessLists);
+    addNames(interface.neighborFilter);
+  }
   addCandidates(settings.bsrCandidates);
   addCandidates(settings.rpCandidates);
 }

@@ -65,6 +65,9 @@ void judgeRangeGroups(FamilyJudge& judge, const std::string& path, const RpCandi
 void judgeReferences(FamilyJudge& judge) {
   for (const auto& [name, interface] : judge.settings.interfaces) {
     judgeBorder(judge, judge.interfacePath(name) + "/bsr-border", interface.border);
+    for (const std::string& list : interface.neighborFilter) {
+      judgeList(judge, entryPath(judge.interfacePath(name), "neighbor-filter", list), list);
+    }
   }
   for (const auto& [name, candidate] : judge.settings.bsrCandidates) {
     judgeZoneGroups(judge, judge.bsrCandidatePath(name), candidate);

@@ -13,7 +13,6 @@
 #include "platform/net/IpGenPrefix.h"
 #include "platform/net/VrfName.h"
 #include "platform/pim/PimTypes.h"
-#include "platform/pim/hello/HelloConfig.h"
 
 /// The configuration of the daemon as values, with all defaults filled in. The order of the file
 /// leaves no trace, so configurations that mean the same are equal.
@@ -45,8 +44,8 @@ struct InterfaceSettings {
   std::uint16_t propagationDelay = 500;   ///< milliseconds
   std::uint16_t overrideInterval = 2500;  ///< milliseconds
   BorderSettings border;
+  std::set<std::string> neighborFilter;  ///< names of access lists; everybody if there are none
 
-  Pim::HelloConfig hello() const;
   friend bool operator==(const InterfaceSettings&, const InterfaceSettings&) = default;
 };
 

@@ -24,6 +24,7 @@ enum class DropCode : std::uint8_t {
   notNeighbor,       ///< from no PIM neighbour (RFC 5059 section 3.1.3)
   interfaceDown,     ///< a Hello on an interface on which PIM is down
   tooManyNeighbors,  ///< a Hello from one neighbour more than there is room for
+  neighborFilter,    ///< a Hello from an address that the neighbour filter does not permit
   noRpfNeighbor,     ///< no route to the BSR leads over a PIM neighbour
   wrongRpfNeighbor,  ///< not from the neighbour that leads to the BSR
   noForward,         ///< No-Forward, and this router needs no priming
@@ -92,9 +93,9 @@ class ROUTING_API DropLog {
 
 template <>
 struct Routing::EnumText<Routing::Pim::DropCode> {
-  static constexpr std::array names{"malformed",       "no-pim-interface",   "own-packet",
-                                    "not-a-neighbor",  "interface-down",     "too-many-neighbors",
-                                    "no-rpf-neighbor", "wrong-rpf-neighbor", "no-forward",
-                                    "unicast",         "bad-destination",    "border",
-                                    "filtered",        "not-the-bsr"};
+  static constexpr std::array names{"malformed",       "no-pim-interface", "own-packet",
+                                    "not-a-neighbor",  "interface-down",   "too-many-neighbors",
+                                    "neighbor-filter", "no-rpf-neighbor",  "wrong-rpf-neighbor",
+                                    "no-forward",      "unicast",          "bad-destination",
+                                    "border",          "filtered",         "not-the-bsr"};
 };

@@ -89,6 +89,13 @@ void PimInstance::forgetNeighbors() {
   for (const auto& [intf, sm] : machines) sm->forgetNeighbors();
 }
 
+std::size_t PimInstance::forgetNeighbor(const IpGenAddr& neighbor) {
+  const auto machines = *machines_;
+  std::size_t forgotten = 0;
+  for (const auto& [intf, sm] : machines) forgotten += sm->forgetNeighbor(neighbor) ? 1 : 0;
+  return forgotten;
+}
+
 void PimInstance::shutdown() {
   const auto machines = *machines_;
   for (const auto& [intf, sm] : machines) sm->goodbye();

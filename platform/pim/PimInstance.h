@@ -51,6 +51,9 @@ class ROUTING_API PimInstance {
 
   /// Forgets all neighbours; see HelloSm::forgetNeighbors().
   void forgetNeighbors();
+  /// Forgets the neighbours of this address; see HelloSm::forgetNeighbor(). How many they were: an
+  /// IPv6 link-local address may stand on several links.
+  std::size_t forgetNeighbor(const IpGenAddr& neighbor);
   /// Takes one datagram in; never raises for what the octets say.
   void receive(const ReceivedPacket& packet) { pamManager_->receive(packet); }
   /// Says goodbye on every interface. An interface then sends no Hello until it stops and starts

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "config/entities/HelloSettings.h"
 #include "config/entities/LimitWriter.h"
 #include "sim/core/Configs.h"
 #include "sim/core/Digest.h"
@@ -160,13 +161,14 @@ void Speaker::handleConfig() {
   limitsAre(*limits_, world_.config(router_).limits);
   refreshDuties();
   if (!running()) return;
+  Agent::PermittedLists lists(world_.config(router_));
   for (const NetworkId network : world_.topology().router(router_).networks) {
     const auto interface = settings().interfaces.find(intfOn(network).text());
     if (interface == settings().interfaces.end()) {
       if (pimNetworks_.erase(network) > 0) pim_->intfDel(intfOn(network));
       continue;
     }
-    pim_->helloConfigIs(intfOn(network), interface->second.hello());
+    pim_->helloConfigIs(intfOn(network), Agent::helloConfig(interface->second, af_, lists));
     if (pimNetworks_.insert(network).second) {
       pimIntfIs(network, world_.liveness().network[network]);
     }

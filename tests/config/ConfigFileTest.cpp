@@ -11,6 +11,7 @@
 
 #include "bsr/types/Config.h"
 #include "bsr/types/Limits.h"
+#include "config/entities/HelloSettings.h"
 #include "config/file/ConfigFile.h"
 #include "platform/pim/hello/HelloConfig.h"
 #include "tests/support/Octets.h"
@@ -69,7 +70,8 @@ TEST(Config, HasTheDefaultsOfTheLibrary) {
   Pim::HelloConfig hello;
   hello.firstDelay = 0.5;  // the daemon's first Hello does not wait
   hello.drPriority = 0;    // who forwards no group traffic is not to win
-  EXPECT_EQ(settings.interfaces.at("eth0").hello(), hello);
+  PermittedLists lists(config);
+  EXPECT_EQ(helloConfig(settings.interfaces.at("eth0"), AddressFamily::ipv4, lists), hello);
 
   const Pim::Bsr::PimBsrLimits limits;
   EXPECT_EQ(config.limits, (LimitSettings{limits.maxZones(), limits.maxGroups(), limits.maxRps(),
@@ -97,6 +99,13 @@ TEST(Config, IsReadAsWritten) {
   EXPECT_EQ(ipv4.interfaces.at("eth0").helloInterval, 10.5);
   EXPECT_EQ(ipv4.interfaces.at("eth0").helloHoldtime, 65535);
   EXPECT_EQ(ipv4.interfaces.at("eth0").border, BorderSettings());
+  PermittedLists lists(config);
+  const auto helloOf = [&](const InterfaceSettings& interface) {
+    return helloConfig(interface, AddressFamily::ipv4, lists);
+  };
+  EXPECT_EQ(helloOf(ipv4.interfaces.at("lo")).neighbors, std::nullopt);
+  EXPECT_EQ(helloOf(ipv4.interfaces.at("eth0")).neighbors,
+            (std::set{prefix("10.0.0.0/8"), prefix("192.0.2.1/32")}));
   EXPECT_EQ(ipv4.interfaces.at("eth1").border, (BorderSettings{{prefix("224.0.0.0/4")}, {}}));
   EXPECT_EQ(ipv4.rpFilter, std::set<std::string>{"RPS"});
   const BsrCandidate& bsr = ipv4.bsrCandidates.at("lo");
@@ -115,9 +124,9 @@ TEST(Config, IsReadAsWritten) {
   EXPECT_EQ(interface.border, (BorderSettings{{prefix("ff3e::/32")}, {"SITES"}}));
   EXPECT_EQ(interface.helloHoldtime, 63000);
   EXPECT_EQ(interface.drPriority, 0U);
-  EXPECT_FALSE(interface.hello().passive);
+  EXPECT_FALSE(interface.helloPassive);
   const InterfaceSettings& others = ipv6.interfaces.at("eth3");
-  EXPECT_TRUE(others.hello().passive);
+  EXPECT_TRUE(others.helloPassive);
   EXPECT_EQ(others.drPriority, 1U) << "what other programs announce by default";
 }
 

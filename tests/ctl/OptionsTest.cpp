@@ -51,6 +51,8 @@ TEST(CtlOptions, ReadTheCommandWord) {
   EXPECT_TRUE(hash.json);
 
   EXPECT_EQ("clear", accepted("clear ip pim counters").command);
+  EXPECT_EQ("ipv6", accepted("clear neighbor fe80::1").family);
+  EXPECT_EQ("fe80::1", accepted("clear neighbor fe80::1").neighbor);
   EXPECT_TRUE(accepted("watch ip pim bsr").snapshot);
   EXPECT_FALSE(accepted("watch ip pim bsr --changes-only").snapshot);
   EXPECT_EQ("reload", accepted("reload").command);

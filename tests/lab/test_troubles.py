@@ -68,6 +68,49 @@ class Troubles(Play):
         self.assertEqual(first.control("clear", "counters"), (0, ""))
         self.assertEqual(self.first_line(first, "drops", good=True), "Nothing has been dropped.")
 
+    def test_cures(self):
+        line = self.build_line(2)
+        first, second = line.routers
+        interfaces = [{"name": "to-host", "neighbor-filter": ["OURS"]}, "to-r2"]
+        first.configure(config(family(IPV4, "to-host", "to-r2")))
+        line.start()
+        self.await_neighbors(line, [IPV4])
+        known = {IPV4.host, IPV4.far_end(1)}
+        self.teach(line, IPV4)
+
+        self.assertEqual(first.control("clear", "bsr"), (0, "Cleared: 1\n"))
+        self.assertIsNone(first.bsr_address(IPV4))
+        self.assertRegex(first.text(IPV4, "events"), f"BSR {IPV4.bsr} is gone .cleared by an")
+        self.assertEqual(second.bsr_address(IPV4), IPV4.bsr)
+        self.teach(line, IPV4, "2")
+
+        self.assertEqual(first.control("clear", "neighbor", "192.0.2.99"), (0, "Cleared: 0\n"))
+        self.assertEqual(first.control("clear", "neighbor", IPV4.host), (0, "Cleared: 1\n"))
+        self.assertEqual(first.neighbors(IPV4), {IPV4.far_end(1)})
+        line.greet(IPV4)
+        self.eventually(2, lambda: first.neighbors(IPV4) == known, "the host is no neighbour again")
+        generation = self.generation(second)
+        self.assertEqual(first.control("clear", "neighbor"), (0, "Cleared: 2\n"))
+        self.eventually(ADJACENCY_SECONDS, lambda: first.neighbors(IPV4) == {IPV4.far_end(1)} and
+                        self.generation(second) != generation, "r2 did not see a router restart")
+
+        line.greet(IPV4)
+        self.eventually(2, lambda: first.neighbors(IPV4) == known, "the host is no neighbour again")
+        self.reload(first, config(family(IPV4, *interfaces), **{
+            "access-list": [access_list(IPV4, "OURS", "deny host 10.0.0.2", "permit 10.0.0.0/8")]}))
+        self.assertEqual(first.neighbors(IPV4), {IPV4.far_end(1)})
+        first.control("clear", "counters")
+        line.greet(IPV4)
+        self.eventually(2, lambda: first.explained("drops")["drops"], "nothing is dropped")
+        self.assertIn("neighbor-filter of the interface does not permit this neighbor",
+                      self.first_line(first, "drops"))
+        self.assertEqual(first.neighbors(IPV4), {IPV4.far_end(1)})
+
+    @staticmethod
+    def generation(router):
+        """The generation ID of r1 as its neighbour r2 sees it."""
+        return [each["gen-id"] for each in router.show(IPV4, "neighbor")["neighbors"]]
+
     def send(self, line, tag):
         line.send(IPV4, Bootstrap(IPV4.bsr, [GroupRange(ALL, [Rp(IPV4.rp(0))])], tag=tag))
         time.sleep(0.3)
@@ -82,7 +125,7 @@ class Troubles(Play):
                           **{"access-list": [access_list(IPV4, "RPS", f"permit {block(IPV4, 1)}",
                                                          f"permit {block(IPV4, 3)}")]})
         domain = self.started_domain(router("to-r2", priority=100),
-                                     router("to-r1", "to-r3", rps=("lo", "eth9")),
+                                     router("to-r1", "to-r3", "lo", rps=("lo", "eth9")),
                                      router("to-r2", priority=200, filtered=["RPS"]))
         first, second, third = domain.routers
         own = [loopback(IPV4, number) for number in (1, 2, 3)]

@@ -2,6 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <set>
+
+#include "platform/Export.h"
+#include "platform/net/IpGenPrefix.h"
 
 namespace Routing::Pim {
 
@@ -14,7 +19,7 @@ struct NeighborLimits {
 };
 
 /// How Hellos are sent and read on an interface; the defaults are those of RFC 7761 section 4.11.
-struct HelloConfig {
+struct ROUTING_API HelloConfig {
   /// Another program of this router sends the Hellos of the interface; this one only listens.
   bool passive = false;
   double helloPeriod = 30.0;              ///< seconds between Hellos, above 0
@@ -25,6 +30,11 @@ struct HelloConfig {
   std::uint16_t propagationDelay = 500;   ///< milliseconds, 0 to 32767
   std::uint16_t overrideInterval = 2500;  ///< milliseconds
   NeighborLimits limits{};
+  /// Whose Hellos are taken; everybody's if there is nothing here, nobody's if it is empty.
+  std::optional<std::set<IpGenPrefix>> neighbors{};
+
+  /// Whether Hellos from this address are taken.
+  bool permits(const IpGenAddr& neighbor) const;
 
   friend bool operator==(const HelloConfig&, const HelloConfig&) = default;
 };

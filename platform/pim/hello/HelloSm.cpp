@@ -90,12 +90,28 @@ void HelloSm::start() {
 
 void HelloSm::configIs(const HelloConfig& config) {
   if (config == config_) return;
+  const auto self = weak_from_this().lock();
   const bool turns = config.passive != config_.passive;
   config_ = config;
   intf_->drPriorityIs(config.drPriority);
   if (turns) passiveIs(config.passive);
+  dropFiltered();
   elect();
   if (sending() && !turns) handleHelloTimer();
+}
+
+void HelloSm::dropFiltered() {
+  std::vector<IpGenAddr> filtered;
+  for (const auto& [address, neighbor] : intf_->neighbor()) {
+    if (!config_.permits(address)) filtered.push_back(address);
+  }
+  for (const IpGenAddr& address : filtered) neighbors_.neighborDel(address);
+}
+
+bool HelloSm::forgetNeighbor(const IpGenAddr& neighbor) {
+  if (!intf_->neighbor(neighbor)) return false;
+  handleLoss(neighbor);
+  return true;
 }
 
 void HelloSm::passiveIs(bool passive) {
@@ -117,6 +133,7 @@ void HelloSm::forgetNeighbors() {
 void HelloSm::receive(const HelloMessage& hello) {
   if (!intf_->running()) return refuse(hello, DropCode::interfaceDown);
   if (hello.source() == intf_->address()) return handleOwnSpeaker(hello);
+  if (!config_.permits(hello.source())) return refuse(hello, DropCode::neighborFilter);
   const Heard heard = neighbors_.helloIs(hello);
   if (heard == Heard::refused) return refuse(hello, DropCode::tooManyNeighbors);
   ROUTING_TRACE(helloTrace, heard == Heard::refreshed ? 8 : 4, packets_->vrfName(), " Neighbor ",

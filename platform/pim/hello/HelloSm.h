@@ -53,12 +53,15 @@ class ROUTING_API HelloSm : public std::enable_shared_from_this<HelloSm> {
   /// to it are left out.
   void intfIs(const IpGenAddr& address, const std::set<IpGenAddr>& secondaries, bool up);
   /// Another configuration, DR priority included, from now on; the limits stay. What differs is
-  /// told by a Hello at once, and the next follows after a whole period. Who becomes passive falls
+  /// told by a Hello at once, and the next follows after a whole period. Neighbours that it does
+  /// not permit go. Who becomes passive falls
   /// silent without a goodbye; who no longer is starts anew.
   void configIs(const HelloConfig& config);
   /// Forgets all neighbours and takes another generation ID, so that they answer as to a router
   /// that has restarted; a passive interface only forgets. Nothing while it does not run.
   void forgetNeighbors();
+  /// Forgets one neighbour until its next Hello; false if it is none.
+  bool forgetNeighbor(const IpGenAddr& neighbor);
   /// Takes in a Hello that arrived on the interface from another router, or from the other program
   /// of this one where the interface is passive.
   void receive(const HelloMessage& hello);
@@ -73,6 +76,7 @@ class ROUTING_API HelloSm : public std::enable_shared_from_this<HelloSm> {
   void start();
   void passiveIs(bool passive);
   void handleOwnSpeaker(const HelloMessage& hello);
+  void dropFiltered();
   void helloAtOnce();
   void triggeredHelloIsDue();
   void handleHelloTimer();

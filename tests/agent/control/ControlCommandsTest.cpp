@@ -84,6 +84,9 @@ TEST_F(ControlCommands, RefuseWhatDoesNotExist) {
             refusal({.command = Command::clear, .topic = "rp", .vrf = red}));
   EXPECT_EQ(RefusalCode::badRequest,
             refusal({.command = Command::clear, .topic = "bsr", .vrf = red, .zone = "ff05::/16"}));
+  EXPECT_EQ(
+      RefusalCode::badRequest,
+      refusal({.command = Command::clear, .topic = "neighbor", .vrf = red, .neighbor = "fe80::1"}));
   EXPECT_EQ(RefusalCode::badRequest,
             refusal({.command = Command::explain, .topic = "bsr", .vrf = red, .zone = "x"}));
   EXPECT_THROW(watchScope(agent_, {.topic = "rp-hash", .vrf = red}), RequestError);
@@ -112,6 +115,12 @@ TEST_F(ControlCommands, HandOnWhatIsToBeForgotten) {
   EXPECT_EQ("red", agent_.cleared.vrf.text());
   EXPECT_EQ(addr("10.0.0.1"), agent_.cleared.rp);
   EXPECT_EQ(prefix("239.0.0.0/8"), agent_.cleared.zone);
+  const ControlRequest neighbor{.command = ControlRequest::Command::clear,
+                                .topic = "neighbor",
+                                .vrf = VrfName("red"),
+                                .neighbor = "10.0.0.2"};
+  answerLine(agent_.target(), neighbor);
+  EXPECT_EQ(addr("10.0.0.2"), agent_.cleared.neighbor);
 }
 
 TEST_F(ControlCommands, ShowAllVrfsOfAFamilyAtOnce) {

@@ -244,6 +244,26 @@ TEST_F(HelloSmTest, BoundsWhatHellosMakeItRemember) {
   EXPECT_NE(neighbor("10.0.0.5"), nullptr) << "there is room again";
 }
 
+TEST_F(HelloSmTest, HasThePermittedNeighborsAlone) {
+  HelloConfig config;
+  start(config);
+  for (const char* source : {"10.0.0.2", "10.0.0.3", "10.0.1.4"}) hear({.source = source});
+  config.neighbors = {TestKit::prefix("10.0.0.0/24"), TestKit::prefix("10.0.0.3/32")};
+  router->pim.helloConfigIs(IntfId("eth0"), config);
+  EXPECT_EQ(neighbor("10.0.1.4"), nullptr) << "it goes with the next configuration";
+  EXPECT_EQ(intf().neighbor().size(), 2u);
+  hear({.source = "10.0.1.4"});
+  EXPECT_EQ(router->dropped("neighbor-filter"), 1u);
+  EXPECT_EQ(router->pim.forgetNeighbor(addr("10.0.0.2")), 1u);
+  EXPECT_EQ(router->pim.forgetNeighbor(addr("10.0.1.4")), 0u);
+  EXPECT_EQ(intf().neighbor().size(), 1u);
+  hear({.source = "10.0.0.2"});
+  EXPECT_NE(neighbor("10.0.0.2"), nullptr) << "its next Hello brings it back";
+  config.neighbors->clear();
+  router->pim.helloConfigIs(IntfId("eth0"), config);
+  EXPECT_TRUE(intf().neighbor().empty());
+}
+
 TEST_F(HelloSmTest, LetsTheSilentGiveWayToNewcomers) {
   HelloConfig config;
   config.limits.neighbors = 3;
