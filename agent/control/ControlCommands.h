@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
-#include "agent/control/AgentCommands.h"
-#include "agent/control/AgentView.h"
 #include "agent/control/ControlRequest.h"
 #include "agent/feed/RpFeed.h"
+#include "agent/view/AgentCommands.h"
+#include "agent/view/AgentView.h"
 
 /// The commands of the control protocol, without the socket: from a request to lines of JSON. No
 /// line contains a newline; the last one of an answer needs one appended.

@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "agent/control/AgentCommands.h"
-#include "agent/control/AgentView.h"
 #include "agent/feed/RpFeed.h"
+#include "agent/view/AgentCommands.h"
+#include "agent/view/AgentView.h"
 
 namespace asio {
 class io_context;

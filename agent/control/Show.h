@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "agent/control/AgentView.h"
+#include "agent/view/AgentView.h"
 
 /// What the daemon tells its operators, by topic. Each function only reads; names follow RFC 9128
 /// where it has one; durations are seconds, null where there is none. docs/control-protocol.md

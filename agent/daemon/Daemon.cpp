@@ -114,7 +114,7 @@ void Daemon::configIs(const DaemonConfig& config) {
   if (config.controlSocket != before.controlSocket) {
     spdlog::warn("another control-socket is used from the next start on");
   }
-  if (stateDirectory(config) != stateDirectory(before)) {
+  if (stateDirectoryOf(config) != stateDirectoryOf(before)) {
     spdlog::warn("another state-directory is used from the next start on");
   }
   router_.configIs(config);

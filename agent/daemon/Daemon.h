@@ -3,7 +3,6 @@
 #include <optional>
 
 #include "agent/consumer/Consumer.h"
-#include "agent/control/AgentCommands.h"
 #include "agent/control/ControlServer.h"
 #include "agent/daemon/ConfigSource.h"
 #include "agent/daemon/LogSink.h"
@@ -13,6 +12,7 @@
 #include "agent/kernel/EventLoop.h"
 #include "agent/metrics/MetricsServer.h"
 #include "agent/router/Router.h"
+#include "agent/view/AgentCommands.h"
 
 namespace Routing::Agent {
 

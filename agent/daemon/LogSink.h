@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "agent/daemon/RateLimiter.h"
+#include "agent/events/RateLimiter.h"
 #include "platform/trace/SysLogMessage.h"
 #include "platform/trace/Trace.h"
 

@@ -7,16 +7,10 @@
 #include <variant>
 #include <vector>
 
+#include "agent/router/TimeoutOverrides.h"
 #include "config/model/DaemonConfig.h"
 
 namespace Routing::Agent {
-
-/// Time-outs in place of configured ones, in seconds (RFC 5059 section 5). They may be shorter than
-/// a configuration permits, which is for tests.
-struct TimeoutOverrides {
-  std::optional<std::uint32_t> bsTimeout;
-  std::optional<std::uint32_t> szTimeout;
-};
 
 /// The command line of the daemon.
 struct Options {

@@ -4,8 +4,8 @@
 #include <thread>
 #include <vector>
 
-#include "agent/control/AgentCommands.h"
 #include "agent/daemon/ConfigSource.h"
+#include "agent/view/AgentCommands.h"
 
 namespace asio {
 class io_context;

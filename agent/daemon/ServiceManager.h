@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "agent/control/AgentView.h"
+#include "agent/view/AgentView.h"
 #include "platform/time/TimerWheel.h"
 
 namespace Routing::Agent {

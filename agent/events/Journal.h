@@ -1,7 +1,7 @@
 #pragma once
 
-#include "agent/daemon/RateLimiter.h"
 #include "agent/events/Event.h"
+#include "agent/events/RateLimiter.h"
 
 namespace Routing::Agent {
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "agent/control/AgentView.h"
+#include "agent/view/AgentView.h"
 #include "platform/pim/rp/RpSelection.h"
 
 namespace Routing::Agent {

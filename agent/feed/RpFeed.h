@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "agent/control/AgentView.h"
 #include "agent/feed/MappingFollower.h"
+#include "agent/view/AgentView.h"
 
 namespace Routing::Agent {
 

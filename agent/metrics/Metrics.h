@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "agent/control/AgentView.h"
+#include "agent/view/AgentView.h"
 
 namespace Routing::Agent {
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "agent/control/AgentView.h"
+#include "agent/view/AgentView.h"
 
 namespace asio {
 class io_context;

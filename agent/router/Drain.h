@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "agent/control/AgentView.h"
-#include "agent/control/DrainReport.h"
+#include "agent/view/AgentView.h"
+#include "agent/view/DrainReport.h"
 
 namespace Routing::Agent {
 

@@ -21,7 +21,8 @@ IdleReason reasonOf(const std::string& intf, const InterfaceTable& interfaces,
   return IdleReason::nothingClaimed;
 }
 
-/// Of a candidate that has its address: whether it is one because another claims the same.
+/// Whether the file gives a candidate anything by prefix. If so, and it has its address and yet
+/// does not run, another interface has what it asks for.
 bool claims(const BsrCandidate& candidate) {
   return !candidate.zones.empty();
 }

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "agent/control/IdleCandidate.h"
 #include "agent/kernel/InterfaceTable.h"
+#include "agent/view/IdleCandidate.h"
 #include "bsr/types/Status.h"
 #include "config/model/DaemonConfig.h"
 

@@ -42,19 +42,19 @@ void InstanceTable::update() {
     if (!isWanted(key, instance)) gone.push_back(key);
   }
   for (const Key& key : gone) stop(key);
-  for (const auto& [key, entities] : base_.entities.families()) {
-    const auto device = vrfDevice(base_.interfaces, key.first);
+  for (const auto& [key, entities] : surroundings_.entities.families()) {
+    const auto device = vrfDevice(surroundings_.interfaces, key.first);
     if (device && !instances_.contains(key)) start(key, *device);
   }
 }
 
 bool InstanceTable::isWanted(const Key& key, const Instance& instance) const {
-  return base_.entities.families().contains(key) &&
-         vrfDevice(base_.interfaces, key.first) == instance.vrfDevice;
+  return surroundings_.entities.families().contains(key) &&
+         vrfDevice(surroundings_.interfaces, key.first) == instance.vrfDevice;
 }
 
 void InstanceTable::start(const Key& key, std::uint32_t vrfDevice) try {
-  instances_.try_emplace(key, base_, key, vrfDevice);
+  instances_.try_emplace(key, surroundings_, key, vrfDevice);
   ++changes_;
   spdlog::info("{} runs in VRF {}", nameOf(key.second), key.first.text());
 } catch (const std::system_error& error) {
@@ -67,7 +67,7 @@ void InstanceTable::stop(const Key& key) {
   instance->second.host.shutdown();
   instances_.erase(instance);
   ++changes_;
-  base_.upgrade.forget(key.first, key.second);
+  surroundings_.upgrade.forget(key.first, key.second);
   spdlog::info("{} runs no longer in VRF {}", nameOf(key.second), key.first.text());
 }
 

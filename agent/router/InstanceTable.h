@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "agent/router/BsrHost.h"
+#include "agent/router/DaemonInstance.h"
 
 namespace Routing::Agent {
 
@@ -14,7 +14,8 @@ namespace Routing::Agent {
 /// change.
 class InstanceTable {
  public:
-  explicit InstanceTable(HostBase base) : base_(std::move(base)) {}
+  explicit InstanceTable(InstanceSurroundings surroundings)
+      : surroundings_(std::move(surroundings)) {}
 
   /// Follows the configuration, which the entities say already.
   void handleConfig();
@@ -36,10 +37,10 @@ class InstanceTable {
  private:
   using Key = ConfigEntities::Key;
   struct Instance {
-    Instance(const HostBase& base, const Key& key, std::uint32_t device)
-        : vrfDevice(device), host(base, key.first, key.second) {}
+    Instance(const InstanceSurroundings& surroundings, const Key& key, std::uint32_t device)
+        : vrfDevice(device), host(surroundings, key.first, key.second) {}
     const std::uint32_t vrfDevice;  // the device's index; 0 for the default VRF
-    BsrHost host;
+    DaemonInstance host;
   };
 
   void update();
@@ -47,7 +48,7 @@ class InstanceTable {
   void start(const Key& key, std::uint32_t vrfDevice);
   void stop(const Key& key);
 
-  const HostBase base_;
+  const InstanceSurroundings surroundings_;
   std::map<Key, Instance> instances_;
   std::uint64_t changes_ = 0;
 };

@@ -1,9 +1,9 @@
 #include "agent/router/Router.h"
 
-#include <spdlog/spdlog.h>
-
 #include <random>
 #include <stdexcept>
+
+#include "agent/router/InterfaceWarnings.h"
 
 namespace Routing::Agent {
 namespace {
@@ -34,7 +34,7 @@ Router::~Router() {
 
 // What the instances of the start do not take up is nobody's.
 void Router::start() {
-  if (const auto directory = stateDirectory(config())) state_.open(*directory);
+  if (const auto directory = stateDirectoryOf(config())) state_.open(*directory);
   for (const auto& [intf, interface] : interfaces_.interfaces()) updateDir(intf, &interface);
   instances_.handleConfig();
   requireDefaultVrf();
@@ -47,7 +47,7 @@ void Router::start() {
   interfaces_.observerIs([this](const IntfId& intf, const Interface* before, const Interface* now) {
     handleIntf(intf, before, now);
   });
-  warnOfAbsent();
+  warnOfAbsent(config_, interfaces_);
 }
 
 void Router::requireDefaultVrf() const {
@@ -63,8 +63,9 @@ void Router::requireDefaultVrf() const {
 void Router::configIs(const DaemonConfig& config) {
   const bool changed = config != config_;
   config_ = config;
-  undrain();
-  if (started_ && changed) warnOfAbsent();
+  drain_.end();
+  updateEntities();
+  if (started_ && changed) warnOfAbsent(config_, interfaces_);
 }
 
 void Router::drain(const Candidacies& kinds) {
@@ -102,34 +103,10 @@ AddressedInterfaces Router::addressedInterfaces() const {
 
 void Router::handleIntf(const IntfId& intf, const Interface* before, const Interface* now) {
   instances_.flushRoutes();
-  if (started_) warnOfChange(intf, before, now);
+  if (started_ && before != nullptr && now != nullptr) warnOfChange(config_, *before, *now);
   if (now != nullptr) updateDir(intf, now);
   instances_.handleIntf(intf, before, now);
   if (now == nullptr) updateDir(intf, now);
-}
-
-/// What an operator has done to an interface that the file names.
-void Router::warnOfChange(const IntfId& intf, const Interface* before, const Interface* now) const {
-  if (before == nullptr || now == nullptr) return;
-  for (const auto& [vrf, families] : config().vrfs) {
-    for (const auto& [af, settings] : families) {
-      const std::string& name = intf.text();
-      const bool left = before->vrf == vrf && now->vrf != vrf;
-      if (left && settings.interfaces.contains(name)) {
-        spdlog::warn("interface {} is in VRF {}, not {}", name, now->vrf.text(), vrf.text());
-        break;
-      }
-      const bool candidate =
-          settings.bsrCandidates.contains(name) || settings.rpCandidates.contains(name);
-      if (!candidate || before->vrf != vrf || before->link.up == now->link.up) continue;
-      if (now->link.up) {
-        spdlog::info("interface {}, whose address is a candidate's, is up", name);
-      } else {
-        spdlog::warn("interface {}, whose address is a candidate's, is down", name);
-      }
-      break;
-    }
-  }
 }
 
 void Router::updateDir(const IntfId& intf, const Interface* now) {
@@ -137,23 +114,6 @@ void Router::updateDir(const IntfId& intf, const Interface* now) {
   const auto status = dir_->newIntfStatus(intf);
   status->mtuIs(now->link.mtu);
   status->upIs(now->link.up);
-}
-
-void Router::warnOfAbsent() const {
-  for (const auto& [vrf, families] : config().vrfs) {
-    std::set<std::string> names;
-    for (const auto& [af, settings] : families) {
-      for (const auto& [name, interface] : settings.interfaces) names.insert(name);
-    }
-    for (const std::string& name : names) {
-      const Interface* interface = interfaces_.interface(IntfId(name));
-      if (interface == nullptr) {
-        spdlog::warn("interface {} does not exist yet", name);
-      } else if (interface->vrf != vrf) {
-        spdlog::warn("interface {} is in VRF {}, not {}", name, interface->vrf.text(), vrf.text());
-      }
-    }
-  }
 }
 
 }  // namespace Routing::Agent

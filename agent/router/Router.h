@@ -4,7 +4,6 @@
 #include <memory>
 #include <vector>
 
-#include "agent/control/AgentView.h"
 #include "agent/events/Journal.h"
 #include "agent/kernel/EventLoop.h"
 #include "agent/kernel/InterfaceTable.h"
@@ -14,6 +13,7 @@
 #include "agent/router/Drain.h"
 #include "agent/router/InstanceTable.h"
 #include "agent/router/UpgradeController.h"
+#include "agent/view/AgentView.h"
 #include "config/entities/ConfigEntities.h"
 #include "config/judge/Judgement.h"
 
@@ -60,10 +60,8 @@ class Router final : public AgentView {
  private:
   void updateEntities();
   void handleIntf(const IntfId& intf, const Interface* before, const Interface* now);
-  void warnOfChange(const IntfId& intf, const Interface* before, const Interface* now) const;
   void updateDir(const IntfId& intf, const Interface* now);
   void requireDefaultVrf() const;
-  void warnOfAbsent() const;
 
   EventLoop& loop_;
   const double startTime_;

@@ -2,6 +2,7 @@
 
 #include "config/entities/AccessListWriter.h"
 #include "config/entities/FamilyWriter.h"
+#include "config/model/Candidacies.h"
 
 namespace Routing::Agent {
 namespace {
@@ -51,10 +52,7 @@ void ConfigEntities::configIs(const DaemonConfig& next) {
 }
 
 void ConfigEntities::withdraw() {
-  for (const auto& [key, entities] : families_) {
-    entities.config->rpCandidateConfigDelAll();
-    entities.config->bsrCandidateConfigDelAll();
-  }
+  configIs(without({.bsr = true, .rp = true}, config_));
 }
 
 }  // namespace Routing::Agent

@@ -4,7 +4,7 @@
 
 namespace Routing::Agent {
 
-std::optional<std::string> stateDirectory(const DaemonConfig& config) {
+std::optional<std::string> stateDirectoryOf(const DaemonConfig& config) {
   if (config.stateDirectory == "none") return std::nullopt;
   if (!config.stateDirectory.empty()) return config.stateDirectory;
   return std::filesystem::path(config.controlSocket).replace_extension("state").string();

@@ -37,10 +37,10 @@ struct BorderSettings {
 
 /// PIM on an interface.
 struct InterfaceSettings {
-  bool helloPassive = false;              ///< another program of this router sends the Hellos
-  double helloInterval = 30;              ///< seconds
-  std::uint16_t helloHoldtime = 105;      ///< seconds; 3.5 Hello intervals unless given
-  std::uint32_t drPriority = 0;           ///< higher wins; 1 unless given where Hellos are passive
+  bool helloPassive = false;          ///< another program of this router sends the Hellos
+  double helloInterval = 30;          ///< seconds
+  std::uint16_t helloHoldtime = 105;  ///< seconds; 3.5 Hello intervals unless given
+  std::uint32_t drPriority = 0;  ///< higher wins; 1 unless given or heard where Hellos are passive
   std::uint16_t propagationDelay = 500;   ///< milliseconds
   std::uint16_t overrideInterval = 2500;  ///< milliseconds
   BorderSettings border;
@@ -130,6 +130,6 @@ struct DaemonConfig {
 /// The directory in which the daemon keeps its state, nothing if it is to keep none. Unless one is
 /// given it bears the name of the control socket with the ending ".state", so that it is as much
 /// the daemon's own as that is.
-std::optional<std::string> stateDirectory(const DaemonConfig& config);
+std::optional<std::string> stateDirectoryOf(const DaemonConfig& config);
 
 }  // namespace Routing::Agent

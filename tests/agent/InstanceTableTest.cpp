@@ -96,16 +96,16 @@ class InstanceTableTest : public OwnNetwork {
   ConfigEntities entities;
   UpgradeController upgrade;
   StateStore state{loop.clock()};
-  HostBase base{loop,
-                interfaces,
-                routes,
-                entities,
-                upgrade,
-                state,
-                std::make_shared<Pim::AllIntfStatusDir>(),
-                [] { return 0.5; },
-                TimeoutOverrides{}};
-  InstanceTable instances{base};
+  InstanceSurroundings surroundings{loop,
+                                    interfaces,
+                                    routes,
+                                    entities,
+                                    upgrade,
+                                    state,
+                                    std::make_shared<Pim::AllIntfStatusDir>(),
+                                    [] { return 0.5; },
+                                    TimeoutOverrides{}};
+  InstanceTable instances{surroundings};
   DaemonConfig config;
 };
 
@@ -186,7 +186,7 @@ TEST_F(InstanceTableTest, KeepsTheStateOfAnInstanceUntilThatEnds) {
   linkDel("red");
   EXPECT_EQ(kept(), (std::set<std::string>{"default.ipv4"}));
   instances.settle();
-  InstanceTable next{base};
+  InstanceTable next{surroundings};
   next.handleConfig();
   EXPECT_EQ(treeText(*next.views().at(0).status), treeText(*instances.views().at(0).status));
   next.shutdown();

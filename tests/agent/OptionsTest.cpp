@@ -55,13 +55,13 @@ TEST(Options, NameAFileInsteadAndOverrideIt) {
 
 TEST(StateDirectory, BearsTheNameOfTheControlSocketUnlessOneIsGiven) {
   DaemonConfig config;
-  EXPECT_EQ(stateDirectory(config), "/run/pimbsrd/control.state");
+  EXPECT_EQ(stateDirectoryOf(config), "/run/pimbsrd/control.state");
   config.controlSocket = "/run/r1";
-  EXPECT_EQ(stateDirectory(config), "/run/r1.state");
+  EXPECT_EQ(stateDirectoryOf(config), "/run/r1.state");
   config.stateDirectory = "/tmp/r1";
-  EXPECT_EQ(stateDirectory(config), "/tmp/r1");
+  EXPECT_EQ(stateDirectoryOf(config), "/tmp/r1");
   config.stateDirectory = "none";
-  EXPECT_EQ(stateDirectory(config), std::nullopt);
+  EXPECT_EQ(stateDirectoryOf(config), std::nullopt);
 }
 
 TEST(Options, RefuseWhatMakesNoSense) {

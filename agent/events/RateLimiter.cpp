@@ -1,4 +1,4 @@
-#include "agent/daemon/RateLimiter.h"
+#include "agent/events/RateLimiter.h"
 
 #include <algorithm>
 #include <utility>

@@ -5,9 +5,9 @@
 #include <memory>
 #include <vector>
 
-#include "agent/control/DrainReport.h"
-#include "agent/control/IdleCandidate.h"
 #include "agent/events/EventBook.h"
+#include "agent/view/DrainReport.h"
+#include "agent/view/IdleCandidate.h"
 #include "bsr/types/Limits.h"
 #include "bsr/types/Status.h"
 #include "platform/net/AddressFamily.h"

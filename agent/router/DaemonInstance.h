@@ -3,17 +3,17 @@
 #include <memory>
 #include <set>
 
-#include "agent/control/AgentView.h"
-#include "agent/control/ClearOrder.h"
-#include "agent/daemon/Options.h"
 #include "agent/events/InstanceWatch.h"
 #include "agent/kernel/EventLoop.h"
 #include "agent/kernel/InterfaceTable.h"
 #include "agent/kernel/KernelRouting.h"
 #include "agent/kernel/LocalRoutes.h"
 #include "agent/kernel/PimSocketSet.h"
+#include "agent/router/TimeoutOverrides.h"
 #include "agent/router/UpgradeController.h"
 #include "agent/state/StateStore.h"
+#include "agent/view/AgentView.h"
+#include "agent/view/ClearOrder.h"
 #include "bsr/host/BsrInstance.h"
 #include "config/entities/ConfigEntities.h"
 #include "platform/net/SourceIntfSm.h"
@@ -22,7 +22,7 @@
 namespace Routing::Agent {
 
 /// What the instances of all VRFs and families stand on. All must outlive them.
-struct HostBase {
+struct InstanceSurroundings {
   EventLoop& loop;
   const InterfaceTable& interfaces;
   RouteSource& routeSource;
@@ -37,15 +37,15 @@ struct HostBase {
 
 /// PIM and the bootstrap mechanism of one VRF and family on real sockets and routes. The parts are
 /// built in the order of their members and destroyed in reverse.
-class BsrHost {
+class DaemonInstance {
  public:
   /// The VRF and family must be configured. Goes on with the state of an earlier life, if one is
   /// kept, and takes up the VRF's interfaces. Raises std::system_error if there are no sockets to
   /// be had.
-  BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af);
-  BsrHost(const BsrHost&) = delete;
-  BsrHost& operator=(const BsrHost&) = delete;
-  ~BsrHost();
+  DaemonInstance(const InstanceSurroundings& surroundings, const VrfName& vrf, AddressFamily af);
+  DaemonInstance(const DaemonInstance&) = delete;
+  DaemonInstance& operator=(const DaemonInstance&) = delete;
+  ~DaemonInstance();
 
   /// Follows the configuration in what no entity says: on which interfaces PIM runs and how, and
   /// the limits.
@@ -64,7 +64,8 @@ class BsrHost {
   InstanceView view() const;
 
  private:
-  Pim::Bsr::BsrInputs inputs(const HostBase& base, const FamilyEntities& entities);
+  Pim::Bsr::BsrInputs inputs(const InstanceSurroundings& surroundings,
+                             const FamilyEntities& entities);
   const FamilySettings& settings() const;
   WatchedInstance watched() const;
   std::set<IpGenPrefix> zones() const;

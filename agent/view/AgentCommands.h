@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "agent/control/ClearOrder.h"
+#include "agent/view/ClearOrder.h"
 #include "config/model/Candidacies.h"
 #include "config/model/Finding.h"
 

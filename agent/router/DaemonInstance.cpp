@@ -1,4 +1,4 @@
-#include "agent/router/BsrHost.h"
+#include "agent/router/DaemonInstance.h"
 
 #include <cmath>
 #include <utility>
@@ -51,93 +51,95 @@ std::shared_ptr<Pim::Bsr::Status> statusOf(const StateFile* state, const VrfName
 
 }  // namespace
 
-BsrHost::BsrHost(const HostBase& base, const VrfName& vrf, AddressFamily af)
+DaemonInstance::DaemonInstance(const InstanceSurroundings& surroundings, const VrfName& vrf,
+                               AddressFamily af)
     : vrf_(vrf),
       af_(af),
-      interfaces_(base.interfaces),
-      config_(base.entities.config()),
-      timeouts_(base.timeouts),
-      loop_(base.loop),
-      clearConfig_(base.entities.families().at({vrf, af}).clearConfig),
-      countersCleared_(base.loop.clock().now()),
-      routing_(base.routeSource, base.interfaces, base.loop.clock(), vrf),
+      interfaces_(surroundings.interfaces),
+      config_(surroundings.entities.config()),
+      timeouts_(surroundings.timeouts),
+      loop_(surroundings.loop),
+      clearConfig_(surroundings.entities.families().at({vrf, af}).clearConfig),
+      countersCleared_(surroundings.loop.clock().now()),
+      routing_(surroundings.routeSource, surroundings.interfaces, surroundings.loop.clock(), vrf),
       localRoutes_(af),
-      sockets_(base.loop, base.interfaces, vrf, af),
-      pim_(vrf, af, routing_, sockets_, base.loop.timerWheel(), base.random),
+      sockets_(surroundings.loop, surroundings.interfaces, vrf, af),
+      pim_(vrf, af, routing_, sockets_, surroundings.loop.timerWheel(), surroundings.random),
       sourceIntfSm_(std::make_shared<SourceIntfSm>(vrf)),
       limits_(newLimits(config_.limits)),
-      state_(base.state.fileOf(vrf, af)),
+      state_(surroundings.state.fileOf(vrf, af)),
       status_(statusOf(state_.get(), vrf, af, *limits_, resumed_)),
       rpCandidate_(std::make_shared<Pim::RpCandidateStatus>(vrf)),
-      upgrade_(base.upgrade.vrfStatus(af)),
-      bsr_(inputs(base, base.entities.families().at({vrf, af}))),
-      watch_(watched(), base.loop.timerWheel(), resumed_, base.events) {
+      upgrade_(surroundings.upgrade.vrfStatus(af)),
+      bsr_(inputs(surroundings, surroundings.entities.families().at({vrf, af}))),
+      watch_(watched(), surroundings.loop.timerWheel(), resumed_, surroundings.events) {
   sockets_.receiverIs([this](const Pim::ReceivedPacket& packet) { pim_.receive(packet); });
   handleConfig();
   takeUpInterfaces();
   if (state_) state_->follow(status_);
 }
 
-BsrHost::~BsrHost() {
+DaemonInstance::~DaemonInstance() {
   sockets_.receiverIs({});
 }
 
-Pim::Bsr::BsrInputs BsrHost::inputs(const HostBase& base, const FamilyEntities& entities) {
+Pim::Bsr::BsrInputs DaemonInstance::inputs(const InstanceSurroundings& surroundings,
+                                           const FamilyEntities& entities) {
   return {status_,
           pim_.pimStatus(),
           pim_.pamManager(),
           localRoutes_.status(),
-          base.allIntfStatusDir,
+          surroundings.allIntfStatusDir,
           rpCandidate_,
           limits_,
-          &base.loop.timerWheel(),
+          &surroundings.loop.timerWheel(),
           entities.config,
           entities.vrfIntfConfig,
           entities.clearConfig,
           sourceIntfSm_,
-          base.entities.accessLists(af_),
-          base.upgrade.shutdownStatus(),
-          base.upgrade.vrfStatus(af_),
+          surroundings.entities.accessLists(af_),
+          surroundings.upgrade.shutdownStatus(),
+          surroundings.upgrade.vrfStatus(af_),
           Pim::Bsr::BsrPolicy::continuous(),
-          base.random};
+          surroundings.random};
 }
 
-WatchedInstance BsrHost::watched() const {
+WatchedInstance DaemonInstance::watched() const {
   return {
       pim_.pimStatus(),          status_, rpCandidate_, limits_, bsr_.crpMsgStatus(), sourceIntfSm_,
       [this] { return zones(); }};
 }
 
-std::set<IpGenPrefix> BsrHost::zones() const {
+std::set<IpGenPrefix> DaemonInstance::zones() const {
   std::set<IpGenPrefix> zones;
   for (const auto& entry : bsr_.engine().candidateSm()) zones.insert(entry.first);
   for (const auto& entry : bsr_.engine().nonCandidateSm()) zones.insert(entry.first);
   return zones;
 }
 
-const FamilySettings& BsrHost::settings() const {
+const FamilySettings& DaemonInstance::settings() const {
   return config_.vrfs.at(vrf_).at(af_);
 }
 
-void BsrHost::handleConfig() {
+void DaemonInstance::handleConfig() {
   limitsAre(*limits_, config_.limits);
   pimIntfsAre(settings().interfaces);
   overrideTimeouts();
 }
 
-void BsrHost::takeUpInterfaces() {
+void DaemonInstance::takeUpInterfaces() {
   for (const auto& [intf, interface] : interfaces_.interfaces()) {
     if (interface.vrf == vrf_) handleIntf(intf, nullptr, &interface);
   }
   sourceIntfSm_->initialDumpDoneIs(true);
 }
 
-void BsrHost::overrideTimeouts() {
+void DaemonInstance::overrideTimeouts() {
   if (timeouts_.bsTimeout) status_->bsTimeoutIs(*timeouts_.bsTimeout);
   if (timeouts_.szTimeout) status_->szTimeoutIs(*timeouts_.szTimeout);
 }
 
-void BsrHost::pimIntfsAre(const std::map<std::string, InterfaceSettings>& interfaces) {
+void DaemonInstance::pimIntfsAre(const std::map<std::string, InterfaceSettings>& interfaces) {
   const auto isWanted = [&](const IntfId& intf) { return interfaces.contains(intf.text()); };
   for (const IntfId& intf : unwanted(pimIntfs_, isWanted)) {
     pimIntfDel(intf);
@@ -155,7 +157,7 @@ void BsrHost::pimIntfsAre(const std::map<std::string, InterfaceSettings>& interf
 
 // Candidates lose their address first and get it last: what they have to say about it leaves while
 // the interfaces of PIM are there.
-void BsrHost::handleIntf(const IntfId& intf, const Interface* before, const Interface* now) {
+void DaemonInstance::handleIntf(const IntfId& intf, const Interface* before, const Interface* now) {
   localRoutes_.intfChanged(before, now);
   const IpGenAddr address = now == nullptr ? IpGenAddr() : sourceAddress(*now, af_);
   if (address.isUnset()) sourceIntfSm_->addressDel(intf);
@@ -163,14 +165,14 @@ void BsrHost::handleIntf(const IntfId& intf, const Interface* before, const Inte
   if (!address.isUnset()) sourceIntfSm_->addressIs(intf, address);
 }
 
-void BsrHost::updatePim(const IntfId& intf, const Interface* before, const Interface* now) {
+void DaemonInstance::updatePim(const IntfId& intf, const Interface* before, const Interface* now) {
   if (now == nullptr || (before != nullptr && before->link.index != now->link.index)) {
     pimIntfDel(intf);
   }
   if (now != nullptr) pimIntfIs(intf, *now, before != nullptr && before->mtuDips != now->mtuDips);
 }
 
-void BsrHost::pimIntfIs(const IntfId& intf, const Interface& now, bool groupsLost) {
+void DaemonInstance::pimIntfIs(const IntfId& intf, const Interface& now, bool groupsLost) {
   const HelloAddresses addresses = helloAddresses(now, af_);
   const bool speaks = !addresses.primary.isUnset();
   if (groupsLost) sockets_.intfDel(intf);
@@ -180,17 +182,17 @@ void BsrHost::pimIntfIs(const IntfId& intf, const Interface& now, bool groupsLos
   if (!speaks) sockets_.intfDel(intf);
 }
 
-void BsrHost::pimIntfDel(const IntfId& intf) {
+void DaemonInstance::pimIntfDel(const IntfId& intf) {
   pim_.intfDel(intf);  // says goodbye, so the socket goes last
   sockets_.intfDel(intf);
 }
 
-void BsrHost::settle() {
+void DaemonInstance::settle() {
   if (state_) state_->flush();
   watch_.settle();
 }
 
-std::size_t BsrHost::clear(const ClearOrder& order) {
+std::size_t DaemonInstance::clear(const ClearOrder& order) {
   watch_.clearing();
   switch (order.what) {
     case ClearOrder::What::neighbors:
@@ -205,7 +207,7 @@ std::size_t BsrHost::clear(const ClearOrder& order) {
   return 0;
 }
 
-std::size_t BsrHost::clearNeighbors() {
+std::size_t DaemonInstance::clearNeighbors() {
   std::size_t neighbors = 0;
   for (const auto& entry : pim_.pimStatus()->pimIntf())
     neighbors += entry.second->neighbor().size();
@@ -213,7 +215,7 @@ std::size_t BsrHost::clearNeighbors() {
   return neighbors;
 }
 
-void BsrHost::clearCounters() {
+void DaemonInstance::clearCounters() {
   clearConfig_->countersCountInc();  // the packet layer's
   if (const auto counters = status_->counters()) clearMechanism(*counters);
   pim_.pamManager()->clearTallies();
@@ -222,12 +224,12 @@ void BsrHost::clearCounters() {
   countersCleared_ = loop_.clock().now();
 }
 
-void BsrHost::shutdown() {
+void DaemonInstance::shutdown() {
   pim_.shutdown();
   if (state_) state_->remove();
 }
 
-InstanceView BsrHost::view() const {
+InstanceView DaemonInstance::view() const {
   InstanceView view{vrf_,    af_,          pim_.pimStatus(), pim_.pamManager(),
                     status_, rpCandidate_, limits_,          upgrade_};
   for (const auto& [zone, machine] : bsr_.engine().nonCandidateSm()) {
