@@ -172,7 +172,7 @@ void ConfigSm::handleBsrHoldTime() {
   BSR_TRACE(sm, 4, "BSR Hold Time is ", config_->holdTime());
 }
 
-// The least time-out wraps at 32 bits.
+// The least time-out wraps at 32 bits; hosts that write one themselves stop at the bound instead.
 void ConfigSm::handleSzTimeout() {
   BSR_TRACE(sm, 9, "");
   const auto least = static_cast<std::uint32_t>(Config::leastSzTimeout(config_->holdTime()));

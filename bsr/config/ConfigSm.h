@@ -35,6 +35,9 @@ class RpCandidateConfigSm;
 ///
 ///    then Explained::settle() writes the difference to Status
 ///
+///    Config's time-outs   ->   Status, at once
+///    ClearConfig          ->   counters, at once
+///
 /// A reactor stands for one interface (the filter's for the VRF) and knows what is configured. It
 /// claims borders, zones, ranges and permitted prefixes, each for itself and for every access list
 /// that permits them. The claims of a key are all that its status entry depends on: one function

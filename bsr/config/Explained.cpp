@@ -18,7 +18,7 @@ void Explained::editingIs(bool editing) {
 
 void Explained::settle(Order order) {
   if (held_ || settling_) return;
-  zones.check();
+  zones.check();  // before anything is written
   settling_ = true;
   const struct End {
     bool& settling;
@@ -26,12 +26,12 @@ void Explained::settle(Order order) {
   } end{settling_};
   if (std::exchange(first_, false)) doRemoveExtraStatusEntries();
   while (!settled()) {
-    zones.check();
+    zones.check();  // reactors of the status may have claimed more
     permits.settle();
     borders.settle();
     if (order == Order::rpsFirst) rps.settle();
     zones.settle();
-    rps.settle();
+    rps.settle();  // also what the zones' writing has changed
   }
 }
 

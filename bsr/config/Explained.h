@@ -10,7 +10,8 @@
 namespace Routing::Pim::Bsr {
 
 /// What the configuration explains of a status, kind by kind, and the one place where the
-/// difference to what the status shows is written.
+/// difference to what the status shows is written. What the same interface explains before and
+/// after an edit is never deleted on the way: each kind compares claims with the status at the end.
 class Explained {
  public:
   explicit Explained(const ConfigContext& context);

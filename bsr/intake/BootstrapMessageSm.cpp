@@ -201,9 +201,7 @@ Drop BootstrapMessageSm::dropOf(const Received& rx, DropCode code) const {
 
 void BootstrapMessageSm::note(const Received& rx, const Drop& drop) {
   const auto seen = known_.find(rx.zone);
-  const bool checked = drop.code == DropCode::noRpfNeighbor ||
-                       drop.code == DropCode::wrongRpfNeighbor || drop.code == DropCode::noForward;
-  const bool echo = checked && seen != known_.end() &&
+  const bool echo = mayBeEcho(drop) && seen != known_.end() &&
                     std::find(seen->second.begin(), seen->second.end(),
                               Identity(drop.subject, drop.tag)) != seen->second.end();
   echo ? pamManager_->drops().echo(drop) : pamManager_->drops().add(drop);

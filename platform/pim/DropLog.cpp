@@ -11,12 +11,12 @@ bool alike(const Drop& a, const Drop& b) {
          a.subject == b.subject && a.zone == b.zone;
 }
 
+}  // namespace
+
 bool mayBeEcho(const Drop& drop) {
   return drop.code == DropCode::noRpfNeighbor || drop.code == DropCode::wrongRpfNeighbor ||
          drop.code == DropCode::noForward;
 }
-
-}  // namespace
 
 void DropLog::add(Drop drop) {
   drop.time = clock_ ? clock_() : 0.0;

@@ -50,6 +50,9 @@ struct Drop {
   std::uint32_t count = 1;          ///< alike but for tag and time
 };
 
+/// Whether a neighbour's copy of a known message may have been dropped so.
+ROUTING_API bool mayBeEcho(const Drop& drop);
+
 /// The last messages that were not taken in one VRF and address family, beside the counters. Those
 /// that are alike are one entry, so that a stream of them does not push others out.
 ///
