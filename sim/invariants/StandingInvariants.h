@@ -21,7 +21,8 @@ class StandingInvariants {
   const Invariants& invariants() const { return invariants_; }
   /// How groups and routers are served; one meter for each address family.
   const ContinuityMeters& continuity() const { return continuity_; }
-  /// How often the rules for a quiet network were judged.
+  /// How often the rules for a quiet network were judged; tests ask, because a rule that never
+  /// judges always holds.
   std::uint64_t judgedQuiet() const;
 
  private:

@@ -53,14 +53,18 @@ auto badness(const RehearsalOutcome& outcome, const RangeOutcome& range) {
   return std::tuple(!outcome.dead, !range.lost.empty(), longest(range), range.without.size());
 }
 
+std::string thoughText(const Topology& topology, const RangeOutcome& range) {
+  return ", though " + namesOf(topology, range.candidates) +
+         (range.candidates.size() == 1 ? " stands" : " stand") + " for it";
+}
+
 std::string brokenText(const Topology& topology, const RangeOutcome& range) {
   if (range.lost.empty()) {
     return range.range.text() + " is without RP for " + seconds(longest(range)) + " on " +
            namesOf(topology, range.without);
   }
   return range.range.text() + " has no RP any more on " + namesOf(topology, range.lost) +
-         ", though " + namesOf(topology, range.candidates) +
-         (range.candidates.size() == 1 ? " stands" : " stand") + " for it";
+         thoughText(topology, range);
 }
 
 /// Drops of a kind that routers had not made before are often why.
@@ -92,6 +96,9 @@ std::string goodText(const Topology& topology, const std::vector<RehearsalOutcom
 void writeRange(std::ostream& out, const Topology& topology, const RangeOutcome& range) {
   out << "  " << std::left << std::setw(20) << range.range.text() << " " << textOf(range.before);
   if (range.before != range.after) out << " -> " << textOf(range.after);
+  if (range.before.empty() && range.after.empty() && !range.candidates.empty()) {
+    out << thoughText(topology, range);
+  }
   if (!range.without.empty()) {
     out << ", without RP for up to " << seconds(longest(range)) << ": "
         << namesOf(topology, range.without);
@@ -115,7 +122,11 @@ void writeOutcome(std::ostream& out, const Topology& topology, const RehearsalOu
   }
   std::size_t same = 0;
   for (const RangeOutcome& range : outcome.ranges) {
-    range.noticed() ? writeRange(out, topology, range) : void(++same);
+    if (range.noticed() || range.after.empty()) {
+      writeRange(out, topology, range);
+    } else {
+      ++same;
+    }
   }
   out << "  " << same << (same == 1 ? " range keeps its RPs\n" : " ranges keep their RPs\n");
   for (const Happening& happening : outcome.elections) {
