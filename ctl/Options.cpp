@@ -35,15 +35,17 @@ constexpr Topic drainTopics[] = {
 };
 
 constexpr Topic watchTopics[] = {
-    {"bsr", "Elected and candidate BSRs"},
-    {"rp-set", "The RPs by zone and group range"},
-    {"neighbor", "PIM interfaces and neighbours"},
-    {"counters", "The counters of the BSR mechanism"},
-    {"status", "All of the BSR mechanism's status"},
+    {"bsr", "Zones, elections, candidate BSRs"},
+    {"rp-set", "The RPs in use, candidate RPs, limits"},
+    {"neighbor", "PIM neighbours"},
+    {"events", "All that happens"},
+    {"counters", "The counters of the BSR mechanism, raw"},
+    {"status", "All of the BSR mechanism's status, raw"},
 };
 
 constexpr Topic subscribeTopics[] = {
     {"rp-mappings", "The RP mappings in use, whole and settled, as JSON"},
+    {"events", "What happens, as JSON"},
 };
 
 struct Family {
@@ -75,9 +77,10 @@ void addTopics(CLI::App& pim, const Topics& topics, Options& options, const char
     leaf->add_option("--vrf", options.vrf, "The VRF")->capture_default_str()->type_name("NAME");
     leaf->add_flag("--json", options.json, "JSON instead of text");
     if (std::string_view(topic.name) == "rp-hash") {
-      leaf->add_option("GROUP", options.group, "A group address")->required();
+      leaf->add_option("GROUP", options.groups, "Group addresses")->required();
     }
     if (std::string_view(command) == "watch") {
+      leaf->add_flag("--raw", options.raw, "The log of attributes, for programs");
       leaf->add_flag("!--changes-only", options.snapshot, "Leave the present state out");
     }
     leaf->final_callback([&options, command, family, name = topic.name] {

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace Routing::Ctl {
 
@@ -29,12 +30,14 @@ struct Options {
   std::string topic;
   std::string vrf = "default";
   std::optional<std::string> onlyVrf;  ///< of a subscription; none: all
-  std::string group;                   ///< of the topics "rp-hash" and "rp"
+  std::string group;                   ///< of the topic "rp"
+  std::vector<std::string> groups;     ///< of the topic "rp-hash"
   bool ipv6 = false;                   ///< where no address says the family
   std::string zone;                    ///< to explain or to clear
   std::string rp;                      ///< to clear, or to explain why not
   std::string neighbor;                ///< to clear; all if empty
   bool snapshot = true;                ///< of a watch
+  bool raw = false;                    ///< of a watch: the log of attributes
   std::string file;                    ///< to check, or to observe: then it may be an interface
   bool strict = false;                 ///< of a check: warnings are problems
   std::optional<double> wait;          ///< seconds, of a drain; none: not at all

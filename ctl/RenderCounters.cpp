@@ -30,7 +30,7 @@ std::string mechanismText(const Json& bsr, const Json& echoes) {
   return tallies.text(2) + "\n" + errors.text(2);
 }
 
-std::string messagesText(const Json& messages) {
+std::string messagesText(const Json& messages, const Json& overflows) {
   const Json& received = messages.at("received");
   const Json& sent = messages.at("sent");
   Table kinds({{"Messages"}, {"Received", right}, {"Sent", right}});
@@ -42,6 +42,7 @@ std::string messagesText(const Json& messages) {
   add("Candidate-RP advertisement", "candidate-rp-advertisement");
   kinds.row({"Other", valueText(received.at("other")), "-"});
   kinds.row({"Could not be sent", "-", valueText(sent.at("error"))});
+  kinds.row({"Lost in the kernel", valueText(overflows), "-"});
   Table drops({{"Dropped"}, {"Count", right}});
   for (const auto& [reason, count] : messages.at("dropped").items()) {
     drops.row({reason, valueText(count)});
@@ -89,7 +90,7 @@ std::string limitsText(const Json& limits) {
 std::string renderCounters(const Json& data) {
   return titleText("PIM counters", data) + "Counted for " + durationText(data.at("since-cleared")) +
          "\n\n" + "BSR mechanism\n" + mechanismText(data.at("bsr"), data.at("echoes")) +
-         "\nPacket layer\n" + messagesText(data.at("messages")) +
+         "\nPacket layer\n" + messagesText(data.at("messages"), data.at("kernel-overflows")) +
          interfacesText(data.at("interfaces")) + "\nLimits\n" + limitsText(data.at("limits"));
 }
 

@@ -6,8 +6,26 @@
 
 namespace Routing::Ctl {
 
+namespace {
+
+using enum Table::Align;
+
+/// Of several groups what serves them, without the reasons.
+std::string answersText(const Json& data) {
+  Table table({{"Group"}, {"RP"}, {"Group range"}, {"Mode"}, {"Priority", right}});
+  for (const Json& answer : data.at("answers")) {
+    const Json& rp = answer.at("rp");
+    const auto cell = [&](const char* name) { return rp.is_null() ? "-" : valueText(rp.at(name)); };
+    table.row({valueText(answer.at("group")), cell("rp-address"), cell("group-range"), cell("mode"),
+               cell("priority")});
+  }
+  return titleText("RPs for groups", data) + table.text(2);
+}
+
+}  // namespace
+
 std::string renderRpHash(const Json& data) {
-  using enum Table::Align;
+  if (data.contains("answers")) return answersText(data);
   Table table({{"Group range"},
                {"RP"},
                {"Mode"},

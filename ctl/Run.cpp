@@ -14,6 +14,7 @@
 #include "ctl/Reload.h"
 #include "ctl/Render.h"
 #include "ctl/Upgrade.h"
+#include "ctl/Watch.h"
 
 namespace Routing::Ctl {
 namespace {
@@ -46,12 +47,15 @@ Json requestOf(const Options& options) {
         std::pair("rp", &options.rp), std::pair("neighbor", &options.neighbor)}) {
     if (!value->empty()) request[name] = *value;
   }
-  if (options.command == "watch") request["snapshot"] = options.snapshot;
+  if (options.groups.size() == 1) request["group"] = options.groups.front();
+  if (options.groups.size() > 1) request["groups"] = options.groups;
   return request;
 }
 
 int verdict(const Options& options, const Json& data) {
-  const bool noRp = options.topic == "rp-hash" && data.at("rp").is_null();
+  const auto lacksRp = [](const Json& answer) { return answer.at("rp").is_null(); };
+  const Json answers = data.value("answers", Json::array({data}));
+  const bool noRp = options.topic == "rp-hash" && std::ranges::any_of(answers, lacksRp);
   return noRp || data.value("problem", false) ? exitProblem : exitGood;
 }
 
@@ -78,37 +82,6 @@ int ask(const Options& options, Connection& daemon, std::ostream& out) {
     code = std::max(code, verdict(options, part));
   }
   return code;
-}
-
-Json subscriptionOf(const Options& options) {
-  Json request = {{"command", "subscribe"}, {"topic", options.topic}};
-  if (options.onlyVrf) request["vrf"] = *options.onlyVrf;
-  if (!options.family.empty()) request["family"] = options.family;
-  return request;
-}
-
-/// The changes until the daemon or the reader ends them.
-void follow(const Options& options, Connection& daemon, std::ostream& out) {
-  while (out.good()) {
-    const Json line = readAnswer(daemon);
-    expectGood(line);
-    if (options.json || options.command == "subscribe") {
-      out << line.dump() << std::endl;
-    } else if (line.contains("change")) {
-      out << valueText(line.at("change")) << std::endl;
-    }
-  }
-}
-
-int watch(const Options& options, Connection& daemon, std::ostream& out) {
-  const bool watches = options.command == "watch";
-  answerTo(daemon, watches ? requestOf(options) : subscriptionOf(options));
-  try {
-    follow(options, daemon, out);
-  } catch (const ConnectionError& error) {
-    if (error.exitCode() != exitTimedOut) throw;  // its time was up: all went well
-  }
-  return exitGood;
 }
 
 int carryOut(const Options& options, Connection& daemon, std::ostream& out, std::ostream& err) {

@@ -7,6 +7,7 @@
 #include "agent/control/DrainCommands.h"
 #include "agent/control/Explain.h"
 #include "agent/control/Show.h"
+#include "agent/control/ShowParts.h"
 
 namespace Routing::Agent {
 namespace {
@@ -211,13 +212,43 @@ bool WatchScope::covers(std::string_view line) const {
 }
 
 RpFeed::Scope feedScope(const ControlRequest& request) {
-  if (request.topic != "rp-mappings") {
+  if (request.topic != "rp-mappings" && request.topic != "events" && request.topic != "changes") {
     throw RequestError(RefusalCode::badRequest, "unknown topic '" + request.topic + "'");
   }
   RpFeed::Scope scope;
   if (request.vrfGiven) scope.vrf = request.vrf;
   if (request.familyGiven) scope.af = request.af;
   return scope;
+}
+
+namespace {
+
+std::string eventLine(const Event& event) {
+  Json json = eventJson(event, event.time);
+  json.erase("age");
+  json["operation"] = "event";
+  json["vrf"] = event.vrf.text();
+  json["address-family"] = enumName(event.af);
+  return json.dump();
+}
+
+}  // namespace
+
+std::shared_ptr<void> follow(const ControlTarget& target, const ControlRequest& request,
+                             const RpFeed::Sink& sink) {
+  const RpFeed::Scope scope = feedScope(request);
+  std::pair<std::shared_ptr<void>, std::shared_ptr<void>> both;
+  if (request.topic != "events") {
+    both.first = target.feed.subscribe(scope, sink);
+  } else {
+    sink(Json{{"operation", "live"}, {"time", RpFeed::utcNow()}}.dump());
+  }
+  if (request.topic != "rp-mappings") {
+    both.second = target.commands.eventFeed().subscribe([scope, sink](const Event& event) {
+      if (scope.covers(event.vrf, event.af)) sink(eventLine(event));
+    });
+  }
+  return std::make_shared<decltype(both)>(std::move(both));
 }
 
 std::string subscribedLine(const ControlRequest& request) {

@@ -42,6 +42,10 @@ struct WatchScope {
 WatchScope watchScope(const AgentView& view, const ControlRequest& request);
 /// Which instances a subscription is about. Raises RequestError for a topic that there is not.
 RpFeed::Scope feedScope(const ControlRequest& request);
+/// Tells of what there is and the mark, then of changes as long as the result lives. A line may
+/// end subscriptions, not begin one.
+[[nodiscard]] std::shared_ptr<void> follow(const ControlTarget& target,
+                                           const ControlRequest& request, const RpFeed::Sink& sink);
 /// The answer with which a subscription begins.
 std::string subscribedLine(const ControlRequest& request);
 

@@ -127,11 +127,11 @@ void ControlPeer::subscribe(const ControlRequest& request) {
   if (hub_->watchers >= hub_->limits.watchers) {
     return refuse(RefusalCode::busy, "too many watches");
   }
-  const RpFeed::Scope scope = feedScope(request);
+  feedScope(request);  // is there such a topic?
   if (!queue(subscribedLine(request))) return refuse(RefusalCode::busy, tooMuchWaits);
   state_ = State::watching;
-  subscription_ = hub_->target.feed.subscribe(
-      scope, [this](std::string_view line) { deliver(std::string(line)); });
+  subscription_ =
+      follow(hub_->target, request, [this](std::string_view line) { deliver(std::string(line)); });
   goLive();
 }
 

@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "agent/control/ShowParts.h"
+#include "bsr/types/ErrorReasons.h"
 
 namespace Routing::Agent {
 namespace {
@@ -26,12 +27,9 @@ Json tallyJson(std::uint32_t all, std::uint32_t success, std::uint32_t error) {
 }
 
 Json errorsJson(const Pim::Bsr::PimBsrErrorCounters& errors) {
-  return {{"filter", errors.rxFilter()},
-          {"neighbor-rpf-check", errors.rxNbrRpfCheck()},
-          {"no-forward", errors.rxNoForwardBsm()},
-          {"unicast", errors.rxUnicastBsm()},
-          {"scope-mismatch", errors.rxScopeMismatch()},
-          {"invalid", errors.rxInvalid()}};
+  Json json = Json::object();
+  for (const auto& [reason, count] : errorsByReason(errors)) json[reason] = count;
+  return json;
 }
 
 Json bsrJson(const Pim::Bsr::PimBsrCounters& c) {
@@ -88,6 +86,7 @@ Json showCounters(const ShowInput& in) {
           {"messages", messagesJson(*in.instance.pamManager->counters())},
           {"echoes", {{"neighbor-rpf-check", echoes.rpf}, {"no-forward", echoes.noForward}}},
           {"interfaces", interfacesJson(packets)},
+          {"kernel-overflows", in.instance.overflows},
           {"since-cleared", secondsBetween(in.instance.countersCleared, in.now)},
           {"limits", limitsJson(*in.instance.limits)}};
 }

@@ -36,6 +36,7 @@ class Daemon final : public AgentCommands {
   void prepareUpgrade() override;
   void drain(const Candidacies& kinds) override;
   std::size_t clear(const ClearOrder& order) override { return router_.clear(order); }
+  EventFeed& eventFeed() override { return router_.eventFeed(); }
   void undrain() override;
   void configIs(const DaemonConfig& config);
   void tellOthers(const DaemonConfig& config);

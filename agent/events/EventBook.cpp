@@ -32,6 +32,7 @@ void EventBook::add(const Event& event) {
   if (histories_.size() >= zones && !histories_.contains(event.zone)) return;
   ZoneHistory& history = histories_[event.zone];
   if (ofElection(event)) ++history.elections;
+  if (event.cause == EventCause::silent) ++history.silences;
   history.lastChange = event;
 }
 

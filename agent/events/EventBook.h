@@ -20,6 +20,7 @@ class EventBook {
   /// What a zone has seen since the instance started.
   struct ZoneHistory {
     std::uint32_t elections = 0;  ///< how often another BSR than before was the zone's
+    std::uint32_t silences = 0;   ///< how often its BSR was not heard from in time
     Event lastChange;             ///< of its BSR
   };
 

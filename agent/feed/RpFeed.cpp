@@ -38,9 +38,7 @@ struct RpFeed::Subscriber {
   Scope scope;
   Sink sink;
 
-  bool wants(const Key& key) const {
-    return (!scope.vrf || *scope.vrf == key.first) && (!scope.af || *scope.af == key.second);
-  }
+  bool wants(const Key& key) const { return scope.covers(key.first, key.second); }
 };
 
 RpFeed::RpFeed(const AgentView& view, WallClock wallClock)

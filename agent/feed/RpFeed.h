@@ -28,6 +28,10 @@ class RpFeed {
   struct Scope {
     std::optional<VrfName> vrf;
     std::optional<AddressFamily> af;
+
+    bool covers(const VrfName& ofVrf, AddressFamily ofFamily) const {
+      return (!vrf || *vrf == ofVrf) && (!af || *af == ofFamily);
+    }
   };
   /// Is given a line without its newline. It may end subscriptions, not begin one.
   using Sink = std::function<void(std::string_view line)>;

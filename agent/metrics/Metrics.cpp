@@ -8,6 +8,8 @@
 
 #include "agent/events/EventBook.h"
 #include "agent/metrics/FamilySet.h"
+#include "bsr/engine/PimBsrSm.h"
+#include "bsr/types/ErrorReasons.h"
 #include "platform/pim/rp/RpSetDigest.h"
 
 namespace Routing::Agent {
@@ -23,6 +25,7 @@ void addProcess(const AgentView& view, FamilySet& out) {
             octets);
   out.gauge("pimbsr_instances", "VRFs and families in which PIM runs.", {},
             static_cast<double>(view.instances().size()));
+  out.gauge("pimbsr_timers", "Timers that are armed.", {}, static_cast<double>(view.timers()));
   const Candidacies& drained = view.drainReport().drained;
   out.gauge("pimbsr_drained", "1 while operators have taken candidacies from the router.", {},
             drained.none() ? 0 : 1);
@@ -33,6 +36,8 @@ void addElection(const InstanceView& instance, const IpGenPrefix& zone, const Me
   const auto* history = instance.events == nullptr ? nullptr : instance.events->history(zone);
   out.counter("pimbsr_bsr_changes_total", "How often another BSR than before was the zone's.",
               labels, history == nullptr ? 0 : history->elections);
+  out.counter("pimbsr_bsr_expiries_total", "How often the BSR was not heard from in time.", labels,
+              history == nullptr ? 0 : history->silences);
 }
 
 void addZones(const AgentView& view, const InstanceView& instance, const MetricLabels& labels,
@@ -72,6 +77,9 @@ void addRpSet(const InstanceView& instance, const MetricLabels& labels, FamilySe
   out.gauge("pimbsr_rp_set_digest",
             "The first twelve digits of the digest of the RP set; equal on routers that agree.",
             labels, digestValue(Pim::rpSetDigest(*instance.rpCandidate)));
+  if (instance.engine == nullptr) return;
+  out.counter("pimbsr_rp_expiries_total", "RPs that were not advertised within their hold time.",
+              labels, static_cast<double>(instance.engine->expiredRps()));
 }
 
 void addInterfaces(const InstanceView& instance, const MetricLabels& labels, FamilySet& out) {
@@ -92,6 +100,27 @@ struct TypeCount {
   std::uint64_t sent;
 };
 
+void addTallies(const InstanceView& instance, const MetricLabels& labels, FamilySet& out) {
+  for (const auto& [name, tally] : instance.pamManager->tallies()) {
+    const MetricLabels ofIntf = with(labels, "interface", name.text());
+    const TypeCount types[] = {{"hello", tally.rxHello, tally.txHello},
+                               {"bootstrap", tally.rxBootstrap, tally.txBootstrap}};
+    for (const auto& [type, received, sent] : types) {
+      const MetricLabels ofType = with(ofIntf, "type", type);
+      out.counter("pimbsr_interface_messages_received_total", "PIM messages of an interface.",
+                  ofType, static_cast<double>(received));
+      out.counter("pimbsr_interface_messages_sent_total", "PIM messages that left on it.", ofType,
+                  static_cast<double>(sent));
+    }
+    out.counter("pimbsr_interface_messages_received_total", "PIM messages of an interface.",
+                with(ofIntf, "type", "candidate-rp-advertisement"), tally.rxCrpAdv);
+    out.counter("pimbsr_interface_dropped_total", "Datagrams of an interface that were dropped.",
+                ofIntf, tally.rxDropped);
+    out.counter("pimbsr_interface_unsent_total", "Messages that could not be sent on it.", ofIntf,
+                tally.txError);
+  }
+}
+
 void addMessages(const InstanceView& instance, const MetricLabels& labels, FamilySet& out) {
   const Pim::PimMessageCounters& counters = *instance.pamManager->counters();
   const TypeCount types[] = {
@@ -107,6 +136,9 @@ void addMessages(const InstanceView& instance, const MetricLabels& labels, Famil
   }
   out.counter("pimbsr_messages_unsent_total", "PIM messages that could not be sent.", labels,
               counters.txError());
+  out.counter("pimbsr_kernel_overflows_total",
+              "Datagrams that came faster than they were read, and that the kernel dropped.",
+              labels, static_cast<double>(instance.overflows));
   for (const auto& [reason, count] : counters.rxDropped()) {
     out.counter("pimbsr_messages_dropped_total", "Datagrams dropped by the packet layer.",
                 with(labels, "reason", reason), count);
@@ -120,16 +152,10 @@ struct NamedCount {
 
 void addErrors(const Pim::Bsr::PimBsrErrorCounters& errors, const MetricLabels& labels,
                FamilySet& out) {
-  const NamedCount refused[] = {{"filter", errors.rxFilter()},
-                                {"neighbor-rpf-check", errors.rxNbrRpfCheck()},
-                                {"no-forward", errors.rxNoForwardBsm()},
-                                {"unicast", errors.rxUnicastBsm()},
-                                {"scope-mismatch", errors.rxScopeMismatch()},
-                                {"invalid", errors.rxInvalid()}};
-  for (const auto& [name, count] : refused) {
+  for (const auto& [name, count] : errorsByReason(errors)) {
     out.counter("pimbsr_bsr_messages_refused_total",
                 "Messages that the mechanism did not take; an echo fails the RPF check.",
-                with(labels, "reason", name), static_cast<double>(count));
+                with(labels, "reason", std::string(name)), count);
   }
 }
 
@@ -160,6 +186,7 @@ std::vector<prometheus::MetricFamily> collectMetrics(const AgentView& view) {
     addRpSet(instance, labels, out);
     addInterfaces(instance, labels, out);
     addMessages(instance, labels, out);
+    addTallies(instance, labels, out);
     addRefusals(instance, labels, out);
   }
   return std::move(out).families();

@@ -222,6 +222,7 @@ void DaemonInstance::clearCounters() {
   pim_.pamManager()->drops().clear();
   clearRefusals(*limits_);
   countersCleared_ = loop_.clock().now();
+  overflowsCleared_ = sockets_.overflows();
 }
 
 void DaemonInstance::shutdown() {
@@ -237,6 +238,7 @@ InstanceView DaemonInstance::view() const {
   }
   view.idle = idleCandidates(settings(), interfaces_, *status_);
   view.countersCleared = countersCleared_;
+  view.overflows = sockets_.overflows() - overflowsCleared_;
   view.events = &watch_.book();
   view.engine = &bsr_.engine();
   view.routing = &routing_;

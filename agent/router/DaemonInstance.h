@@ -86,6 +86,7 @@ class DaemonInstance {
   EventLoop& loop_;
   const std::shared_ptr<Pim::Bsr::ClearConfig> clearConfig_;
   double countersCleared_;
+  std::uint64_t overflowsCleared_ = 0;  // of those that the kernel has counted until then
   KernelRouting routing_;
   LocalRoutes localRoutes_;
   PimSocketSet sockets_;

@@ -24,7 +24,10 @@ Router::Router(EventLoop& loop, const TimeoutOverrides& timeouts,
       journal_(loop.clock()),
       instances_({loop, interfaces_, routeQuery_, entities_, upgrade_, state_, dir_,
                   newRandomSource(), timeouts,
-                  [this](const Event& event) { journal_.write(event); }}),
+                  [this](const Event& event) {
+                    journal_.write(event);
+                    eventFeed_.tell(event);
+                  }}),
       routeChanges_(loop, [this] { instances_.flushRoutes(); }),
       monitor_(loop, interfaces_, std::move(synchronised)) {}
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "agent/events/EventFeed.h"
 #include "agent/events/Journal.h"
 #include "agent/kernel/EventLoop.h"
 #include "agent/kernel/InterfaceTable.h"
@@ -48,10 +49,12 @@ class Router final : public AgentView {
   void onTurnEnd(std::function<void()> settled) { settled_ = std::move(settled); }
 
   UpgradeController& upgrade() { return upgrade_; }
+  EventFeed& eventFeed() { return eventFeed_; }
   AddressedInterfaces addressedInterfaces() const;
 
   double now() const override { return loop_.clock().now(); }
   double startTime() const override { return startTime_; }
+  std::size_t timers() const override { return loop_.timerWheel().armed(); }
   std::vector<InstanceView> instances() const override { return instances_.views(); }
   std::uint64_t instanceChanges() const override { return instances_.changes(); }
   DrainReport drainReport() const override { return drain_.report(instances()); }
@@ -74,6 +77,7 @@ class Router final : public AgentView {
   UpgradeController upgrade_;
   StateStore state_;
   Journal journal_;
+  EventFeed eventFeed_;
   InstanceTable instances_;
   RouteChanges routeChanges_;
   NetlinkMonitor monitor_;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "agent/events/EventFeed.h"
 #include "agent/view/ClearOrder.h"
 #include "config/model/Candidacies.h"
 #include "config/model/Finding.h"
@@ -37,6 +38,8 @@ class AgentCommands {
   virtual std::size_t clear(const ClearOrder& order) = 0;
   /// Gives all of them back.
   virtual void undrain() = 0;
+  /// What happens from now on.
+  virtual EventFeed& eventFeed() = 0;
 };
 
 }  // namespace Routing::Agent

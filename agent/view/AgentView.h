@@ -38,6 +38,8 @@ struct InstanceView {
   std::map<IpGenPrefix, double> zoneExpiry = {};
   std::vector<IdleCandidate> idle = {};
   double countersCleared = 0.0;  ///< when they were, or the instance began
+  /// Datagrams that the kernel dropped because they came faster than they were read.
+  std::uint64_t overflows = 0;
   // Null where there is none, as in tests:
   const EventBook* events = nullptr;
   const Pim::Bsr::PimBsrSm* engine = nullptr;
@@ -54,6 +56,8 @@ class AgentView {
   virtual double now() const = 0;
   /// When the daemon started, on that clock.
   virtual double startTime() const = 0;
+  /// How many timers are armed.
+  virtual std::size_t timers() const = 0;
   /// In the order of VRF name, then family.
   virtual std::vector<InstanceView> instances() const = 0;
   /// How often an instance has come or gone until now.

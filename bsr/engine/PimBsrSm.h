@@ -82,6 +82,8 @@ class ROUTING_API PimBsrSm {
   /// Machines by zone; null where there is none.
   std::shared_ptr<BsrCandidateSm> candidateSm(const IpGenPrefix& zone) const;
   std::shared_ptr<BsrNonCandidateSm> nonCandidateSm(const IpGenPrefix& zone) const;
+  /// How many RPs were not advertised within their hold time.
+  std::uint64_t expiredRps() const { return mirror_ ? mirror_->expired() : 0; }
   const std::map<IpGenPrefix, std::shared_ptr<BsrCandidateSm>>& candidateSm() const {
     return candidateSm_;
   }

@@ -173,6 +173,7 @@ void RpSetMirror::RpReactor::setHoldtimer() {
 }
 
 void RpSetMirror::RpReactor::handleHoldtimeExpired() {
+  if (rp_->holdTime().value() != 0) ++mirror_.expired_;
   if (mirror_.withdraw_(zone_, *rp_)) return;
   BSR_TRACE(sm, 4, "Deleting RP ", rp_->address(), " from prefix ", prefix_, " and zone ", zone_);
   const auto set = mirror_.services_.rpSets().find(zone_, prefix_);

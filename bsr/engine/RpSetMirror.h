@@ -46,6 +46,8 @@ class ROUTING_API RpSetMirror {
   /// as far as the zone has a say in them: what it does not mention they keep, unless it is the
   /// BSR's first message.
   void show(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool first);
+  /// How many RPs of zones were not advertised within their hold time.
+  std::uint64_t expired() const { return expired_; }
   /// Watches nothing any more.
   void retire();
 
@@ -78,6 +80,7 @@ class ROUTING_API RpSetMirror {
   std::shared_ptr<RpCandidateStatus> rpCandidateStatus_;
   ZoneServices& services_;
   TimerWheel& timerWheel_;
+  std::uint64_t expired_ = 0;
   TrieGen& bsrTrie_;
   const Withdraw withdraw_;
   std::map<IpGenPrefix, IpGenPrefix> owner_;  // mirrored range -> zone that put it there

@@ -44,9 +44,9 @@ TEST(CtlOptions, ReadTheCommandWord) {
   EXPECT_FALSE(plain.json);
   EXPECT_FALSE(plain.timeout);
 
-  const Options hash = accepted("show ipv6 pim rp-hash ff0e::1 --vrf red --json");
+  const Options hash = accepted("show ipv6 pim rp-hash ff0e::1 ff0e::2 --vrf red --json");
   EXPECT_EQ("ipv6", hash.family);
-  EXPECT_EQ("ff0e::1", hash.group);
+  EXPECT_EQ((std::vector<std::string>{"ff0e::1", "ff0e::2"}), hash.groups);
   EXPECT_EQ("red", hash.vrf);
   EXPECT_TRUE(hash.json);
 

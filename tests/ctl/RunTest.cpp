@@ -92,16 +92,28 @@ TEST_F(RunWithDaemon, TellsByItsExitCodeWhetherAGroupHasAnRp) {
   v4_.addMapping("224.0.0.0/4", "10.0.0.1", 0);
   start();
   Options hash = options("show", "rp-hash");
-  hash.group = "239.1.1.1";
+  hash.groups = {"239.1.1.1"};
   EXPECT_EQ(exitGood, run(hash).code);
-  hash.group = "232.1.1.1";
+  hash.groups = {"232.1.1.1"};
   const Outcome none = run(hash);
   EXPECT_EQ(exitProblem, none.code);
   EXPECT_NE(std::string::npos, none.out.find("No RP for group 232.1.1.1"));
   hash.json = true;
   EXPECT_EQ(exitProblem, run(hash).code);
-  hash.group = "239.1.1";
+  hash.groups = {"239.1.1"};
   EXPECT_EQ((Outcome{exitUsage, "", "pimbsrctl: '239.1.1' is not an IPv4 address\n"}), run(hash));
+
+  hash.json = false;
+  hash.groups = {"239.1.1.1", "232.1.1.1"};
+  const std::string answers =
+      "RPs for groups, VRF default, IPv4\n\n"
+      "  Group      RP        Group range  Mode    Priority\n"
+      "  239.1.1.1  10.0.0.1  224.0.0.0/4  sparse         0\n"
+      "  232.1.1.1  -         -            -              -\n";
+  EXPECT_EQ((Outcome{exitProblem, answers, ""}), run(hash));
+  hash.groups.pop_back();
+  hash.groups.emplace_back("239.9.9.9");
+  EXPECT_EQ(exitGood, run(hash).code);
 }
 
 TEST_F(RunWithDaemon, ClearsInSilence) {
@@ -116,6 +128,7 @@ TEST_F(RunWithDaemon, FollowsChangesUntilItsTimeIsUp) {
   start();
   Options watch = options("watch", "bsr");
   watch.timeout = 0.2;
+  watch.raw = true;
   const Outcome text = run(watch);
   EXPECT_EQ(exitGood, text.code);
   EXPECT_EQ("", text.err);
@@ -123,6 +136,36 @@ TEST_F(RunWithDaemon, FollowsChangesUntilItsTimeIsUp) {
   watch.json = true;
   watch.snapshot = false;
   EXPECT_EQ("{\"live\":true}\n", run(watch).out);
+}
+
+TEST_F(RunWithDaemon, TellsWhatHappensInWordsWithTheTimeOfDay) {
+  start();
+  Options watch = options("watch", "rp-set");
+  watch.timeout = 1;
+  asio::steady_timer meanwhile(loop_);
+  const auto happen = [this](const std::error_code&) {
+    using namespace Agent;
+    const VrfName vrf("default");
+    v4_.addRp("224.0.0.0/4", "239.1.0.0/16", "10.0.0.1", 7, 10, 200);
+    agent_.feed.settle();
+    agent_.events.tell({.kind = EventKind::neighborUp, .vrf = vrf, .af = AddressFamily::ipv4});
+    agent_.events.tell({.kind = EventKind::limitHit, .vrf = VrfName("red"), .limit = "zones"});
+    agent_.events.tell({.kind = EventKind::limitHit,
+                        .vrf = vrf,
+                        .af = AddressFamily::ipv4,
+                        .wall = std::chrono::system_clock::time_point(std::chrono::seconds(61)),
+                        .limit = "zones"});
+  };
+  asio::post(loop_, [&] {
+    meanwhile.expires_after(std::chrono::milliseconds(300));
+    meanwhile.async_wait(happen);
+  });
+  const std::string said = run(watch).out;
+  EXPECT_EQ(0u, said.find("PIM RP set, VRF default, IPv4\n"));
+  const std::string changes =
+      "\nnowZ  RP 10.0.0.1 for 239.1.0.0/16 is new: sparse, priority 7, zone 224.0.0.0/4\n"
+      "1970-01-01T00:01:01Z  no room for more zones\n";
+  EXPECT_EQ(said.substr(said.size() - std::min(said.size(), changes.size())), changes) << said;
 }
 
 TEST_F(RunWithDaemon, TellsWhatCameOfAReload) {

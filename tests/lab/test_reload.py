@@ -102,7 +102,7 @@ class Reload(Play):
     def log_of(self, router, family):
         """Follows the changes of a router's status."""
         log = subprocess.Popen([programs() / "pimbsrctl", "--socket", router.socket, "watch",
-                                family.word, "pim", "status", "--changes-only"],
+                                family.word, "pim", "status", "--raw", "--changes-only"],
                                stdout=subprocess.PIPE, text=True)
         self.addCleanup(log.stdout.close)
         self.addCleanup(log.kill)

@@ -51,6 +51,8 @@ struct FakeAgent : AgentView, AgentCommands {
 
   double now() const override { return 5000.0; }
   double startTime() const override { return 1000.0; }
+  std::size_t timers() const override { return 3; }
+  EventFeed& eventFeed() override { return events; }
   std::vector<InstanceView> instances() const override;
   std::uint64_t instanceChanges() const override { return list.size(); }
   DrainReport drainReport() const override { return drained; }
@@ -61,6 +63,7 @@ struct FakeAgent : AgentView, AgentCommands {
   ReloadOutcome outcome;  // of every reload
   bool upgradePrepared = false;
   ClearOrder cleared;
+  EventFeed events;
   DrainReport drained;
   std::list<FakeInstance> list;
   RpFeed feed{*this, [] { return std::string("now"); }};
