@@ -165,6 +165,14 @@ void addScale(CLI::App& app, Options& options) {
   scale.callback([&] { options.command = Options::Command::scale; });
 }
 
+void addReplay(CLI::App& app, Options& options) {
+  CLI::App& replay = *app.add_subcommand(
+      "replay", "Has a router hear a capture, and says what it knows at the end");
+  replay.add_option("FILE", options.files, "a capture file")->required()->expected(1);
+  replay.add_flag("--json", options.json, "prints JSON");
+  replay.callback([&] { options.command = Options::Command::replay; });
+}
+
 }  // namespace
 
 std::optional<int> readOptions(int argc, char** argv, Options& options) {
@@ -176,6 +184,7 @@ std::optional<int> readOptions(int argc, char** argv, Options& options) {
   addFailover(app, options);
   addRehearse(app, options);
   addScale(app, options);
+  addReplay(app, options);
   const auto early = Cli::parse(app, argc, argv);
   if (!early) return std::nullopt;
   (early->code == 0 ? std::cout : std::cerr) << early->text;

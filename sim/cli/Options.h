@@ -12,7 +12,7 @@ namespace Routing::Sim {
 
 /// What the command line asks for.
 struct Options {
-  enum class Command : std::uint8_t { run, continuity, failover, scale, rehearse };
+  enum class Command : std::uint8_t { run, continuity, failover, scale, rehearse, replay };
   Command command = Command::run;
   std::vector<std::string> files;
   std::uint64_t firstSeed = 1;

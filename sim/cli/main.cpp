@@ -5,6 +5,7 @@
 #include "sim/cli/FailoverCommand.h"
 #include "sim/cli/Options.h"
 #include "sim/cli/RehearseCommand.h"
+#include "sim/cli/ReplayCommand.h"
 #include "sim/cli/RunCommand.h"
 #include "sim/cli/ScaleCommand.h"
 #include "sim/sweep/Ranks.h"
@@ -20,6 +21,8 @@ int carryOut(const Options& options) {
       return failoverCommand(options);
     case Options::Command::rehearse:
       return rehearseCommand(options);
+    case Options::Command::replay:
+      return replayCommand(options);
     case Options::Command::scale:
       return scaleCommand(options);
     default:
