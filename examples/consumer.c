@@ -1,9 +1,11 @@
-/* Prints which RP serves the groups of the command line, now and whenever it changes:
+/* Prints which RP serves the groups of the command line, now and whenever it changes, with the digest of
+   all mappings, which is equal on routers that agree:
 
        consumer 239.1.2.3 ff3e::1
 
    A program of your own does with it what it likes. Builds with -lpimbsr-client. */
 #include <errno.h>
+#include <inttypes.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -14,6 +16,7 @@
 enum { MAX_GROUPS = 64, RP_LENGTH = 64 };
 
 static char shown[MAX_GROUPS][RP_LENGTH];
+static uint64_t known[2];
 
 static void show(pimbsr_client* client, char** groups, int count) {
   for (int i = 0; i < count; ++i) {
@@ -22,6 +25,12 @@ static void show(pimbsr_client* client, char** groups, int count) {
     if (strcmp(shown[i], rp) == 0) continue;
     snprintf(shown[i], RP_LENGTH, "%s", rp);
     printf("%s %s\n", groups[i], rp);
+  }
+  for (int i = 0; i < 2; ++i) {
+    const uint64_t digest = pimbsr_digest(client, NULL, i == 0 ? 4 : 6);
+    if (digest == known[i]) continue;
+    known[i] = digest;
+    printf("IPv%d digest %016" PRIx64 "\n", i == 0 ? 4 : 6, digest);
   }
   fflush(stdout);
 }

@@ -8,13 +8,15 @@ import os
 import re
 import shutil
 import subprocess
+from pathlib import Path
 
 from kit import config
 from kit.domain import loopback
 from kit.play import Play
-from kit.router import FAMILIES, REPOSITORY
+from kit.router import FAMILIES, REPOSITORY, programs
 
 TOLD = "/run/told"
+HEARD = "/run/heard"
 PROGRAM = "/run/consumer"
 MODULES = REPOSITORY.parent / "shared/yang"
 SCRAPE = ("import urllib.request as u; "
@@ -42,9 +44,53 @@ class Feed(Play):
         self.assertEqual(digests, {int(digest[:12], 16) for digest in self.digests()})
         self.assertIn('pimbsr_bsr_info{vrf="default",family="ipv4",zone="224.0.0.0/4",'
                       f'bsr="{loopback(FAMILIES[0], 1)}"}} 1', scraped)
+        for sample in ('interface_messages_received_total{vrf="default",family="ipv4",'
+                       'interface="to-r1",type="bootstrap"}', "kernel_overflows_total{", "timers ",
+                       'interface_dropped_total{vrf="default",family="ipv6",interface="to-r1"}',
+                       'bsr_expiries_total{vrf="default",family="ipv4",zone="224.0.0.0/4"} 0\n',
+                       'rp_expiries_total{vrf="default",family="ipv6"} 0\n'):
+            self.assertIn("\npimbsr_" + sample, scraped)
 
         for family in FAMILIES:
             self.validate(fed.text(family, "yang"))
+
+    def test_a_consumer_in_c_outlives_the_daemon(self):
+        program = programs() / "consumer"
+        if not program.exists():
+            self.skipTest("the example is not built")
+        domain = self.started_domain(config.both("to-r2", bsr_priority=9, rp_priority=9),
+                                     config.both("to-r1"))
+        first, fed = domain.routers
+        with open(HEARD, "w", encoding="ascii") as out:
+            consumer = fed.node.start("env", f"PIMBSR_SOCKET={fed.socket}", program, "239.1.2.3",
+                                      "ff0e::1", stdout=out, stderr=subprocess.DEVNULL)
+        self.addCleanup(consumer.wait)
+        self.addCleanup(consumer.kill)
+        self.eventually(40, lambda: self.agree(domain.routers), "the consumer knows no RPs")
+        self.assertIn(f"239.1.2.3 {loopback(FAMILIES[0], 1)}", self.heard())
+        for priority in (5, 6):
+            fed.kill()
+            self.reload(first, config.both("to-r2", bsr_priority=9, rp_priority=priority))
+            fed.start()
+            self.eventually(40, lambda: self.priority(fed) == priority and
+                            self.agree(domain.routers), "the consumer knows other RPs than routers")
+
+    @staticmethod
+    def heard():
+        return Path(HEARD).read_text(encoding="ascii").splitlines()
+
+    def agree(self, routers):
+        """Whether the digests that the consumer said last are those of the routers."""
+        last = {line[:4]: line.split()[-1] for line in self.heard() if " digest " in line}
+        return all(last.get(f"IPv{family.version}") ==
+                   router.show(family, "rp-set")["mappings"]["digest"]
+                   for family in FAMILIES for router in routers)
+
+    @staticmethod
+    def priority(router):
+        """Of the one RP that a router knows in IPv4."""
+        (rps,) = router.mappings(FAMILIES[0]).values()
+        return next(iter(rps.values()))["priority"]
 
     def validate(self, state):
         """The operational state is what RFC 9128 models; where the modules and yanglint are there."""
