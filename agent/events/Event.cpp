@@ -35,6 +35,7 @@ std::string whatText(const Event& event) {
       return "this router is the BSR, " + event.bsr.text() + ", priority " +
              std::to_string(event.priority);
     case EventKind::electionLost:
+      if (event.priority == 0) return "this router is the BSR no more";
       return bsrText(event) + ", in place of this router";
     case EventKind::candidateBsrStarted:
       return "candidate BSR " + event.bsr.text() + " starts";
