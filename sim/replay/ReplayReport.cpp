@@ -13,7 +13,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-Json zonesJson(const Pim::Bsr::Status& status) {
+Json heardZones(const Pim::Bsr::Status& status) {
   Json zones = Json::array();
   for (const auto& [zone, bsr] : status.bootstrapRouter()) {
     if (bsr->ipAddr().isUnset()) continue;
@@ -25,7 +25,7 @@ Json zonesJson(const Pim::Bsr::Status& status) {
   return zones;
 }
 
-Json rpSetJson(const std::vector<Pim::RpMapping>& mappings) {
+Json heardRps(const std::vector<Pim::RpMapping>& mappings) {
   Json rps = Json::array();
   for (const Pim::RpMapping& mapping : mappings) {
     rps.push_back({{"group-range", mapping.groupRange.text()},
@@ -35,13 +35,13 @@ Json rpSetJson(const std::vector<Pim::RpMapping>& mappings) {
   return rps;
 }
 
-Json droppedJson(const ReplayRouter& router) {
+Json droppedByReason(const ReplayRouter& router) {
   Json dropped = Json::object();
   for (const auto& [reason, count] : router.messages().rxDropped()) dropped[reason] = count;
   return dropped;
 }
 
-Json refusedJson(const ReplayRouter& router) {
+Json refusedByReason(const ReplayRouter& router) {
   Json refused = Json::object();
   for (const auto& [reason, count] : errorsByReason(router.status().counters()->errCounters())) {
     if (count > 0) refused[std::string(reason)] = count;
@@ -53,11 +53,11 @@ Json routerJson(const ReplayRouter& router) {
   const std::vector<Pim::RpMapping> mappings = Pim::rpMappings(router.rpSet());
   return {{"address-family", enumName(router.af())},
           {"packets", router.heard()},
-          {"zones", zonesJson(router.status())},
-          {"rp-set", rpSetJson(mappings)},
+          {"zones", heardZones(router.status())},
+          {"rp-set", heardRps(mappings)},
           {"digest", Pim::rpSetDigestText(Pim::rpSetDigest(mappings))},
-          {"dropped", droppedJson(router)},
-          {"refused", refusedJson(router)}};
+          {"dropped", droppedByReason(router)},
+          {"refused", refusedByReason(router)}};
 }
 
 std::string wordOf(const Json& json) {
