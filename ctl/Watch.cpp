@@ -83,10 +83,14 @@ Json requestOf(const Options& options, const Interest* interest) {
   return request;
 }
 
-/// Asked for once changes are followed, by another connection: none is lost in between.
+/// Asked for once changes are followed, by another connection: none is lost in between. Where it is
+/// not wanted something small is asked for, so that a VRF that is not there is refused all the
+/// same.
 void showPresent(const Options& options, std::ostream& out) {
   Connection daemon(options.socket, std::chrono::steady_clock::now() + std::chrono::seconds(5));
-  const Json data = answerTo(daemon, instanceRequest(options, "show", options.topic));
+  const std::string topic = options.snapshot ? options.topic : "interface";
+  const Json data = answerTo(daemon, instanceRequest(options, "show", topic));
+  if (!options.snapshot) return;
   if (options.json) {
     out << Json{{"operation", "present"}, {options.topic, data}}.dump() << std::endl;
   } else {
@@ -119,7 +123,7 @@ void tell(Connection& daemon, const Telling& telling, std::ostream& out) {
 int watch(const Options& options, Connection& daemon, std::ostream& out) {
   const Interest* interest = options.command == "watch" ? interestOf(options) : nullptr;
   answerTo(daemon, requestOf(options, interest));
-  if (interest != nullptr && options.snapshot) showPresent(options, out);
+  if (interest != nullptr) showPresent(options, out);
   try {
     tell(daemon, tellingOf(options, interest), out);
   } catch (const ConnectionError& error) {

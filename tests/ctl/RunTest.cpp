@@ -166,6 +166,9 @@ TEST_F(RunWithDaemon, TellsWhatHappensInWordsWithTheTimeOfDay) {
       "\nnowZ  RP 10.0.0.1 for 239.1.0.0/16 is new: sparse, priority 7, zone 224.0.0.0/4\n"
       "1970-01-01T00:01:01Z  no room for more zones\n";
   EXPECT_EQ(said.substr(said.size() - std::min(said.size(), changes.size())), changes) << said;
+  watch.snapshot = false;
+  watch.vrf = "red";
+  EXPECT_EQ(exitProblem, run(watch).code) << "there is no such VRF";
 }
 
 TEST_F(RunWithDaemon, TellsWhatCameOfAReload) {
