@@ -9,7 +9,7 @@ namespace {
 
 using enum Table::Align;
 
-std::string bsrText(const Json& bsr) {
+std::string observedBsr(const Json& bsr) {
   return valueText(bsr.at("address")) + ", priority " + valueText(bsr.at("priority")) +
          ", hash mask " + valueText(bsr.at("hash-mask-length")) + ", " +
          valueText(bsr.at("messages")) + " messages, last heard " +
@@ -19,7 +19,7 @@ std::string bsrText(const Json& bsr) {
 std::string observedZone(const Json& zone) {
   std::string text = "Zone " + valueText(zone.at("zone")) + "\n";
   for (const Json& bsr : zone.at("bsrs")) {
-    text += (bsr.at("followed").get<bool>() ? "  BSR   " : "  also  ") + bsrText(bsr);
+    text += (bsr.at("followed").get<bool>() ? "  BSR   " : "  also  ") + observedBsr(bsr);
   }
   for (const Json& range : zone.at("incomplete-ranges")) {
     text += "  incomplete: " + valueText(range.at("group-range")) + " of " +
