@@ -43,6 +43,9 @@ class BenchHost final : public PacketPort, public UnicastRouting {
     return true;
   }
   std::vector<NextHop> nextHops(const IpGenAddr&) const override { return {{in, neighbor}}; }
+  void nextHopsInto(const IpGenAddr&, std::vector<NextHop>& hops) const override {
+    hops.assign(1, {in, neighbor});
+  }
 
   VirtualClock clock;
   TimerWheel wheel{clock};

@@ -8,8 +8,9 @@ namespace {
 TraceHandle trace("Agent::Routing");
 }  // namespace
 
-std::vector<Pim::NextHop> KernelRouting::nextHops(const IpGenAddr& address) const {
-  if (!Pim::isDomainUnicast(address)) return {};
+const std::vector<Pim::NextHop>& KernelRouting::answer(const IpGenAddr& address) const {
+  static const std::vector<Pim::NextHop> none;
+  if (!Pim::isDomainUnicast(address)) return none;
   const auto known = answers_.find(address);
   if (known != answers_.end() && clock_.now() < known->second.expiry) return known->second.hops;
   if (answers_.size() >= maxAnswers) answers_.clear();

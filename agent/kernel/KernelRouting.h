@@ -28,7 +28,12 @@ class KernelRouting final : public Pim::UnicastRouting {
   /// None for an address that says nothing without its link, such as a link-local one. Without a
   /// route in a VRF's own table the kernel looks on in the main one; next hops in other VRFs are
   /// left out, since there are no neighbours of this one.
-  std::vector<Pim::NextHop> nextHops(const IpGenAddr& address) const override;
+  std::vector<Pim::NextHop> nextHops(const IpGenAddr& address) const override {
+    return answer(address);
+  }
+  void nextHopsInto(const IpGenAddr& address, std::vector<Pim::NextHop>& hops) const override {
+    hops = answer(address);
+  }
   void flush() { answers_.clear(); }
 
  private:
@@ -37,6 +42,7 @@ class KernelRouting final : public Pim::UnicastRouting {
     std::vector<Pim::NextHop> hops;
   };
 
+  const std::vector<Pim::NextHop>& answer(const IpGenAddr& address) const;
   Answer ask(const IpGenAddr& address) const;
 
   RouteSource& source_;

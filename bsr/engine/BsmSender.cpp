@@ -112,7 +112,8 @@ std::size_t BsmSender::forwardBsm(const IpGenPrefix& zone,
                                   const std::shared_ptr<BootstrapMessage>& bsm, const Turn* turn) {
   const std::uint32_t length = doComputeBsmLength(*bsm);
   BSR_TRACE(sm, 1, "BSM length is ", length);
-  std::vector<IntfId> interfaces;
+  std::vector<IntfId, PoolAllocator<IntfId>> interfaces;
+  interfaces.reserve(pimStatus_->pimIntf().size());
   for (const auto& entry : pimStatus_->pimIntf()) interfaces.push_back(entry.first);
   Pass bsmFragments;
   std::size_t sentOn = 0;
@@ -220,13 +221,16 @@ std::uint32_t BsmSender::estimate(const IpGenPrefix& zone, std::uint32_t mtu,
   return (total + mtu - 1) / mtu;
 }
 
-PimBsrTxFragment BsmSender::newFragment(const BootstrapMessage& bsm) const {
+PimBsrTxFragment BsmSender::newFragment(const Placement& at) {
+  const BootstrapMessage& bsm = at.source;
   auto fragment = std::allocate_shared<BootstrapMessage>(PoolAllocator<BootstrapMessage>{});
   fragment->forwardIs(bsm.forward());
   fragment->fragmentTagIs(bsm.fragmentTag());
   fragment->hashMaskLenIs(bsm.hashMaskLen());
   fragment->bsrPriorityIs(bsm.bsrPriority());
   fragment->bsrAddressIs(bsm.bsrAddress());
+  const std::size_t withRps = (at.mtu - fixedLength) / (groupLength + rpLength);
+  fragment->groupRpData().reserve(std::min(withRps, bsm.groupRpData().size()));
   return {std::move(fragment), fixedLength};
 }
 
@@ -240,7 +244,7 @@ PimBsrTxFragments BsmSender::fragmentBsm(const IpGenPrefix& zone, std::uint32_t 
   BSR_TRACE(sm, 1, numFragments, " fragments to be generated");
   Placement at{zone, groups.front().rpCount(), mtu, numFragments, bsm, {}, {}};
 
-  std::vector<const BootstrapGroupData*> splitGroupRpData;
+  std::vector<const BootstrapGroupData*, PoolAllocator<const BootstrapGroupData*>> splitGroupRpData;
   for (const BootstrapGroupData& group : groups) {
     if (doAddGroupData(at, group, false) == 0) continue;
     const bool zoneEntry = scoped(zone) && &group == &groups.front();
@@ -282,11 +286,12 @@ void BsmSender::addZoneEntry(const Placement& at, std::size_t index) {
 // A later range may come with a stray Z bit. As the first of a fragment it would make that one the
 // message of another zone (RFC 5059 section 3.4).
 void BsmSender::append(const Placement& at, PimBsrTxFragment& fragment,
-                       BootstrapGroupData group) const {
-  if (fragment.bsm->groupRpData().empty() && !scoped(at.zone)) {
+                       BootstrapGroupData&& group) const {
+  auto& groups = fragment.bsm->groupRpData();
+  if (groups.empty() && !scoped(at.zone)) {
     group.groupFlagsIs(group.groupFlags() & ~GroupFlags::zoneFlag);
   }
-  fragment.bsm->groupRpDataAppend(std::move(group));
+  groups.push_back(std::move(group));
 }
 
 // An entry that came in a fragment counts with the RPs that it carries, not with those it
@@ -299,14 +304,14 @@ int BsmSender::placeWhole(Placement& at, const BootstrapGroupData& group) {
   if (index >= at.numFragments) {
     index = at.room.size();
     if (index >= at.numFragments) return -1;
-    PimBsrTxFragment fresh = newFragment(at.source);
+    PimBsrTxFragment fresh = newFragment(at);
     zoneEntry = needsZoneEntry(at, fresh, group) ? groupLength : 0;
     if (fresh.length + zoneEntry + entry > at.mtu) return -1;
     at.append(std::move(fresh));
   }
   if (zoneEntry != 0) addZoneEntry(at, index);
   PimBsrTxFragment& fragment = at.fragments.fragment[index];
-  append(at, fragment, group);
+  append(at, fragment, BootstrapGroupData(group));
   at.lengthIs(index, fragment.length + zoneEntry + entry);
   BSR_TRACE(sm, 1, "Fragment ", index, " to house prefix ", group.prefix(), " with ", carried,
             " RPs");
@@ -321,7 +326,7 @@ int BsmSender::placeSplit(Placement& at, const BootstrapGroupData& group) {
     const std::size_t index = std::min(at.room.first(minSplitSpace), at.room.size());
     traceFull(at, group, next, index);
     next = index;
-    if (index == at.room.size()) at.append(newFragment(at.source));
+    if (index == at.room.size()) at.append(newFragment(at));
     PimBsrTxFragment& fragment = at.fragments.fragment[index];
     const std::uint32_t zoneEntry = needsZoneEntry(at, fragment, group) ? groupLength : 0;
     const std::uint32_t used = fragment.length + zoneEntry;

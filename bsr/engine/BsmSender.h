@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "bsr/engine/Turn.h"
@@ -66,7 +67,8 @@ class ROUTING_API BsmSender {
  private:
   struct Placement;
   /// Fragments are made once for each distinct MTU of a pass.
-  using Pass = std::map<std::uint32_t, PimBsrTxFragments>;
+  using Pass = std::map<std::uint32_t, PimBsrTxFragments, std::less<>,
+                        PoolAllocator<std::pair<const std::uint32_t, PimBsrTxFragments>>>;
 
   void fragmentAndSendBsm(const IpGenPrefix& zone, std::uint32_t mtu, std::uint32_t totalBsmLength,
                           const IntfId& oif, const std::shared_ptr<BootstrapMessage>& bsm,
@@ -77,7 +79,7 @@ class ROUTING_API BsmSender {
   bool scoped(const IpGenPrefix& zone) const { return zone != globalZone_; }
 
   std::uint32_t estimate(const IpGenPrefix& zone, std::uint32_t mtu, std::uint32_t total) const;
-  PimBsrTxFragment newFragment(const BootstrapMessage& bsm) const;
+  static PimBsrTxFragment newFragment(const Placement& at);
   int doAddGroupData(Placement& at, const BootstrapGroupData& group, bool split);
   int placeWhole(Placement& at, const BootstrapGroupData& group);
   int placeSplit(Placement& at, const BootstrapGroupData& group);
@@ -86,7 +88,7 @@ class ROUTING_API BsmSender {
   bool needsZoneEntry(const Placement& at, const PimBsrTxFragment& fragment,
                       const BootstrapGroupData& group) const;
   void addZoneEntry(const Placement& at, std::size_t index);
-  void append(const Placement& at, PimBsrTxFragment& fragment, BootstrapGroupData group) const;
+  void append(const Placement& at, PimBsrTxFragment& fragment, BootstrapGroupData&& group) const;
   const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
 
   std::shared_ptr<const Status> bsrStatus_;

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/pim/wire/BlockPool.h"
+
 namespace Routing::Pim::Bsr {
 
 /// The room that is left in each of a row of boxes, and the first box that has enough of it, found
@@ -43,9 +45,11 @@ class FirstFit {
   }
 
  private:
+  using Rooms = std::vector<Room, PoolAllocator<Room>>;
+
   void grow() {
     const std::size_t leaves = leaves_ == 0 ? 1 : 2 * leaves_;
-    std::vector<Room> most(2 * leaves);
+    Rooms most(2 * leaves);
     std::copy_n(most_.begin() + static_cast<std::ptrdiff_t>(leaves_), size_,
                 most.begin() + static_cast<std::ptrdiff_t>(leaves));
     most_ = std::move(most);
@@ -55,7 +59,7 @@ class FirstFit {
     }
   }
 
-  std::vector<Room> most_;  // node 1 is the top, the boxes begin at leaves_
+  Rooms most_;  // node 1 is the top, the boxes begin at leaves_
   std::size_t leaves_ = 0;
   std::size_t size_ = 0;
 };

@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/pim/wire/BlockPool.h"
 #include "platform/pim/wire/BootstrapMessage.h"
 
 namespace Routing::Pim::Bsr {
@@ -18,7 +19,7 @@ struct PimBsrTxFragment {
 struct PimBsrTxFragments {
   std::uint32_t numFragments() const { return static_cast<std::uint32_t>(fragment.size()); }
 
-  std::vector<PimBsrTxFragment> fragment;
+  std::vector<PimBsrTxFragment, PoolAllocator<PimBsrTxFragment>> fragment;
 };
 
 }  // namespace Routing::Pim::Bsr

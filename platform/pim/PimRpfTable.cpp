@@ -4,7 +4,9 @@ namespace Routing::Pim {
 
 std::optional<RpfNeighbor> PimRpfTable::doLookup(const IpGenAddr& address) const {
   std::optional<RpfNeighbor> best;
-  for (const NextHop& hop : routing_.nextHops(address)) {
+  std::vector<NextHop> hops = std::exchange(hops_, {});  // the host may ask for another
+  routing_.nextHopsInto(address, hops);
+  for (const NextHop& hop : hops) {
     const auto& intf = pimStatus_->pimIntf(hop.intf);
     if (!intf) continue;
     const IpGenAddr& nextAddress = hop.gateway.isUnset() ? address : hop.gateway;
@@ -14,6 +16,7 @@ std::optional<RpfNeighbor> PimRpfTable::doLookup(const IpGenAddr& address) const
       best = RpfNeighbor{neighbor->address(), hop.intf};
     }
   }
+  hops_ = std::move(hops);
   return best;
 }
 

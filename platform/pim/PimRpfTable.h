@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/Export.h"
@@ -24,6 +25,11 @@ class ROUTING_API UnicastRouting {
   /// The next hops of the best route to an address; empty if there is none, if the route discards,
   /// and for the router's own addresses.
   virtual std::vector<NextHop> nextHops(const IpGenAddr& address) const = 0;
+  /// The same in place of what a list held. A host that knows them may copy them into it: the list
+  /// keeps its memory from one message to the next.
+  virtual void nextHopsInto(const IpGenAddr& address, std::vector<NextHop>& hops) const {
+    hops = nextHops(address);
+  }
 };
 
 /// The neighbour that leads towards an address, and the interface on which it stands.
@@ -47,6 +53,7 @@ class ROUTING_API PimRpfTable {
  private:
   const UnicastRouting& routing_;
   std::shared_ptr<const PimStatus> pimStatus_;
+  mutable std::vector<NextHop> hops_;  // room for the next answer
 };
 
 }  // namespace Routing::Pim
