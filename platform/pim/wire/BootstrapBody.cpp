@@ -54,23 +54,27 @@ bool precedes(const IpGenPrefix& a, const IpGenPrefix& b) {
 }
 
 template <AddressFamily af>
-BootstrapRpList readRps(WireReader& reader, unsigned count, RpArrays& arrays) {
-  const std::size_t present = reader.remaining() / rpOctets(af);
-  const auto whole = static_cast<unsigned>(std::min<std::size_t>(count, present));
-  BootstrapRp* const rps = arrays.room(whole, present);
-  EntryReader<af> entries(reader.position());
-  bool inOrder = true;
-  for (unsigned i = 0; i < whole; ++i) {
-    readRp(entries, rps[i]);
-    inOrder = inOrder & (i == 0 || precedes<af>(rps[i - 1].address, rps[i].address));
+constexpr IpGenAddr unset = IpGenAddr::zero(af);  // precedes all others
+
+template <AddressFamily af>
+void readRps(WireReader& reader, BootstrapGroupData& group, RpArrays& arrays) {
+  const unsigned count = group.fragRpCount();
+  if (count * rpOctets(af) <= reader.remaining()) [[likely]] {
+    BootstrapRp* const rps = arrays.room(count, reader.remaining() / rpOctets(af));
+    EntryReader<af> entries(reader.position());
+    bool inOrder = true;
+    const IpGenAddr* before = &unset<af>;
+    for (BootstrapRp* rp = rps; rp != rps + count; before = &rp++->address) {
+      readRp(entries, *rp);
+      inOrder = inOrder & precedes<af>(*before, rp->address);
+    }
+    if (entries.ok()) [[likely]] {
+      reader.skip(count * rpOctets(af));
+      reader.require(inOrder || sortUnique(rps, rps + count), DropReason::duplicateRp);
+      return arrays.fill(group.rpList(), count);
+    }
   }
-  if (whole < count || !entries.ok()) {
-    for (BootstrapRp rp; !reader.failure();) readRp(reader, rp);
-    return {};
-  }
-  reader.skip(count * rpOctets(af));
-  reader.require(inOrder || sortUnique(rps, rps + count), DropReason::duplicateRp);
-  return arrays.list(count);
+  for (BootstrapRp rp; !reader.failure();) readRp(reader, rp);
 }
 
 bool scopeMaskOk(const EncodedGroup& first) {
@@ -141,7 +145,7 @@ void readGroups(WireReader& reader, BootstrapMessage& bsm) {
   groups.reserve(expectedGroups<af>(reader));
   while (!reader.atEnd()) {
     BootstrapGroupData& group = readGroupHeadAs<af>(reader, groups);
-    group.rpListIs(readRps<af>(reader, group.fragRpCount(), arrays));
+    readRps<af>(reader, group, arrays);
     inOrder =
         inOrder && (groups.size() == 1 || precedes<af>((&group)[-1].prefix(), group.prefix()));
   }

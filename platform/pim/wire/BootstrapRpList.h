@@ -122,16 +122,17 @@ class ROUTING_API RpArrays {
     if (count > free_) renew(count > expected ? count : expected);
     return lists_.array_ == nullptr ? nullptr : lists_.array_->rps() + lists_.array_->used;
   }
-  /// The list of the first `count` RPs in that room, in ascending order of their addresses.
-  BootstrapRpList list(std::size_t count) {
-    BootstrapRpList list;
-    if (count == 0) return list;
-    list = lists_;
-    list.first_ = lists_.array_->rps() + lists_.array_->used;
+  /// Makes an empty list that of the first `count` RPs in that room, in ascending order of their
+  /// addresses.
+  void fill(BootstrapRpList& list, std::size_t count) {
+    if (count == 0) return;
+    BootstrapRpList::Array* const array = lists_.array_;
+    ++array->holders;
+    list.array_ = array;
+    list.first_ = array->rps() + array->used;
     list.size_ = static_cast<std::uint32_t>(count);
-    lists_.array_->used += list.size_;
+    array->used += list.size_;
     free_ -= count;
-    return list;
   }
 
  private:

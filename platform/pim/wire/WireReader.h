@@ -7,6 +7,7 @@
 
 #include "platform/net/IpGenPrefix.h"
 #include "platform/pim/DropReason.h"
+#include "platform/pim/wire/NetworkOrder.h"
 
 namespace Routing::Pim {
 
@@ -18,7 +19,8 @@ struct EncodedGroup {
 };
 
 /// The fields of PIM messages, over what a reader has: take(n), the next octets, null if they are
-/// not there; af(), the family of all addresses; and require(), which remembers what does not hold.
+/// not there, which never happens if allThere; af(), the family of all addresses; and require(),
+/// which remembers what does not hold.
 template <class Reader>
 class WireFields {
  public:
@@ -50,20 +52,20 @@ class WireFields {
   template <std::size_t octets>
   std::uint32_t number() {
     const std::uint8_t* const at = reader().take(octets);
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; at != nullptr && i < octets; ++i) value = value << 8 | at[i];
-    return value;
+    return !Reader::allThere && at == nullptr ? 0 : NetworkOrder<octets>::load(at);
   }
   IpGenAddr address() {
     const AddressFamily af = reader().af();
     const std::uint8_t* const at = reader().take(addressBytes(af));
-    return at == nullptr ? IpGenAddr{} : IpGenAddr::fromBytes(af, at);
+    if (!Reader::allThere && at == nullptr) return {};
+    if (af == AddressFamily::ipv4) return IpGenAddr::v4(NetworkOrder<4>::load(at));
+    if (af != AddressFamily::ipv6) return {};
+    return IpGenAddr::v6(NetworkOrder<8>::load(at), NetworkOrder<8>::load(at + 8));
   }
   void familyAndEncoding() {
-    const std::uint8_t family = u8();
-    const std::uint8_t encoding = u8();
-    reader().require(family == static_cast<std::uint8_t>(reader().af()), DropReason::badFamily);
-    reader().require(encoding == 0, DropReason::badEncoding);
+    const std::uint16_t both = u16();
+    reader().require(both >> 8 == static_cast<std::uint8_t>(reader().af()), DropReason::badFamily);
+    reader().require((both & 0xff) == 0, DropReason::badEncoding);
   }
 };
 
@@ -72,6 +74,8 @@ class WireFields {
 /// on and asks once, at the end, whether all went well.
 class WireReader : public WireFields<WireReader> {
  public:
+  static constexpr bool allThere = false;
+
   WireReader(std::span<const std::uint8_t> octets, AddressFamily af) : octets_(octets), af_(af) {}
 
   AddressFamily af() const { return af_; }
@@ -116,6 +120,8 @@ class WireReader : public WireFields<WireReader> {
 template <AddressFamily family>
 class EntryReader : public WireFields<EntryReader<family>> {
  public:
+  static constexpr bool allThere = true;
+
   explicit EntryReader(const std::uint8_t* at) : at_(at) {}
 
   static constexpr AddressFamily af() { return family; }

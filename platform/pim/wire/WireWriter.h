@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/net/IpGenPrefix.h"
+#include "platform/pim/wire/NetworkOrder.h"
 
 namespace Routing::Pim {
 
@@ -15,11 +16,7 @@ template <class Writer>
 class WireOutFields {
  public:
   void u8(std::uint8_t value) { *writer().next(1) = value; }
-  void u16(std::uint16_t value) {
-    std::uint8_t* const at = writer().next(2);
-    at[0] = static_cast<std::uint8_t>(value >> 8);
-    at[1] = static_cast<std::uint8_t>(value);
-  }
+  void u16(std::uint16_t value) { NetworkOrder<2>::store(writer().next(2), value); }
   void u32(std::uint32_t value) {
     u16(static_cast<std::uint16_t>(value >> 16));
     u16(static_cast<std::uint16_t>(value));
@@ -48,10 +45,12 @@ class WireOutFields {
   void address(const IpGenAddr& address) {
     const AddressFamily af = writer().af();
     std::uint8_t* const at = writer().next(addressBytes(af));
-    if (address.af() == af) {
-      address.toBytes(at);
-    } else {
-      writer().fail();
+    if (address.af() != af) writer().fail();
+    if (af == AddressFamily::ipv4) {
+      NetworkOrder<4>::store(at, address.v4Value());
+    } else if (af == AddressFamily::ipv6) {
+      NetworkOrder<8>::store(at, address.upper());
+      NetworkOrder<8>::store(at + 8, address.lower());
     }
   }
 };
