@@ -9,10 +9,9 @@ namespace {
 // The pieces of one range name the same RP count and hold no more RPs together; otherwise the newer
 // piece stands for the range. What names the zone goes on doing so, and nothing else begins to.
 void join(BootstrapGroupData& held, const BootstrapGroupData& piece) {
+  if (held == piece) return;
   BootstrapRpList rps = held.rpList();
-  if (!(rps == piece.rpList())) {
-    for (const auto& [address, data] : piece.rpList()) rps.rpIs(address, data);
-  }
+  for (const auto& [address, data] : piece.rpList()) rps.rpIs(address, data);
   if (held.rpCount() != piece.rpCount() || rps.size() > piece.rpCount()) {
     const std::uint8_t zoneBit = held.groupFlags() & GroupFlags::zoneFlag;
     held = piece;
@@ -63,13 +62,16 @@ void LastBsm::clear() {
 
 void LastBsm::gather(const BootstrapMessage& fragment) {
   auto& groups = message_->groupRpData();
+  std::size_t next = 0;  // where a message that is repeated has its next range
   for (const BootstrapGroupData& piece : fragment.groupRpData()) {
-    const auto [it, added] = index_.try_emplace(piece.prefix(), groups.size());
-    if (added) {
-      message_->groupRpDataAppend(piece);
-    } else if (!piece.rpList().empty()) {
-      join(groups[it->second], piece);
-    }  // else the zone's entry, repeated at the head of every fragment
+    if (next >= groups.size() || groups[next].prefix() != piece.prefix()) {
+      const auto [it, added] = index_.try_emplace(piece.prefix(), groups.size());
+      next = it->second;
+      if (added) message_->groupRpDataAppend(piece);
+    }
+    // Without RPs it is the zone's entry, repeated at the head of every fragment.
+    if (!piece.rpList().empty()) join(groups[next], piece);
+    ++next;
   }
 }
 

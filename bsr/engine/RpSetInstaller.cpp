@@ -16,6 +16,7 @@ struct RpSetInstaller::Range {
   bool refresh;
   bool reassembled;
   const Turn* turn;
+  std::shared_ptr<RpCandidateSet> set = nullptr;  // as last found: crpSet()
 };
 
 RpSetInstaller::RpSetInstaller(const VrfName& vrfName, RpSets& rpSets,
@@ -65,7 +66,7 @@ void RpSetInstaller::noteGap(const IpGenPrefix& zone, std::uint16_t tag,
                       limits_->maxFragments());
 }
 
-void RpSetInstaller::install(const Range& range) {
+void RpSetInstaller::install(Range range) {
   const bool announces = std::any_of(range.rps.begin(), range.rps.end(),
                                      [](const auto& rp) { return rp.data.rpHoldtime() != 0; });
   if (!crpSet(range)) {
@@ -84,10 +85,15 @@ void RpSetInstaller::install(const Range& range) {
   }
 }
 
-void RpSetInstaller::announce(const Range& range, const IpGenAddr& address,
-                              const BootstrapRpData& data) {
-  const auto rp = rpEntry(range, address);
-  if (!rp) return;
+void RpSetInstaller::announce(Range& range, const IpGenAddr& address, const BootstrapRpData& data) {
+  const auto& set = crpSet(range);
+  auto rp = set ? set->rp(address) : nullptr;
+  if (rp) {
+    BSR_TRACE(sm, 4, "Updating RP ", address, " to prefix ", range.group.prefix(), " in zone ",
+              range.zone);
+  } else if (!(rp = newRpEntry(range, address))) {
+    return;
+  }
   rp->modeIs(range.group.bidir() ? PimMode::bidirectional : PimMode::sparse);
   rp->priorityIs(RpPriority(data.rpPriority()));
   rp->holdTimeIs(CrpHoldTime(data.rpHoldtime()));
@@ -97,40 +103,38 @@ void RpSetInstaller::announce(const Range& range, const IpGenAddr& address,
             range.reassembled ? " seconds from now" : " from now");
 }
 
-// The RP to update; a new one unless this is a refresh or there is no room.
-std::shared_ptr<RpEntry> RpSetInstaller::rpEntry(const Range& range, const IpGenAddr& address) {
+// Null if this is a refresh or there is no room.
+std::shared_ptr<RpEntry> RpSetInstaller::newRpEntry(Range& range, const IpGenAddr& address) {
   const IpGenPrefix& prefix = range.group.prefix();
-  // Looked up for each RP: a withdrawal before this one may have removed an emptied set.
-  auto set = crpSet(range);
-  if (auto known = set ? set->rp(address) : nullptr) {
-    BSR_TRACE(sm, 4, "Updating RP ", address, " to prefix ", prefix, " in zone ", range.zone);
-    return known;
-  }
   if (range.refresh || !rpSets_.roomForRp(prefix, address)) return nullptr;
-  if (!set) set = newCrpSet(range);
+  if (!crpSet(range)) newCrpSet(range);
   const double now = timerWheel_.now();
-  auto rp = set->newRp(address);
+  auto rp = range.set->newRp(address);
   rp->setupTimeIs(now);
   BSR_TRACE(sm, 4, "Adding RP ", address, " to prefix ", prefix, " in zone ", range.zone,
             " with setup time of ", now);
   return rp;
 }
 
-void RpSetInstaller::withdraw(const Range& range, const IpGenAddr& address) {
+void RpSetInstaller::withdraw(Range& range, const IpGenAddr& address) {
   const auto set = crpSet(range);
   if (!set || !set->rp(address)) return;
   set->rpDel(address);
   BSR_TRACE(sm, 4, "Deleted RP ", address, " since holdtime is 0");
 }
 
-std::shared_ptr<RpCandidateSet> RpSetInstaller::crpSet(const Range& range) const {
-  return rpSets_.find(range.zone, range.group.prefix());
+// Asked for each RP: a withdrawal before this one may have removed an emptied set.
+const std::shared_ptr<RpCandidateSet>& RpSetInstaller::crpSet(Range& range) const {
+  if (!range.set || !rpSets_.holds(*range.set)) [[unlikely]] {
+    range.set = rpSets_.find(range.zone, range.group.prefix());
+  }
+  return range.set;
 }
 
-std::shared_ptr<RpCandidateSet> RpSetInstaller::newCrpSet(const Range& range) {
+void RpSetInstaller::newCrpSet(Range& range) {
   const IpGenPrefix& prefix = range.group.prefix();
   BSR_TRACE(sm, 4, "Creating Rp set associated with prefix ", prefix, " in zone ", range.zone);
-  return rpSets_.create(range.zone, prefix);
+  range.set = rpSets_.create(range.zone, prefix);
 }
 
 }  // namespace Routing::Pim::Bsr

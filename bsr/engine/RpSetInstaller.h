@@ -37,13 +37,13 @@ class ROUTING_API RpSetInstaller {
  private:
   struct Range;
 
-  void install(const Range& range);
+  void install(Range range);
   void noteGap(const IpGenPrefix& zone, std::uint16_t tag, const BootstrapGroupData& group);
-  void announce(const Range& range, const IpGenAddr& address, const BootstrapRpData& data);
-  void withdraw(const Range& range, const IpGenAddr& address);
-  std::shared_ptr<RpCandidateSet> crpSet(const Range& range) const;
-  std::shared_ptr<RpCandidateSet> newCrpSet(const Range& range);
-  std::shared_ptr<RpEntry> rpEntry(const Range& range, const IpGenAddr& address);
+  void announce(Range& range, const IpGenAddr& address, const BootstrapRpData& data);
+  void withdraw(Range& range, const IpGenAddr& address);
+  const std::shared_ptr<RpCandidateSet>& crpSet(Range& range) const;
+  void newCrpSet(Range& range);
+  std::shared_ptr<RpEntry> newRpEntry(Range& range, const IpGenAddr& address);
   bool goesOn(const Turn* turn) const { return !ended_ && (turn == nullptr || turn->goesOn()); }
   const VrfName& vrfName() const { return vrfName_; }
 

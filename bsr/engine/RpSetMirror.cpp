@@ -83,7 +83,7 @@ class RpSetMirror::RpReactor {
   void handleChange(std::size_t attribute) {
     if (rp_->expiryTime() == 0.0) return;
     if (attribute == RpEntry::Attr::expiryTime) setHoldtimer();
-    mirror_.mirror(zone_, prefix_, *rp_, &view_);
+    if (!mirror_.refresh(zone_, *rp_, view_)) mirror_.mirror(zone_, prefix_, *rp_, &view_);
   }
   void setHoldtimer();
   void handleHoldtimeExpired();
@@ -356,6 +356,13 @@ bool standsIn(const RpEntry& rp, const RpCandidateStatus& status) {
   return rp.parent() != nullptr && rp.parent()->parent() == &status;
 }
 
+/// Whether a refresh is all that makes them differ.
+bool alikeButForTime(const RpEntry& copy, const RpEntry& rp) {
+  return copy.mode() == rp.mode() && copy.priority() == rp.priority() &&
+         copy.holdTime() == rp.holdTime() && copy.hashMaskLen() == rp.hashMaskLen() &&
+         copy.setupTime() == rp.setupTime();
+}
+
 void write(RpEntry& copy, const RpEntry& rp) {
   copy.modeIs(rp.mode());
   copy.priorityIs(rp.priority());
@@ -367,13 +374,23 @@ void write(RpEntry& copy, const RpEntry& rp) {
 
 }  // namespace
 
+// One write may delete what it writes to; several need it to the last.
+bool RpSetMirror::refresh(const IpGenPrefix& zone, const RpEntry& rp, const View& view) const {
+  if (!view.rp || view.asOf != changes() || services_.heldBack(zone) ||
+      !standsIn(*view.rp, *rpCandidateStatus_)) {
+    return false;
+  }
+  if (alikeButForTime(*view.rp, rp)) {
+    view.rp->expiryTimeIs(rp.expiryTime());
+  } else {
+    write(*std::shared_ptr<RpEntry>(view.rp), rp);
+  }
+  return true;
+}
+
 void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
                          View* view) {
   if (services_.heldBack(zone)) return mirrorTimes(zone, prefix, rp);
-  if (view != nullptr && view->rp && view->asOf == changes() &&
-      standsIn(*view->rp, *rpCandidateStatus_)) {
-    return write(*std::shared_ptr<RpEntry>(view->rp), rp);
-  }
   const std::uint64_t asOf = changes();  // what reactors change below counts as changed
   const IpGenPrefix match = bsrTrie_.longestMatch(prefix);
   if (!servesPim(zone, match)) {

@@ -63,6 +63,7 @@ class ROUTING_API RpSetMirror {
   void settle(const IpGenPrefix& prefix);
   bool owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;
   bool servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) const;
+  bool refresh(const IpGenPrefix& zone, const RpEntry& rp, const View& view) const;
   void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
               View* view = nullptr);
   std::shared_ptr<RpEntry> copy(const IpGenPrefix& zone, const IpGenPrefix& prefix,

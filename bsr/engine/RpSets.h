@@ -29,6 +29,13 @@ class ROUTING_API RpSets {
   /// The set of a group range in a zone; null if there is none.
   std::shared_ptr<RpCandidateSet> find(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;
 
+  /// True if a set still stands where find() found it.
+  bool holds(const RpCandidateSet& set) const {
+    const Entity* at = &set;  // what was deleted, wherever on the way up, has no parent there
+    while (at != nullptr && at != bsrStatus_.get()) at = at->parent();
+    return at != nullptr;
+  }
+
   /// The sets of all ranges of a zone, in the order of their prefixes.
   std::vector<std::shared_ptr<RpCandidateSet>> ofZone(const IpGenPrefix& zone) const;
 
