@@ -19,32 +19,50 @@ auto keysOf(const Collection& collection) {
   return keys;
 }
 
-/// True if there is a reactor for just this entity: an entry that was deleted may be back already,
-/// made by a reactor of the host, before its deletion is told.
-template <class Map, class Key, class Entity>
-bool watched(const Map& map, const Key& key, const std::shared_ptr<Entity>& entity) {
-  const auto it = map.find(key);
-  return it == map.end() ? !entity : it->second->entity() == entity;
-}
+/// What DeferredDelete::held() does for a callback, without a pointer of its own in each of many.
+struct Held {
+  explicit Held(std::shared_ptr<DeferredDelete> deferred)
+      : owner(std::move(deferred)), hold(*owner) {}
 
-/// Takes an element out of a map of reactors, makes it inert and frees it once it is safe.
-template <class Map, class Key>
-bool retireFrom(Map& map, const Key& key, DeferredDelete& deferred) {
-  const auto it = map.find(key);
-  if (it == map.end()) return false;
-  auto reactor = std::move(it->second);
-  map.erase(it);
-  reactor->retire();
-  deferred.take(std::move(reactor));
-  return true;
-}
-
-template <class Map>
-void retireAll(Map& map, DeferredDelete& deferred) {
-  for (const auto& key : keysOf(map)) retireFrom(map, key, deferred);
-}
+  const std::shared_ptr<DeferredDelete> owner;
+  const DeferredDelete::Hold hold;
+};
 
 }  // namespace
+
+/// The reactors of a collection's entries, one block of memory each.
+template <class Key, class Reactor>
+class RpSetMirror::Reactors {
+ public:
+  /// True if there is a reactor for just this entity: an entry that was deleted may be back
+  /// already, made by a reactor of the host, before its deletion is told.
+  template <class Entity>
+  bool watches(const Key& key, const std::shared_ptr<Entity>& entity) const {
+    const auto it = reactors_.find(key);
+    return it == reactors_.end() ? !entity : it->second.entity() == entity;
+  }
+  bool contains(const Key& key) const { return reactors_.contains(key); }
+
+  /// A Hold must exist, lest what it is told of frees it.
+  template <class... Arguments>
+  void start(const Key& key, Arguments&&... arguments) {
+    reactors_.try_emplace(key, std::forward<Arguments>(arguments)...).first->second.start();
+  }
+  /// Takes a reactor out, makes it inert and frees it once it is safe.
+  bool retire(const Key& key, DeferredDelete& deferred) {
+    auto gone = reactors_.extract(key);
+    if (gone.empty()) return false;
+    gone.mapped().retire();
+    deferred.take(std::make_shared<decltype(gone)>(std::move(gone)));
+    return true;
+  }
+  void retireAll(DeferredDelete& deferred) {
+    for (const Key& key : keysOf(reactors_)) retire(key, deferred);
+  }
+
+ private:
+  std::map<Key, Reactor> reactors_;
+};
 
 /// Where an RP of a zone stands in PIM's set, as found when so many changes had been made.
 struct RpSetMirror::View {
@@ -55,43 +73,22 @@ struct RpSetMirror::View {
 /// One RP of one range of one zone. An entry whose expiry is not set yet is still being written.
 class RpSetMirror::RpReactor {
  public:
-  RpReactor(RpSetMirror& mirror, const IpGenPrefix& zone, const IpGenPrefix& prefix,
-            std::shared_ptr<RpEntry> rp)
-      : mirror_(mirror),
-        zone_(zone),
-        prefix_(prefix),
-        rp_(std::move(rp)),
-        holdTimer_(mirror.timerWheel_,
-                   mirror.services_.deferred().held([this] { handleHoldtimeExpired(); })) {
-    ++mirror_.services_.rpSetTotals().rps;
-    changes_ = rp_->anyReactor(mirror.services_.deferred().held(
-        [this](std::size_t attribute) { handleChange(attribute); }));
-  }
+  RpReactor(SetReactor& set, std::shared_ptr<RpEntry> rp);
   RpReactor(const RpReactor&) = delete;
   RpReactor& operator=(const RpReactor&) = delete;
 
   const std::shared_ptr<RpEntry>& entity() const { return rp_; }
   void start() { handleChange(RpEntry::Attr::expiryTime); }
-  void retire() {
-    --mirror_.services_.rpSetTotals().rps;
-    changes_.reset();
-    view_ = {};
-    holdTimer_.expiryIs(never);
-  }
+  void retire();
 
  private:
-  void handleChange(std::size_t attribute) {
-    if (rp_->expiryTime() == 0.0) return;
-    if (attribute == RpEntry::Attr::expiryTime) setHoldtimer();
-    if (!mirror_.refresh(zone_, *rp_, view_)) mirror_.mirror(zone_, prefix_, *rp_, &view_);
-  }
+  void handleChange(std::size_t attribute);
   void setHoldtimer();
   void handleHoldtimeExpired();
-  const VrfName& vrfName() const { return mirror_.vrfName(); }
+  RpSetMirror& mirror() const;
+  const VrfName& vrfName() const { return mirror().vrfName(); }
 
-  RpSetMirror& mirror_;
-  const IpGenPrefix& zone_;    // the zone reactor's
-  const IpGenPrefix& prefix_;  // the set's key
+  SetReactor& set_;
   std::shared_ptr<RpEntry> rp_;
   View view_;
   Timer holdTimer_;
@@ -104,12 +101,17 @@ class RpSetMirror::SetReactor {
   SetReactor(RpSetMirror& mirror, const IpGenPrefix& zone, std::shared_ptr<RpCandidateSet> set)
       : mirror_(mirror), zone_(zone), set_(std::move(set)) {
     ++mirror_.services_.rpSetTotals().groups;
-    rpSubscription_ = set_->rpReactor(
-        mirror.services_.deferred().held([this](const IpGenAddr& rp) { handleRp(rp); }));
+    rpSubscription_ = set_->rpReactor([this](const IpGenAddr& rp) {
+      const Held held(mirror_.deferred_);
+      handleRp(rp);
+    });
   }
   SetReactor(const SetReactor&) = delete;
   SetReactor& operator=(const SetReactor&) = delete;
 
+  RpSetMirror& mirror() const { return mirror_; }
+  const IpGenPrefix& zone() const { return zone_; }
+  const IpGenPrefix& prefix() const { return set_->prefix(); }
   const std::shared_ptr<RpCandidateSet>& entity() const { return set_; }
   void start() {
     for (const IpGenAddr& address : keysOf(set_->rp())) handleRp(address);
@@ -117,7 +119,7 @@ class RpSetMirror::SetReactor {
   void retire() {
     --mirror_.services_.rpSetTotals().groups;
     rpSubscription_.reset();
-    retireAll(rp_, mirror_.services_.deferred());
+    rps_.retireAll(*mirror_.deferred_);
   }
 
  private:
@@ -126,9 +128,9 @@ class RpSetMirror::SetReactor {
   const VrfName& vrfName() const { return mirror_.vrfName(); }
 
   RpSetMirror& mirror_;
-  const IpGenPrefix& zone_;
+  const IpGenPrefix& zone_;  // the zone reactor's
   std::shared_ptr<RpCandidateSet> set_;
-  std::map<IpGenAddr, std::shared_ptr<RpReactor>> rp_;
+  Reactors<IpGenAddr, RpReactor> rps_;
   Subscription rpSubscription_;
 };
 
@@ -138,7 +140,7 @@ class RpSetMirror::ZoneReactor {
   ZoneReactor(RpSetMirror& mirror, std::shared_ptr<PimBsrRpCandidateStatus> zoneStatus)
       : mirror_(mirror), zoneStatus_(std::move(zoneStatus)) {
     statusSubscription_ =
-        zoneStatus_->statusReactor(mirror.services_.deferred().held([this] { handleStatus(); }));
+        zoneStatus_->statusReactor(mirror.deferred_->held([this] { handleStatus(); }));
   }
   ZoneReactor(const ZoneReactor&) = delete;
   ZoneReactor& operator=(const ZoneReactor&) = delete;
@@ -148,7 +150,7 @@ class RpSetMirror::ZoneReactor {
   void retire() {
     statusSubscription_.reset();
     setSubscription_.reset();
-    retireAll(set_, mirror_.services_.deferred());
+    sets_.retireAll(*mirror_.deferred_);
   }
 
  private:
@@ -161,33 +163,62 @@ class RpSetMirror::ZoneReactor {
   RpSetMirror& mirror_;
   std::shared_ptr<PimBsrRpCandidateStatus> zoneStatus_;
   std::shared_ptr<RpCandidateStatus> status_;  // whose sets are watched
-  std::map<IpGenPrefix, std::shared_ptr<SetReactor>> set_;
+  Reactors<IpGenPrefix, SetReactor> sets_;
   Subscription statusSubscription_;
   Subscription setSubscription_;
 };
 
+RpSetMirror::RpReactor::RpReactor(SetReactor& set, std::shared_ptr<RpEntry> rp)
+    : set_(set), rp_(std::move(rp)), holdTimer_(mirror().timerWheel_, [this] {
+        const Held held(mirror().deferred_);
+        handleHoldtimeExpired();
+      }) {
+  ++mirror().services_.rpSetTotals().rps;
+  changes_ = rp_->anyReactor([this](std::size_t attribute) {
+    const Held held(mirror().deferred_);
+    handleChange(attribute);
+  });
+}
+
+void RpSetMirror::RpReactor::retire() {
+  --mirror().services_.rpSetTotals().rps;
+  changes_.reset();
+  view_ = {};
+  holdTimer_.expiryIs(never);
+}
+
+RpSetMirror& RpSetMirror::RpReactor::mirror() const {
+  return set_.mirror();
+}
+
+void RpSetMirror::RpReactor::handleChange(std::size_t attribute) {
+  if (rp_->expiryTime() == 0.0) return;
+  if (attribute == RpEntry::Attr::expiryTime) setHoldtimer();
+  if (mirror().refresh(set_.zone(), *rp_, view_)) return;
+  mirror().mirror(set_.zone(), set_.prefix(), *rp_, &view_);
+}
+
 void RpSetMirror::RpReactor::setHoldtimer() {
   holdTimer_.expiryIs(rp_->expiryTime());
-  BSR_TRACE(sm, 5, " Set holdtimer to expire in ", rp_->expiryTime() - mirror_.timerWheel_.now(),
-            " from now for ", rp_->address(), " in prefix ", prefix_, " of zone ", zone_);
+  BSR_TRACE(sm, 5, " Set holdtimer to expire in ", rp_->expiryTime() - mirror().timerWheel_.now(),
+            " from now for ", rp_->address(), " in prefix ", set_.prefix(), " of zone ",
+            set_.zone());
 }
 
 void RpSetMirror::RpReactor::handleHoldtimeExpired() {
-  if (rp_->holdTime().value() != 0) ++mirror_.expired_;
-  if (mirror_.withdraw_(zone_, *rp_)) return;
-  BSR_TRACE(sm, 4, "Deleting RP ", rp_->address(), " from prefix ", prefix_, " and zone ", zone_);
-  const auto set = mirror_.services_.rpSets().find(zone_, prefix_);
+  if (rp_->holdTime().value() != 0) ++mirror().expired_;
+  if (mirror().withdraw_(set_.zone(), *rp_)) return;
+  BSR_TRACE(sm, 4, "Deleting RP ", rp_->address(), " from prefix ", set_.prefix(), " and zone ",
+            set_.zone());
+  const auto set = mirror().services_.rpSets().find(set_.zone(), set_.prefix());
   if (set) set->rpDel(rp_->address());  // retires this reactor
 }
 
 void RpSetMirror::SetReactor::handleRp(const IpGenAddr& address) {
   const auto rp = set_->rp(address);
-  if (watched(rp_, address, rp)) return;
-  if (retireFrom(rp_, address, mirror_.services_.deferred())) handleRpDel(address);
-  if (!rp) return;
-  const auto reactor = std::make_shared<RpReactor>(mirror_, zone_, set_->prefix(), rp);
-  rp_[address] = reactor;
-  reactor->start();
+  if (rps_.watches(address, rp)) return;
+  if (rps_.retire(address, *mirror_.deferred_)) handleRpDel(address);
+  if (rp) rps_.start(address, *this, rp);
 }
 
 void RpSetMirror::SetReactor::handleRpDel(const IpGenAddr& address) {
@@ -205,23 +236,20 @@ void RpSetMirror::SetReactor::handleRpDel(const IpGenAddr& address) {
 }
 
 void RpSetMirror::ZoneReactor::handleStatus() {
-  retireAll(set_, mirror_.services_.deferred());
+  sets_.retireAll(*mirror_.deferred_);
   status_ = zoneStatus_->status();
   setSubscription_.reset();
   if (!status_) return;
   setSubscription_ = status_->crpSetReactor(
-      mirror_.services_.deferred().held([this](const IpGenPrefix& prefix) { handleSet(prefix); }));
+      mirror_.deferred_->held([this](const IpGenPrefix& prefix) { handleSet(prefix); }));
   for (const IpGenPrefix& prefix : keysOf(status_->crpSet())) handleSet(prefix);
 }
 
 void RpSetMirror::ZoneReactor::handleSet(const IpGenPrefix& prefix) {
   const auto set = status_->crpSet(prefix);
-  if (watched(set_, prefix, set)) return;
-  if (retireFrom(set_, prefix, mirror_.services_.deferred())) handleSetDel(prefix);
-  if (!set) return;
-  const auto reactor = std::make_shared<SetReactor>(mirror_, zone(), set);
-  set_[prefix] = reactor;
-  reactor->start();
+  if (sets_.watches(prefix, set)) return;
+  if (sets_.retire(prefix, *mirror_.deferred_)) handleSetDel(prefix);
+  if (set) sets_.start(prefix, mirror_, zone(), set);
 }
 
 void RpSetMirror::ZoneReactor::handleSetDel(const IpGenPrefix& prefix) {
@@ -241,12 +269,14 @@ RpSetMirror::RpSetMirror(std::shared_ptr<Status> bsrStatus,
       services_(services),
       timerWheel_(timerWheel),
       bsrTrie_(bsrTrie),
-      withdraw_(std::move(withdraw)) {
-  DeferredDelete& deferred = services.deferred();
+      withdraw_(std::move(withdraw)),
+      deferred_(services.deferred().shared_from_this()),
+      zones_(std::make_unique<Reactors<IpGenPrefix, ZoneReactor>>()) {
+  const Held held(deferred_);
   zoneSubscription_ = bsrStatus_->crpStatusReactor(
-      deferred.held([this](const IpGenPrefix& zone) { handleZone(zone); }));
+      deferred_->held([this](const IpGenPrefix& zone) { handleZone(zone); }));
   trieSubscription_ = bsrTrie_.routeReactor(
-      deferred.held([this](const IpGenPrefix& zone, TrieEvent) { handleTrie(zone); }));
+      deferred_->held([this](const IpGenPrefix& zone, TrieEvent) { handleTrie(zone); }));
   for (const IpGenPrefix& zone : keysOf(bsrStatus_->crpStatus())) handleZone(zone);
   dropOrphans();
 }
@@ -288,21 +318,18 @@ void RpSetMirror::showRange(const IpGenPrefix& zone, const BootstrapGroupData& g
 void RpSetMirror::retire() {
   zoneSubscription_.reset();
   trieSubscription_.reset();
-  retireAll(zone_, services_.deferred());
+  zones_->retireAll(*deferred_);
 }
 
 RpSetMirror::~RpSetMirror() = default;
 
 void RpSetMirror::handleZone(const IpGenPrefix& zone) {
   const auto zoneStatus = bsrStatus_->crpStatus(zone);
-  if (watched(zone_, zone, zoneStatus)) return;
-  if (retireFrom(zone_, zone, services_.deferred())) {
+  if (zones_->watches(zone, zoneStatus)) return;
+  if (zones_->retire(zone, *deferred_)) {
     for (const IpGenPrefix& prefix : keysOf(owner_)) unmirrorSet(zone, prefix);
   }
-  if (!zoneStatus || zone_.contains(zone)) return;
-  const auto reactor = std::make_shared<ZoneReactor>(*this, zoneStatus);
-  zone_[zone] = reactor;
-  reactor->start();
+  if (zoneStatus && !zones_->contains(zone)) zones_->start(zone, *this, zoneStatus);
 }
 
 // A zone gained or lost its BSR: ranges inside it may have another most specific zone now.

@@ -55,6 +55,8 @@ class ROUTING_API RpSetMirror {
   class ZoneReactor;
   class SetReactor;
   class RpReactor;
+  template <class Key, class Reactor>
+  class Reactors;
   struct View;
 
   void handleZone(const IpGenPrefix& zone);
@@ -86,7 +88,8 @@ class ROUTING_API RpSetMirror {
   const Withdraw withdraw_;
   std::map<IpGenPrefix, IpGenPrefix> owner_;  // mirrored range -> zone that put it there
   std::uint64_t ownerChanges_ = 0;
-  std::map<IpGenPrefix, std::shared_ptr<ZoneReactor>> zone_;
+  const std::shared_ptr<DeferredDelete> deferred_;
+  std::unique_ptr<Reactors<IpGenPrefix, ZoneReactor>> zones_;
   Subscription zoneSubscription_;
   Subscription trieSubscription_;
 };
