@@ -105,7 +105,7 @@ void explainChoice(const ShowInput& in, const IpGenAddr& group, const RpChoice& 
 
 /// Why an RP is no contender for a group.
 std::string missingText(const ShowInput& in, const IpGenAddr& rp) {
-  const std::string dropped = advertisementDrop(in, rp);
+  std::string dropped = advertisementDrop(in, rp);
   if (!dropped.empty()) return dropped;
   const auto entries = learned(in, rp);
   if (entries.empty()) {

@@ -45,6 +45,7 @@ std::vector<std::string> fieldsOf(const Event& event) {
 bool sendToJournal(const Event& event) {
   std::vector<std::string> fields = fieldsOf(event);
   std::vector<iovec> pieces;
+  pieces.reserve(fields.size());
   for (std::string& field : fields) pieces.push_back({field.data(), field.size()});
   return sd_journal_sendv(pieces.data(), static_cast<int>(pieces.size())) == 0;
 }

@@ -81,7 +81,7 @@ IpGenPrefix MappingFollower::zoneOf(const IpGenPrefix& range, const IpGenAddr& r
 }
 
 void MappingFollower::remove(Told::iterator entry, const Tell& tell) {
-  const FollowedMapping gone = std::move(entry->second);
+  const FollowedMapping gone = entry->second;
   told_.erase(entry);
   digest_ -= Pim::rpMappingDigest(gone.mapping);
   tellChange(tell, "remove", gone);

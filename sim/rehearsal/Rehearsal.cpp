@@ -46,6 +46,7 @@ std::vector<DropOutcome> dropsSince(const Drops& before, const World& world) {
     }
   }
   std::vector<DropOutcome> drops;
+  drops.reserve(outcomes.size());
   for (auto& [reason, outcome] : outcomes) drops.push_back(std::move(outcome));
   return drops;
 }

@@ -15,7 +15,7 @@ class Ranks {
   Ranks();
   Ranks(const Ranks&) = delete;
   Ranks& operator=(const Ranks&) = delete;
-  ~Ranks();
+  ~Ranks();  // NOLINT(performance-trivially-destructible): not where there is an MPI
 
   static unsigned count();
   static bool isFirst();

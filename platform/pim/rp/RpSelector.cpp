@@ -17,7 +17,7 @@ RpChoice selectRp(const IpGenAddr& group, const MappingsOf& mappingsOf) {
 RpChoice selectRp(const IpGenAddr& group, const RpCandidateStatus& status) {
   return selectRp(group, [&status](const IpGenPrefix& range) {
     std::vector<RpMapping> mappings;
-    const auto set = status.crpSet(range);
+    const auto& set = status.crpSet(range);
     if (!set) return mappings;
     for (const auto& entry : set->rp()) mappings.push_back(rpMapping(range, *entry.second));
     return mappings;
