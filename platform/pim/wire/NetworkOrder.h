@@ -4,33 +4,19 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 namespace Routing::Pim {
 
-template <std::size_t octets>
-struct NumberOf;
-template <>
-struct NumberOf<1> {
-  using Type = std::uint8_t;
-};
-template <>
-struct NumberOf<2> {
-  using Type = std::uint16_t;
-};
-template <>
-struct NumberOf<4> {
-  using Type = std::uint32_t;
-};
-template <>
-struct NumberOf<8> {
-  using Type = std::uint64_t;
-};
-
 /// Numbers of 1, 2, 4 or 8 octets in network order, at any address.
 template <std::size_t octets>
 struct NetworkOrder {
-  using Number = typename NumberOf<octets>::Type;
+  using Number = std::conditional_t<
+      octets == 1, std::uint8_t,
+      std::conditional_t<octets == 2, std::uint16_t,
+                         std::conditional_t<octets == 4, std::uint32_t, std::uint64_t>>>;
+  static_assert(sizeof(Number) == octets);
 
   static Number load(const std::uint8_t* at) {
     Number value;
