@@ -105,4 +105,17 @@ ControlRequest parseControlRequest(std::string_view line) {
   return request;
 }
 
+IpGenAddr addressFromText(const std::string& text, AddressFamily af) {
+  const auto address = IpGenAddr::fromText(text);
+  if (address && address->af() == af) return *address;
+  const std::string family = af == AddressFamily::ipv4 ? "IPv4" : "IPv6";
+  refuse("'" + text + "' is not an " + family + " address");
+}
+
+IpGenPrefix zoneFromText(const std::string& text, AddressFamily af) {
+  const auto zone = IpGenPrefix::fromText(text);
+  if (zone && zone->af() == af) return *zone;
+  refuse("'" + text + "' is no zone of the family");
+}
+
 }  // namespace Routing::Agent

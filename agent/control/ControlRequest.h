@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "platform/net/AddressFamily.h"
+#include "platform/net/IpGenAddr.h"
+#include "platform/net/IpGenPrefix.h"
 #include "platform/net/VrfName.h"
 
 namespace Routing::Agent {
@@ -54,5 +56,10 @@ class RequestError : public std::runtime_error {
 
 /// Reads one line, without its newline. Whatever is not exactly a request raises RequestError.
 ControlRequest parseControlRequest(std::string_view line);
+
+/// An address, or a zone's prefix, that a request names. Raises RequestError if it is none of the
+/// family.
+IpGenAddr addressFromText(const std::string& text, AddressFamily af);
+IpGenPrefix zoneFromText(const std::string& text, AddressFamily af);
 
 }  // namespace Routing::Agent

@@ -26,10 +26,8 @@ struct Zone {
 };
 
 IpGenPrefix prefixOf(const ShowInput& in) {
-  if (in.zone.empty()) return IpGenPrefix::multicast(in.instance.af);
-  const auto zone = IpGenPrefix::fromText(in.zone);
-  if (zone && zone->af() == in.instance.af) return *zone;
-  throw RequestError(RefusalCode::badRequest, "'" + in.zone + "' is no zone of the family");
+  const AddressFamily af = in.instance.af;
+  return in.zone.empty() ? IpGenPrefix::multicast(af) : zoneFromText(in.zone, af);
 }
 
 Zone zoneOf(const ShowInput& in) {

@@ -25,11 +25,6 @@ struct Learned {
   bool here = false;
 };
 
-bool isBsr(const ShowInput& in, const IpGenPrefix& zone) {
-  const auto& candidate = in.instance.status->cbsr(zone);
-  return candidate && candidate->elected();
-}
-
 std::vector<Learned> learned(const ShowInput& in, const IpGenAddr& rp) {
   std::vector<Learned> found;
   for (const auto& [zone, set] : in.instance.status->crpStatus()) {
@@ -59,11 +54,14 @@ std::string staleText(const ShowInput& in, const IpGenAddr& rp) {
   return {};
 }
 
+bool isOfAdvertisement(const Drop& drop) {
+  return drop.code == DropCode::filtered || drop.code == DropCode::notBsr;
+}
+
 /// Of drops of advertisements: the last one that tells of an RP, of any if it is unset.
 std::string advertisementDrop(const ShowInput& in, const IpGenAddr& rp) {
   const auto drops = dropsOf(in, [&](const Drop& drop) {
-    const bool advertisement = drop.code == DropCode::filtered || drop.code == DropCode::notBsr;
-    return advertisement && (rp.isUnset() || drop.subject == rp);
+    return isOfAdvertisement(drop) && (rp.isUnset() || drop.subject == rp);
   });
   return drops.empty() ? "" : "its advertisement is dropped " + dropText(drops.back());
 }
@@ -157,22 +155,16 @@ void addFacts(const ShowInput& in, const IpGenAddr& group, const RpChoice& choic
   }
 }
 
-IpGenAddr rpOf(const ShowInput& in) {
-  const auto rp = IpGenAddr::fromText(in.rp);
-  if (rp && rp->af() == in.instance.af) return *rp;
-  throw RequestError(RefusalCode::badRequest, "'" + in.rp + "' is no address of the family");
-}
-
 }  // namespace
 
 Json explainRp(const ShowInput& in) {
-  const IpGenAddr group = groupOf(in, in.group);
+  const IpGenAddr group = addressFromText(in.group, in.instance.af);
   const RpChoice choice = selectRp(group, Pim::rpMappings(*in.instance.rpCandidate));
   Explanation out;
   if (in.rp.empty()) {
     explainChoice(in, group, choice, out);
   } else {
-    explainWhyNot(in, group, rpOf(in), choice, out);
+    explainWhyNot(in, group, addressFromText(in.rp, in.instance.af), choice, out);
   }
   addFacts(in, group, choice, out);
   out.changes = eventsJson(in, lastOnes, [](const Event& event) {
@@ -180,9 +172,7 @@ Json explainRp(const ShowInput& in) {
            event.kind == EventKind::candidateRpStarted ||
            event.kind == EventKind::candidateRpStopped;
   });
-  out.drops = dropsJson(in, dropsOf(in, [](const Drop& drop) {
-                          return drop.code == DropCode::filtered || drop.code == DropCode::notBsr;
-                        }));
+  out.drops = dropsJson(in, dropsOf(in, isOfAdvertisement));
   return out.json();
 }
 

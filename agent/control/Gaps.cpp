@@ -1,5 +1,6 @@
 #include "agent/control/Reasons.h"
 #include "agent/control/RpAnswer.h"
+#include "agent/control/ShowParts.h"
 #include "bsr/engine/PimBsrSm.h"
 
 namespace Routing::Agent {
@@ -8,11 +9,6 @@ namespace {
 using Pim::Bsr::IncompleteRange;
 
 constexpr double gapIsNews = 1.0;  // seconds; fragments follow each other faster
-
-bool announces(const ShowInput& in, const IpGenPrefix& zone) {
-  const auto& candidate = in.instance.status->cbsr(zone);
-  return candidate && candidate->elected();
-}
 
 std::string gapText(const ShowInput& in, const IpGenPrefix& range, const IncompleteRange& gap) {
   return "range " + range.text() + " is incomplete, " + std::to_string(gap.received) + " of " +
@@ -27,7 +23,7 @@ std::string gapOver(const ShowInput& in, const IpGenAddr& group, const Pim::RpCh
   int longest = choice.rp ? static_cast<int>(choice.rp->groupRange.length()) - 1 : -1;
   if (in.instance.engine == nullptr) return text;
   for (const auto& [zone, bsr] : in.instance.status->bootstrapRouter()) {
-    if (announces(in, zone)) continue;
+    if (isBsr(in, zone)) continue;
     for (const auto& [range, gap] : in.instance.engine->incompleteRanges(zone)) {
       const bool covers = range.contains(IpGenPrefix::host(group));
       if (!covers || in.now - gap.since < gapIsNews || static_cast<int>(range.length()) <= longest)

@@ -8,8 +8,6 @@
 /// What the views of the choice of an RP share.
 namespace Routing::Agent {
 
-/// The group that was asked for. Raises RequestError if it is no address of the family.
-IpGenAddr groupOf(const ShowInput& in, const std::string& text);
 /// Of the incomplete range that covers a group most closely: what is missing; empty if there is
 /// none, or if the choice rests on a longer one.
 std::string gapOver(const ShowInput& in, const IpGenAddr& group, const Pim::RpChoice& choice);

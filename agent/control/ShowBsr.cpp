@@ -83,7 +83,7 @@ Json historyJson(const ShowInput& in, const IpGenPrefix& zone) {
 Json zoneJson(const ShowInput& in, const IpGenPrefix& zone) {
   const auto& bsr = in.instance.status->bootstrapRouter(zone);
   const auto& candidate = in.instance.status->cbsr(zone);
-  const bool local = candidate && candidate->elected();
+  const bool local = isBsr(in, zone);
   const auto expiry = in.instance.zoneExpiry.find(zone);
   const bool expires = expiry != in.instance.zoneExpiry.end();
   return {{"zone", zone.text()},

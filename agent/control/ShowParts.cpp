@@ -11,6 +11,11 @@ Json secondsBetween(double from, double to) {
   return std::isfinite(distance) ? Json(std::max(0.0, distance)) : Json(nullptr);
 }
 
+bool isBsr(const ShowInput& in, const IpGenPrefix& zone) {
+  const auto& candidate = in.instance.status->cbsr(zone);
+  return candidate && candidate->elected();
+}
+
 Json priorityJson(std::uint16_t priority) {
   return priority < Pim::Bsr::priorityUnknown ? Json(priority) : Json(nullptr);
 }

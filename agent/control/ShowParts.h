@@ -12,6 +12,8 @@ namespace Routing::Agent {
 
 /// Seconds from one instant to another, not below 0; null for an infinite distance.
 Json secondsBetween(double from, double to);
+/// Whether this router is the BSR of a zone.
+bool isBsr(const ShowInput& in, const IpGenPrefix& zone);
 /// A priority, null if it is the mark for not set.
 Json priorityJson(std::uint16_t priority);
 /// A hash mask length, null if no address of the family can have it.

@@ -67,7 +67,7 @@ std::string explanation(const ShowInput& in, const IpGenAddr& group, const RpCho
 Json answersJson(const ShowInput& in) {
   Json answers = Json::array();
   for (const std::string& text : in.groups) {
-    const IpGenAddr group = groupOf(in, text);
+    const IpGenAddr group = addressFromText(text, in.instance.af);
     const RpChoice choice = Pim::selectRp(group, *in.instance.rpCandidate);
     answers.push_back(
         {{"group", group.text()}, {"rp", choice.rp ? mappingJson(*choice.rp) : Json(nullptr)}});
@@ -76,14 +76,6 @@ Json answersJson(const ShowInput& in) {
 }
 
 }  // namespace
-
-IpGenAddr groupOf(const ShowInput& in, const std::string& text) {
-  const auto group = IpGenAddr::fromText(text);
-  if (group && group->af() == in.instance.af) return *group;
-  throw RequestError(RefusalCode::badRequest,
-                     "'" + text + "' is not an " +
-                         (in.instance.af == AddressFamily::ipv4 ? "IPv4" : "IPv6") + " address");
-}
 
 std::string outcomeText(const RpContender& contender, const RpChoice& choice) {
   if (contender.lostBy == RpRule::won) return "selected";
@@ -94,7 +86,7 @@ std::string outcomeText(const RpContender& contender, const RpChoice& choice) {
 
 Json showRpHash(const ShowInput& in) {
   if (!in.groups.empty()) return {{"answers", answersJson(in)}};
-  const IpGenAddr group = groupOf(in, in.group);
+  const IpGenAddr group = addressFromText(in.group, in.instance.af);
   const std::vector<RpMapping> mappings = rpMappings(*in.instance.rpCandidate);
   const RpChoice choice = selectRp(group, mappings);
   Json contenders = Json::array();
