@@ -13,7 +13,9 @@ READY_SECONDS = 5  # after which every instance reports
 
 class Upgrade(Play):
     def test_nobody_notices_the_replacement(self):
-        domain = self.started_domain(both("to-r2", bsr_priority=100, rp_priority=5), both("to-r1"))
+        lasting = [{"name": each, "hello-interval": 2} for each in ("to-r2", "to-r1")]
+        domain = self.started_domain(both(lasting[0], bsr_priority=100, rp_priority=5),
+                                     both(lasting[1]))
         first, second = domain.routers
         self.await_bsr([second], 1)
         expected = {each: {each.all_groups: {loopback(each, 1)}} for each in FAMILIES}
