@@ -90,6 +90,23 @@ bool Duties::permits(const IpGenAddr& rp) const {
                      [&](const IpGenPrefix& prefix) { return prefix.contains(rp); });
 }
 
+void Pace::slowerOf(const Pace& other) {
+  holdTime = std::max(holdTime, other.holdTime);
+  bsrPeriod = std::max(bsrPeriod, other.bsrPeriod);
+  rpInterval = std::max(rpInterval, other.rpInterval);
+}
+
+Pace paceOf(const Duties& duties) {
+  Pace pace{duties.holdTime, 0, 0};
+  for (const auto& [zone, interval] : duties.zones) {
+    pace.bsrPeriod = std::max(pace.bsrPeriod, interval);
+  }
+  for (const auto& [address, rp] : duties.rps) {
+    pace.rpInterval = std::max(pace.rpInterval, std::uint32_t{rp.interval});
+  }
+  return pace;
+}
+
 Duties dutiesOf(const Agent::DaemonConfig& config, AddressFamily af, const Addresses& addresses) {
   return DutyBook(config, af, addresses).duties();
 }

@@ -38,6 +38,18 @@ struct Duties {
   bool permits(const IpGenAddr& rp) const;
 };
 
+/// The slowest timers of duties, in seconds; 0 where there is none.
+struct Pace {
+  std::uint32_t holdTime = 0;    ///< of BSRs
+  std::uint32_t bsrPeriod = 0;   ///< between Bootstrap messages
+  std::uint32_t rpInterval = 0;  ///< between advertisements
+
+  /// Is as slow as the slower one in everything.
+  void slowerOf(const Pace& other);
+  friend bool operator==(const Pace&, const Pace&) = default;
+};
+Pace paceOf(const Duties& duties);
+
 /// The configuration must be one in which judge() finds no error, and speak of the family in the
 /// default VRF.
 Duties dutiesOf(const Agent::DaemonConfig& config, AddressFamily af, const Addresses& addresses);

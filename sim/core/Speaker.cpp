@@ -109,7 +109,8 @@ Duties Speaker::dutiesBy(const Agent::DaemonConfig& config) const {
 }
 
 void Speaker::refreshDuties() {
-  duties_ = dutiesBy(world_.config(router_));
+  const Pace before = paceOf(std::exchange(duties_, dutiesBy(world_.config(router_))));
+  if (paceOf(duties_) != before) world_.paceChanged();
 }
 
 bool Speaker::owns(const IpGenAddr& address) const {

@@ -1,19 +1,17 @@
 #include "sim/core/World.h"
 
 #include <exception>
-#include <stdexcept>
 #include <utility>
 
 #include "sim/core/Configs.h"
 
 namespace Routing::Sim {
 
-/// One router: its families, and what they share.
+/// What the families of one router share.
 struct World::Node {
   std::shared_ptr<Pim::AllIntfStatusDir> dir = std::make_shared<Pim::AllIntfStatusDir>();
   Agent::DaemonConfig config;
   std::unique_ptr<Agent::ConfigEntities> entities;  // while it is up
-  std::vector<std::unique_ptr<Speaker>> speakers;
   bool keptStatus = false;
 };
 
@@ -49,8 +47,8 @@ World::World(Topology topology, const WorldOptions& options)
       intf->upIs(true);
     }
     for (const AddressFamily af : options_.families) {
-      node->speakers.push_back(std::make_unique<Speaker>(*this, id, af));
-      node->speakers.back()->handleConfig();
+      speakers_.push_back(std::make_unique<Speaker>(*this, id, af));
+      speakers_.back()->handleConfig();
     }
   }
   routes_.livenessIs(liveness_);
@@ -58,15 +56,12 @@ World::World(Topology topology, const WorldOptions& options)
 
 World::~World() = default;
 
-Speaker& World::speaker(RouterId router, AddressFamily af) {
-  return const_cast<Speaker&>(std::as_const(*this).speaker(router, af));
-}
-
-const Speaker& World::speaker(RouterId router, AddressFamily af) const {
-  for (const auto& speaker : nodes_[router]->speakers) {
-    if (speaker->af() == af) return *speaker;
+const Pace& World::pace() const {
+  if (!pace_) {
+    pace_.emplace();
+    for (const auto& speaker : speakers_) pace_->slowerOf(paceOf(speaker->duties()));
   }
-  throw std::out_of_range("the router does not speak this address family");
+  return *pace_;
 }
 
 const Agent::DaemonConfig& World::config(RouterId router) const {
@@ -115,21 +110,21 @@ double World::nextInstant() const {
 void World::runUntil(double time) {
   const double end = origin_ + time;
   unsigned atOnce = 0;
-  while (!stopped_ && nextInstant() <= end) {
-    const double instant = nextInstant();
+  for (double instant = nextInstant(); !stopped_ && instant <= end; instant = nextInstant()) {
     atOnce = instant > clock_.now() ? 0 : atOnce + 1;
     if (atOnce > mostEventsAtOnce) {
       for (WorldObserver* observer : observers_) observer->broken("time stands still");
       return stop();
     }
     clock_.nowIs(instant);
-    guarded([this, instant] { runEvent(instant); });
+    runEvent(instant);
     settle();
   }
   if (!stopped_) clock_.nowIs(end);
 }
 
-void World::runEvent(double instant) {
+// Nothing that the library meets may end in an error; where it does, the run is over.
+void World::runEvent(double instant) try {
   ++events_;
   if (!actions_.empty() && actions_.begin()->first <= instant) {
     auto action = actions_.extract(actions_.begin());
@@ -139,16 +134,9 @@ void World::runEvent(double instant) {
   } else {
     wheel_.fireDue();
   }
-}
-
-// Nothing that the library meets may end in an error; where it does, the run is over.
-void World::guarded(const std::function<void()>& event) {
-  try {
-    event();
-  } catch (const std::exception& error) {
-    for (WorldObserver* observer : observers_) observer->broken(error.what());
-    stop();
-  }
+} catch (const std::exception& error) {
+  for (WorldObserver* observer : observers_) observer->broken(error.what());
+  stop();
 }
 
 void World::touch(RouterId router) {
@@ -270,7 +258,7 @@ void World::addressMoved(RouterId router, const IpGenAddr& from, const IpGenAddr
 void World::start(RouterId router, Memory memory) {
   if (up(router)) return;
   Node& node = *nodes_[router];
-  node.keptStatus = memory == Memory::kept && node.speakers.front()->startedAt() > 0;
+  node.keptStatus = memory == Memory::kept && speakersOf(router).front()->startedAt() > 0;
   disturbed(topology_.router(router).name + " starts" +
             (node.keptStatus ? ", its status kept" : ""));
   liveness_.router[router] = true;
@@ -278,7 +266,7 @@ void World::start(RouterId router, Memory memory) {
   touch(router);
   node.entities = std::make_unique<Agent::ConfigEntities>();
   node.entities->configIs(node.config);
-  for (const auto& speaker : node.speakers) {
+  for (const auto& speaker : speakersOf(router)) {
     if (memory == Memory::lost) speaker->forget();
     speaker->start(node.dir, *node.entities);
   }
@@ -294,12 +282,12 @@ void World::shutdown(RouterId router) {
   if (!up(router)) return;
   disturbed(topology_.router(router).name + " shuts down");
   nodes_[router]->entities->withdraw();  // who is elected says so once more, with priority 0
-  for (const auto& speaker : nodes_[router]->speakers) speaker->pim()->shutdown();
+  for (const auto& speaker : speakersOf(router)) speaker->pim()->shutdown();
   end(router);
 }
 
 void World::end(RouterId router) {
-  for (const auto& speaker : nodes_[router]->speakers) speaker->halt();
+  for (const auto& speaker : speakersOf(router)) speaker->halt();
   nodes_[router]->entities.reset();
   liveness_.router[router] = false;
   livenessChanged();
@@ -311,11 +299,12 @@ void World::networkIs(NetworkId network, bool up) {
   const NetworkPlan& plan = topology_.network(network);
   disturbed(plan.name + (up ? " comes up" : " goes down"));
   liveness_.network[network] = up;
+  ++networkChanges_;
   livenessChanged();
   for (const RouterId member : plan.members) {
     touch(member);
     nodes_[member]->dir->newIntfStatus(IntfId(plan.intfOf(member)))->upIs(up);
-    for (const auto& speaker : nodes_[member]->speakers) speaker->networkIs(network, up);
+    for (const auto& speaker : speakersOf(member)) speaker->networkIs(network, up);
   }
 }
 
@@ -323,6 +312,7 @@ void World::impairmentIs(NetworkId network, const Impairment& impairment) {
   NetworkPlan& plan = topology_.network(network);
   if (plan.impairment == impairment) return;
   plan.impairment = impairment;
+  ++networkChanges_;
   disturbed(plan.name + " loses " + std::to_string(static_cast<int>(impairment.loss * 100)) +
             "% of the packets");
 }
@@ -333,7 +323,7 @@ void World::configIs(RouterId router, Agent::DaemonConfig config) {
   Node& node = *nodes_[router];
   node.config = inFamilies(std::move(config), options_.families);
   if (node.entities) node.entities->configIs(node.config);
-  for (const auto& speaker : node.speakers) speaker->handleConfig();
+  for (const auto& speaker : speakersOf(router)) speaker->handleConfig();
 }
 
 void World::addressIs(RouterId router, AddressFamily af, const IntfId& intf,

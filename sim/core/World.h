@@ -4,7 +4,11 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/time/Clock.h"
@@ -53,14 +57,21 @@ class World {
   /// connected part.
   std::vector<std::uint32_t> parts(const std::function<bool(RouterId, NetworkId)>& usable) const;
 
-  Speaker& speaker(RouterId router, AddressFamily af);
-  const Speaker& speaker(RouterId router, AddressFamily af) const;
+  /// The family must be one of families().
+  const Speaker& speaker(RouterId router, AddressFamily af) const {
+    return *speakers_[router * options_.families.size() + placeOf(af)];
+  }
+  Speaker& speaker(RouterId router, AddressFamily af) {
+    return const_cast<Speaker&>(std::as_const(*this).speaker(router, af));
+  }
   bool up(RouterId router) const { return liveness_.router[router]; }
   /// Whether the router's last start found the status that it had left.
   bool keptStatus(RouterId router) const;
   /// What is configured on a router, in every family of the network. At first PIM runs on all its
   /// interfaces by default, and it is no candidate.
   const Agent::DaemonConfig& config(RouterId router) const;
+  /// The slowest timers of all routers' duties.
+  const Pace& pace() const;
 
   double instant() const { return clock_.now(); }
   double now() const { return clock_.now() - origin_; }
@@ -72,6 +83,8 @@ class World {
   std::size_t inFlight() const { return queue_.size(); }
   /// Time of the last change or failure, or of a packet lost by chance.
   double lastDisturbance() const { return lastDisturbance_; }
+  /// How often carriers and impairments of networks have changed.
+  std::uint64_t networkChanges() const { return networkChanges_; }
 
   /// Observers are called in the order in which they came and must outlive the world's runs.
   void observerIs(WorldObserver& observer) { observers_.push_back(&observer); }
@@ -105,16 +118,27 @@ class World {
   bool send(RouterId router, AddressFamily af, const Pim::TransmitPacket& packet);
   /// For speakers: the address that leads to the router is another one now; unset: none.
   void addressMoved(RouterId router, const IpGenAddr& from, const IpGenAddr& to);
+  /// For speakers: the timers of the router's duties are other ones now.
+  void paceChanged() { pace_.reset(); }
   /// For speakers: the state of the router changes in the present event.
   void touch(RouterId router);
 
  private:
   struct Node;
 
+  std::size_t placeOf(AddressFamily af) const {
+    for (std::size_t place = 0; place < options_.families.size(); ++place) {
+      if (options_.families[place] == af) return place;
+    }
+    throw std::out_of_range("the routers do not speak this address family");
+  }
+  std::span<const std::unique_ptr<Speaker>> speakersOf(RouterId router) const {
+    const std::size_t families = options_.families.size();
+    return std::span(speakers_).subspan(router * families, families);
+  }
   void disturbed(const std::string& what);
   void settle();
   void runEvent(double instant);
-  void guarded(const std::function<void()>& event);
   void reroute(const std::function<void()>& change);
   void livenessChanged();
   void end(RouterId router);
@@ -141,8 +165,12 @@ class World {
   std::uint64_t events_ = 0;
   std::uint64_t packets_ = 0;
   double lastDisturbance_ = 0.0;
+  std::uint64_t networkChanges_ = 0;
+  mutable std::optional<Pace> pace_;  // until it changes
   bool stopped_ = false;
-  std::vector<std::unique_ptr<Node>> nodes_;  // dies first: what is in it uses all of the above
+  std::vector<std::unique_ptr<Node>> nodes_;
+  std::vector<std::unique_ptr<Speaker>> speakers_;  // by router, then by place of the family; die
+                                                    // first: what is in them uses all of the above
 };
 
 }  // namespace Routing::Sim

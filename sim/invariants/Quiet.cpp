@@ -15,22 +15,11 @@ constexpr std::uint32_t defaultPeriod = 60;
 // message may wait for its period. A candidate RP that died is first aged out by the BSR, then,
 // with the hold time that the BSR's last message gave it, by all others.
 SettlingTimes settlingTimes(const World& world) {
-  std::uint32_t timeout = 0;
-  std::uint32_t period = defaultPeriod;
-  std::uint32_t interval = 0;
-  for (RouterId id = 0; id < world.topology().routers().size(); ++id) {
-    for (const AddressFamily af : world.families()) {
-      const Duties& duties = world.speaker(id, af).duties();
-      timeout = std::max(timeout, duties.holdTime);
-      for (const auto& [zone, between] : duties.zones) period = std::max(period, between);
-      for (const auto& [address, rp] : duties.rps) {
-        interval = std::max(interval, std::uint32_t{rp.interval});
-      }
-    }
-  }
-  timeout = std::max(timeout, 2 * period + 10);
+  const Pace pace = world.pace();
+  const std::uint32_t period = std::max(pace.bsrPeriod, defaultPeriod);
+  const std::uint32_t timeout = std::max(pace.holdTime, 2 * period + 10);
   const double bsr = timeout + 3 * longestBackOff + period + helloRoundTrip;
-  const double hold = 3.0 * std::max(period, interval);
+  const double hold = 3.0 * std::max(period, pace.rpInterval);
   return {bsr, bsr + 2 * hold + period};
 }
 

@@ -42,19 +42,26 @@ void Troubles::lost(const Packet&, RouterId, std::string_view why) {
   if (why == "loss") severalUntil_ = world_.now() + settlingTimes(world_).rpSet;
 }
 
-void Troubles::settled(const std::vector<RouterId>&) {
-  if (!disturbed_) return;
-  disturbed_ = false;
-  for (RouterId id = 0; id < known_.router.size(); ++id) lookAtRouter(id);
+// Whatever a disturbance does to a router, it touches it.
+void Troubles::settled(const std::vector<RouterId>& touched) {
+  if (!std::exchange(disturbed_, false)) return;
+  for (const RouterId router : touched) lookAtRouter(router);
+  if (std::exchange(networkChanges_, world_.networkChanges()) != world_.networkChanges()) {
+    lookAtNetworks();
+  }
+}
+
+void Troubles::lookAtNetworks() {
   for (NetworkId id = 0; id < known_.network.size(); ++id) lookAtNetwork(id);
-  known_ = world_.liveness();
+  known_.network = world_.liveness().network;
   const bool was = std::exchange(impaired_, impaired());
   if (was && !impaired_) severalUntil_ = world_.now() + settlingTimes(world_).rpSet;
 }
 
 void Troubles::lookAtRouter(RouterId router) {
-  const bool was = known_.router[router];
   const bool is = world_.up(router);
+  const bool was = known_.router[router];
+  known_.router[router] = is;
   const double startedAt = world_.speaker(router, world_.families().front()).startedAt();
   const bool anew = std::exchange(startedAt_[router], startedAt) != startedAt;
   if (was && (!is || anew)) breaks({true, router});

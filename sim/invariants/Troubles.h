@@ -38,6 +38,7 @@ class Troubles final : public WorldObserver {
   };
 
   void lookAtRouter(RouterId router);
+  void lookAtNetworks();
   void lookAtNetwork(NetworkId network);
   void breaks(const Subject& subject);
   void returns(const Subject& subject);
@@ -48,6 +49,7 @@ class Troubles final : public WorldObserver {
   std::vector<double> startedAt_;  // instants, by router
   std::map<Subject, Trouble> troubles_;
   bool disturbed_ = true;
+  std::uint64_t networkChanges_ = UINT64_MAX;  // when last looked at
   bool impaired_ = false;
   const double bootedAt_;
   double severalUntil_;
