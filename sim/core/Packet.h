@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 #include "platform/net/IpGenAddr.h"
 #include "platform/pim/PimProtocol.h"
+#include "sim/core/PayloadStore.h"
 #include "sim/core/Topology.h"
 
 namespace Routing::Sim {
@@ -23,7 +22,7 @@ struct Packet {
   IpGenAddr source;
   IpGenAddr destination;
   std::uint8_t ttl = 1;
-  std::shared_ptr<const std::vector<std::uint8_t>> payload;
+  Payload payload;
 
   bool is(Pim::PimType type) const {
     return Pim::pimTypeOf(*payload) == static_cast<std::uint8_t>(type);

@@ -164,8 +164,7 @@ bool World::send(RouterId router, AddressFamily af, const Pim::TransmitPacket& s
   packet.sender = router;
   packet.source = sent.source;
   packet.destination = sent.destination;
-  packet.payload =
-      std::make_shared<const std::vector<std::uint8_t>>(sent.payload.begin(), sent.payload.end());
+  packet.payload = payloads_.of(sent.payload);
   if (sent.intf.isUnset()) {
     packet.ttl = unicastTtl;
     return sendUnicast(router, std::move(packet));

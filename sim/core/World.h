@@ -14,6 +14,7 @@
 #include "platform/time/Clock.h"
 #include "platform/time/TimerWheel.h"
 #include "sim/core/PacketQueue.h"
+#include "sim/core/PayloadStore.h"
 #include "sim/core/Random.h"
 #include "sim/core/Speaker.h"
 #include "sim/core/Topology.h"
@@ -158,6 +159,7 @@ class World {
   Liveness liveness_;
   UnicastRoutes routes_;
   std::multimap<double, std::function<void()>> actions_;  // by instant
+  PayloadStore payloads_;
   PacketQueue queue_;
   std::vector<WorldObserver*> observers_;
   std::vector<RouterId> touched_;

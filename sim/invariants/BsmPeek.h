@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/net/IpGenPrefix.h"
+#include "sim/core/PayloadStore.h"
 
 namespace Routing::Sim {
 
@@ -32,5 +33,26 @@ struct BsmPeek {
 /// None if the octets are no whole Bootstrap message (RFC 5059 section 4.1). With `headOnly` no
 /// group but the first is read, and no RPs.
 std::optional<BsmPeek> peekBsm(std::span<const std::uint8_t> payload, bool headOnly = false);
+
+/// Peeks at the same octets once, however many packets in turn carry them.
+class BsmReader {
+ public:
+  enum class Part : bool { whole, head };
+
+  explicit BsmReader(Part part) : part_(part) {}
+
+  const std::optional<BsmPeek>& read(const Payload& payload) {
+    if (payload != last_) {
+      last_ = payload;
+      bsm_ = peekBsm(*payload, part_ == Part::head);
+    }
+    return bsm_;
+  }
+
+ private:
+  const Part part_;
+  Payload last_;
+  std::optional<BsmPeek> bsm_;
+};
 
 }  // namespace Routing::Sim

@@ -1,11 +1,14 @@
 #include "sim/invariants/MessageRules.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <tuple>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -103,6 +106,7 @@ class GroupsComplete final : public Invariant {
     double last = 0.0;
   };
 
+  BsmReader bsms_{BsmReader::Part::whole};
   std::map<Key, Received> received_;
   std::vector<Incomplete> incomplete_;  // during the event
   double forgotten_ = 0.0;
@@ -110,7 +114,7 @@ class GroupsComplete final : public Invariant {
 
 void GroupsComplete::delivering(const Packet& packet, RouterId to) {
   if (!packet.is(Pim::PimType::bootstrap) || !world().speaker(to, packet.af).running()) return;
-  const auto bsm = peekBsm(*packet.payload);
+  const auto& bsm = bsms_.read(packet.payload);
   if (!bsm) return;
   for (const BsmPeek::Group& group : bsm->groups) {
     if (group.fragRpCount == group.rpCount || group.fragRpCount == 0) continue;
@@ -212,9 +216,9 @@ void CountersAddUp::check(RouterId router, AddressFamily af) {
 
 // --- no storms -------------------------------------------------------------------------------
 
-constexpr double minute = 60.0;
-constexpr std::size_t routine = 6;   // an elected BSR sends every 10 seconds at the most
-constexpr std::size_t repeated = 2;  // a network may repeat packets, and both are passed on
+constexpr double minuteLength = 60.0;  // seconds
+constexpr std::size_t routine = 6;     // an elected BSR sends every 10 seconds at the most
+constexpr std::size_t repeated = 2;    // a network may repeat packets, and both are passed on
 
 /// Bootstrap messages are bounded. One event, be it a message, a timer or a change of
 /// configuration, makes a router send at most one message of a zone and BSR on an interface:
@@ -231,66 +235,127 @@ class NoStorms final : public Invariant {
   void settled(const std::vector<RouterId>& touched) override;
 
  private:
-  using Place = std::tuple<RouterId, NetworkId, IpGenPrefix>;
-  using Voice = std::pair<Place, IpGenAddr>;  // with the BSR
+  struct Place {
+    RouterId router;
+    NetworkId network;
+    IpGenPrefix zone;
+
+    friend bool operator==(const Place&, const Place&) = default;
+  };
+  struct HashOfPlace {
+    std::size_t operator()(const Place& place) const {
+      return std::hash<std::uint64_t>{}(std::uint64_t{place.router} << 32 | place.network) ^
+             place.zone.hash();
+    }
+  };
 
   /// Counts messages. The fragments of one, which differ, count once; what is sent again counts
   /// again.
   class Tally {
    public:
-    void add(const Packet& packet, std::uint16_t fragmentTag);
+    void add(std::uint16_t fragmentTag, std::uint64_t octets);
     std::size_t messages() const { return messages_; }
+    void clear();
 
    private:
-    struct Copies {
-      std::map<std::uint64_t, std::size_t> ofFragment;  // by a digest of its octets
-      std::size_t most = 0;
+    struct Fragment {
+      std::uint64_t octets;  // a digest of them
+      std::uint32_t copies;
+      std::uint16_t tag;
     };
-    std::map<std::uint16_t, Copies> byTag_;
+    std::vector<Fragment> fragments_;
     std::size_t messages_ = 0;
   };
+  struct Minute {
+    std::uint64_t number = 0;
+    Tally tally;
+  };
+  /// What one event sends in one place in the name of one BSR.
+  struct Voice {
+    Place place;
+    IpGenAddr bsr;
+    Minute* minute;
+    Tally tally;
+  };
 
+  Tally& voice(const Place& place, const IpGenAddr& bsr);
+  Minute& minute(const Place& place);
+  std::uint64_t digestOf(const Payload& payload);
   void judge(const Place& place, std::size_t atOnce, std::size_t inMinute);
   std::size_t mostPerMinute(const Place& place) const;
 
-  std::map<Voice, Tally> event_;
-  std::map<Place, Tally> minute_;
+  BsmReader bsms_{BsmReader::Part::head};
+  Payload lastPayload_;
+  std::uint64_t lastDigest_ = 0;
+  std::vector<Voice> event_;
+  std::unordered_map<Place, Minute, HashOfPlace> minutes_;
+  std::uint64_t minuteNumber_ = 1;
   double minuteBegan_ = 0.0;
 };
 
-void NoStorms::Tally::add(const Packet& packet, std::uint16_t fragmentTag) {
-  Digest digest;
-  digest.add(std::span(*packet.payload));
-  Copies& copies = byTag_[fragmentTag];
-  const std::size_t count = ++copies.ofFragment[digest.value()];
-  if (count <= copies.most) return;
-  copies.most = count;
-  ++messages_;
+void NoStorms::Tally::add(std::uint16_t fragmentTag, std::uint64_t octets) {
+  Fragment* found = nullptr;
+  std::uint32_t most = 0;  // copies of one fragment of the message
+  for (Fragment& fragment : fragments_) {
+    if (fragment.tag != fragmentTag) continue;
+    most = std::max(most, fragment.copies);
+    if (fragment.octets == octets) found = &fragment;
+  }
+  if (found == nullptr) found = &fragments_.emplace_back(Fragment{octets, 0, fragmentTag});
+  if (++found->copies > most) ++messages_;
+}
+
+void NoStorms::Tally::clear() {
+  fragments_.clear();
+  messages_ = 0;
 }
 
 void NoStorms::transmitted(const Packet& packet) {
   if (!packet.is(Pim::PimType::bootstrap)) return;
-  const auto bsm = peekBsm(*packet.payload, true);
+  const auto& bsm = bsms_.read(packet.payload);
   if (!bsm) return;
-  const Place place(packet.sender, packet.network, bsm->zone());
-  if (world().now() - minuteBegan_ >= minute) {
-    minute_.clear();
+  const Place place{packet.sender, packet.network, bsm->zone()};
+  if (world().now() - minuteBegan_ >= minuteLength) {
+    ++minuteNumber_;
     minuteBegan_ = world().now();
   }
-  event_[{place, bsm->bsr}].add(packet, bsm->fragmentTag);
-  minute_[place].add(packet, bsm->fragmentTag);
+  const std::uint64_t octets = digestOf(packet.payload);
+  voice(place, bsm->bsr).add(bsm->fragmentTag, octets);
+  minute(place).tally.add(bsm->fragmentTag, octets);
+}
+
+NoStorms::Tally& NoStorms::voice(const Place& place, const IpGenAddr& bsr) {
+  const auto known = std::find_if(event_.begin(), event_.end(), [&](const Voice& voice) {
+    return voice.place == place && voice.bsr == bsr;
+  });
+  if (known != event_.end()) return known->tally;
+  return event_.emplace_back(Voice{place, bsr, &minutes_[place], {}}).tally;
+}
+
+NoStorms::Minute& NoStorms::minute(const Place& place) {
+  Minute& minute = minutes_[place];
+  if (std::exchange(minute.number, minuteNumber_) != minuteNumber_) minute.tally.clear();
+  return minute;
+}
+
+std::uint64_t NoStorms::digestOf(const Payload& payload) {
+  if (std::exchange(lastPayload_, payload) != payload) {
+    Digest digest;
+    digest.add(std::span(*payload));
+    lastDigest_ = digest.value();
+  }
+  return lastDigest_;
 }
 
 void NoStorms::settled(const std::vector<RouterId>&) {
-  for (const auto& [voice, tally] : event_) {
-    const Place& place = voice.first;
-    judge(place, tally.messages(), minute_[place].messages());
+  for (const Voice& voice : event_) {
+    judge(voice.place, voice.tally.messages(), voice.minute->tally.messages());
   }
   event_.clear();
 }
 
 void NoStorms::judge(const Place& place, std::size_t atOnce, std::size_t inMinute) {
-  const auto& name = nameOf(std::get<0>(place));
+  const auto& name = nameOf(place.router);
   if (atOnce > mostPerEvent) {
     violated(name + " sends " + std::to_string(atOnce) +
              " Bootstrap messages at once on one interface");
@@ -303,12 +368,11 @@ void NoStorms::judge(const Place& place, std::size_t atOnce, std::size_t inMinut
 // At worst all candidates are elected at one instant, and each answers every worse one before the
 // best one's message reaches it. A neighbour that appears is sent one message more.
 std::size_t NoStorms::mostPerMinute(const Place& place) const {
-  const auto& [router, network, zone] = place;
   std::size_t candidates = 0;
   for (RouterId id = 0; id < world().topology().routers().size(); ++id) {
-    candidates += world().speaker(id, zone.af()).duties().zones.contains(zone);
+    candidates += world().speaker(id, place.zone.af()).duties().zones.contains(place.zone);
   }
-  const std::size_t neighbors = world().topology().network(network).members.size() - 1;
+  const std::size_t neighbors = world().topology().network(place.network).members.size() - 1;
   return repeated * (routine + neighbors + candidates * (candidates + 1) / 2);
 }
 

@@ -87,12 +87,13 @@ class Alike final : public Promise {
   /// Since when all have heard every zone's BSR; none if that is not so.
   std::optional<double> heardSince(AddressFamily af) const;
 
+  BsmReader bsms_{BsmReader::Part::head};
   std::map<IpGenPrefix, double> heard_;  // by zone: a flood after the last change
 };
 
 void Alike::transmitted(const Packet& packet) {
   if (!packet.is(Pim::PimType::bootstrap)) return;
-  const auto bsm = peekBsm(*packet.payload, true);
+  const auto& bsm = bsms_.read(packet.payload);
   if (!bsm || !bsm->forward || !world().speaker(packet.sender, packet.af).owns(bsm->bsr)) return;
   double& heard = heard_[bsm->zone()];
   if (heard <= troubles().lastChange() && !troubles().torn()) heard = world().now();
