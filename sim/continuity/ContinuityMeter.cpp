@@ -10,6 +10,12 @@ namespace {
 
 constexpr RouterId mostWatched = 64;
 
+bool knowsAnything(const Belief& belief) {
+  return belief.viewRps > 0 ||
+         std::any_of(belief.zones.begin(), belief.zones.end(),
+                     [](const ZoneBelief& about) { return !about.bsr.isUnset(); });
+}
+
 }  // namespace
 
 std::string_view nameOf(Lack lack) {
@@ -48,8 +54,9 @@ void ContinuityMeter::disturbed(std::string_view) {
 void ContinuityMeter::beliefChanged(RouterId router, const Belief& before) {
   if (router % step_ != 0) return;
   const RouterId number = router / step_;
-  changed_.push_back(number);
-  if (before.viewDigest == beliefs_.of(router, af()).viewDigest) return;
+  const Belief& belief = beliefs_.of(router, af());
+  if (anyServed_ || knowsAnything(belief)) changed_.push_back(number);
+  if (before.viewDigest == belief.viewDigest) return;
   watches_[number].rp.clear();
   rpsChanged_ = true;
 }

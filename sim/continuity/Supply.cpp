@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
 #include <utility>
 
 #include "platform/pim/rp/RpSelection.h"
@@ -115,14 +116,14 @@ void Supply::drawDomains() {
 }
 
 Supply::Domain Supply::domainOf(const std::vector<std::size_t>& zones) const {
-  Domain domain{zones, Places(routers())};
-  std::map<std::vector<std::uint32_t>, std::uint32_t> known;
-  for (RouterId id = 0; id < routers(); ++id) {
-    std::vector<std::uint32_t> parts;
-    parts.reserve(zones.size());
-    for (const std::size_t zone : zones) parts.push_back(parts_[zone][id]);
-    const auto number = static_cast<std::uint32_t>(known.size());
-    domain.places[id] = known.try_emplace(parts, number).first->second;
+  Domain domain{zones, Places(routers(), 0)};
+  for (const std::size_t zone : zones) {
+    std::unordered_map<std::uint64_t, std::uint32_t> known;
+    for (RouterId id = 0; id < routers(); ++id) {
+      const std::uint64_t both = std::uint64_t{domain.places[id]} << 32 | parts_[zone][id];
+      const auto number = static_cast<std::uint32_t>(known.size());
+      domain.places[id] = known.try_emplace(both, number).first->second;
+    }
   }
   return domain;
 }

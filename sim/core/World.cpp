@@ -10,8 +10,8 @@ namespace Routing::Sim {
 /// What the families of one router share.
 struct World::Node {
   std::shared_ptr<Pim::AllIntfStatusDir> dir = std::make_shared<Pim::AllIntfStatusDir>();
-  Agent::DaemonConfig config;
-  std::unique_ptr<Agent::ConfigEntities> entities;  // while it is up
+  std::unique_ptr<Agent::DaemonConfig> config;      // while it is down
+  std::unique_ptr<Agent::ConfigEntities> entities;  // while it is up, what is configured included
   bool keptStatus = false;
 };
 
@@ -40,7 +40,8 @@ World::World(Topology topology, const WorldOptions& options)
   liveness_.network.assign(topology_.networks().size(), true);
   for (RouterId id = 0; id < topology_.routers().size(); ++id) {
     auto& node = nodes_.emplace_back(std::make_unique<Node>());
-    node->config = onAllNetworks({}, topology_, id, options_.families);
+    node->config =
+        std::make_unique<Agent::DaemonConfig>(onAllNetworks({}, topology_, id, options_.families));
     for (const NetworkId network : topology_.router(id).networks) {
       const auto intf = node->dir->newIntfStatus(IntfId(topology_.network(network).intfOf(id)));
       intf->mtuIs(topology_.network(network).mtu);
@@ -65,7 +66,8 @@ const Pace& World::pace() const {
 }
 
 const Agent::DaemonConfig& World::config(RouterId router) const {
-  return nodes_[router]->config;
+  const Node& node = *nodes_[router];
+  return node.config ? *node.config : node.entities->config();
 }
 
 bool World::keptStatus(RouterId router) const {
@@ -264,7 +266,8 @@ void World::start(RouterId router, Memory memory) {
   livenessChanged();
   touch(router);
   node.entities = std::make_unique<Agent::ConfigEntities>();
-  node.entities->configIs(node.config);
+  node.entities->configIs(*node.config);
+  node.config.reset();
   for (const auto& speaker : speakersOf(router)) {
     if (memory == Memory::lost) speaker->forget();
     speaker->start(node.dir, *node.entities);
@@ -274,15 +277,22 @@ void World::start(RouterId router, Memory memory) {
 void World::crash(RouterId router) {
   if (!up(router)) return;
   disturbed(topology_.router(router).name + " dies");
+  keepConfig(router);
   end(router);
 }
 
 void World::shutdown(RouterId router) {
   if (!up(router)) return;
   disturbed(topology_.router(router).name + " shuts down");
+  keepConfig(router);
   nodes_[router]->entities->withdraw();  // who is elected says so once more, with priority 0
   for (const auto& speaker : speakersOf(router)) speaker->pim()->shutdown();
   end(router);
+}
+
+void World::keepConfig(RouterId router) {
+  Node& node = *nodes_[router];
+  node.config = std::make_unique<Agent::DaemonConfig>(node.entities->config());
 }
 
 void World::end(RouterId router) {
@@ -320,8 +330,8 @@ void World::configIs(RouterId router, Agent::DaemonConfig config) {
   touch(router);
   disturbed(topology_.router(router).name + " is configured anew");
   Node& node = *nodes_[router];
-  node.config = inFamilies(std::move(config), options_.families);
-  if (node.entities) node.entities->configIs(node.config);
+  config = inFamilies(std::move(config), options_.families);
+  node.entities ? node.entities->configIs(config) : void(*node.config = std::move(config));
   for (const auto& speaker : speakersOf(router)) speaker->handleConfig();
 }
 

@@ -142,6 +142,7 @@ class World {
   void runEvent(double instant);
   void reroute(const std::function<void()>& change);
   void livenessChanged();
+  void keepConfig(RouterId router);
   void end(RouterId router);
   void arrive(const Arrival& arrival);
   bool sendUnicast(RouterId router, Packet packet);

@@ -44,6 +44,7 @@ class BordersHold final : public Invariant {
 };
 
 bool BordersHold::border(RouterId router, const Packet& packet) const {
+  if (!packet.is(Pim::PimType::bootstrap)) return false;
   const Duties& duties = world().speaker(router, packet.af).duties();
   if (duties.borders.empty()) return false;
   const auto bsm = peekBsm(*packet.payload, true);
@@ -59,8 +60,9 @@ void BordersHold::transmitted(const Packet& packet) {
 }
 
 void BordersHold::delivering(const Packet& packet, RouterId to) {
+  if (!border(to, packet)) return;
   const Speaker& speaker = world().speaker(to, packet.af);
-  if (!speaker.running() || !border(to, packet)) return;
+  if (!speaker.running()) return;
   atBorder_ = {to, packet.af, speaker.status()->counters()->rxBsmSuccess()};
 }
 

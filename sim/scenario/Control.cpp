@@ -43,19 +43,22 @@ void Control::edit(const ConfigEdit& edit) {
 
 void Control::configIs(RouterId router, const Agent::DaemonConfig& config) {
   routers_[router].drained = {};
+  undrained_.erase(router);
   world_.configIs(router, config);
 }
 
 void Control::drain(RouterId router, const Agent::Candidacies& kinds) {
   RouterState& state = routers_[router];
-  if (state.drained.none()) state.undrained = world_.config(router);
+  if (state.drained.none()) undrained_[router] = world_.config(router);
   state.drained.bsr |= kinds.bsr;
   state.drained.rp |= kinds.rp;
-  world_.configIs(router, without(state.drained, state.undrained));
+  world_.configIs(router, without(state.drained, undrained_.at(router)));
 }
 
 void Control::undrain(RouterId router) {
-  if (!routers_[router].drained.none()) configIs(router, routers_[router].undrained);
+  if (routers_[router].drained.none()) return;
+  const Agent::DaemonConfig config = std::move(undrained_.at(router));
+  configIs(router, config);
 }
 
 void Control::addressIs(const AddressEdit& edit) {

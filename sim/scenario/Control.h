@@ -59,7 +59,6 @@ class Control {
     bool wanted = false;
     bool faulty = false;
     Agent::Candidacies drained;
-    Agent::DaemonConfig undrained;  // while it is drained
   };
   struct NetworkState {
     bool wanted = true;
@@ -72,6 +71,7 @@ class Control {
   World& world_;
   std::vector<RouterFile> files_;
   std::vector<RouterState> routers_;
+  std::map<RouterId, Agent::DaemonConfig> undrained_;  // of routers that are drained
   std::vector<NetworkState> networks_;
 };
 
