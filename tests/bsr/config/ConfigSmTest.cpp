@@ -11,25 +11,6 @@ struct ConfigSmTest : TracedTest {
   ConfigBed bed;
 };
 
-TEST_F(ConfigSmTest, NamesTheInputThatIsMissing) {
-  const auto start = [&](ConfigBed& b) { return refusal([&] { b.start(); }); };
-  bed.status->afIs(AddressFamily::unset);
-  EXPECT_EQ(start(bed), "0 && \"Unknown Address Family not supported\"");
-  bed.acls.reset();
-  EXPECT_EQ(start(bed), "ipAclConfig()");
-  bed.sourceIntfSm.reset();
-  EXPECT_EQ(start(bed), "sourceIntfSm()");
-  const auto status = bed.status;
-  bed.status.reset();
-  EXPECT_EQ(start(bed), "status()");
-  bed.clearConfig.reset();
-  EXPECT_EQ(start(bed), "clearConfig()");
-  bed.vrfIntfConfig.reset();
-  EXPECT_EQ(start(bed), "vrfIntfConfig()");
-  bed.config.reset();
-  EXPECT_EQ(start(bed), "config()");
-}
-
 TEST_F(ConfigSmTest, CopiesTheHoldTimeAtOnce) {
   bed.start();
   EXPECT_EQ(bed.status->bsTimeout(), 130U);

@@ -81,28 +81,6 @@ TEST(PimBsrValues, HaveTheNotationOfStructuredValues) {
   EXPECT_EQ(parseValue<PimBsrErrorCounters>(out.str()), errors);
 }
 
-TEST(PimBsrValues, RefuseTextThatIsNotTheirs) {
-  for (const char* text :
-       {"", "Value('Routing::Pim::Bsr::PimBsrWeight', ** {'priority': 256, 'ipAddr': 10.0.0.1})",
-        "Value('Routing::Pim::Bsr::PimBsrWeight', ** {'ipAddr': 10.0.0.1, 'priority': 64})",
-        "Value('Routing::Pim::Bsr::CrpOptions', ** {'priority': 64, 'ipAddr': 10.0.0.1})",
-        "Value('Routing::Pim::Bsr::PimBsrWeight', ** {'priority': 64, 'ipAddr': 10.0.0.1}) "}) {
-    EXPECT_FALSE(parseValue<PimBsrWeight>(text)) << text;
-  }
-}
-
-TEST(BoundedValues, RefuseWhatLiesOutsideTheirBounds) {
-  EXPECT_EQ(refusal([] { return RpPriority(257); }), "RpPriority::value < 0 or > 256 not allowed");
-  EXPECT_EQ(refusal([] { return RpHashMaskLen(129); }),
-            "RpHashMaskLen::value < 0 or > 128 not allowed");
-  for (const unsigned bad : {0, 21846, 65536 + 60}) {
-    EXPECT_EQ(refusal([=] { return CrpAdvInterval(bad); }),
-              "CrpAdvInterval::value < 1 or > 21845 not allowed");
-  }
-  EXPECT_EQ(RpPriority(256).value() + RpHashMaskLen(128).value(), 384U);
-  EXPECT_EQ(CrpAdvInterval(1).value() + CrpAdvInterval(21845).value(), 21846U);
-}
-
 // --- the back-off of a candidate --------------------------------------------------------------
 
 struct BackOffCase {

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "bsr/types/MessageStatus.h"
 #include "bsr/types/Status.h"
 #include "bsr/types/ZoneRules.h"
 #include "tests/support/Octets.h"
@@ -9,22 +8,6 @@ namespace Routing::Pim::Bsr {
 namespace {
 
 using namespace TestKit;
-
-TEST(Status, HandOverCountsWrapAndStillNotify) {
-  PimBsmStatus bsm;
-  bsm.writeCountIs(4294967295);
-  std::size_t writes = 0;
-  const auto reactor = bsm.writeCountReactor([&] { ++writes; });
-  bsm.writeCountInc();
-  EXPECT_EQ(bsm.writeCount(), 0U);
-  EXPECT_EQ(writes, 1U);
-  PimCrpMsgStatus crp;
-  crp.readCountIs(4294967295);
-  crp.readCountInc();
-  EXPECT_EQ(crp.readCount(), 0U);
-}
-
-// --- borders ----------------------------------------------------------------------------------
 
 struct BorderCase {
   const char* listed;  // the prefix that lists eth0
