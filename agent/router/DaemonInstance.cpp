@@ -56,7 +56,7 @@ DaemonInstance::DaemonInstance(const InstanceSurroundings& surroundings, const V
     : vrf_(vrf),
       af_(af),
       interfaces_(surroundings.interfaces),
-      config_(surroundings.entities.config()),
+      config_(surroundings.entities.written()),
       timeouts_(surroundings.timeouts),
       loop_(surroundings.loop),
       clearConfig_(surroundings.entities.families().at({vrf, af}).clearConfig),

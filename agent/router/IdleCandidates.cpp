@@ -23,10 +23,10 @@ IdleReason reasonOf(const std::string& intf, const InterfaceTable& interfaces,
 
 /// Whether the file gives a candidate anything by prefix. If so, and it has its address and yet
 /// does not run, another interface has what it asks for.
-bool claims(const BsrCandidate& candidate) {
+bool claims(const BsrInterfaceSettings& candidate) {
   return !candidate.zones.empty();
 }
-bool claims(const RpCandidate& candidate) {
+bool claims(const RpInterfaceSettings& candidate) {
   return !candidate.ranges.empty();
 }
 

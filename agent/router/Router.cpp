@@ -83,7 +83,7 @@ void Router::undrain() {
 
 void Router::updateEntities() {
   const DaemonConfig left = without(drain_.drained(), config_);
-  if (left == entities_.config()) return;
+  if (left == entities_.written()) return;
   entities_.configIs(left);
   if (started_) instances_.handleConfig();
 }

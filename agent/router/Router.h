@@ -35,6 +35,7 @@ class Router final : public AgentView {
   void start();
   /// Follows a configuration in which judge() finds no error, with all its candidacies.
   void configIs(const DaemonConfig& config);
+  /// What it was told to follow, whatever of it is drained.
   const DaemonConfig& config() const { return config_; }
   /// Withdraws candidacies as if they were not configured, until undrain() or configIs().
   void drain(const Candidacies& kinds);

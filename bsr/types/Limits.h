@@ -14,20 +14,25 @@ namespace Routing::Pim::Bsr {
 /// among the best is refusedRpsOfRange.
 /// A message that is to be kept to prime new neighbours and finds no room is refusedKept; see
 /// maxKept().
-#define PIM_BSR_LIMITS(ATTR)                     \
-  ATTR(VALUE, maxZones, std::uint32_t, 1024)     \
-  ATTR(VALUE, maxGroups, std::uint32_t, 16384)   \
-  ATTR(VALUE, maxRps, std::uint32_t, 65536)      \
-  ATTR(VALUE, maxFragments, std::uint32_t, 4096) \
-  ATTR(COUNTER, refusedZones)                    \
-  ATTR(COUNTER, refusedGroups)                   \
-  ATTR(COUNTER, refusedRps)                      \
-  ATTR(COUNTER, refusedRpsOfRange)               \
-  ATTR(COUNTER, refusedFragments)                \
+#define PIM_BSR_LIMITS(ATTR)                                                  \
+  ATTR(VALUE, maxZones, std::uint32_t, PimBsrLimits::maxZonesDefault)         \
+  ATTR(VALUE, maxGroups, std::uint32_t, PimBsrLimits::maxGroupsDefault)       \
+  ATTR(VALUE, maxRps, std::uint32_t, PimBsrLimits::maxRpsDefault)             \
+  ATTR(VALUE, maxFragments, std::uint32_t, PimBsrLimits::maxFragmentsDefault) \
+  ATTR(COUNTER, refusedZones)                                                 \
+  ATTR(COUNTER, refusedGroups)                                                \
+  ATTR(COUNTER, refusedRps)                                                   \
+  ATTR(COUNTER, refusedRpsOfRange)                                            \
+  ATTR(COUNTER, refusedFragments)                                             \
   ATTR(COUNTER, refusedKept)
 
 class ROUTING_API PimBsrLimits : public Entity {
  public:
+  static constexpr std::uint32_t maxZonesDefault = 1024;
+  static constexpr std::uint32_t maxGroupsDefault = 16384;
+  static constexpr std::uint32_t maxRpsDefault = 65536;
+  static constexpr std::uint32_t maxFragmentsDefault = 4096;
+
   ROUTING_ENTITY(PimBsrLimits, PIM_BSR_LIMITS)
 };
 

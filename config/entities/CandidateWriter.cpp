@@ -10,7 +10,7 @@ using Pim::Bsr::Config;
 using Pim::Bsr::RpCandidateConfig;
 
 template <class Entity>
-void settingsAre(Entity& entity, const BsrCandidateSettings& settings) {
+void settingsAre(Entity& entity, const ZoneSettings& settings) {
   entity.intervalIs(settings.interval);
   entity.hashMaskLenIs(settings.hashMaskLen);
   entity.priorityIs(settings.priority);
@@ -31,7 +31,7 @@ auto isInterfaceOf(const Candidates& candidates) {
   return [&candidates](const IntfId& intf) { return candidates.contains(intf.text()); };
 }
 
-void candidateIs(BsrCandidateConfig& entity, const BsrCandidate& candidate) {
+void candidateIs(BsrCandidateConfig& entity, const BsrInterfaceSettings& candidate) {
   for (const auto& [zone, settings] : candidate.zones) {
     settingsAre(*entity.newGroup(zone), settings);
   }
@@ -46,7 +46,7 @@ void candidateIs(BsrCandidateConfig& entity, const BsrCandidate& candidate) {
   }
 }
 
-void rangesAre(RpCandidateConfig& entity, const RpCandidate& candidate) {
+void rangesAre(RpCandidateConfig& entity, const RpInterfaceSettings& candidate) {
   for (const auto& [range, priority] : candidate.ranges) {
     priorityIs(*entity.newGroupRangeOptions(range), priority);
     entity.groupRangeIs(range, true);
@@ -57,7 +57,7 @@ void rangesAre(RpCandidateConfig& entity, const RpCandidate& candidate) {
   }
 }
 
-void accessListsAre(RpCandidateConfig& entity, const RpCandidate& candidate) {
+void accessListsAre(RpCandidateConfig& entity, const RpInterfaceSettings& candidate) {
   for (const auto& [acl, priority] : candidate.accessLists) {
     priorityIs(*entity.newAclOptions(acl), priority);
     entity.aclIs(acl, true);

@@ -9,8 +9,8 @@
 /// Candidates by interface name, from settings to entities.
 namespace Routing::Agent {
 
-using BsrCandidates = std::map<std::string, BsrCandidate>;
-using RpCandidates = std::map<std::string, RpCandidate>;
+using BsrCandidates = std::map<std::string, BsrInterfaceSettings>;
+using RpCandidates = std::map<std::string, RpInterfaceSettings>;
 
 /// Make the entities equal to the settings.
 void bsrCandidatesAre(Pim::Bsr::Config& config, const BsrCandidates& candidates);

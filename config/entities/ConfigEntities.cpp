@@ -39,7 +39,7 @@ const std::shared_ptr<IpAclConfig>& ConfigEntities::accessLists(AddressFamily af
 }
 
 void ConfigEntities::configIs(const DaemonConfig& next) {
-  if (next == config_) return;
+  if (next == written_) return;
   for (const auto& [vrf, families] : next.vrfs) {
     for (const auto& [af, settings] : families) families_.try_emplace({vrf, af}, vrf);
   }
@@ -48,11 +48,11 @@ void ConfigEntities::configIs(const DaemonConfig& next) {
   for (const auto& [key, entities] : families_) settingsAre(entities, settingsOf(next, key));
   for (const auto& [key, entities] : families_) entities.config->editingIs(false);
   std::erase_if(families_, [&](const auto& entry) { return !isConfigured(next, entry.first); });
-  config_ = next;
+  written_ = next;
 }
 
 void ConfigEntities::withdraw() {
-  configIs(without({.bsr = true, .rp = true}, config_));
+  configIs(without({.bsr = true, .rp = true}, written_));
 }
 
 }  // namespace Routing::Agent

@@ -35,13 +35,13 @@ class ConfigEntities {
   void withdraw();
 
   /// What the entities say at present.
-  const DaemonConfig& config() const { return config_; }
+  const DaemonConfig& written() const { return written_; }
   /// By VRF and family, as configured.
   const std::map<Key, FamilyEntities>& families() const { return families_; }
   const std::shared_ptr<IpAclConfig>& accessLists(AddressFamily af) const;
 
  private:
-  DaemonConfig config_;
+  DaemonConfig written_;
   std::map<Key, FamilyEntities> families_;
   std::map<AddressFamily, std::shared_ptr<IpAclConfig>> accessLists_;
 };

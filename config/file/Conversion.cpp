@@ -193,8 +193,8 @@ class Converter {
     return settings;
   }
 
-  BsrCandidate bsrCandidate(const lyd_node* node, AddressFamily af) {
-    BsrCandidate candidate;
+  BsrInterfaceSettings bsrCandidate(const lyd_node* node, AddressFamily af) {
+    BsrInterfaceSettings candidate;
     for (const lyd_node* zone : named(lyd_child(node), "zone")) {
       candidate.zones[prefix(childOf(zone, "group"))] = bsrCandidateSettings(zone, af);
     }
@@ -204,8 +204,8 @@ class Converter {
     return candidate;
   }
 
-  static BsrCandidateSettings bsrCandidateSettings(const lyd_node* node, AddressFamily af) {
-    BsrCandidateSettings settings;
+  static ZoneSettings bsrCandidateSettings(const lyd_node* node, AddressFamily af) {
+    ZoneSettings settings;
     settings.priority = numberOf<std::uint8_t>(childOf(node, "priority"));
     settings.interval = numberOf<std::uint32_t>(childOf(node, "interval"));
     const lyd_node* length = childOf(node, "hash-mask-length");
@@ -214,8 +214,8 @@ class Converter {
     return settings;
   }
 
-  RpCandidate rpCandidate(const lyd_node* node) {
-    RpCandidate candidate;
+  RpInterfaceSettings rpCandidate(const lyd_node* node) {
+    RpInterfaceSettings candidate;
     const bool bidirectional = textOf(childOf(node, "mode")) == "rp-bidir";
     candidate.mode = bidirectional ? Pim::PimMode::bidirectional : Pim::PimMode::sparse;
     candidate.interval = numberOf<std::uint16_t>(childOf(node, "interval"));

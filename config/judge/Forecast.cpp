@@ -103,12 +103,12 @@ Forecast forecastOf(const FailoverTerms& terms) {
 /// The default, or less where a shorter hold time is twice the interval and 10.
 std::uint32_t fittingInterval(std::uint32_t holdTime) {
   using Bounds = Pim::Bsr::BsrCandidateDefaults;
-  constexpr std::uint32_t byDefault = BsrCandidateSettings{}.interval;
+  constexpr std::uint32_t byDefault = ZoneSettings{}.interval;
   return std::clamp(std::max(holdTime, 10U) / 2 - 5, Bounds::minInterval, byDefault);
 }
 
-std::vector<BsrCandidateSettings> candidatesOf(const FamilySettings& settings) {
-  std::vector<BsrCandidateSettings> candidates;
+std::vector<ZoneSettings> candidatesOf(const FamilySettings& settings) {
+  std::vector<ZoneSettings> candidates;
   for (const auto& [name, candidate] : settings.bsrCandidates) {
     for (const auto& [zone, value] : candidate.zones) candidates.push_back(value);
     for (const auto& [list, value] : candidate.accessLists) candidates.push_back(value);
@@ -144,7 +144,7 @@ bool isBetter(const Forecast& a, const Forecast& b) {
 }  // namespace
 
 Forecast worstForecast(const FamilySettings& settings, AddressFamily af) {
-  std::vector<BsrCandidateSettings> candidates = candidatesOf(settings);
+  std::vector<ZoneSettings> candidates = candidatesOf(settings);
   RpIntervals rpIntervals = rpIntervalsOf(settings);
   FailoverTerms terms{af, settings.holdTime};
   terms.candidateAssumed = candidates.empty();
@@ -152,7 +152,7 @@ Forecast worstForecast(const FamilySettings& settings, AddressFamily af) {
   if (candidates.empty()) candidates.push_back({.interval = fittingInterval(settings.holdTime)});
   if (rpIntervals.empty()) rpIntervals.push_back(terms.rpInterval);
   Forecast worst;
-  for (const BsrCandidateSettings& candidate : candidates) {
+  for (const ZoneSettings& candidate : candidates) {
     terms.candidate = candidate;
     for (const std::uint16_t interval : shortestHolds(rpIntervals, candidate.interval)) {
       terms.rpInterval = interval;

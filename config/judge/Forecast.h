@@ -13,9 +13,9 @@ namespace Routing::Agent {
 /// where a short hold time asks for it (RFC 5059 section 5).
 struct FailoverTerms {
   AddressFamily af = AddressFamily::unset;
-  std::uint32_t holdTime = 0;                         ///< seconds, the BS time-out
-  BsrCandidateSettings candidate = {};                ///< of the router that takes over
-  std::uint16_t rpInterval = RpCandidate{}.interval;  ///< seconds between advertisements
+  std::uint32_t holdTime = 0;                                 ///< seconds, the BS time-out
+  ZoneSettings candidate = {};                                ///< of the router that takes over
+  std::uint16_t rpInterval = RpInterfaceSettings{}.interval;  ///< seconds between advertisements
   bool candidateAssumed = false;
   bool rpIntervalAssumed = false;
 };

@@ -29,7 +29,8 @@ void judgeGroupLists(FamilyJudge& judge, const std::string& path, const Lists& l
   }
 }
 
-void judgeBsrCandidate(FamilyJudge& judge, const std::string& path, const BsrCandidate& candidate) {
+void judgeBsrCandidate(FamilyJudge& judge, const std::string& path,
+                       const BsrInterfaceSettings& candidate) {
   judgeGroupLists(judge, path, candidate.accessLists);
   if (candidate.zones.empty() && candidate.accessLists.empty()) {
     judge.warn(path, "no zone and no access list: this is no candidate");
@@ -50,7 +51,8 @@ void judgeServed(FamilyJudge& judge, const std::string& path, const IpGenPrefix&
 }
 
 /// Group ranges to which two settings give different priorities.
-void judgeRanges(FamilyJudge& judge, const std::string& path, const RpCandidate& candidate) {
+void judgeRanges(FamilyJudge& judge, const std::string& path,
+                 const RpInterfaceSettings& candidate) {
   std::map<IpGenPrefix, std::pair<std::string, RangePriority>> given;
   const auto give = [&](const IpGenPrefix& range, const std::string& where,
                         const RangePriority& priority) {
@@ -75,7 +77,8 @@ void judgeRanges(FamilyJudge& judge, const std::string& path, const RpCandidate&
   }
 }
 
-void judgeRpCandidate(FamilyJudge& judge, const std::string& path, const RpCandidate& candidate) {
+void judgeRpCandidate(FamilyJudge& judge, const std::string& path,
+                      const RpInterfaceSettings& candidate) {
   for (const auto& [range, priority] : candidate.ranges) {
     judgePriority(judge, entryPath(path, "range", range.text()), priority);
   }

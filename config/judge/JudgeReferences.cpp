@@ -21,7 +21,7 @@ void judgeList(FamilyJudge& judge, const std::string& path, const std::string& n
   judge.error(path, "there is no access list of this name and family");
 }
 
-void judgeHashMask(FamilyJudge& judge, const std::string& path, const BsrCandidateSettings& zone) {
+void judgeHashMask(FamilyJudge& judge, const std::string& path, const ZoneSettings& zone) {
   const std::uint32_t longest = longestHashMask(judge.af);
   if (zone.hashMaskLen <= longest) return;
   judge.error(path + "/hash-mask-length", "invalid value \"" + std::to_string(zone.hashMaskLen) +
@@ -38,7 +38,8 @@ void judgeBorder(FamilyJudge& judge, const std::string& path, const BorderSettin
   }
 }
 
-void judgeZoneGroups(FamilyJudge& judge, const std::string& path, const BsrCandidate& candidate) {
+void judgeZoneGroups(FamilyJudge& judge, const std::string& path,
+                     const BsrInterfaceSettings& candidate) {
   for (const auto& [group, settings] : candidate.zones) {
     const std::string where = entryPath(path, "zone", group.text());
     judgeGroup(judge, where, group);
@@ -51,7 +52,8 @@ void judgeZoneGroups(FamilyJudge& judge, const std::string& path, const BsrCandi
   }
 }
 
-void judgeRangeGroups(FamilyJudge& judge, const std::string& path, const RpCandidate& candidate) {
+void judgeRangeGroups(FamilyJudge& judge, const std::string& path,
+                      const RpInterfaceSettings& candidate) {
   for (const auto& [group, priority] : candidate.ranges) {
     judgeGroup(judge, entryPath(path, "range", group.text()), group);
   }

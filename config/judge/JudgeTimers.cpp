@@ -7,8 +7,8 @@ namespace Routing::Agent {
 namespace {
 
 /// Every setting of a candidate BSR with its path.
-std::map<std::string, BsrCandidateSettings> candidacies(const FamilyJudge& judge) {
-  std::map<std::string, BsrCandidateSettings> result;
+std::map<std::string, ZoneSettings> candidacies(const FamilyJudge& judge) {
+  std::map<std::string, ZoneSettings> result;
   for (const auto& [interface, candidate] : judge.settings.bsrCandidates) {
     const std::string path = judge.bsrCandidatePath(interface);
     for (const auto& [zone, settings] : candidate.zones) {

@@ -5,7 +5,7 @@ namespace Routing::Agent {
 namespace {
 
 using Pim::Bsr::ZoneSource;
-using Claims = Pim::Bsr::ZoneClaims<BsrCandidateSettings>;
+using Claims = Pim::Bsr::ZoneClaims<ZoneSettings>;
 
 /// Such as "/zone[224.0.0.0/4]".
 std::string itemPath(const ZoneSource& source, const IpGenPrefix& zone) {
@@ -15,7 +15,7 @@ std::string itemPath(const ZoneSource& source, const IpGenPrefix& zone) {
 
 /// Whoever comes later is told of the first, in the order of the interfaces and their items.
 void claimZone(FamilyJudge& judge, Claims& claims, const IpGenPrefix& zone,
-               const ZoneSource& source, const BsrCandidateSettings& settings) {
+               const ZoneSource& source, const ZoneSettings& settings) {
   claims.zones.claim(zone, source, settings);
   const auto& [first, firstSettings] = *claims.zones.of(zone).begin();
   if (first == source) return;

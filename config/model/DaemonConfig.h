@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "bsr/types/Config.h"
+#include "bsr/types/Limits.h"
 #include "platform/acl/AclRule.h"
 #include "platform/net/AddressFamily.h"
 #include "platform/net/IpGenPrefix.h"
@@ -49,21 +50,21 @@ struct InterfaceSettings {
   friend bool operator==(const InterfaceSettings&, const InterfaceSettings&) = default;
 };
 
-/// What a candidate BSR claims in a zone (RFC 5059 section 5).
-struct BsrCandidateSettings {
+/// What an interface's candidate BSR claims in a zone (RFC 5059 section 5).
+struct ZoneSettings {
   std::uint8_t priority = 64;      ///< higher wins
   std::uint32_t hashMaskLen = 30;  ///< bits; 126 in IPv6 unless given
   std::uint32_t interval = 60;     ///< seconds
 
-  friend bool operator==(const BsrCandidateSettings&, const BsrCandidateSettings&) = default;
+  friend bool operator==(const ZoneSettings&, const ZoneSettings&) = default;
 };
 
 /// The zones of an interface whose address is a candidate BSR.
-struct BsrCandidate {
-  std::map<IpGenPrefix, BsrCandidateSettings> zones;
-  std::map<std::string, BsrCandidateSettings> accessLists;
+struct BsrInterfaceSettings {
+  std::map<IpGenPrefix, ZoneSettings> zones;
+  std::map<std::string, ZoneSettings> accessLists;
 
-  friend bool operator==(const BsrCandidate&, const BsrCandidate&) = default;
+  friend bool operator==(const BsrInterfaceSettings&, const BsrInterfaceSettings&) = default;
 };
 
 /// Priority of a group range, 0 the best. Who writes the default means the same as who leaves it.
@@ -79,13 +80,13 @@ struct RangePriority {
 };
 
 /// The group ranges of an interface whose address is a candidate RP.
-struct RpCandidate {
+struct RpInterfaceSettings {
   std::map<IpGenPrefix, RangePriority> ranges;
   std::map<std::string, RangePriority> accessLists;
   Pim::PimMode mode = Pim::PimMode::sparse;
   std::uint16_t interval = 60;  ///< seconds between advertisements
 
-  friend bool operator==(const RpCandidate&, const RpCandidate&) = default;
+  friend bool operator==(const RpInterfaceSettings&, const RpInterfaceSettings&) = default;
 };
 
 /// One VRF and address family. Maps are by interface name.
@@ -95,8 +96,8 @@ struct FamilySettings {
   /// Seconds, as given: ten hold times may be more.
   std::uint32_t scopeZoneTimeout = Pim::Bsr::Config::szTimeoutDefault;
   std::set<std::string> rpFilter;  ///< names of access lists
-  std::map<std::string, BsrCandidate> bsrCandidates;
-  std::map<std::string, RpCandidate> rpCandidates;
+  std::map<std::string, BsrInterfaceSettings> bsrCandidates;
+  std::map<std::string, RpInterfaceSettings> rpCandidates;
 
   friend bool operator==(const FamilySettings&, const FamilySettings&) = default;
 };
@@ -105,10 +106,10 @@ using VrfSettings = std::map<AddressFamily, FamilySettings>;
 
 /// Bounds in every VRF and family.
 struct LimitSettings {
-  std::uint32_t zones = 1024;
-  std::uint32_t groups = 16384;
-  std::uint32_t rps = 65536;
-  std::uint32_t fragments = 4096;
+  std::uint32_t zones = Pim::Bsr::PimBsrLimits::maxZonesDefault;
+  std::uint32_t groups = Pim::Bsr::PimBsrLimits::maxGroupsDefault;
+  std::uint32_t rps = Pim::Bsr::PimBsrLimits::maxRpsDefault;
+  std::uint32_t fragments = Pim::Bsr::PimBsrLimits::maxFragmentsDefault;
 
   friend bool operator==(const LimitSettings&, const LimitSettings&) = default;
 };

@@ -34,7 +34,7 @@ class DutyBook {
   }
 
   // Of what is said twice of a prefix, the last list by name holds.
-  void addBsr(const std::string& name, const Agent::BsrCandidate& candidate) {
+  void addBsr(const std::string& name, const Agent::BsrInterfaceSettings& candidate) {
     if (!addresses_.contains(IntfId(name))) return;
     for (const auto& [zone, settings] : candidate.zones) duties_.zones[zone] = settings.interval;
     for (const auto& [list, settings] : candidate.accessLists) {
@@ -43,7 +43,7 @@ class DutyBook {
   }
 
   // Interfaces that share an address share the candidacy; the first by name says how it is.
-  void addRp(const std::string& name, const Agent::RpCandidate& candidate) {
+  void addRp(const std::string& name, const Agent::RpInterfaceSettings& candidate) {
     const auto address = addresses_.find(IntfId(name));
     if (address == addresses_.end()) return;
     std::map<IpGenPrefix, std::uint8_t> ranges;

@@ -129,7 +129,7 @@ YamlNodePtr piece(const std::string& key, const YamlValue& value, AddressFamily 
 
 bool isOfTheTop(const std::string& key) {
   return key == "limits" || key == "log-level" || key == "trace" || key == "control-socket" ||
-         key == "state-directory";
+         key == "state-directory" || key == "consumer" || key == "metrics";
 }
 
 }  // namespace

@@ -137,8 +137,8 @@ class Expected {
     }
     for (const IpGenPrefix& prefix : prefixes) borders_[prefix] += ' ' + name;
   }
-  void bsr(const std::string& name, const BsrCandidate& candidate) {
-    const auto text = [&](const BsrCandidateSettings& settings) {
+  void bsr(const std::string& name, const BsrInterfaceSettings& candidate) {
+    const auto text = [&](const ZoneSettings& settings) {
       return ' ' + name + ' ' + addresses.at(name) + ' ' + std::to_string(settings.priority) + '/' +
              std::to_string(settings.hashMaskLen) + '/' + std::to_string(settings.interval);
     };
@@ -147,7 +147,7 @@ class Expected {
       for (const IpGenPrefix& zone : permitted(list).group) bsrs_[zone] = text(settings);
     }
   }
-  void rp(const std::string& name, const RpCandidate& candidate) {
+  void rp(const std::string& name, const RpInterfaceSettings& candidate) {
     std::map<IpGenPrefix, unsigned> ranges;
     for (const auto& [range, priority] : candidate.ranges) ranges[range] = priority.value;
     for (const auto& [list, priority] : candidate.accessLists) {

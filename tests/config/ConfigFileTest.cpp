@@ -54,16 +54,15 @@ TEST(Config, HasTheDefaultsOfTheLibrary) {
   EXPECT_EQ(settings.scopeZoneTimeout, Pim::Bsr::Config::szTimeoutDefault);
 
   using Zone = Pim::Bsr::BsrCandidateGroup;
-  const BsrCandidateSettings zone{Zone::priorityDefault, Zone::hashMaskLenDefault,
-                                  Zone::intervalDefault};
+  const ZoneSettings zone{Zone::priorityDefault, Zone::hashMaskLenDefault, Zone::intervalDefault};
   EXPECT_EQ(settings.bsrCandidates.at("eth0").zones.at(prefix("224.0.0.0/4")), zone);
   const DaemonConfig ipv6 = load(bsrText(
       "ipv6", R"({bsr-candidate: {interface: [{name: eth0, zone: [{group: "ff00::/8"}]}]}})"));
-  const BsrCandidate& candidate =
+  const BsrInterfaceSettings& candidate =
       family(ipv6, "default", AddressFamily::ipv6).bsrCandidates.at("eth0");
   EXPECT_EQ(candidate.zones.at(prefix("ff00::/8")).hashMaskLen, 126U);
 
-  const RpCandidate& rp = settings.rpCandidates.at("eth0");
+  const RpInterfaceSettings& rp = settings.rpCandidates.at("eth0");
   EXPECT_EQ(rp.interval, Pim::Bsr::CrpAdvInterval().value());
   EXPECT_EQ(rp.mode, Pim::PimMode::sparse);
   EXPECT_EQ(rp.ranges.at(prefix("224.0.0.0/4")).value, 192);
@@ -108,10 +107,10 @@ TEST(Config, IsReadAsWritten) {
             (std::set{prefix("10.0.0.0/8"), prefix("192.0.2.1/32")}));
   EXPECT_EQ(ipv4.interfaces.at("eth1").border, (BorderSettings{{prefix("224.0.0.0/4")}, {}}));
   EXPECT_EQ(ipv4.rpFilter, std::set<std::string>{"RPS"});
-  const BsrCandidate& bsr = ipv4.bsrCandidates.at("lo");
-  EXPECT_EQ(bsr.zones.at(prefix("224.0.0.0/4")), (BsrCandidateSettings{64, 30, 10}));
-  EXPECT_EQ(bsr.accessLists.at("SITES"), (BsrCandidateSettings{64, 0, 10}));
-  const RpCandidate& rp = ipv4.rpCandidates.at("lo");
+  const BsrInterfaceSettings& bsr = ipv4.bsrCandidates.at("lo");
+  EXPECT_EQ(bsr.zones.at(prefix("224.0.0.0/4")), (ZoneSettings{64, 30, 10}));
+  EXPECT_EQ(bsr.accessLists.at("SITES"), (ZoneSettings{64, 0, 10}));
+  const RpInterfaceSettings& rp = ipv4.rpCandidates.at("lo");
   EXPECT_EQ(rp.mode, Pim::PimMode::bidirectional);
   EXPECT_EQ(rp.interval, 21845);
   EXPECT_EQ(rp.ranges.at(prefix("224.0.0.0/4")).value, 0);

@@ -59,15 +59,15 @@ class RandomConfig {
     if (below(2) == 0) rpIs(family.rpCandidates[name]);
   }
 
-  static void bsrIs(BsrCandidate& candidate) {
+  static void bsrIs(BsrInterfaceSettings& candidate) {
     const auto settings = [] {
-      return BsrCandidateSettings{static_cast<std::uint8_t>(below(3)), below(33), 10 + below(3)};
+      return ZoneSettings{static_cast<std::uint8_t>(below(3)), below(33), 10 + below(3)};
     };
     for (unsigned zone = below(3); zone > 0; --zone) candidate.zones[onePrefix()] = settings();
     if (below(2) == 0) candidate.accessLists[oneOf(lists)] = settings();
   }
 
-  static void rpIs(RpCandidate& candidate) {
+  static void rpIs(RpInterfaceSettings& candidate) {
     const auto priority = [] { return RangePriority{static_cast<std::uint8_t>(below(3)), true}; };
     for (unsigned range = below(3); range > 0; --range) candidate.ranges[onePrefix()] = priority();
     if (below(2) == 0) candidate.accessLists[oneOf(lists)] = priority();
