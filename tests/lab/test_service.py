@@ -4,6 +4,7 @@ import os
 import signal
 import socket
 
+from kit.config import both
 from kit.play import Play
 from kit.router import FAMILIES, IPV4
 
@@ -15,6 +16,8 @@ class Service(Play):
         super().setUp()
         self.told = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
         self.told.bind("/run/notify.sock")
+        self.addCleanup(os.unlink, "/run/notify.sock")
+        self.addCleanup(self.told.close)
         self.told.settimeout(10)
         environment = {"NOTIFY_SOCKET": "/run/notify.sock", "WATCHDOG_USEC": str(WATCHDOG_SECONDS * 10**6)}
         os.environ.update(environment)
@@ -42,3 +45,9 @@ class Service(Play):
             pass
         router.end(signal.SIGTERM)
         self.hears("STOPPING=1")
+
+    def test_it_is_ready_though_its_only_vrf_is_not_there(self):
+        router, = self.build_line(1).routers
+        router.configure({"vrf": [both()["vrf"][0] | {"name": "red"}]})
+        router.start()
+        self.assertEqual(self.told.recv(4096), b"READY=1")

@@ -119,6 +119,10 @@ TEST_F(ConfigRestart, UntilTheDumpIsDoneAddressesMayStillCome) {
   bed.addressIs("eth0", "10.1.1.1");
   bed.addressIs("eth1", "10.2.2.2");
   EXPECT_EQ(bed.cbsr().size(), 3U);
+  bed.addressIs("eth0", "");
+  EXPECT_EQ(bed.cbsr().size(), 2U) << "once it had come it is waited for no more";
+  EXPECT_FALSE(bed.status->crp(addr("10.1.1.1")));
+  bed.addressIs("eth0", "10.1.1.1");
   bed.changes();
   bed.addressIs("eth2", "10.2.2.2");
   bed.sourceIntfSm->initialDumpDoneIs(true);
