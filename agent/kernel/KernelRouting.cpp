@@ -5,7 +5,7 @@
 
 namespace Routing::Agent {
 namespace {
-TraceHandle trace("Agent::Routing");
+TraceHandle routingTrace("Agent::Routing");
 }  // namespace
 
 const std::vector<Pim::NextHop>& KernelRouting::answer(const IpGenAddr& address) const {
@@ -27,7 +27,7 @@ KernelRouting::Answer KernelRouting::ask(const IpGenAddr& address) const {
   const auto hops = source_.hops(address, vrfIndex);
   Answer answer{clock_.now() + (hops ? answerLife : failureLife), {}};
   if (!hops) {
-    ROUTING_TRACE(trace, 1, vrf_, " No answer to the look-up of ", address);
+    ROUTING_TRACE(routingTrace, 1, vrf_, " No answer to the look-up of ", address);
     return answer;
   }
   for (const RouteHop& hop : *hops) {
@@ -36,7 +36,7 @@ KernelRouting::Answer KernelRouting::ask(const IpGenAddr& address) const {
     if (interface == nullptr || interface->vrf != vrf_) continue;
     answer.hops.push_back({intf, hop.gateway});
   }
-  ROUTING_TRACE(trace, 8, vrf_, " ", address, " has ", answer.hops.size(), " next hops");
+  ROUTING_TRACE(routingTrace, 8, vrf_, " ", address, " has ", answer.hops.size(), " next hops");
   return answer;
 }
 

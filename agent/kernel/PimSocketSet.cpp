@@ -9,7 +9,7 @@
 namespace Routing::Agent {
 namespace {
 
-TraceHandle trace("Agent::Socket");
+TraceHandle socketTrace("Agent::Socket");
 
 std::string errorText(int error) {
   return std::generic_category().message(error);
@@ -62,9 +62,9 @@ void PimSocketSet::close(Endpoint& endpoint) {
 void PimSocketSet::openLink(const IntfId& intf, Endpoint& link) try {
   link.socket = RawSocket::onLink(af_, link.index);
   link.watch = loop_.whenReadable(link.socket.fd(), [this, intf] { handleLink(intf); });
-  ROUTING_TRACE(trace, 4, vrf_, " Opened the socket of ", intf, " (", link.index, ")");
+  ROUTING_TRACE(socketTrace, 4, vrf_, " Opened the socket of ", intf, " (", link.index, ")");
 } catch (const std::system_error& error) {
-  ROUTING_TRACE(trace, 1, vrf_, " No socket for ", intf, ": ", error.what());
+  ROUTING_TRACE(socketTrace, 1, vrf_, " No socket for ", intf, ": ", error.what());
   retryTimer_.expiryInIs(retryDelay);
 }
 
@@ -78,7 +78,7 @@ void PimSocketSet::openMissing() {
 }
 
 void PimSocketSet::closeFailed(Endpoint& endpoint, std::string_view name) {
-  ROUTING_TRACE(trace, 1, vrf_, " The socket of ", name, " failed");
+  ROUTING_TRACE(socketTrace, 1, vrf_, " The socket of ", name, " failed");
   const std::uint32_t index = endpoint.index;
   close(endpoint);
   endpoint.index = index;
@@ -137,7 +137,7 @@ void PimSocketSet::receiveUnicast(const RawDatagram& datagram) {
 bool PimSocketSet::send(const Pim::TransmitPacket& packet) {
   const int error = packet.destination.isMulticast() ? sendOnLink(packet) : sendUnicast(packet);
   if (error == 0) return true;
-  ROUTING_TRACE(trace, 1, vrf_, " TX - Error from ", packet.source, " to ", packet.destination,
+  ROUTING_TRACE(socketTrace, 1, vrf_, " TX - Error from ", packet.source, " to ", packet.destination,
                 " on ", packet.intf, ": ", errorText(error));
   return false;
 }
