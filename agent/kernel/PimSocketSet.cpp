@@ -137,8 +137,8 @@ void PimSocketSet::receiveUnicast(const RawDatagram& datagram) {
 bool PimSocketSet::send(const Pim::TransmitPacket& packet) {
   const int error = packet.destination.isMulticast() ? sendOnLink(packet) : sendUnicast(packet);
   if (error == 0) return true;
-  ROUTING_TRACE(socketTrace, 1, vrf_, " TX - Error from ", packet.source, " to ", packet.destination,
-                " on ", packet.intf, ": ", errorText(error));
+  ROUTING_TRACE(socketTrace, 1, vrf_, " TX - Error from ", packet.source, " to ",
+                packet.destination, " on ", packet.intf, ": ", errorText(error));
   return false;
 }
 

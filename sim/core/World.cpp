@@ -67,7 +67,7 @@ const Pace& World::pace() const {
 
 const Agent::DaemonConfig& World::config(RouterId router) const {
   const Node& node = *nodes_[router];
-  return node.config ? *node.config : node.entities->config();
+  return node.config ? *node.config : node.entities->written();
 }
 
 bool World::keptStatus(RouterId router) const {
@@ -292,7 +292,7 @@ void World::shutdown(RouterId router) {
 
 void World::keepConfig(RouterId router) {
   Node& node = *nodes_[router];
-  node.config = std::make_unique<Agent::DaemonConfig>(node.entities->config());
+  node.config = std::make_unique<Agent::DaemonConfig>(node.entities->written());
 }
 
 void World::end(RouterId router) {
