@@ -13,6 +13,9 @@
 namespace Routing::Agent {
 namespace {
 
+/// Seconds; routers of a link that comes up at once still do not speak at once.
+constexpr double firstHelloDelay = 0.03;
+
 void clearRefusals(Pim::Bsr::PimBsrLimits& limits) {
   using Limits = Pim::Bsr::PimBsrLimits;
   for (const auto set :
@@ -148,7 +151,9 @@ void DaemonInstance::pimIntfsAre(const std::map<std::string, InterfaceSettings>&
   PermittedLists lists(config_);
   for (const auto& [name, settings] : interfaces) {
     const IntfId intf(name);
-    pim_.helloConfigIs(intf, helloConfig(settings, af_, lists));
+    Pim::HelloConfig hello = helloConfig(settings, af_, lists);
+    hello.firstDelay = firstHelloDelay;
+    pim_.helloConfigIs(intf, hello);
     if (!pimIntfs_.insert(intf).second) continue;
     const Interface* interface = interfaces_.interface(intf);
     if (interface != nullptr && interface->vrf == vrf_) pimIntfIs(intf, *interface, false);
