@@ -1,4 +1,5 @@
 #include <spdlog/spdlog.h>
+#include <sys/resource.h>
 
 #include <csignal>
 #include <exception>
@@ -15,6 +16,14 @@ namespace {
 
 constexpr int badConfig = 78;  // sysexits.h: EX_CONFIG
 
+/// Each interface takes a socket for a family: as many as the system grants at all.
+void allowManySockets() {
+  rlimit files{};
+  if (getrlimit(RLIMIT_NOFILE, &files) != 0) return;
+  files.rlim_cur = files.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &files);
+}
+
 int run(const Options& options) try {
   const ConfigSource source(options);
   LoadedConfig loaded = source.load();
@@ -25,6 +34,7 @@ int run(const Options& options) try {
     return badConfig;
   }
   std::signal(SIGPIPE, SIG_IGN);  // a reader of the log or of the control socket may go away
+  allowManySockets();
   return Daemon(source, options.timeouts, loaded).run();
 } catch (const std::exception& error) {
   spdlog::critical("cannot start: {}", error.what());

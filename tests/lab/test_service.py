@@ -6,9 +6,10 @@ import socket
 
 from kit.config import both
 from kit.play import Play
-from kit.router import FAMILIES, IPV4
+from kit.router import FAMILIES, IPV4, programs
 
 WATCHDOG_SECONDS = 2
+FEW_FILES = 12  # that a process may have before it asks for more; the daemon needs more at once
 
 
 class Service(Play):
@@ -46,8 +47,11 @@ class Service(Play):
         router.end(signal.SIGTERM)
         self.hears("STOPPING=1")
 
-    def test_it_is_ready_though_its_only_vrf_is_not_there(self):
+    def test_it_is_ready_with_few_files_and_without_its_only_vrf(self):
         router, = self.build_line(1).routers
         router.configure({"vrf": [both()["vrf"][0] | {"name": "red"}]})
-        router.start()
+        process = router.node.start("prlimit", f"--nofile={FEW_FILES}:1000", programs() / "pimbsrd",
+                                    "--config", router.config, "--control", router.socket)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
         self.assertEqual(self.told.recv(4096), b"READY=1")
