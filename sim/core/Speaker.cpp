@@ -36,6 +36,9 @@ Speaker::Speaker(World& world, RouterId router, AddressFamily af)
       addresses_{{loopbackIntf(), Topology::loopback(router, af)}},
       limits_(std::make_shared<Pim::Bsr::PimBsrLimits>()),
       localRoutes_(std::make_shared<Pim::PimUcastRouteStatus>(af)) {
+  for (const NetworkId network : world.topology().router(router).networks) {
+    networks_.emplace_back(network, world.topology().network(network).intfOf(router));
+  }
   forget();
   publishAddresses();
 }
@@ -62,8 +65,17 @@ IpGenAddr Speaker::globalAddress(NetworkId network) const {
   return Topology::onNetwork(network, world_.topology().network(network).placeOf(router_), af_);
 }
 
-IntfId Speaker::intfOn(NetworkId network) const {
-  return IntfId(world_.topology().network(network).intfOf(router_));
+const IntfId& Speaker::intfOn(NetworkId network) const {
+  return std::find_if(networks_.begin(), networks_.end(),
+                      [&](const auto& entry) { return entry.first == network; })
+      ->second;
+}
+
+std::optional<NetworkId> Speaker::networkOn(const IntfId& intf) const {
+  for (const auto& [network, name] : networks_) {
+    if (name == intf) return network;
+  }
+  return std::nullopt;
 }
 
 // Who has which address is known to the routing of everyone and to the forwarding table here.
@@ -73,7 +85,7 @@ void Speaker::publishAddresses() {
     localRoutes_->routeIs(IpGenPrefix::host(address), {Pim::ForwardingKind::local});
   };
   tell(loopback(), {router_, true, 0});
-  for (const NetworkId network : world_.topology().router(router_).networks) {
+  for (const auto& [network, intf] : networks_) {
     tell(globalAddress(network), {router_, false, network});
   }
 }
@@ -102,8 +114,8 @@ void Speaker::addressIs(const IntfId& intf, const IpGenAddr& address) {
 
 Duties Speaker::dutiesBy(const Agent::DaemonConfig& config) const {
   Addresses addresses = addresses_;
-  for (const NetworkId network : world_.topology().router(router_).networks) {
-    if (world_.liveness().network[network]) addresses[intfOn(network)] = globalAddress(network);
+  for (const auto& [network, intf] : networks_) {
+    if (world_.liveness().network[network]) addresses[intf] = globalAddress(network);
   }
   return dutiesOf(config, af_, addresses);
 }
@@ -129,9 +141,9 @@ void Speaker::start(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir,
   bsr_ = std::make_unique<Pim::Bsr::BsrInstance>(inputs(dir, entities));
   handleConfig();
   for (const auto& [intf, address] : addresses_) sources_->addressIs(intf, address);
-  for (const NetworkId network : world_.topology().router(router_).networks) {
+  for (const auto& [network, intf] : networks_) {
     if (world_.liveness().network[network]) {
-      sources_->addressIs(intfOn(network), globalAddress(network));
+      sources_->addressIs(intf, globalAddress(network));
     }
   }
   sources_->initialDumpDoneIs(true);
@@ -163,13 +175,13 @@ void Speaker::handleConfig() {
   refreshDuties();
   if (!running()) return;
   Agent::PermittedLists lists(world_.config(router_));
-  for (const NetworkId network : world_.topology().router(router_).networks) {
-    const auto interface = settings().interfaces.find(intfOn(network).text());
+  for (const auto& [network, intf] : networks_) {
+    const auto interface = settings().interfaces.find(intf.text());
     if (interface == settings().interfaces.end()) {
-      if (pimNetworks_.erase(network) > 0) pim_->intfDel(intfOn(network));
+      if (pimNetworks_.erase(network) > 0) pim_->intfDel(intf);
       continue;
     }
-    pim_->helloConfigIs(intfOn(network), Agent::helloConfig(interface->second, af_, lists));
+    pim_->helloConfigIs(intf, Agent::helloConfig(interface->second, af_, lists));
     if (pimNetworks_.insert(network).second) {
       pimIntfIs(network, world_.liveness().network[network]);
     }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "bsr/host/BsrInstance.h"
@@ -61,6 +63,8 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   /// Tells the machines whether a network can be used.
   void networkIs(NetworkId network, bool up);
   void receive(const Packet& packet);
+  /// The network that an interface leads to; none for the name of no such interface.
+  std::optional<NetworkId> networkOn(const IntfId& intf) const;
   /// Whether the router has an address.
   bool owns(const IpGenAddr& address) const;
 
@@ -74,13 +78,14 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   void publishAddresses();
   void refreshDuties();
   IpGenAddr globalAddress(NetworkId network) const;
-  IntfId intfOn(NetworkId network) const;
+  const IntfId& intfOn(NetworkId network) const;
   void pimIntfIs(NetworkId network, bool up);
 
   World& world_;
   const RouterId router_;
   const AddressFamily af_;
-  Random random_;  // goes on over restarts
+  Random random_;                                       // goes on over restarts
+  std::vector<std::pair<NetworkId, IntfId>> networks_;  // with the interface on each, in order
   Addresses addresses_;
   Duties duties_;
   std::shared_ptr<Pim::Bsr::Status> status_;

@@ -171,14 +171,11 @@ bool World::send(RouterId router, AddressFamily af, const Pim::TransmitPacket& s
     packet.ttl = unicastTtl;
     return sendUnicast(router, std::move(packet));
   }
-  for (const NetworkId network : topology_.router(router).networks) {
-    if (topology_.network(network).intfOf(router) != sent.intf.text()) continue;
-    if (!liveness_.attached(router, network)) return false;
-    packet.network = network;
-    transmit(std::move(packet));
-    return true;
-  }
-  return false;
+  const auto network = speaker(router, af).networkOn(sent.intf);
+  if (!network || !liveness_.attached(router, *network)) return false;
+  packet.network = *network;
+  transmit(std::move(packet));
+  return true;
 }
 
 bool World::sendUnicast(RouterId router, Packet packet) {
