@@ -122,8 +122,12 @@ void Entity::tellAll(std::size_t attribute, const void* key) {
 void Entity::tellTrees(const TreeNotice& notice) const {
   FirstError error;
   for (const Entity* at = this; at != nullptr && notice.watch.alive();) {
+    if (at->observers_ == nullptr || !at->observers_->observed(treeList)) {
+      at = at->parent_;
+      continue;
+    }
     const Watch watch(*at);
-    if (at->observers_ != nullptr) error.run([&] { at->observers_->notify(treeList, &notice); });
+    error.run([&] { at->observers_->notify(treeList, &notice); });
     at = watch.alive() ? at->parent_ : nullptr;
   }
   error.rethrow();

@@ -48,11 +48,25 @@ Speaker::~Speaker() = default;
 void Speaker::forget() {
   status_ = Pim::Bsr::newStatus(defaultVrf(), af_);
   view_ = std::make_shared<Pim::RpCandidateStatus>(defaultVrf());
+  watch();
+}
+
+void Speaker::watch() {
   statusChanges_ =
       status_->treeReactor([this, counters = status_->counters().get()](const TreeChange& change) {
-        if (&change.entity != counters) world_.touch(router_);
+        if (&change.entity != counters) changed();
       });
-  viewChanges_ = view_->treeReactor([this](const TreeChange&) { world_.touch(router_); });
+  viewChanges_ = view_->treeReactor([this](const TreeChange&) { changed(); });
+}
+
+void Speaker::changed() {
+  world_.touch(router_);
+  statusChanges_ = {};
+  viewChanges_ = {};
+}
+
+void Speaker::settled() {
+  if (!viewChanges_.active()) watch();
 }
 
 const Agent::FamilySettings& Speaker::settings() const {

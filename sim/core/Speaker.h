@@ -60,6 +60,8 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   void addressIs(const IntfId& intf, const IpGenAddr& address);
   /// The address of "lo".
   IpGenAddr loopback() const;
+  /// The event is over in which the router was touched.
+  void settled();
   /// Tells the machines whether a network can be used.
   void networkIs(NetworkId network, bool up);
   void receive(const Packet& packet);
@@ -75,6 +77,8 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   const Agent::FamilySettings& settings() const;
   Pim::Bsr::BsrInputs inputs(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir,
                              const Agent::ConfigEntities& entities);
+  void watch();
+  void changed();
   void publishAddresses();
   void refreshDuties();
   IpGenAddr globalAddress(NetworkId network) const;
@@ -92,13 +96,13 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   std::shared_ptr<Pim::RpCandidateStatus> view_;
   std::shared_ptr<Pim::Bsr::PimBsrLimits> limits_;
   std::shared_ptr<Pim::PimUcastRouteStatus> localRoutes_;
-  Subscription statusChanges_;
-  Subscription viewChanges_;
   double startedAt_ = 0.0;
   std::unique_ptr<Pim::PimInstance> pim_;
   std::set<NetworkId> pimNetworks_;  // on which PIM runs
   std::shared_ptr<SourceIntfSm> sources_;
   std::unique_ptr<Pim::Bsr::BsrInstance> bsr_;
+  Subscription statusChanges_;  // both to the first change of an event, and none at the very end
+  Subscription viewChanges_;
 };
 
 }  // namespace Routing::Sim

@@ -149,7 +149,10 @@ void World::touch(RouterId router) {
 
 void World::settle() {
   for (WorldObserver* observer : observers_) observer->settled(touched_);
-  for (const RouterId router : touched_) isTouched_[router] = false;
+  for (const RouterId router : touched_) {
+    isTouched_[router] = false;
+    for (const auto& speaker : speakersOf(router)) speaker->settled();
+  }
   touched_.clear();
 }
 
