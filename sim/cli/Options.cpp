@@ -151,10 +151,10 @@ void addScale(CLI::App& app, Options& options) {
       *app.add_subcommand("scale", "Measures a large torus: speed, memory, agreement");
   scale.add_option("--columns", options.columns, "of routers")
       ->type_name("NUMBER")
-      ->check(CLI::Range(3, 200));
+      ->check(CLI::Range(3, 1000));
   scale.add_option("--rows", options.rows, "of routers")
       ->type_name("NUMBER")
-      ->check(CLI::Range(3, 200));
+      ->check(CLI::Range(3, 1000));
   scale.add_option("--rps", options.rps, "candidate RPs")
       ->type_name("NUMBER")
       ->check(CLI::Range(0, 250));

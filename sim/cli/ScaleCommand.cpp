@@ -2,9 +2,11 @@
 
 #include <sys/resource.h>
 
+#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <memory>
+#include <string>
 
 #include "sim/core/Configs.h"
 #include "sim/report/TextReport.h"
@@ -25,10 +27,14 @@ double processorTime() {
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
+// Octets, of this program alone; what getrusage() says may be that of who started it.
 double peakMemory() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  return static_cast<double>(usage.ru_maxrss) * 1024.0;
+  std::ifstream status("/proc/self/status");
+  std::string word;
+  while (status >> word && word != "VmHWM:") continue;
+  double kibibytes = 0.0;
+  status >> kibibytes;
+  return kibibytes * 1024.0;
 }
 
 Scenario torus(const Options& options) {
@@ -66,7 +72,7 @@ int scaleCommand(const Options& options) {
   auto run =
       std::make_unique<ScenarioRun>(scenario, RunOptions{options.firstSeed, false, std::nullopt});
   const std::size_t routers = scenario.topology.routers().size();
-  std::cout << std::fixed << std::setprecision(1) << "seed " << options.firstSeed << "  " << routers
+  std::cout << std::fixed << std::setprecision(2) << "seed " << options.firstSeed << "  " << routers
             << " routers, " << options.rps << " candidate RPs, " << options.seconds
             << " s simulated\nbuilt in " << processorTime() - start << " s, "
             << (peakMemory() - before) / static_cast<double>(routers) / 1024 << " KiB a router\n";
