@@ -1,109 +1,169 @@
 #include "platform/time/TimerWheel.h"
 
 #include <algorithm>
-#include <exception>
-#include <utility>
 
 #include "platform/entity/Assertion.h"
+#include "platform/entity/FirstError.h"
 
 namespace Routing {
 namespace {
+
 constexpr std::size_t arity = 4;
-constexpr std::size_t notInHeap = ~std::size_t{0};
+constexpr double ticksInSecond = 1024.0;  // a power of two: instants keep their order
+constexpr std::uint64_t lastTick = (std::uint64_t{1} << 48) - 1;
+
+// Instants before the clock's origin, or thousands of years ahead, share a tick.
+std::uint64_t tickOf(double instant) {
+  const double ticks = instant * ticksInSecond;
+  if (!(ticks < static_cast<double>(lastTick))) return lastTick;
+  return ticks < 0.0 ? 0 : static_cast<std::uint64_t>(ticks);
+}
+
+void close(TimerLink& head) {
+  head.next = head.previous = &head;
+}
+
+void append(TimerLink& head, TimerLink& link) {
+  link.previous = head.previous;
+  link.next = &head;
+  head.previous->next = &link;
+  head.previous = &link;
+}
+
+void unlink(TimerLink& link) {
+  link.next->previous = link.previous;
+  link.previous->next = link.next;
+  link.next = nullptr;
+}
+
 }  // namespace
 
-struct Timer::Entry {
-  std::function<void()> callback;
-  double expiry = never;
-  std::uint64_t serial = 0;  // of the last arming
-  std::size_t position = notInHeap;
-  bool due = false;           // taken out by the turn under way and not fired yet
-  std::uint32_t holders = 1;  // the timer, and a turn that is about to fire it
+/// The timers of a turn that have not fired yet: the wheel holds them no longer.
+struct TimerWheel::Due {
+  Due() { close(head); }
+  Due(const Due&) = delete;
+  Due& operator=(const Due&) = delete;
+  ~Due() {
+    while (!empty()) takeFirst();
+  }
+  bool empty() const { return head.next == &head; }
+  void append(Timer& timer) { Routing::append(head, timer); }
+  Timer& takeFirst() {
+    Timer& timer = static_cast<Timer&>(*head.next);
+    unlink(timer);
+    timer.expiry_ = never;
+    return timer;
+  }
+
+  TimerLink head;
 };
 
-Timer::Timer(TimerWheel& wheel, std::function<void()> callback) : wheel_(wheel), entry_(new Entry) {
-  entry_->callback = std::move(callback);
-}
-
 Timer::~Timer() {
-  wheel_.disarm(*entry_);
-  TimerWheel::release(entry_);
+  wheel_.takeOut(*this);
 }
 
-double Timer::expiry() const {
-  return entry_->expiry;
-}
-
-void Timer::expiryIs(double instant) {
-  instant == never ? wheel_.disarm(*entry_) : wheel_.arm(*entry_, instant);
-}
-
-void Timer::expiryInIs(double delay) {
-  expiryIs(wheel_.now() + delay);
+TimerWheel::TimerWheel(const Clock& clock) : clock_(clock) {
+  std::for_each(heads_.begin(), heads_.end(), close);
 }
 
 TimerWheel::~TimerWheel() {
-  ROUTING_ASSERT(heap_.empty());
+  ROUTING_ASSERT(armed_ == 0);
 }
 
 std::size_t TimerWheel::fireDue() {
   const double now = clock_.now();
-  std::vector<Timer::Entry*> batch;
+  Due due;
   while (settle() && heap_.front().expiry <= now) {
-    Timer::Entry* entry = heap_.front().entry;
-    takeOut(0);
-    entry->due = true;
-    ++entry->holders;
-    batch.push_back(entry);
+    Timer& timer = *heap_.front().timer;
+    takeOut(timer);
+    due.append(timer);
   }
-  std::exception_ptr firstError;
+  FirstError error;
   std::size_t fired = 0;
-  for (Timer::Entry* entry : batch) {
-    if (std::exchange(entry->due, false)) {
-      ++fired;
-      entry->expiry = never;
-      try {
-        entry->callback();
-      } catch (...) {
-        if (!firstError) firstError = std::current_exception();
-      }
-    }
-    release(entry);
+  for (; !due.empty(); ++fired) {
+    const Timer& timer = due.takeFirst();
+    error.run([&] { timer.callback_(); });
   }
-  if (firstError) std::rethrow_exception(firstError);
+  error.rethrow();
   return fired;
 }
 
-void TimerWheel::arm(Timer::Entry& entry, double instant) {
-  entry.due = false;
-  entry.expiry = instant;
-  entry.serial = ++lastSerial_;
-  const Slot slot{instant, entry.serial, &entry};
-  if (entry.position == notInHeap) {
+void TimerWheel::move(Timer& timer, double instant) {
+  takeOut(timer);
+  timer.expiry_ = instant;
+  if (instant == never) return;
+  timer.serial_ = ++lastSerial_;
+  put(timer);
+  ++armed_;
+}
+
+// From wherever it is: the wheel, a turn that has not fired it yet, or nowhere.
+void TimerWheel::takeOut(Timer& timer) {
+  const bool held = timer.bound_ != never;
+  timer.bound_ = never;
+  if (timer.next == nullptr) {
+    if (held) takeFromHeap(timer.index);
+  } else {
+    const TimerLink* const next = timer.next;
+    unlink(timer);
+    if (held && next->next == next) forgetSlot(*next);
+  }
+  if (held) --armed_;
+}
+
+void TimerWheel::put(Timer& timer) const {
+  timer.bound_ = timer.expiry_;
+  const std::uint64_t tick = tickOf(timer.expiry_);
+  if (tick <= cursor_) {
     heap_.emplace_back();
-    siftUp(heap_.size() - 1, slot);
-  } else if (slot.before(heap_[entry.position])) {
-    siftUp(entry.position, slot);
+    return siftUp(heap_.size() - 1, {timer.expiry_, timer.serial_, &timer});
+  }
+  const auto level = static_cast<unsigned>(std::bit_width(tick ^ cursor_) - 1) / digitBits;
+  const auto slot = static_cast<unsigned>(tick >> digitBits * level) % slots;
+  append(heads_[level * slots + slot], timer);
+  slotsInUse_[level] |= std::uint64_t{1} << slot;
+  levelsInUse_ |= 1U << level;
+}
+
+void TimerWheel::forgetSlot(const TimerLink& head) const {
+  const auto number = static_cast<unsigned>(&head - heads_.data());
+  const unsigned level = number / slots;
+  slotsInUse_[level] &= ~(std::uint64_t{1} << number % slots);
+  if (slotsInUse_[level] == 0) levelsInUse_ &= ~(1U << level);
+}
+
+// Makes the heap's first place exact; false if no timer is armed.
+bool TimerWheel::settle() const {
+  for (;;) {
+    while (!heap_.empty()) {
+      Timer& timer = *heap_.front().timer;
+      if (heap_.front().serial == timer.serial_) return true;
+      takeFromHeap(0);
+      put(timer);
+    }
+    if (levelsInUse_ == 0) return false;
+    advance();
   }
 }
 
-bool TimerWheel::stale(const Slot& slot) {
-  return slot.serial != slot.entry->serial;
+// The next slot's timers move down.
+void TimerWheel::advance() const {
+  const auto level = static_cast<unsigned>(std::countr_zero(levelsInUse_));
+  const auto slot = static_cast<unsigned>(std::countr_zero(slotsInUse_[level]));
+  const std::uint64_t above = cursor_ >> digitBits * (level + 1);
+  cursor_ = (above << digitBits | slot) << digitBits * level;
+  TimerLink& head = heads_[level * slots + slot];
+  TimerLink* at = head.next;
+  close(head);
+  forgetSlot(head);
+  while (at != &head) {
+    Timer& timer = static_cast<Timer&>(*at);
+    at = std::exchange(timer.next, nullptr);
+    put(timer);
+  }
 }
 
-void TimerWheel::settleFirst() const {
-  Timer::Entry* const entry = heap_.front().entry;
-  siftDown(0, {entry->expiry, entry->serial, entry});
-}
-
-void TimerWheel::disarm(Timer::Entry& entry) {
-  entry.due = false;
-  entry.expiry = never;
-  if (entry.position != notInHeap) takeOut(entry.position);
-}
-
-void TimerWheel::takeOut(std::size_t index) {
-  heap_[index].entry->position = notInHeap;
+void TimerWheel::takeFromHeap(std::size_t index) const {
   const Slot last = heap_.back();
   heap_.pop_back();
   if (index == heap_.size()) return;
@@ -114,19 +174,19 @@ void TimerWheel::takeOut(std::size_t index) {
   }
 }
 
-void TimerWheel::place(std::size_t index, const Slot& slot) const {
+void TimerWheel::fillHeap(std::size_t index, const Slot& slot) const {
   heap_[index] = slot;
-  slot.entry->position = index;
+  slot.timer->index = index;
 }
 
 void TimerWheel::siftUp(std::size_t index, const Slot& slot) const {
   while (index > 0) {
     const std::size_t parent = (index - 1) / arity;
     if (!slot.before(heap_[parent])) break;
-    place(index, heap_[parent]);
+    fillHeap(index, heap_[parent]);
     index = parent;
   }
-  place(index, slot);
+  fillHeap(index, slot);
 }
 
 void TimerWheel::siftDown(std::size_t index, const Slot& slot) const {
@@ -138,14 +198,10 @@ void TimerWheel::siftDown(std::size_t index, const Slot& slot) const {
       if (heap_[i].before(heap_[least])) least = i;
     }
     if (!heap_[least].before(slot)) break;
-    place(index, heap_[least]);
+    fillHeap(index, heap_[least]);
     index = least;
   }
-  place(index, slot);
-}
-
-void TimerWheel::release(Timer::Entry* entry) {
-  if (--entry->holders == 0) delete entry;
+  fillHeap(index, slot);
 }
 
 }  // namespace Routing
