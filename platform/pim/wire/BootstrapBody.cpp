@@ -1,6 +1,7 @@
 // Layout: RFC 5059 section 4.1.
 
 #include <algorithm>
+#include <array>
 #include <utility>
 #include <vector>
 
@@ -137,12 +138,91 @@ std::size_t expectedGroups(const WireReader& reader) {
   return 1 + (reader.remaining() - 1) / (groupHeadOctets(af) + rps * rpOctets(af));
 }
 
+// --- the usual message of IPv4 ----------------------------------------------------------------
+//
+// Its entries begin with a number of 8 octets each. Where ranges and RPs are in order and of the
+// most common kind they are read from those, far faster than field by field.
+
+constexpr std::uint64_t familyAndEncodingV4 = static_cast<std::uint64_t>(AddressFamily::ipv4) << 8;
+
+/// First octets of IPv4 addresses all of which can be reached from the whole domain:
+/// isDomainUnicast().
+constexpr auto plainFirstOctets = [] {
+  std::array<bool, 256> plain{};
+  for (unsigned octet = 1; octet < 224; ++octet) plain[octet] = octet != 127 && octet != 169;
+  return plain;
+}();
+
+bool readPlainRps(const std::uint8_t* at, BootstrapRp* rps, unsigned count) {
+  bool ok = true;
+  std::uint32_t before = 0;
+  for (BootstrapRp* rp = rps; rp != rps + count; ++rp, at += rpOctets(AddressFamily::ipv4)) {
+    const std::uint64_t head = NetworkOrder<8>::load(at);  // up to the hold time
+    const auto address = static_cast<std::uint32_t>(head >> 16);
+    new (rp) BootstrapRp{IpGenAddr::v4(address), {static_cast<std::uint16_t>(head), at[8]}};
+    ok = ok & (head >> 48 == familyAndEncodingV4) & plainFirstOctets[address >> 24] &
+         (before < address);
+    before = address;
+  }
+  return ok;
+}
+
+/// The head of a range of IPv4, up to its address.
+struct PlainGroup {
+  explicit PlainGroup(const std::uint8_t* at) : head(NetworkOrder<8>::load(at)) {}
+
+  auto address() const { return static_cast<std::uint32_t>(head); }
+  auto length() const { return static_cast<std::uint8_t>(head >> 32); }
+  auto flags() const { return static_cast<std::uint8_t>(head >> 40); }
+  bool ok() const {
+    constexpr IpGenPrefix all = IpGenPrefix::multicast(AddressFamily::ipv4);
+    constexpr unsigned hostBits = 32 - all.length();
+    return head >> 48 == familyAndEncodingV4 && length() - all.length() <= hostBits &&
+           address() >> hostBits == all.address().v4Value() >> hostBits;
+  }
+  /// Orders ranges; valid if ok().
+  std::uint64_t rank() const {
+    const std::uint32_t mask = ~std::uint32_t{0} << (32 - length());
+    return std::uint64_t{address() & mask} << 8 | length();
+  }
+
+  std::uint64_t head;
+};
+
+/// Reads ranges up to the first that is not as usual. By itself it has registers enough.
+[[gnu::noinline]] void readPlainGroups(WireReader& reader, BootstrapGroups& groups,
+                                       RpArrays& arrays) {
+  constexpr std::size_t headOctets = groupHeadOctets(AddressFamily::ipv4);
+  constexpr std::size_t octetsOfRp = rpOctets(AddressFamily::ipv4);
+  const std::uint8_t* at = reader.position();
+  std::size_t left = reader.remaining();
+  std::uint64_t before = 0;
+  while (left >= headOctets) {
+    const PlainGroup range(at);
+    const std::uint8_t rpCount = at[headOctets - 4], count = at[headOctets - 3];
+    const std::size_t octets = headOctets + count * octetsOfRp;
+    if (!range.ok() || range.rank() <= before || count > rpCount || octets > left) break;
+    BootstrapRp* const rps = arrays.room(count, left / octetsOfRp);
+    if (!readPlainRps(at + headOctets, rps, count)) break;
+    auto& group =
+        groups.emplace_back(IpGenAddr::v4(range.address()), range.length(), range.flags());
+    group.rpCountIs(rpCount);
+    group.fragRpCountIs(count);
+    arrays.fill(group.rpList(), count);
+    before = range.rank();
+    at += octets;
+    left -= octets;
+  }
+  reader.skip(reader.remaining() - left);
+}
+
 template <AddressFamily af>
 void readGroups(WireReader& reader, BootstrapMessage& bsm) {
   BootstrapGroups& groups = bsm.groupRpData();
   RpArrays arrays;
   bool inOrder = true;  // then no range occurs twice
   groups.reserve(expectedGroups<af>(reader));
+  if constexpr (af == AddressFamily::ipv4) readPlainGroups(reader, groups, arrays);
   while (!reader.atEnd()) {
     BootstrapGroupData& group = readGroupHeadAs<af>(reader, groups);
     readRps<af>(reader, group, arrays);

@@ -95,6 +95,7 @@ bool operator==(const BootstrapRpList& a, const BootstrapRpList& b) {
 void RpArrays::renew(std::size_t capacity) {
   BootstrapRpList fresh;
   fresh.array_ = BootstrapRpList::newArray(capacity);
+  countHolders();
   lists_ = std::move(fresh);
   free_ = capacity;
 }

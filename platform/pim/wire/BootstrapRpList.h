@@ -115,6 +115,7 @@ class ROUTING_API RpArrays {
   RpArrays() = default;
   RpArrays(const RpArrays&) = delete;
   RpArrays& operator=(const RpArrays&) = delete;
+  ~RpArrays() { countHolders(); }
 
   /// Room for the `count` RPs of the next list. Where a new array is needed it gets room for
   /// `expected` in all.
@@ -123,11 +124,11 @@ class ROUTING_API RpArrays {
     return lists_.array_ == nullptr ? nullptr : lists_.array_->rps() + lists_.array_->used;
   }
   /// Makes an empty list that of the first `count` RPs in that room, in ascending order of their
-  /// addresses.
+  /// addresses. This object must die before the list does.
   void fill(BootstrapRpList& list, std::size_t count) {
     if (count == 0) return;
     BootstrapRpList::Array* const array = lists_.array_;
-    ++array->holders;
+    ++given_;
     list.array_ = array;
     list.first_ = array->rps() + array->used;
     list.size_ = static_cast<std::uint32_t>(count);
@@ -137,9 +138,14 @@ class ROUTING_API RpArrays {
 
  private:
   void renew(std::size_t capacity);
+  // All at once: one after the other each count would wait for the one before.
+  void countHolders() {
+    if (lists_.array_ != nullptr) lists_.array_->holders += std::exchange(given_, 0);
+  }
 
-  BootstrapRpList lists_;  // empty, and holds the array
-  std::size_t free_ = 0;   // RPs that it has room for
+  BootstrapRpList lists_;    // empty, and holds the array
+  std::uint32_t given_ = 0;  // lists on it, to be counted
+  std::size_t free_ = 0;     // RPs that it has room for
 };
 
 }  // namespace Routing::Pim
