@@ -17,6 +17,12 @@ struct RpSetInstaller::Range {
   bool reassembled;
   const Turn* turn;
   std::shared_ptr<RpCandidateSet> set = nullptr;  // as last found: crpSet()
+
+  PimMode mode() const { return group.bidir() ? PimMode::bidirectional : PimMode::sparse; }
+  bool refreshes(const RpEntry& rp, const BootstrapRpData& data) const {
+    return rp.holdTime().value() == data.rpHoldtime() && rp.hashMaskLen() == hashMaskLen &&
+           rp.priority().value() == data.rpPriority() && rp.mode() == mode();
+  }
 };
 
 RpSetInstaller::RpSetInstaller(const VrfName& vrfName, RpSets& rpSets,
@@ -75,31 +81,46 @@ void RpSetInstaller::install(Range range) {
     if (!rpSets_.roomForSet(range.zone, range.group.prefix())) return;
     if (range.rps.empty()) newCrpSet(range);
   }
-  for (const auto& [address, data] : range.rps) {
+  for (const BootstrapRp& said : range.rps) {
     if (!goesOn(range.turn)) return;
-    if (data.rpHoldtime() != 0) {
-      announce(range, address, data);
+    if (said.data.rpHoldtime() != 0) {
+      announce(range, said);
     } else {
-      withdraw(range, address);
+      withdraw(range, said.address);
     }
   }
 }
 
-void RpSetInstaller::announce(Range& range, const IpGenAddr& address, const BootstrapRpData& data) {
+void RpSetInstaller::announce(Range& range, const BootstrapRp& said) {
+  static const std::shared_ptr<RpEntry> none;
   const auto& set = crpSet(range);
-  auto rp = set ? set->rp(address) : nullptr;
-  if (rp) {
-    BSR_TRACE(sm, 4, "Updating RP ", address, " to prefix ", range.group.prefix(), " in zone ",
-              range.zone);
-  } else if (!(rp = newRpEntry(range, address))) {
+  const auto& rp = set ? set->rp(said.address) : none;
+  if (!rp) [[unlikely]] {
+    if (const auto added = newRpEntry(range, said.address)) write(range, *added, said);
     return;
   }
-  rp->modeIs(range.group.bidir() ? PimMode::bidirectional : PimMode::sparse);
-  rp->priorityIs(RpPriority(data.rpPriority()));
-  rp->holdTimeIs(CrpHoldTime(data.rpHoldtime()));
-  rp->hashMaskLenIs(range.hashMaskLen);
-  rp->expiryTimeIs(timerWheel_.now() + data.rpHoldtime());
-  BSR_TRACE(sm, 5, "RP ", address, " to expire in ", data.rpHoldtime(),
+  BSR_TRACE(sm, 4, "Updating RP ", said.address, " to prefix ", range.group.prefix(), " in zone ",
+            range.zone);
+  if (range.refreshes(*rp, said.data)) [[likely]] {
+    expiryIs(range, *rp, said);
+  } else {
+    write(range, *std::shared_ptr<RpEntry>(rp), said);
+  }
+}
+
+// Each write may delete the RP from its set; somebody holds it to the last.
+void RpSetInstaller::write(const Range& range, RpEntry& rp, const BootstrapRp& said) {
+  rp.modeIs(range.mode());
+  rp.priorityIs(RpPriority(said.data.rpPriority()));
+  rp.holdTimeIs(CrpHoldTime(said.data.rpHoldtime()));
+  rp.hashMaskLenIs(range.hashMaskLen);
+  expiryIs(range, rp, said);
+}
+
+// One write, behind which the RP need not live.
+inline void RpSetInstaller::expiryIs(const Range& range, RpEntry& rp, const BootstrapRp& said) {
+  rp.expiryTimeIs(timerWheel_.now() + said.data.rpHoldtime());
+  BSR_TRACE(sm, 5, "RP ", said.address, " to expire in ", said.data.rpHoldtime(),
             range.reassembled ? " seconds from now" : " from now");
 }
 
@@ -124,7 +145,7 @@ void RpSetInstaller::withdraw(Range& range, const IpGenAddr& address) {
 }
 
 // Asked for each RP: a withdrawal before this one may have removed an emptied set.
-const std::shared_ptr<RpCandidateSet>& RpSetInstaller::crpSet(Range& range) const {
+inline const std::shared_ptr<RpCandidateSet>& RpSetInstaller::crpSet(Range& range) const {
   if (!range.set || !rpSets_.holds(*range.set)) [[unlikely]] {
     range.set = rpSets_.find(range.zone, range.group.prefix());
   }

@@ -39,7 +39,9 @@ class ROUTING_API RpSetInstaller {
 
   void install(Range range);
   void noteGap(const IpGenPrefix& zone, std::uint16_t tag, const BootstrapGroupData& group);
-  void announce(Range& range, const IpGenAddr& address, const BootstrapRpData& data);
+  void announce(Range& range, const BootstrapRp& said);
+  void write(const Range& range, RpEntry& rp, const BootstrapRp& said);
+  void expiryIs(const Range& range, RpEntry& rp, const BootstrapRp& said);
   void withdraw(Range& range, const IpGenAddr& address);
   const std::shared_ptr<RpCandidateSet>& crpSet(Range& range) const;
   void newCrpSet(Range& range);

@@ -1,5 +1,7 @@
 #include "bsr/engine/RpSetMirror.h"
 
+#include <functional>
+#include <map>
 #include <set>
 #include <utility>
 #include <vector>
@@ -19,18 +21,9 @@ auto keysOf(const Collection& collection) {
   return keys;
 }
 
-/// What DeferredDelete::held() does for a callback, without a pointer of its own in each of many.
-struct Held {
-  explicit Held(std::shared_ptr<DeferredDelete> deferred)
-      : owner(std::move(deferred)), hold(*owner) {}
-
-  const std::shared_ptr<DeferredDelete> owner;
-  const DeferredDelete::Hold hold;
-};
-
 }  // namespace
 
-/// The reactors of a collection's entries, one block of memory each.
+/// The reactors of a collection's entries, one block of memory each, by the entries' own keys.
 template <class Key, class Reactor>
 class RpSetMirror::Reactors {
  public:
@@ -43,7 +36,8 @@ class RpSetMirror::Reactors {
   }
   bool contains(const Key& key) const { return reactors_.contains(key); }
 
-  /// A Hold must exist, lest what it is told of frees it.
+  /// `key` is that of the entity, which the reactor keeps. A Hold must exist, lest what it is told
+  /// of frees it.
   template <class... Arguments>
   void start(const Key& key, Arguments&&... arguments) {
     reactors_.try_emplace(key, std::forward<Arguments>(arguments)...).first->second.start();
@@ -57,11 +51,11 @@ class RpSetMirror::Reactors {
     return true;
   }
   void retireAll(DeferredDelete& deferred) {
-    for (const Key& key : keysOf(reactors_)) retire(key, deferred);
+    while (!reactors_.empty()) retire(reactors_.begin()->first, deferred);
   }
 
  private:
-  std::map<Key, Reactor> reactors_;
+  std::map<std::reference_wrapper<const Key>, Reactor, std::less<Key>> reactors_;
 };
 
 /// Where an RP of a zone stands in PIM's set, as found when so many changes had been made.
@@ -102,7 +96,7 @@ class RpSetMirror::SetReactor {
       : mirror_(mirror), zone_(zone), set_(std::move(set)) {
     ++mirror_.services_.rpSetTotals().groups;
     rpSubscription_ = set_->rpReactor([this](const IpGenAddr& rp) {
-      const Held held(mirror_.deferred_);
+      const DeferredDelete::OwningHold held(mirror_.deferred_);
       handleRp(rp);
     });
   }
@@ -170,12 +164,12 @@ class RpSetMirror::ZoneReactor {
 
 RpSetMirror::RpReactor::RpReactor(SetReactor& set, std::shared_ptr<RpEntry> rp)
     : set_(set), rp_(std::move(rp)), holdTimer_(mirror().timerWheel_, [this] {
-        const Held held(mirror().deferred_);
+        const DeferredDelete::OwningHold held(mirror().deferred_);
         handleHoldtimeExpired();
       }) {
   ++mirror().services_.rpSetTotals().rps;
   changes_ = rp_->anyReactor([this](std::size_t attribute) {
-    const Held held(mirror().deferred_);
+    const DeferredDelete::OwningHold held(mirror().deferred_);
     handleChange(attribute);
   });
 }
@@ -187,18 +181,18 @@ void RpSetMirror::RpReactor::retire() {
   holdTimer_.expiryIs(never);
 }
 
-RpSetMirror& RpSetMirror::RpReactor::mirror() const {
+inline RpSetMirror& RpSetMirror::RpReactor::mirror() const {
   return set_.mirror();
 }
 
-void RpSetMirror::RpReactor::handleChange(std::size_t attribute) {
+inline void RpSetMirror::RpReactor::handleChange(std::size_t attribute) {
   if (rp_->expiryTime() == 0.0) return;
   if (attribute == RpEntry::Attr::expiryTime) setHoldtimer();
   if (mirror().refresh(set_.zone(), *rp_, view_)) return;
   mirror().mirror(set_.zone(), set_.prefix(), *rp_, &view_);
 }
 
-void RpSetMirror::RpReactor::setHoldtimer() {
+inline void RpSetMirror::RpReactor::setHoldtimer() {
   holdTimer_.expiryIs(rp_->expiryTime());
   BSR_TRACE(sm, 5, " Set holdtimer to expire in ", rp_->expiryTime() - mirror().timerWheel_.now(),
             " from now for ", rp_->address(), " in prefix ", set_.prefix(), " of zone ",
@@ -218,7 +212,7 @@ void RpSetMirror::SetReactor::handleRp(const IpGenAddr& address) {
   const auto rp = set_->rp(address);
   if (rps_.watches(address, rp)) return;
   if (rps_.retire(address, *mirror_.deferred_)) handleRpDel(address);
-  if (rp) rps_.start(address, *this, rp);
+  if (rp) rps_.start(rp->address(), *this, rp);
 }
 
 void RpSetMirror::SetReactor::handleRpDel(const IpGenAddr& address) {
@@ -249,7 +243,7 @@ void RpSetMirror::ZoneReactor::handleSet(const IpGenPrefix& prefix) {
   const auto set = status_->crpSet(prefix);
   if (sets_.watches(prefix, set)) return;
   if (sets_.retire(prefix, *mirror_.deferred_)) handleSetDel(prefix);
-  if (set) sets_.start(prefix, mirror_, zone(), set);
+  if (set) sets_.start(set->prefix(), mirror_, zone(), set);
 }
 
 void RpSetMirror::ZoneReactor::handleSetDel(const IpGenPrefix& prefix) {
@@ -272,7 +266,7 @@ RpSetMirror::RpSetMirror(std::shared_ptr<Status> bsrStatus,
       withdraw_(std::move(withdraw)),
       deferred_(services.deferred().shared_from_this()),
       zones_(std::make_unique<Reactors<IpGenPrefix, ZoneReactor>>()) {
-  const Held held(deferred_);
+  const DeferredDelete::OwningHold held(deferred_);
   zoneSubscription_ = bsrStatus_->crpStatusReactor(
       deferred_->held([this](const IpGenPrefix& zone) { handleZone(zone); }));
   trieSubscription_ = bsrTrie_.routeReactor(
@@ -329,7 +323,7 @@ void RpSetMirror::handleZone(const IpGenPrefix& zone) {
   if (zones_->retire(zone, *deferred_)) {
     for (const IpGenPrefix& prefix : keysOf(owner_)) unmirrorSet(zone, prefix);
   }
-  if (zoneStatus && !zones_->contains(zone)) zones_->start(zone, *this, zoneStatus);
+  if (zoneStatus && !zones_->contains(zone)) zones_->start(zoneStatus->zone(), *this, zoneStatus);
 }
 
 // A zone gained or lost its BSR: ranges inside it may have another most specific zone now.
@@ -402,7 +396,8 @@ void write(RpEntry& copy, const RpEntry& rp) {
 }  // namespace
 
 // One write may delete what it writes to; several need it to the last.
-bool RpSetMirror::refresh(const IpGenPrefix& zone, const RpEntry& rp, const View& view) const {
+inline bool RpSetMirror::refresh(const IpGenPrefix& zone, const RpEntry& rp,
+                                 const View& view) const {
   if (!view.rp || view.asOf != changes() || services_.heldBack(zone) ||
       !standsIn(*view.rp, *rpCandidateStatus_)) {
     return false;

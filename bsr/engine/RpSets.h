@@ -31,9 +31,9 @@ class ROUTING_API RpSets {
 
   /// True if a set still stands where find() found it.
   bool holds(const RpCandidateSet& set) const {
-    const Entity* at = &set;  // what was deleted, wherever on the way up, has no parent there
-    while (at != nullptr && at != bsrStatus_.get()) at = at->parent();
-    return at != nullptr;
+    const Entity* const status = set.parent();  // what was deleted has no parent there
+    const Entity* const zone = status == nullptr ? nullptr : status->parent();
+    return zone != nullptr && zone->parent() == bsrStatus_.get();
   }
 
   /// The sets of all ranges of a zone, in the order of their prefixes.

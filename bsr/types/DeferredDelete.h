@@ -32,6 +32,17 @@ class ROUTING_API DeferredDelete : public std::enable_shared_from_this<DeferredD
     DeferredDelete& deferred_;
   };
 
+  /// A Hold that also keeps the object, unless another Hold, whose maker keeps it, exists already.
+  class OwningHold {
+   public:
+    explicit OwningHold(const std::shared_ptr<DeferredDelete>& deferred)
+        : owner_(deferred->holds_ > 0 ? nullptr : deferred), hold_(*deferred) {}
+
+   private:
+    const std::shared_ptr<DeferredDelete> owner_;  // dies after the Hold
+    const Hold hold_;
+  };
+
   /// Takes a part that is inert: freed as soon as no Hold exists, at once if none does. Null is
   /// ignored.
   void take(std::shared_ptr<const void> part) {
@@ -49,7 +60,7 @@ class ROUTING_API DeferredDelete : public std::enable_shared_from_this<DeferredD
 
  private:
   // A part that dies may hand over others.
-  void free() {
+  [[gnu::cold]] void free() {
     while (!parts_.empty()) const auto parts = std::exchange(parts_, {});
   }
 

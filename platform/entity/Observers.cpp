@@ -15,7 +15,7 @@ void Subscription::reset() {
 }
 
 ObserverTable::~ObserverTable() {
-  for (std::size_t i = 0; i < size_; ++i) ::operator delete(lists_[i]);
+  for (std::size_t i = 0; i <= size_; ++i) ::operator delete(at(i));
 }
 
 Subscription ObserverTable::append(std::size_t index, std::unique_ptr<ObserverNode> node,
@@ -31,14 +31,14 @@ Subscription ObserverTable::append(std::size_t index, std::unique_ptr<ObserverNo
 
 // The list, with room for one more place.
 ObserverTable::List& ObserverTable::roomIn(std::size_t index) {
-  if (index >= size_) {
-    auto grown = std::make_unique<List*[]>(index + 1);
+  if (index > size_) {
+    auto grown = std::make_unique<List*[]>(index);
     std::copy_n(lists_.get(), size_, grown.get());
     lists_ = std::move(grown);
-    size_ = static_cast<std::uint32_t>(index + 1);
+    size_ = static_cast<std::uint32_t>(index);
   }
-  List* const list = lists_[index];
-  if (list == nullptr) return *(lists_[index] = newList(1));
+  List* const list = at(index);
+  if (list == nullptr) return *(at(index) = newList(1));
   if (list->size < list->capacity) return *list;
   List* const grown = newList(2 * list->capacity);
   std::copy_n(list->places(), list->size, grown->places());
@@ -50,7 +50,7 @@ ObserverTable::List& ObserverTable::roomIn(std::size_t index) {
   } else {
     ::operator delete(list);
   }
-  return *(lists_[index] = grown);
+  return *(at(index) = grown);
 }
 
 ObserverTable::List* ObserverTable::newList(std::uint32_t capacity) {
@@ -86,7 +86,7 @@ void ObserverTable::finishAfterError(std::size_t list, const void* key, Walk wal
 }
 
 void ObserverTable::remove(ObserverNode* node) {
-  List& list = *lists_[node->list_];
+  List& list = *at(node->list_);
   Place& place = list.places()[node->index_];
   node->table_ = nullptr;
   place.fire = idleFire;
@@ -132,15 +132,15 @@ std::vector<ObserverNode*> ObserverTable::closeUp(List& list) {
 
 // No reactor dies here: its subscription holds it still.
 void ObserverTable::detach() {
-  for (std::size_t index = 0; index < size_; ++index) {
-    if (lists_[index] != nullptr) removeAll(index);
+  for (std::size_t index = 0; index <= size_; ++index) {
+    if (find(index) != nullptr) removeAll(index);
   }
   detached_ = true;
   if (idle()) delete this;
 }
 
 void ObserverTable::removeAll(std::size_t index) {
-  List& list = *lists_[index];
+  List& list = *at(index);
   ++list.running;  // every place stays where it is
   for (std::uint32_t at = 0; at < list.size; ++at) {
     const Place& place = list.places()[at];
@@ -150,8 +150,8 @@ void ObserverTable::removeAll(std::size_t index) {
 }
 
 bool ObserverTable::idle() const {
-  return std::all_of(lists_.get(), lists_.get() + size_,
-                     [](const List* list) { return list == nullptr || list->running == 0; });
+  const auto rests = [](const List* list) { return list == nullptr || list->running == 0; };
+  return rests(first_) && std::all_of(lists_.get(), lists_.get() + size_, rests);
 }
 
 void ObserverTable::drop(ObserverNode* node) {

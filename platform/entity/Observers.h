@@ -59,7 +59,7 @@ class ROUTING_API Subscription {
 /// that unsubscribes, or whose owner is deleted, is not called any more. The subject itself may be
 /// deleted inside a notification: the reactors that were not reached yet are then not called.
 ///
-///   table   [ . | x | . | x ]                        one pointer a list, up to the highest in use
+///   table   [ . ] [ x | . | x ]                      one pointer a list, up to the highest in use
 ///                 |
 ///                 v
 ///   list    size 4, dead 1, running 1 | f a | f b | - c | f d |    in the order of subscription
@@ -94,7 +94,8 @@ class ROUTING_API ObserverTable {
   }
 
   bool observed(std::size_t list) const {
-    return list < size_ && lists_[list] != nullptr && lists_[list]->size > 0;
+    const List* const at = find(list);
+    return at != nullptr && at->size > 0;
   }
   /// Calls the list's reactors; `key` points to what changed, or is null where there is no key. If
   /// some throw, all are called and the first error is rethrown.
@@ -158,13 +159,20 @@ class ROUTING_API ObserverTable {
   void removeAll(std::size_t list);
   bool idle() const;
   static void idleFire(ObserverNode*, const void*) {}
+  List* find(std::size_t list) const {
+    if (list == 0) return first_;
+    return list <= size_ ? lists_[list - 1] : nullptr;
+  }
+  /// The place of the pointer to a list that has been in use.
+  List*& at(std::size_t list) { return list == 0 ? first_ : lists_[list - 1]; }
   static List* newList(std::uint32_t capacity);
   static void call(Walk& walk, const void* key);
   static void finish(Walk& walk, const void* key, FirstError& error);
   static std::vector<ObserverNode*> closeUp(List& list);
   static void drop(ObserverNode* node);
 
-  std::unique_ptr<List*[]> lists_;  // grows to the highest list in use
+  List* first_ = nullptr;           // list 0, often the only one
+  std::unique_ptr<List*[]> lists_;  // those behind it, up to the highest in use
   std::uint32_t size_ = 0;
   bool detached_ = false;
 };
@@ -191,14 +199,14 @@ inline void ObserverTable::notify(std::size_t list, const void* key, std::size_t
 }
 
 inline ObserverTable::Walk ObserverTable::enter(std::size_t index) {
-  List& list = *lists_[index];
+  List& list = *at(index);
   ROUTING_ASSERT_TEXT(list.running < maxNesting, "nesting < maxNesting");
   ++list.running;
   return {list.places(), list.places() + list.size};
 }
 
 inline void ObserverTable::leave(std::size_t index) {
-  List& list = *lists_[index];
+  List& list = *at(index);
   if (--list.running == 0 && (list.dead > 0 || list.outgrown != nullptr)) tidy(list);
 }
 
