@@ -109,6 +109,8 @@ TEST_F(ContinuityTest, WhatNobodyHeardIsSaidAgainSoon) {
   expectTimerAndRecord(now() + 10);
   router.neighborIs("eth0", "10.0.0.2");
   EXPECT_EQ(router.sentBsms().size(), 1U);
+  router.neighborIs("eth0", "10.0.0.3");
+  EXPECT_TRUE(router.sentBsms().empty()) << "the link has been told";
   wait(10);
   EXPECT_EQ(router.sentBsms().size(), 1U);
   expectTimerAndRecord(now() + period);
