@@ -4,7 +4,6 @@
 #include <net/if.h>
 #include <sys/socket.h>
 
-#include <chrono>
 #include <cstdint>
 #include <span>
 #include <stdexcept>

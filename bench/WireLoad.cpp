@@ -4,6 +4,7 @@
 // microseconds.
 
 #include <algorithm>
+#include <chrono>
 #include <iostream>
 #include <string>
 #include <thread>
@@ -66,11 +67,11 @@ class Load {
   }
   /// What is not on its way is the other side's own.
   bool takeOne() {
-    constexpr std::uint8_t bootstrap = 4;
+    constexpr auto bootstrap = static_cast<std::uint8_t>(Pim::PimType::bootstrap);
     for (;;) {
       const auto message = link_.receive();
       if (message.empty()) return false;
-      if ((message[0] & 15) != bootstrap) continue;
+      if (Pim::pimTypeOf(message) != bootstrap) continue;
       auto& sentAt = sentAt_[message[4] * 256U + message[5]];
       if (sentAt == Clock::time_point{}) continue;
       ways_.push_back(microseconds(Clock::now() - std::exchange(sentAt, {})));

@@ -151,9 +151,7 @@ void DaemonInstance::pimIntfsAre(const std::map<std::string, InterfaceSettings>&
   PermittedLists lists(config_);
   for (const auto& [name, settings] : interfaces) {
     const IntfId intf(name);
-    Pim::HelloConfig hello = helloConfig(settings, af_, lists);
-    hello.firstDelay = firstHelloDelay;
-    pim_.helloConfigIs(intf, hello);
+    pim_.helloConfigIs(intf, helloConfig(settings, af_, firstHelloDelay, lists));
     if (!pimIntfs_.insert(intf).second) continue;
     const Interface* interface = interfaces_.interface(intf);
     if (interface != nullptr && interface->vrf == vrf_) pimIntfIs(intf, *interface, false);

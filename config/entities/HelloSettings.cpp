@@ -16,10 +16,10 @@ std::optional<std::set<IpGenPrefix>> permittedNeighbors(const std::set<std::stri
 
 }  // namespace
 
-Pim::HelloConfig helloConfig(const InterfaceSettings& settings, AddressFamily af,
+Pim::HelloConfig helloConfig(const InterfaceSettings& settings, AddressFamily af, double firstDelay,
                              PermittedLists& lists) {
   Pim::HelloConfig config;
-  config.firstDelay = 0.5;  // at once, so that neighbours prime a newcomer within six seconds
+  config.firstDelay = firstDelay;
   config.passive = settings.helloPassive;
   config.helloPeriod = settings.helloInterval;
   config.holdtime = settings.helloHoldtime;

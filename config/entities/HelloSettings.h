@@ -5,8 +5,9 @@
 
 namespace Routing::Agent {
 
-/// How Hellos are sent and read on an interface of a family.
-Pim::HelloConfig helloConfig(const InterfaceSettings& settings, AddressFamily af,
+/// How Hellos are sent and read on an interface of a family; the first one within so many seconds,
+/// well below 5, so that neighbours prime a newcomer soon.
+Pim::HelloConfig helloConfig(const InterfaceSettings& settings, AddressFamily af, double firstDelay,
                              PermittedLists& lists);
 
 }  // namespace Routing::Agent

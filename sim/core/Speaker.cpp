@@ -12,6 +12,8 @@
 namespace Routing::Sim {
 namespace {
 
+constexpr double firstHelloDelay = 0.5;  // seconds
+
 const IntfId& loopbackIntf() {
   static const IntfId intf("lo");
   return intf;
@@ -195,7 +197,7 @@ void Speaker::handleConfig() {
       if (pimNetworks_.erase(network) > 0) pim_->intfDel(intf);
       continue;
     }
-    pim_->helloConfigIs(intf, Agent::helloConfig(interface->second, af_, lists));
+    pim_->helloConfigIs(intf, Agent::helloConfig(interface->second, af_, firstHelloDelay, lists));
     if (pimNetworks_.insert(network).second) {
       pimIntfIs(network, world_.liveness().network[network]);
     }

@@ -67,10 +67,10 @@ TEST(Config, HasTheDefaultsOfTheLibrary) {
   EXPECT_EQ(rp.mode, Pim::PimMode::sparse);
   EXPECT_EQ(rp.ranges.at(prefix("224.0.0.0/4")).value, 192);
   Pim::HelloConfig hello;
-  hello.firstDelay = 0.5;  // the daemon's first Hello does not wait
-  hello.drPriority = 0;    // who forwards no group traffic is not to win
+  hello.firstDelay = 0.5;
+  hello.drPriority = 0;  // who forwards no group traffic is not to win
   PermittedLists lists(config);
-  EXPECT_EQ(helloConfig(settings.interfaces.at("eth0"), AddressFamily::ipv4, lists), hello);
+  EXPECT_EQ(helloConfig(settings.interfaces.at("eth0"), AddressFamily::ipv4, 0.5, lists), hello);
 
   const Pim::Bsr::PimBsrLimits limits;
   EXPECT_EQ(config.limits, (LimitSettings{limits.maxZones(), limits.maxGroups(), limits.maxRps(),
@@ -100,7 +100,7 @@ TEST(Config, IsReadAsWritten) {
   EXPECT_EQ(ipv4.interfaces.at("eth0").border, BorderSettings());
   PermittedLists lists(config);
   const auto helloOf = [&](const InterfaceSettings& interface) {
-    return helloConfig(interface, AddressFamily::ipv4, lists);
+    return helloConfig(interface, AddressFamily::ipv4, 0.5, lists);
   };
   EXPECT_EQ(helloOf(ipv4.interfaces.at("lo")).neighbors, std::nullopt);
   EXPECT_EQ(helloOf(ipv4.interfaces.at("eth0")).neighbors,
