@@ -1,5 +1,7 @@
 #include "ctl/Options.h"
 
+#include <string_view>
+
 #include "cli/CommandLine.h"
 #include "ctl/OperatorOptions.h"
 

@@ -4,6 +4,7 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <string_view>
 #include <vector>
 
 #include "ctl/Dialogue.h"

@@ -34,13 +34,11 @@ print_step_times() {
   printf '%s\n' "${step_times[@]}"
 }
 
-# build PRESET [TARGET...]: configures and builds; without targets everything. CMAKE_OPTIONS in the
-# environment are told to CMake.
+# build PRESET [TARGET...]: configures and builds; without targets everything.
 build() {
   local preset=$1
   shift
-  # shellcheck disable=SC2086
-  cmake --preset "$preset" --log-level=WARNING ${CMAKE_OPTIONS:-} >/dev/null
+  cmake --preset "$preset" --log-level=WARNING >/dev/null
   cmake --build --preset "$preset" ${*:+--target "$@"}
 }
 

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <iostream>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
