@@ -6,6 +6,7 @@
 #include <set>
 
 #include "config/file/ConfigFile.h"
+#include "config/file/Schema.h"
 
 namespace Routing::Sim {
 namespace {
@@ -127,9 +128,10 @@ YamlNodePtr piece(const std::string& key, const YamlValue& value, AddressFamily 
   return key == accessLists ? accessListsIn(value, af) : value.node();
 }
 
+/// Of the daemon as a whole, not of a family. Lists of access stand there too, but each is of one.
 bool isOfTheTop(const std::string& key) {
-  return key == "limits" || key == "log-level" || key == "trace" || key == "control-socket" ||
-         key == "state-directory" || key == "consumer" || key == "metrics";
+  static const Agent::Schema schema;
+  return key != accessLists && schema.child(schema.root(), key) != nullptr;
 }
 
 }  // namespace
