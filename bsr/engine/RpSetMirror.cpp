@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bsr/types/Traces.h"
+#include "platform/entity/SortedBlocks.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -72,6 +73,11 @@ class RpSetMirror::RpReactor {
   RpReactor& operator=(const RpReactor&) = delete;
 
   const std::shared_ptr<RpEntry>& entity() const { return rp_; }
+  /// The RP has changed.
+  void operator()(std::size_t attribute) {
+    const DeferredDelete::OwningHold held(mirror().deferred_);
+    handleChange(attribute);
+  }
   void start() { handleChange(RpEntry::Attr::expiryTime); }
   void retire();
 
@@ -86,7 +92,50 @@ class RpSetMirror::RpReactor {
   std::shared_ptr<RpEntry> rp_;
   View view_;
   Timer holdTimer_;
-  Subscription changes_;
+};
+
+/// The reactors of the RPs of one range, each in one block of memory with its place among those of
+/// the RP.
+class RpSetMirror::RpReactors {
+ public:
+  /// As Reactors::watches().
+  bool watches(const IpGenAddr& address, const std::shared_ptr<RpEntry>& rp) const {
+    const auto at = reactors_.find(address);
+    return at == reactors_.end() ? !rp : reactors_[at]->entity() == rp;
+  }
+  /// A Hold must exist, lest what it is told of frees it.
+  void start(SetReactor& set, const std::shared_ptr<RpEntry>& rp) {
+    auto handle = rp->newAnyReactor<RpReactor>(set, rp);
+    const auto started = handle.operator->();
+    reactors_.insert(reactors_.lowerBound(rp->address()), std::move(handle));
+    started->start();
+  }
+  /// As Reactors::retire().
+  bool retire(const IpGenAddr& address, DeferredDelete& deferred) {
+    const auto at = reactors_.find(address);
+    if (at == reactors_.end()) return false;
+    retire(at, deferred);
+    return true;
+  }
+  void retireAll(DeferredDelete& deferred) {
+    while (!reactors_.empty()) retire(reactors_.begin(), deferred);
+  }
+
+ private:
+  using Handle = ReactorHandle<std::size_t, RpReactor>;
+  struct AddressOf {
+    const IpGenAddr& operator()(const Handle& handle) const { return handle->entity()->address(); }
+  };
+  using Handles = SortedBlocks<Handle, AddressOf>;
+
+  void retire(Handles::Position at, DeferredDelete& deferred) {
+    auto gone = std::make_shared<Handle>(reactors_.take(at));
+    (*gone)->retire();
+    gone->silence();
+    deferred.take(std::move(gone));
+  }
+
+  Handles reactors_;
 };
 
 /// One range of one zone.
@@ -124,7 +173,7 @@ class RpSetMirror::SetReactor {
   RpSetMirror& mirror_;
   const IpGenPrefix& zone_;  // the zone reactor's
   std::shared_ptr<RpCandidateSet> set_;
-  Reactors<IpGenAddr, RpReactor> rps_;
+  RpReactors rps_;
   Subscription rpSubscription_;
 };
 
@@ -168,15 +217,10 @@ RpSetMirror::RpReactor::RpReactor(SetReactor& set, std::shared_ptr<RpEntry> rp)
         handleHoldtimeExpired();
       }) {
   ++mirror().services_.rpSetTotals().rps;
-  changes_ = rp_->anyReactor([this](std::size_t attribute) {
-    const DeferredDelete::OwningHold held(mirror().deferred_);
-    handleChange(attribute);
-  });
 }
 
 void RpSetMirror::RpReactor::retire() {
   --mirror().services_.rpSetTotals().rps;
-  changes_.reset();
   view_ = {};
   holdTimer_.expiryIs(never);
 }
@@ -212,7 +256,7 @@ void RpSetMirror::SetReactor::handleRp(const IpGenAddr& address) {
   const auto rp = set_->rp(address);
   if (rps_.watches(address, rp)) return;
   if (rps_.retire(address, *mirror_.deferred_)) handleRpDel(address);
-  if (rp) rps_.start(rp->address(), *this, rp);
+  if (rp) rps_.start(*this, rp);
 }
 
 void RpSetMirror::SetReactor::handleRpDel(const IpGenAddr& address) {

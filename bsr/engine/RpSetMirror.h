@@ -55,6 +55,7 @@ class ROUTING_API RpSetMirror {
   class ZoneReactor;
   class SetReactor;
   class RpReactor;
+  class RpReactors;
   template <class Key, class Reactor>
   class Reactors;
   struct View;

@@ -90,31 +90,24 @@ Entity::~Entity() {
   for (Watch* watch = watched_ ? innermost : nullptr; watch != nullptr; watch = watch->outer_) {
     if (watch->entity_ == this) watch->entity_ = nullptr;
   }
-  if (observers_ != nullptr) observers_->detach();
 }
 
 std::string_view Entity::parentAttribute() const {
   return parent_ == nullptr ? std::string_view{} : parent_->attributeName(attributeInParent_);
 }
 
-ObserverTable& Entity::observers() const {
-  if (observers_ == nullptr) observers_ = ObserverTable::create();
-  return *observers_;
-}
-
 void Entity::tell(std::size_t attribute, const void* key) {
   if (logged_) [[unlikely]]
     return tellAll(attribute, key);
-  observers_->notify(attribute + firstAttributeList, key, anyList, &attribute);
+  observers_.notify(attribute + firstAttributeList, key, anyList, &attribute);
 }
 
 void Entity::tellAll(std::size_t attribute, const void* key) {
   const Watch watch(*this);
   FirstError error;
   error.run([&] { tellTrees({{*this, attribute, key}, watch}); });
-  if (watch.alive() && observers_ != nullptr) {
-    error.run(
-        [&] { observers_->notify(attribute + firstAttributeList, key, anyList, &attribute); });
+  if (watch.alive()) {
+    error.run([&] { observers_.notify(attribute + firstAttributeList, key, anyList, &attribute); });
   }
   error.rethrow();
 }
@@ -122,12 +115,12 @@ void Entity::tellAll(std::size_t attribute, const void* key) {
 void Entity::tellTrees(const TreeNotice& notice) const {
   FirstError error;
   for (const Entity* at = this; at != nullptr && notice.watch.alive();) {
-    if (at->observers_ == nullptr || !at->observers_->observed(treeList)) {
+    if (!at->observers_.observed(treeList)) {
       at = at->parent_;
       continue;
     }
     const Watch watch(*at);
-    error.run([&] { at->observers_->notify(treeList, &notice); });
+    error.run([&] { at->observers_.notify(treeList, &notice); });
     at = watch.alive() ? at->parent_ : nullptr;
   }
   error.rethrow();

@@ -177,7 +177,12 @@ class ROUTING_API Entity {
   /// Runs `reactor(attribute index)` at every change of an attribute of this entity.
   template <class Reactor>
   [[nodiscard]] Subscription anyReactor(Reactor&& reactor) const {
-    return observers().subscribe<std::size_t>(anyList, std::forward<Reactor>(reactor));
+    return observers_.subscribe<std::size_t>(anyList, std::forward<Reactor>(reactor));
+  }
+  /// The same with a reactor of a class of its own, which is made of the arguments.
+  template <class Reactor, class... Arguments>
+  [[nodiscard]] ReactorHandle<std::size_t, Reactor> newAnyReactor(Arguments&&... arguments) const {
+    return observers_.emplace<std::size_t, Reactor>(anyList, std::forward<Arguments>(arguments)...);
   }
   /// Runs `reactor(TreeChange)` at every change of this entity and of all below it, before any
   /// other reactor of that change. A change of an entity that an earlier tree reactor has deleted
@@ -185,7 +190,7 @@ class ROUTING_API Entity {
   template <class Reactor>
   [[nodiscard]] Subscription treeReactor(Reactor&& reactor) const {
     logTree();
-    return observers().subscribe<TreeNotice>(
+    return observers_.subscribe<TreeNotice>(
         treeList, [this, call = std::forward<Reactor>(reactor)](const TreeNotice& notice) mutable {
           if (notice.watch.alive() && notice.change.entity.within(*this)) call(notice.change);
         });
@@ -210,19 +215,19 @@ class ROUTING_API Entity {
 
   template <class Key, class Reactor>
   [[nodiscard]] Subscription subscribe(std::size_t attribute, Reactor&& reactor) const {
-    return observers().subscribe<Key>(attribute + firstAttributeList,
-                                      std::forward<Reactor>(reactor));
+    return observers_.subscribe<Key>(attribute + firstAttributeList,
+                                     std::forward<Reactor>(reactor));
   }
 
   void changed(std::size_t attribute, const void* key) {
     if (journal_ != nullptr) writeToJournal(attribute, key);
-    if (observers_ != nullptr || logged_) tell(attribute, key);
+    if (observers_.any() || logged_) tell(attribute, key);
   }
   /// The reactors are shown a copy of the key: the caller's may be lent from what they delete.
   template <class K>
   void changedAt(std::size_t attribute, const K& key) {
     if (journal_ != nullptr) writeToJournal(attribute, &key);
-    if (observers_ == nullptr && !logged_) return;
+    if (!observers_.any() && !logged_) return;
     const K copy = key;
     tell(attribute, &copy);
   }
@@ -251,7 +256,6 @@ class ROUTING_API Entity {
   static constexpr std::size_t treeList = 1;
   static constexpr std::size_t firstAttributeList = 2;
 
-  ObserverTable& observers() const;
   void tell(std::size_t attribute, const void* key);
   void tellAll(std::size_t attribute, const void* key);
   void tellTrees(const TreeNotice& notice) const;
@@ -265,7 +269,7 @@ class ROUTING_API Entity {
   void writeToJournal(std::size_t attribute, const void* key) const;
   void leaveJournal() const;
 
-  mutable ObserverTable* observers_ = nullptr;  // made by the first subscription
+  mutable Observers observers_;
   Entity* parent_ = nullptr;
   mutable AttributeJournal* journal_ = nullptr;
   mutable std::uint32_t journalNumber_ = 0;

@@ -8,25 +8,30 @@
 namespace Routing {
 
 void Subscription::reset() {
-  ObserverNode* node = std::exchange(node_, nullptr);
-  if (node == nullptr) return;
-  if (node->table_ != nullptr) node->table_->remove(node);
-  ObserverTable::drop(node);
+  silence();
+  if (node_ != nullptr) ObserverNode::drop(std::exchange(node_, nullptr));
+}
+
+void Subscription::silence() {
+  if (!active()) return;
+  if (node_->index_ == ObserverNode::alone) {
+    node_->subject_->remove(*node_);
+  } else {
+    node_->table_->remove(node_);
+  }
 }
 
 ObserverTable::~ObserverTable() {
   for (std::size_t i = 0; i <= size_; ++i) ::operator delete(at(i));
 }
 
-Subscription ObserverTable::append(std::size_t index, std::unique_ptr<ObserverNode> node,
-                                   Fire fire) {
+void ObserverTable::append(std::size_t index, ObserverNode& node) {
   List& list = roomIn(index);
-  node->table_ = this;
-  node->list_ = static_cast<std::uint16_t>(index);
-  node->index_ = list.size;
-  ++node->holders_;
-  list.places()[list.size++] = {fire, node.get()};
-  return Subscription(node.release());
+  node.table_ = this;
+  node.list_ = static_cast<std::uint16_t>(index);
+  node.index_ = list.size;
+  ++node.holders_;
+  list.places()[list.size++] = {node.fire(), &node};
 }
 
 // The list, with room for one more place.
@@ -96,7 +101,7 @@ void ObserverTable::remove(ObserverNode* node) {
   }
   if (list.running > 0) return;
   place.node = nullptr;
-  drop(node);                                    // its subscription still holds it
+  ObserverNode::drop(node);                      // its subscription still holds it
   if (2 * list.dead > list.size) closeUp(list);  // lets go of nobody
 }
 
@@ -109,7 +114,7 @@ void ObserverTable::tidy(List& list) {
   }
   const std::vector<ObserverNode*> gone = closeUp(list);
   if (detached_ && idle()) delete this;
-  for (ObserverNode* node : gone) drop(node);
+  for (ObserverNode* node : gone) ObserverNode::drop(node);
 }
 
 // The unsubscribed nodes that the list still held.
@@ -154,8 +159,29 @@ bool ObserverTable::idle() const {
   return rests(first_) && std::all_of(lists_.get(), lists_.get() + size_, rests);
 }
 
-void ObserverTable::drop(ObserverNode* node) {
-  if (--node->holders_ == 0) delete node;
+void Observers::append(std::size_t list, ObserverNode& node) {
+  if (isTable()) return table().append(list, node);
+  if (!any()) {
+    node.subject_ = this;
+    node.index_ = ObserverNode::alone;
+    node.list_ = static_cast<std::uint16_t>(list);
+    word_ = reinterpret_cast<std::uintptr_t>(&node);
+    return;
+  }
+  ObserverTable* const table = ObserverTable::create();
+  table->append(one().list_, one());
+  word_ = reinterpret_cast<std::uintptr_t>(table) + tableMark;
+  table->append(list, node);
+}
+
+void Observers::remove(ObserverNode& node) {
+  node.subject_ = nullptr;
+  word_ = 0;
+}
+
+void Observers::detach() {
+  if (isTable()) return table().detach();
+  remove(one());
 }
 
 }  // namespace Routing

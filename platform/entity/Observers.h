@@ -13,12 +13,16 @@
 namespace Routing {
 
 class FirstError;
+class Observers;
 class ObserverTable;
 
-/// One subscriber's place in a list. Held by its Subscription, and by the list while it stands in
-/// it, so that a reactor that goes away inside its own notification stays callable to the end.
+/// One subscriber's place in a list. Held by its Subscription, by calls of it that are under way,
+/// and by the list while it stands in one, so that a reactor that goes away inside its own
+/// notification stays callable to the end.
 class ROUTING_API ObserverNode {
  public:
+  using Fire = void (*)(ObserverNode* node, const void* key);
+
   ObserverNode() = default;
   ObserverNode(const ObserverNode&) = delete;
   ObserverNode& operator=(const ObserverNode&) = delete;
@@ -26,12 +30,47 @@ class ROUTING_API ObserverNode {
 
  private:
   friend class ObserverTable;
+  friend class Observers;
   friend class Subscription;
 
-  ObserverTable* table_ = nullptr;  // null once unsubscribed or once the subject is gone
+  static constexpr std::uint32_t alone = 0xffffffff;  // as index_: there is no table
+
+  virtual Fire fire() const = 0;
+  virtual void call(const void* key) = 0;
+  static void drop(ObserverNode* node) {
+    if (--node->holders_ == 0) delete node;
+  }
+
+  union {  // null once unsubscribed or once the subject is gone
+    ObserverTable* table_ = nullptr;
+    Observers* subject_;
+  };
   std::uint32_t index_ = 0;
   std::uint16_t list_ = 0;
   std::uint16_t holders_ = 1;
+};
+
+/// The place of a reactor of a type of its own, which is called with what has changed.
+template <class Key, class Reactor>
+class ReactorNode final : public ObserverNode {
+ public:
+  template <class... Arguments>
+  explicit ReactorNode(Arguments&&... arguments)
+      : reactor_(std::forward<Arguments>(arguments)...) {}
+  Reactor& reactor() { return reactor_; }
+
+ private:
+  static void run(ObserverNode* node, [[maybe_unused]] const void* key) {
+    if constexpr (std::is_void_v<Key>) {
+      static_cast<ReactorNode*>(node)->reactor_();
+    } else {
+      static_cast<ReactorNode*>(node)->reactor_(*static_cast<const Key*>(key));
+    }
+  }
+  Fire fire() const override { return run; }
+  void call(const void* key) override { run(this, key); }
+
+  Reactor reactor_;
 };
 
 /// Keeps a reactor subscribed; its destructor unsubscribes. The subject may die first.
@@ -48,16 +87,28 @@ class ROUTING_API Subscription {
 
   /// Unsubscribes; legal inside the reactor's own notification. Idempotent.
   void reset();
+  /// Unsubscribes, but keeps the reactor.
+  void silence();
   bool active() const { return node_ != nullptr && node_->table_ != nullptr; }
 
- private:
+ protected:
   ObserverNode* node_ = nullptr;
 };
 
-/// The reactors of one subject, in numbered lists. Notification is synchronous and in the order of
-/// subscription. A reactor that subscribes during a notification is first told of the next one; one
-/// that unsubscribes, or whose owner is deleted, is not called any more. The subject itself may be
-/// deleted inside a notification: the reactors that were not reached yet are then not called.
+/// A subscription that reaches its reactor, an object of a class of its own.
+template <class Key, class Reactor>
+class ReactorHandle : public Subscription {
+ public:
+  using Node = ReactorNode<Key, Reactor>;
+  using Subscription::Subscription;
+  Reactor* operator->() const { return &static_cast<Node*>(node_)->reactor(); }
+};
+
+/// The reactors of one subject that has several, in numbered lists. Notification is synchronous and
+/// in the order of subscription. A reactor that subscribes during a notification is first told of
+/// the next one; one that unsubscribes, or whose owner is deleted, is not called any more. The
+/// subject itself may be deleted inside a notification: the reactors that were not reached yet are
+/// then not called.
 ///
 ///   table   [ . ] [ x | . | x ]                      one pointer a list, up to the highest in use
 ///                 |
@@ -86,12 +137,8 @@ class ROUTING_API ObserverTable {
   /// Called once by the subject when it dies.
   void detach();
 
-  /// Appends a reactor `void()` or `void(const Key&)` to a list.
-  template <class Key, class Reactor>
-  [[nodiscard]] Subscription subscribe(std::size_t list, Reactor&& reactor) {
-    using Made = Node<Key, std::decay_t<Reactor>>;
-    return append(list, std::make_unique<Made>(std::forward<Reactor>(reactor)), &Made::fire);
-  }
+  /// Appends a reactor, which stands in no list, to one.
+  void append(std::size_t list, ObserverNode& node);
 
   bool observed(std::size_t list) const {
     const List* const at = find(list);
@@ -106,11 +153,9 @@ class ROUTING_API ObserverTable {
  private:
   friend class Subscription;
 
-  using Fire = void (*)(ObserverNode* node, const void* key);
-
   struct Place {
-    Fire fire = idleFire;          // until subscribed, and once unsubscribed
-    ObserverNode* node = nullptr;  // until subscribed, and once let go of
+    ObserverNode::Fire fire = idleFire;  // until subscribed, and once unsubscribed
+    ObserverNode* node = nullptr;        // until subscribed, and once let go of
   };
 
   /// Head of a list; its places follow it in memory.
@@ -129,26 +174,8 @@ class ROUTING_API ObserverTable {
     const Place* end = nullptr;
   };
 
-  template <class Key, class Reactor>
-  class Node final : public ObserverNode {
-   public:
-    template <class R>
-    explicit Node(R&& reactor) : reactor_(std::forward<R>(reactor)) {}
-    static void fire(ObserverNode* node, [[maybe_unused]] const void* key) {
-      if constexpr (std::is_void_v<Key>) {
-        static_cast<Node*>(node)->reactor_();
-      } else {
-        static_cast<Node*>(node)->reactor_(*static_cast<const Key*>(key));
-      }
-    }
-
-   private:
-    Reactor reactor_;
-  };
-
   ObserverTable() = default;
   ~ObserverTable();
-  Subscription append(std::size_t index, std::unique_ptr<ObserverNode> node, Fire fire);
   List& roomIn(std::size_t index);
   void notifyBoth(std::size_t list, const void* key, std::size_t second, const void* secondKey);
   void finishAfterError(std::size_t list, const void* key, Walk walk);
@@ -169,7 +196,6 @@ class ROUTING_API ObserverTable {
   static void call(Walk& walk, const void* key);
   static void finish(Walk& walk, const void* key, FirstError& error);
   static std::vector<ObserverNode*> closeUp(List& list);
-  static void drop(ObserverNode* node);
 
   List* first_ = nullptr;           // list 0, often the only one
   std::unique_ptr<List*[]> lists_;  // those behind it, up to the highest in use
@@ -216,6 +242,85 @@ inline void ObserverTable::call(Walk& walk, const void* key) {
     const Place& place = *walk.at++;
     place.fire(place.node, key);
   }
+}
+
+/// The reactors of one subject, which takes no more than a pointer for them: to nothing, to the one
+/// reactor that there is, or to a table once there have been two. All of it keeps what
+/// ObserverTable promises.
+///
+///   nobody    [ . ]
+///   one       [ x ] -> node              held by its Subscription
+///   several   [ x ] -> table -> list -> nodes
+class ROUTING_API Observers {
+ public:
+  Observers() = default;
+  Observers(const Observers&) = delete;
+  Observers& operator=(const Observers&) = delete;
+  ~Observers() {
+    if (word_ != 0) detach();
+  }
+
+  /// Appends a reactor `void()` or `void(const Key&)` to a list.
+  template <class Key, class Reactor>
+  [[nodiscard]] Subscription subscribe(std::size_t list, Reactor&& reactor) {
+    return emplace<Key, std::decay_t<Reactor>>(list, std::forward<Reactor>(reactor));
+  }
+  /// The same with a reactor that is made in its place.
+  template <class Key, class Reactor, class... Arguments>
+  [[nodiscard]] ReactorHandle<Key, Reactor> emplace(std::size_t list, Arguments&&... arguments) {
+    using Handle = ReactorHandle<Key, Reactor>;
+    auto made = std::make_unique<typename Handle::Node>(std::forward<Arguments>(arguments)...);
+    append(list, *made);
+    return Handle(made.release());
+  }
+
+  /// False if there is nobody to notify.
+  bool any() const { return word_ != 0; }
+  bool observed(std::size_t list) const {
+    return isTable() ? table().observed(list) : any() && one().list_ == list;
+  }
+  void notify(std::size_t list, const void* key);
+  void notify(std::size_t list, const void* key, std::size_t second, const void* secondKey);
+
+ private:
+  friend class Subscription;
+
+  void append(std::size_t list, ObserverNode& node);
+  void remove(ObserverNode& node);
+  void detach();
+  static void call(ObserverNode& node, const void* key);
+  bool isTable() const { return (word_ & tableMark) != 0; }
+  ObserverNode& one() const { return *reinterpret_cast<ObserverNode*>(word_); }
+  ObserverTable& table() const { return *reinterpret_cast<ObserverTable*>(word_ - tableMark); }
+
+  static constexpr std::uintptr_t tableMark = 1;  // of an address that is even
+
+  std::uintptr_t word_ = 0;
+};
+
+inline void Observers::notify(std::size_t list, const void* key) {
+  if (isTable()) return table().notify(list, key);
+  if (any() && one().list_ == list) call(one(), key);
+}
+
+inline void Observers::notify(std::size_t list, const void* key, std::size_t second,
+                              const void* secondKey) {
+  if (isTable()) return table().notify(list, key, second, secondKey);
+  if (!any()) return;
+  if (one().list_ == list) return call(one(), key);
+  if (one().list_ == second) call(one(), secondKey);
+}
+
+// The reactor may end the subject; not the node, which a call holds.
+inline void Observers::call(ObserverNode& node, const void* key) {
+  struct Call {
+    ObserverNode* const node;
+    ~Call() { ObserverNode::drop(node); }
+  };
+  ROUTING_ASSERT_TEXT(node.holders_ <= ObserverTable::maxNesting, "nesting < maxNesting");
+  ++node.holders_;
+  const Call held{&node};
+  node.call(key);
 }
 
 }  // namespace Routing

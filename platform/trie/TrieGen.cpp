@@ -2,12 +2,7 @@
 
 namespace Routing {
 
-TrieGen::TrieGen(std::string name, AddressFamily af)
-    : name_(std::move(name)), routes_(af), reactors_(ObserverTable::create()) {}
-
-TrieGen::~TrieGen() {
-  reactors_->detach();
-}
+TrieGen::TrieGen(std::string name, AddressFamily af) : name_(std::move(name)), routes_(af) {}
 
 bool TrieGen::routeIs(const IpGenPrefix& prefix) {
   if (!routes_.insert(prefix)) return false;
@@ -37,7 +32,7 @@ IpGenPrefix TrieGen::parent(const IpGenPrefix& prefix) const {
 // copy of the prefix, which may have stood in what the reactor deletes.
 bool TrieGen::notify(const IpGenPrefix& prefix, TrieEvent event) {
   const Notice notice{prefix, event};
-  reactors_->notify(0, &notice);
+  reactors_.notify(0, &notice);
   return true;
 }
 

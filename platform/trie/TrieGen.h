@@ -23,7 +23,6 @@ class ROUTING_API TrieGen {
   TrieGen(std::string name, AddressFamily af);
   TrieGen(const TrieGen&) = delete;
   TrieGen& operator=(const TrieGen&) = delete;
-  ~TrieGen();
 
   const std::string& name() const { return name_; }
   AddressFamily af() const { return routes_.af(); }
@@ -63,7 +62,7 @@ class ROUTING_API TrieGen {
   /// reactor may change the trie, subscribe, unsubscribe, and delete the trie or any reactor.
   template <class Reactor>
   [[nodiscard]] Subscription routeReactor(Reactor&& reactor) {
-    return reactors_->subscribe<Notice>(
+    return reactors_.subscribe<Notice>(
         0, [call = std::forward<Reactor>(reactor)](const Notice& n) mutable {
           call(n.prefix, n.event);
         });
@@ -80,7 +79,7 @@ class ROUTING_API TrieGen {
   std::string name_;
   PrefixTrie<std::monostate> routes_;
   std::uint64_t changes_ = 0;
-  ObserverTable* reactors_;  // outlives the trie while a notification runs
+  Observers reactors_;
 };
 
 }  // namespace Routing

@@ -12,7 +12,7 @@
 
 #include "platform/entity/Observers.h"
 
-// The table of reactors beside a list that copies itself before every notification, both played
+// The reactors of a subject beside a list that copies itself before every notification, both played
 // the same random piece: reactors that subscribe, unsubscribe, notify, throw and end the subject.
 
 namespace Routing {
@@ -61,13 +61,13 @@ class FastTable {
  public:
   using Handle = Subscription;
   Handle subscribe(std::size_t list, Reactor reactor) {
-    return table_->subscribe<void>(list, std::move(reactor));
+    return observers_->subscribe<void>(list, std::move(reactor));
   }
-  void notify() { table_->notify(1, nullptr, 0, nullptr); }
-  void detach() { table_->detach(); }
+  void notify() { observers_->notify(1, nullptr, 0, nullptr); }
+  void detach() { observers_.reset(); }
 
  private:
-  ObserverTable* table_ = ObserverTable::create();
+  std::unique_ptr<Observers> observers_ = std::make_unique<Observers>();
 };
 
 enum class What { subscribe, unsubscribe, notify, raise, detach };
@@ -133,7 +133,7 @@ class Player {
   std::map<std::size_t, typename Table::Handle> handles_;
 };
 
-TEST(ObserverTable, CallsWhomAListThatCopiesItselfWouldCall) {
+TEST(Observers, CallsWhomAListThatCopiesItselfWouldCall) {
   EXPECT_TRUE(rc::check([] {
     const auto what = rc::gen::weightedElement<What>({{5, What::subscribe},
                                                       {3, What::unsubscribe},
