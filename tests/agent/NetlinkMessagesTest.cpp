@@ -192,7 +192,8 @@ TEST(NetlinkMessages, ReadAllHopsOfAMultipathRoute) {
   std::vector<std::uint8_t> list;
   addHop(list, 2, "10.0.0.2");
   addHop(list, 3, nullptr);
-  addHop(list, 4, "10.0.1.2", RTNH_F_DEAD);
+  static_assert((RTNH_F_DEAD | RTNH_F_ONLINK) == RTA_GATEWAY);  // is none of the hop before it
+  addHop(list, 4, "10.0.1.2", RTNH_F_DEAD | RTNH_F_ONLINK);
   addHop(list, 5, "10.0.2.2", RTNH_F_LINKDOWN);
   addHop(list, 6, "fe80::1", 0, RTA_VIA);
   addHop(list, 0, "10.0.3.2");

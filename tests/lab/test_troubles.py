@@ -99,6 +99,7 @@ class Troubles(Play):
         self.reload(first, config(family(IPV4, *interfaces), **{
             "access-list": [access_list(IPV4, "OURS", "deny host 10.0.0.2", "permit 10.0.0.0/8")]}))
         self.assertEqual(first.neighbors(IPV4), {IPV4.far_end(1)})
+        self.assertNotIn("cleared", first.show(IPV4, "events")["events"][-1]["text"])
         first.control("clear", "counters")
         line.greet(IPV4)
         self.eventually(2, lambda: first.explained("drops")["drops"], "nothing is dropped")
@@ -141,10 +142,12 @@ class Troubles(Play):
                          f"RP {own[1]} does not serve group {GROUPS[0]}: its advertisement is dropped "
                          f"from {own[1]} on to-r2: rp-filter does not permit this source "
                          f"(RP {own[1]}).")
+        self.assertEqual(third.explained("bsr")["drops"], [], "an advertisement is no message")
         served = {group: first.show(IPV4, "rp-hash", group)["rp"]["rp-address"] for group in GROUPS}
         group = next(group for group, by in served.items() if by == own[0])
         self.assertRegex(self.first_line(first, "rp", group, good=True),
                          f"^RP {own[0]} serves group {group}: .*hash")
+        self.assertIn(f"BSR {own[2]}", first.control("explain", "rp", group)[1])
         self.assertEqual(self.first_line(first, "rp", group, "--why-not", own[2], good=True),
                          f"RP {own[2]} does not serve group {group}: lost: higher hash value of "
                          f"{own[0]}.")

@@ -36,6 +36,8 @@ class RpFeedTest : public testing::Test {
 };
 
 TEST_F(RpFeedTest, TellsOnlyWhatHasSettled) {
+  v4_.addRp("239.0.0.0/8", "224.0.0.0/4", "10.0.0.1", 1, 10, 200);  // of a range beyond its zone
+  v4_.status->newCrpStatus(prefix("225.0.0.0/8"));                  // knows no RP yet
   v4_.addRp("224.0.0.0/4", "224.0.0.0/4", "10.0.0.1", 1, 10, 200);
   const auto subscription = subscribe();
   EXPECT_EQ(lines_.at(0).dump(),

@@ -55,7 +55,11 @@ TEST_F(ConfigSmTest, ClearsTheCountersOfPimOnRequest) {
   EXPECT_EQ(bed.pimCounters->rxHello(), 0U);
   EXPECT_EQ(bed.changes(), std::vector<std::string>{});
   bed.pimCounters->rxHelloIs(3);
-  bed.sm->clearConfigIs(std::make_shared<Bsr::ClearConfig>(VrfName("default")));
+  const auto other = std::make_shared<Bsr::ClearConfig>(VrfName("default"));
+  bed.sm->clearConfigIs(other);
+  EXPECT_EQ(bed.pimCounters->rxHello(), 0U);
+  bed.pimCounters->rxHelloIs(3);
+  other->countersCountInc();
   EXPECT_EQ(bed.pimCounters->rxHello(), 0U);
 
   bed.pimCounters.reset();

@@ -41,6 +41,12 @@ TEST(AclToPrefix, PermitsWhatTheTableSays) {
   }
 }
 
+TEST(AclToPrefix, TakesNoTextForAddressesThatHasNone) {
+  for (const char* text : {"", "none", "host none", "300.1.1.1", "10.0.0.0 none", "10.0.0.0 ::1"}) {
+    EXPECT_FALSE(AclAddresses::fromText(text)) << text;
+  }
+}
+
 TEST(AclToPrefix, PassesOverNarrowedRules) {
   AclRule narrowed = aclRule("deny 239.1.0.0/16");
   narrowed.narrowed = true;
