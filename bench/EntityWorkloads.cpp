@@ -8,7 +8,8 @@ namespace Routing::Bench {
 namespace {
 
 struct Sum final : PlainObserver {
-  void changed(double value) override { sum += value; }
+  // A compiler that sees the only kind of observer would not call it.
+  [[gnu::noinline]] void changed(double value) override { sum += value; }
   double sum = 0.0;
 };
 

@@ -49,11 +49,13 @@ ObserverTable::List& ObserverTable::roomIn(std::size_t index) {
   std::copy_n(list->places(), list->size, grown->places());
   grown->size = list->size;
   grown->dead = list->dead;
-  grown->running = list->running;
-  if (list->running > 0) {
-    grown->outgrown = list;
-  } else {
+  if (list->idle()) {
+    grown->running = list->running;
     ::operator delete(list);
+  } else {
+    grown->running = list->running | List::untidyFlag;
+    grown->outgrown = list;
+    list->running = List::hasGrown;
   }
   return *(at(index) = grown);
 }
@@ -65,16 +67,20 @@ ObserverTable::List* ObserverTable::newList(std::uint32_t capacity) {
   return list;
 }
 
-void ObserverTable::notifyBoth(std::size_t list, const void* key, std::size_t second,
-                               const void* secondKey) {
+void ObserverTable::notifyBoth(List& list, const void* key, List& second, const void* secondKey) {
   FirstError error;
-  Walk walk = enter(list);
+  const std::uint32_t before = enter(list);
+  Walk walk = placesOf(list);
   Walk others;
-  error.run([&] { others = enter(second); });
+  std::uint32_t secondBefore = 0;
+  error.run([&] {
+    secondBefore = enter(second);
+    others = placesOf(second);
+  });
   finish(walk, key, error);
   finish(others, secondKey, error);
-  leave(list);
-  if (others.end != nullptr) leave(second);
+  leave(list, before);
+  if (others.end != nullptr) leave(second, secondBefore);
   error.rethrow();
 }
 
@@ -82,12 +88,33 @@ void ObserverTable::finish(Walk& walk, const void* key, FirstError& error) {
   while (walk.at != walk.end) error.run([&] { call(walk, key); });
 }
 
-void ObserverTable::finishAfterError(std::size_t list, const void* key, Walk walk) {
+void ObserverTable::finishAfterError(List& list, std::uint32_t before, Walk walk, const void* key) {
   FirstError error;
   error.run([] { throw; });
   finish(walk, key, error);
-  leave(list);
+  leave(list, before);
   error.rethrow();
+}
+
+// What was unsubscribed while nothing ran is closed up here.
+void ObserverTable::enterUntidy(List& list) {
+  if (list.idle()) closeUp(list);  // lets go of nobody
+  ROUTING_ASSERT_TEXT((list.running & ~List::untidyFlag) < maxNesting, "nesting < maxNesting");
+}
+
+void ObserverTable::leaveUntidy(const List& list) {
+  List& now = successor(list);
+  --now.running;
+  if (now.idle()) tidy(now);
+}
+
+// What a list has become by growing.
+ObserverTable::List& ObserverTable::successor(const List& list) {
+  for (std::size_t index = 0;; ++index) {
+    for (const List* at = find(index); at != nullptr; at = at->outgrown) {
+      if (at == &list) return *find(index);
+    }
+  }
 }
 
 void ObserverTable::remove(ObserverNode* node) {
@@ -96,10 +123,11 @@ void ObserverTable::remove(ObserverNode* node) {
   node->table_ = nullptr;
   place.fire = idleFire;
   ++list.dead;
+  list.running |= List::untidyFlag;
   for (List* old = list.outgrown; old != nullptr; old = old->outgrown) {
     if (node->index_ < old->size) old->places()[node->index_].fire = idleFire;
   }
-  if (list.running > 0) return;
+  if (!list.idle()) return;
   place.node = nullptr;
   ObserverNode::drop(node);                      // its subscription still holds it
   if (2 * list.dead > list.size) closeUp(list);  // lets go of nobody
@@ -132,6 +160,7 @@ std::vector<ObserverNode*> ObserverTable::closeUp(List& list) {
   }
   list.size = kept;
   list.dead = 0;
+  list.running &= ~List::untidyFlag;
   return gone;
 }
 
@@ -151,11 +180,11 @@ void ObserverTable::removeAll(std::size_t index) {
     const Place& place = list.places()[at];
     if (place.fire != idleFire) remove(place.node);
   }
-  leave(index);
+  leaveUntidy(list);
 }
 
 bool ObserverTable::idle() const {
-  const auto rests = [](const List* list) { return list == nullptr || list->running == 0; };
+  const auto rests = [](const List* list) { return list == nullptr || list->idle(); };
   return rests(first_) && std::all_of(lists_.get(), lists_.get() + size_, rests);
 }
 

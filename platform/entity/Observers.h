@@ -123,7 +123,9 @@ class ReactorHandle : public Subscription {
 /// While notifications run on a list, places stay where they are, also those of a list that has
 /// grown meanwhile, and unsubscribed nodes stay alive: whoever walks just walks on, and a reactor
 /// that goes away in its own call is callable to the end. When the last has ended, the list closes
-/// up. A table whose subject has died goes when the last of its lists is idle.
+/// up. A table whose subject has died goes when the last of its lists is idle. Whoever leaves a
+/// list as it was entered has nothing to look after: all that happens to it meanwhile changes
+/// `running`.
 class ROUTING_API ObserverTable {
  public:
   /// Notifications nested in each other on one list; one more is the assertion
@@ -160,12 +162,16 @@ class ROUTING_API ObserverTable {
 
   /// Head of a list; its places follow it in memory.
   struct List {
+    static constexpr std::uint32_t untidyFlag = 1U << 31;
+    static constexpr std::uint32_t hasGrown = ~0U;
+
     std::uint32_t size = 0;
     std::uint32_t capacity = 0;
-    std::uint32_t dead = 0;  // unsubscribed places
-    std::uint32_t running = 0;
-    List* outgrown = nullptr;  // the same list before it grew, kept for those that walk on it
+    std::uint32_t dead = 0;     // unsubscribed places
+    std::uint32_t running = 0;  // notifications, with the flag once there is something to tidy
+    List* outgrown = nullptr;   // the same list before it grew, kept for those that walk on it
     Place* places() { return reinterpret_cast<Place*>(this + 1); }
+    bool idle() const { return (running & ~untidyFlag) == 0; }
   };
 
   /// The places that a notification has still to call.
@@ -177,10 +183,15 @@ class ROUTING_API ObserverTable {
   ObserverTable() = default;
   ~ObserverTable();
   List& roomIn(std::size_t index);
-  void notifyBoth(std::size_t list, const void* key, std::size_t second, const void* secondKey);
-  void finishAfterError(std::size_t list, const void* key, Walk walk);
-  Walk enter(std::size_t list);
-  void leave(std::size_t list);
+  void notifyBoth(List& list, const void* key, List& second, const void* secondKey);
+  void notify(List& list, const void* key);
+  void finishAfterError(List& list, std::uint32_t before, Walk walk, const void* key);
+  static std::uint32_t enter(List& list);
+  static Walk placesOf(List& list) { return {list.places(), list.places() + list.size}; }
+  static void enterUntidy(List& list);
+  void leave(List& list, std::uint32_t before);
+  void leaveUntidy(const List& list);
+  List& successor(const List& list);
   void tidy(List& list);
   void remove(ObserverNode* node);
   void removeAll(std::size_t list);
@@ -204,36 +215,47 @@ class ROUTING_API ObserverTable {
 };
 
 inline void ObserverTable::notify(std::size_t list, const void* key) {
-  if (!observed(list)) return;
-  Walk walk = enter(list);
-  try {
-    call(walk, key);
-  } catch (...) {
-    return finishAfterError(list, key, walk);
-  }
-  leave(list);
+  List* const own = find(list);
+  if (own != nullptr && own->size > 0) notify(*own, key);
 }
 
 inline void ObserverTable::notify(std::size_t list, const void* key, std::size_t second,
                                   const void* secondKey) {
-  if (observed(second)) {
-    if (observed(list)) return notifyBoth(list, key, second, secondKey);
-    list = second;
-    key = secondKey;
+  List* const own = find(list);
+  List* const other = find(second);
+  const bool observed = own != nullptr && own->size > 0;
+  if (other == nullptr || other->size == 0) [[likely]] {
+    if (observed) notify(*own, key);
+  } else if (observed) {
+    notifyBoth(*own, key, *other, secondKey);
+  } else {
+    notify(*other, secondKey);
   }
-  notify(list, key);
 }
 
-inline ObserverTable::Walk ObserverTable::enter(std::size_t index) {
-  List& list = *at(index);
-  ROUTING_ASSERT_TEXT(list.running < maxNesting, "nesting < maxNesting");
-  ++list.running;
-  return {list.places(), list.places() + list.size};
+inline void ObserverTable::notify(List& list, const void* key) {
+  const std::uint32_t before = enter(list);
+  Walk walk = placesOf(list);
+  try {
+    call(walk, key);
+  } catch (...) {
+    return finishAfterError(list, before, walk, key);
+  }
+  leave(list, before);
 }
 
-inline void ObserverTable::leave(std::size_t index) {
-  List& list = *at(index);
-  if (--list.running == 0 && (list.dead > 0 || list.outgrown != nullptr)) tidy(list);
+inline std::uint32_t ObserverTable::enter(List& list) {
+  if (list.running >= maxNesting) [[unlikely]]
+    enterUntidy(list);
+  return list.running++;
+}
+
+inline void ObserverTable::leave(List& list, std::uint32_t before) {
+  if (list.running == before + 1) [[likely]] {
+    list.running = before;
+  } else {
+    leaveUntidy(list);
+  }
 }
 
 // `at` stands behind the place that is called: after an error the next one's turn has come.
