@@ -145,26 +145,31 @@ std::size_t expectedGroups(const WireReader& reader) {
 
 constexpr std::uint64_t familyAndEncodingV4 = static_cast<std::uint64_t>(AddressFamily::ipv4) << 8;
 
-/// First octets of IPv4 addresses all of which can be reached from the whole domain:
+/// 1 for the first octets of IPv4 addresses not all of which can be reached from the whole domain:
 /// isDomainUnicast().
-constexpr auto plainFirstOctets = [] {
-  std::array<bool, 256> plain{};
-  for (unsigned octet = 1; octet < 224; ++octet) plain[octet] = octet != 127 && octet != 169;
-  return plain;
+constexpr auto otherFirstOctets = [] {
+  std::array<std::uint8_t, 256> other{};
+  for (const unsigned octet : {0, 127, 169}) other[octet] = 1;
+  for (unsigned octet = 224; octet < 256; ++octet) other[octet] = 1;
+  return other;
 }();
 
+// What is wrong is gathered, not branched on: this is where most octets of a message go through.
 bool readPlainRps(const std::uint8_t* at, BootstrapRp* rps, unsigned count) {
-  bool ok = true;
-  std::uint32_t before = 0;
+  constexpr std::uint64_t upperBits = ~std::uint64_t{0} << 32;
+  std::uint64_t faults = 0;
+  std::uint64_t before = 0;
+  unsigned ascents = 0;
   for (BootstrapRp* rp = rps; rp != rps + count; ++rp, at += rpOctets(AddressFamily::ipv4)) {
     const std::uint64_t head = NetworkOrder<8>::load(at);  // up to the hold time
-    const auto address = static_cast<std::uint32_t>(head >> 16);
-    new (rp) BootstrapRp{IpGenAddr::v4(address), {static_cast<std::uint16_t>(head), at[8]}};
-    ok = ok & (head >> 48 == familyAndEncodingV4) & plainFirstOctets[address >> 24] &
-         (before < address);
-    before = address;
+    const std::uint64_t upper = head << 16 & upperBits;    // of the address
+    new (rp) BootstrapRp{IpGenAddr::v4(static_cast<std::uint32_t>(upper >> 32)),
+                         {static_cast<std::uint16_t>(head), at[8]}};
+    faults |= (head >> 48 ^ familyAndEncodingV4) | otherFirstOctets[upper >> 56];
+    ascents += before < upper;
+    before = upper;
   }
-  return ok;
+  return faults == 0 && ascents == count;
 }
 
 /// The head of a range of IPv4, up to its address.
@@ -177,13 +182,14 @@ struct PlainGroup {
   bool ok() const {
     constexpr IpGenPrefix all = IpGenPrefix::multicast(AddressFamily::ipv4);
     constexpr unsigned hostBits = 32 - all.length();
-    return head >> 48 == familyAndEncodingV4 && length() - all.length() <= hostBits &&
-           address() >> hostBits == all.address().v4Value() >> hostBits;
+    constexpr std::uint64_t fixed = std::uint64_t{0xffff} << 48 | (0xffffffffU << hostBits);
+    constexpr std::uint64_t wanted = familyAndEncodingV4 << 48 | all.address().v4Value();
+    return (head & fixed) == wanted && length() - all.length() <= hostBits;
   }
   /// Orders ranges; valid if ok().
   std::uint64_t rank() const {
-    const std::uint32_t mask = ~std::uint32_t{0} << (32 - length());
-    return std::uint64_t{address() & mask} << 8 | length();
+    const std::uint64_t mask = ~std::uint64_t{0} << (64 - length());
+    return (head << 32 & mask) | length();
   }
 
   std::uint64_t head;
@@ -195,25 +201,31 @@ struct PlainGroup {
   constexpr std::size_t headOctets = groupHeadOctets(AddressFamily::ipv4);
   constexpr std::size_t octetsOfRp = rpOctets(AddressFamily::ipv4);
   const std::uint8_t* at = reader.position();
-  std::size_t left = reader.remaining();
+  const std::uint8_t* const end = at + reader.remaining();
+  const std::size_t expected = reader.remaining() / octetsOfRp;
+  BootstrapRp* rps = arrays.room(expected, expected);
   std::uint64_t before = 0;
-  while (left >= headOctets) {
+  while (static_cast<std::size_t>(end - at) >= headOctets) {
     const PlainGroup range(at);
     const std::uint8_t rpCount = at[headOctets - 4], count = at[headOctets - 3];
     const std::size_t octets = headOctets + count * octetsOfRp;
-    if (!range.ok() || range.rank() <= before || count > rpCount || octets > left) break;
-    BootstrapRp* const rps = arrays.room(count, left / octetsOfRp);
-    if (!readPlainRps(at + headOctets, rps, count)) break;
+    if (!range.ok() || range.rank() <= before || count > rpCount) break;
+    if (octets > static_cast<std::size_t>(end - at)) break;
+    before = range.rank();
     auto& group =
         groups.emplace_back(IpGenAddr::v4(range.address()), range.length(), range.flags());
     group.rpCountIs(rpCount);
     group.fragRpCountIs(count);
-    arrays.fill(group.rpList(), count);
-    before = range.rank();
+    if (!readPlainRps(at + headOctets, rps, count)) {
+      groups.pop_back();
+      break;
+    }
+    arrays.fill(group.rpList(), rps, count);
+    rps += count;
     at += octets;
-    left -= octets;
   }
-  reader.skip(reader.remaining() - left);
+  reader.skip(at - reader.position());
+  arrays.usedUpTo(rps);
 }
 
 template <AddressFamily af>

@@ -127,13 +127,23 @@ class ROUTING_API RpArrays {
   /// addresses. This object must die before the list does.
   void fill(BootstrapRpList& list, std::size_t count) {
     if (count == 0) return;
-    BootstrapRpList::Array* const array = lists_.array_;
+    BootstrapRp* const first = lists_.array_->rps() + lists_.array_->used;
+    fill(list, first, count);
+    usedUpTo(first + count);
+  }
+  /// The same from `first` on in that room, which is used once usedUpTo() says so.
+  void fill(BootstrapRpList& list, const BootstrapRp* first, std::size_t count) {
+    if (count == 0) return;
     ++given_;
-    list.array_ = array;
-    list.first_ = array->rps() + array->used;
+    list.array_ = lists_.array_;
+    list.first_ = first;
     list.size_ = static_cast<std::uint32_t>(count);
-    array->used += list.size_;
-    free_ -= count;
+  }
+  void usedUpTo(const BootstrapRp* end) {
+    BootstrapRpList::Array* const array = lists_.array_;
+    if (array == nullptr) return;
+    array->used = static_cast<std::uint32_t>(end - array->rps());
+    free_ = array->capacity - array->used;
   }
 
  private:
