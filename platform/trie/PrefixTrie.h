@@ -20,6 +20,16 @@ namespace Routing {
 /// for later keys. A key or query of another family, or none, matches nothing and is not stored.
 /// Key order is the order of IpGenPrefix: by address, a prefix before everything inside it. A
 /// moved-from trie may only be assigned to or destroyed.
+///
+/// A trie that has become large knows by a key's first bits where the way of such keys goes on:
+///
+///   first 12 bits   ...   eee               eef               ef0   ...
+///   crossing              [best | node]     [best | none]     [best | node]
+///                            |      |
+///     the longest prefix  <--'      '-->  the first node on their way
+///     shorter than that                   that is no shorter
+///
+/// A change of a prefix shorter than that changes up to all of them.
 template <class Value>
 class PrefixTrie {
  public:
@@ -81,6 +91,8 @@ class PrefixTrie {
  private:
   using Index = std::uint32_t;
   static constexpr Index nil = std::numeric_limits<Index>::max();
+  static constexpr unsigned crossingBits = 12;
+  static constexpr std::size_t crossingsFrom = 512;  // stored prefixes
 
   /// The bits of a prefix, left-aligned; those from `length` on mean nothing.
   struct Key {
@@ -93,6 +105,11 @@ class PrefixTrie {
           lower(p.address().lower()),
           length(static_cast<std::uint8_t>(p.length())) {}
 
+    /// The first bits of keys, as a number.
+    explicit Key(std::size_t firstBits)
+        : upper(std::uint64_t{firstBits} << (64 - crossingBits)), lower(0), length(crossingBits) {}
+
+    std::size_t firstBits() const { return upper >> (64 - crossingBits); }
     unsigned bit(unsigned position) const {
       return position < 64 ? upper >> (63 - position) & 1 : lower >> (127 - position) & 1;
     }
@@ -128,8 +145,17 @@ class PrefixTrie {
     unsigned side = 0;
   };
 
+  struct Crossing {
+    Index best = nil;  // the longest stored prefix of fewer than so many bits
+    Index node = nil;  // the first node below that is no shorter
+  };
+
   Index& at(Slot slot) { return slot.node == nil ? root_ : nodes_[slot.node].child[slot.side]; }
   bool takes(const IpGenPrefix& key) const { return !key.isNone() && key.af() == af_; }
+  bool add(const Key& key, Value&& value);
+  bool take(const Key& key);
+  void cross(const Key& changed);
+  Crossing crossing(const Key& firstBits) const;
   Match longestWithin(const IpGenPrefix& query, unsigned maxLength) const;
   Match match(Index node) const;
   Index firstIn(Index node) const;
@@ -140,6 +166,7 @@ class PrefixTrie {
   void prune(Slot slot, Slot above);
 
   std::vector<Node> nodes_;
+  std::vector<Crossing> crossings_;  // by first bits; none in a small trie
   std::size_t size_ = 0;
   Index root_ = nil;
   Index free_ = nil;
@@ -148,8 +175,14 @@ class PrefixTrie {
 
 template <class Value>
 bool PrefixTrie<Value>::insert(const IpGenPrefix& prefix, Value value) {
-  if (!takes(prefix)) return false;
   const Key key(prefix);
+  if (!takes(prefix) || !add(key, std::move(value))) return false;
+  cross(key);
+  return true;
+}
+
+template <class Value>
+bool PrefixTrie<Value>::add(const Key& key, Value&& value) {
   Slot slot;
   for (Index index = root_; index != nil; index = at(slot)) {
     Node& node = nodes_[index];
@@ -197,8 +230,14 @@ void PrefixTrie<Value>::linkAbove(Slot slot, Index leaf, unsigned common) {
 
 template <class Value>
 bool PrefixTrie<Value>::erase(const IpGenPrefix& prefix) {
-  if (!takes(prefix)) return false;
   const Key key(prefix);
+  if (!takes(prefix) || !take(key)) return false;
+  cross(key);
+  return true;
+}
+
+template <class Value>
+bool PrefixTrie<Value>::take(const Key& key) {
   Slot slot;
   Slot above;
   for (Index index = root_; index != nil; index = at(slot)) {
@@ -229,6 +268,33 @@ void PrefixTrie<Value>::prune(Slot slot, Slot above) {
   release(slot.node);
 }
 
+// Keys with other first bits find the same as before.
+template <class Value>
+void PrefixTrie<Value>::cross(const Key& changed) {
+  std::size_t first = changed.firstBits();
+  std::size_t count = std::size_t{1}
+                      << (crossingBits - std::min<unsigned>(crossingBits, changed.length));
+  if (crossings_.empty()) {
+    if (size_ < crossingsFrom) return;
+    crossings_.resize(std::size_t{1} << crossingBits);
+    first = 0;
+    count = crossings_.size();
+  }
+  for (; count > 0; --count, ++first) crossings_[first] = crossing(Key(first));
+}
+
+template <class Value>
+auto PrefixTrie<Value>::crossing(const Key& firstBits) const -> Crossing {
+  Crossing at{nil, root_};
+  while (at.node != nil && nodes_[at.node].key.length < crossingBits) {
+    const Node& node = nodes_[at.node];
+    if (!node.key.contains(firstBits)) return {at.best, nil};
+    if (node.value) at.best = at.node;
+    at.node = node.child[firstBits.bit(node.key.length)];
+  }
+  return at;
+}
+
 template <class Value>
 void PrefixTrie<Value>::clear() {
   *this = PrefixTrie(af_);
@@ -244,8 +310,10 @@ template <class Value>
 auto PrefixTrie<Value>::longestWithin(const IpGenPrefix& query, unsigned maxLength) const -> Match {
   if (!takes(query)) return {};
   const Key key(query);
-  Index best = nil;
-  for (Index index = root_; index != nil;) {
+  const bool crosses =
+      !crossings_.empty() && std::min<unsigned>(key.length, maxLength) >= crossingBits;
+  auto [best, index] = crosses ? crossings_[key.firstBits()] : Crossing{nil, root_};
+  while (index != nil) {
     const Node& node = nodes_[index];
     if (node.key.length > maxLength || !node.key.contains(key)) break;
     if (node.value) best = index;

@@ -94,8 +94,18 @@ void behavesAsList(AddressFamily af) {
   const auto queries = *rc::gen::container<std::vector<IpGenPrefix>>(prefixOf(af));
   Trie trie(af);
   ListOracle oracle;
-  std::size_t largest = 0;
   int value = 0;
+  const bool large = *rc::gen::weightedElement<bool>({{9, false}, {1, true}});  // has crossings
+  for (std::uint32_t i = large ? 600 : 0; i > 0; --i) {
+    const std::uint32_t bits = 0xe8000000 + (i << 15);
+    const IpGenPrefix prefix(af == AddressFamily::ipv4
+                                 ? IpGenAddr::v4(bits)
+                                 : IpGenAddr::v6(std::uint64_t{bits} << 32, 0),
+                             17);
+    ++value;
+    RC_ASSERT(trie.insert(prefix, value) && oracle.insert(prefix, value));
+  }
+  std::size_t largest = trie.size();
   for (const auto& [add, prefix] : steps) {
     ++value;
     RC_ASSERT((add ? trie.insert(prefix, value) : trie.erase(prefix)) ==
