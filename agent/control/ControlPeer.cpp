@@ -72,10 +72,15 @@ void ControlPeer::handleInput() {
 void ControlPeer::handleRequest(std::string_view line) {
   try {
     const ControlRequest request = parseControlRequest(line);
-    if (request.command == ControlRequest::Command::watch) return watch(request);
-    if (request.command == ControlRequest::Command::subscribe) return subscribe(request);
-    if (request.command == ControlRequest::Command::reload) return reload();
-    answer(answerLine(hub_->target, request));
+    switch (request.command) {
+      case ControlRequest::Command::watch:
+      case ControlRequest::Command::subscribe:
+        return begin(request);
+      case ControlRequest::Command::reload:
+        return reload();
+      default:
+        return answer(answerLine(hub_->target, request));
+    }
   } catch (const RequestError& error) {
     refuse(error.code(), error.what());
   }
@@ -109,10 +114,14 @@ void ControlPeer::refuseAndClose(RefusalCode code, std::string_view text) {
   if (state_ != State::gone) state_ = State::closing;
 }
 
-void ControlPeer::watch(const ControlRequest& request) {
+void ControlPeer::begin(const ControlRequest& request) {
   if (hub_->watchers >= hub_->limits.watchers) {
     return refuse(RefusalCode::busy, "too many watches");
   }
+  request.command == ControlRequest::Command::watch ? watch(request) : subscribe(request);
+}
+
+void ControlPeer::watch(const ControlRequest& request) {
   scope_ = watchScope(hub_->target.view, request);
   if (!queue(watchAcceptedLine(request))) return refuse(RefusalCode::busy, tooMuchWaits);
   state_ = State::watching;
@@ -124,9 +133,6 @@ void ControlPeer::watch(const ControlRequest& request) {
 }
 
 void ControlPeer::subscribe(const ControlRequest& request) {
-  if (hub_->watchers >= hub_->limits.watchers) {
-    return refuse(RefusalCode::busy, "too many watches");
-  }
   feedScope(request);  // is there such a topic?
   if (!queue(subscribedLine(request))) return refuse(RefusalCode::busy, tooMuchWaits);
   state_ = State::watching;

@@ -58,6 +58,8 @@ class ControlPeer : public std::enable_shared_from_this<ControlPeer> {
   void refuse(RefusalCode code, std::string_view text);
   void refuseAndClose(RefusalCode code, std::string_view text);
 
+  /// A watch or a subscription; it lasts as long as the connection.
+  void begin(const ControlRequest& request);
   void watch(const ControlRequest& request);
   void subscribe(const ControlRequest& request);
   void handleChange(std::string_view change);

@@ -49,6 +49,7 @@ TEST_F(ConfigSmTest, ClearsTheCountersOfPimOnRequest) {
   bed.status->countersIs("counters")->rxIs(7);
   bed.pimCounters->rxHelloIs(3);
   bed.start();
+  EXPECT_EQ(bed.sm->zeroPfx(), prefix("0.0.0.0/0"));
   EXPECT_EQ(bed.pimCounters->rxHello(), 3U);
   bed.changes();
   bed.clearConfig->countersCountInc();
