@@ -1,7 +1,7 @@
-// Sends Bootstrap messages of 12 ranges with 11 RPs each and awaits them back, so many on their way
-// at a time: WireLoad INTERFACE ADDRESS MESSAGES WINDOW. Prints, with tabs between: messages a
-// second, messages lost, the median and the 99th percentile of the way there and back in
-// microseconds.
+// Sends Bootstrap messages of 12 ranges with so many RPs each and awaits them back, so many on
+// their way at a time: WireLoad INTERFACE ADDRESS RPS MESSAGES WINDOW. Prints, with tabs between:
+// messages a second, messages lost, the median and the 99th percentile of the way there and back in
+// microseconds, and datagrams that came back for each message. A message is back with the first.
 
 #include <algorithm>
 #include <chrono>
@@ -27,8 +27,8 @@ double microseconds(Clock::duration time) {
 
 class Load {
  public:
-  Load(const char* interface, const IpGenAddr& self)
-      : link_(interface), bsm_(Pim::Bsr::bootstrapMessageOf(AddressFamily::ipv4, 12, 11)) {
+  Load(const char* interface, const IpGenAddr& self, std::uint8_t rps)
+      : link_(interface), bsm_(Pim::Bsr::bootstrapMessageOf(AddressFamily::ipv4, 12, rps)) {
     link_.set(SOL_SOCKET, SO_RCVTIMEO, timeval{1, 0});
     bsm_.sourceIs(self);
     bsm_.bsrAddressIs(self);
@@ -51,7 +51,8 @@ class Load {
     const double seconds = microseconds(Clock::now() - begin) / 1e6;
     std::sort(ways_.begin(), ways_.end());
     std::cout << static_cast<double>(ways_.size()) / seconds << '\t' << lost_ << '\t' << share(0.5)
-              << '\t' << share(0.99) << '\n';
+              << '\t' << share(0.99) << '\t' << datagrams_ / static_cast<double>(ways_.size())
+              << '\n';
   }
 
  private:
@@ -72,6 +73,7 @@ class Load {
       const auto message = link_.receive();
       if (message.empty()) return false;
       if (Pim::pimTypeOf(message) != bootstrap) continue;
+      ++datagrams_;
       auto& sentAt = sentAt_[message[4] * 256U + message[5]];
       if (sentAt == Clock::time_point{}) continue;
       ways_.push_back(microseconds(Clock::now() - std::exchange(sentAt, {})));
@@ -90,18 +92,19 @@ class Load {
       std::vector<Clock::time_point>(65536);  // by fragment tag; nothing once it is back
   std::vector<double> ways_;
   std::size_t lost_ = 0;
+  double datagrams_ = 0;
 };
 
 }  // namespace
 }  // namespace Routing::Bench
 
 int main(int count, char** words) try {
-  if (count != 5) throw std::runtime_error("usage: WireLoad INTERFACE ADDRESS MESSAGES WINDOW");
+  if (count != 6) throw std::runtime_error("usage: WireLoad INTERFACE ADDRESS RPS MESSAGES WINDOW");
   const auto self = Routing::IpGenAddr::fromText(words[2]);
   if (!self) throw std::runtime_error("that is no address");
-  Routing::Bench::Load load(words[1], *self);
+  Routing::Bench::Load load(words[1], *self, static_cast<std::uint8_t>(std::stoul(words[3])));
   load.greet();
-  load.play(std::stoul(words[3]), std::stoul(words[4]));
+  load.play(std::stoul(words[4]), std::stoul(words[5]));
 } catch (const std::exception& error) {
   std::cerr << error.what() << "\n";
   return 1;
