@@ -18,8 +18,6 @@ inline const IpGenAddr bsrAddress = IpGenAddr::v4(0xc0000201);
 class BenchHost final : public PacketPort, public UnicastRouting {
  public:
   BenchHost() {
-    const VrfName vrf{std::string(VrfName::defaultName)};
-    const auto pimStatus = std::make_shared<PimStatus>(vrf);
     interfaceIs(*pimStatus, in, 0x0a000001, neighbor);
     interfaceIs(*pimStatus, out, 0x0a000101, IpGenAddr::v4(0x0a000102));
     BsrInputs inputs;
@@ -47,8 +45,10 @@ class BenchHost final : public PacketPort, public UnicastRouting {
     hops.assign(1, {in, neighbor});
   }
 
+  const VrfName vrf{std::string(VrfName::defaultName)};
   VirtualClock clock;
   TimerWheel wheel{clock};
+  std::shared_ptr<PimStatus> pimStatus = std::make_shared<PimStatus>(vrf);
   std::size_t sentOctets = 0;
   std::unique_ptr<BsrInstance> bsr;
 
