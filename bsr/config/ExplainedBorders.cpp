@@ -73,7 +73,7 @@ void ExplainedBorders::remove(const Key& key, Cause cause) {
 
 void ExplainedBorders::removeExtra() const {
   Status& status = *context_.status;
-  const auto borders = status.bsBorder();
+  const auto borders = status.bsBorder().copy();
   for (const auto& [prefix, border] : borders) {
     const auto intfs = border->intfId();
     for (const IntfId& intf : intfs) {

@@ -262,7 +262,7 @@ void ExplainedRps::traceAdded(const IpGenAddr& address, const IpGenPrefix& prefi
 }
 
 void ExplainedRps::removeExtra() const {
-  const auto entries = context_.status->crp();
+  const auto entries = context_.status->crp().copy();
   for (const auto& [address, entry] : entries) {
     if (explains(*entry)) continue;
     context_.status->crpDel(address);

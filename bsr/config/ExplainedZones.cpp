@@ -167,7 +167,7 @@ void ExplainedZones::candidateDel(const IpGenPrefix& zone) {
 
 void ExplainedZones::removeExtra() const {
   Status& status = *context_.status;
-  const auto candidates = status.cbsr();
+  const auto candidates = status.cbsr().copy();
   for (const auto& [zone, candidate] : candidates) {
     const Sources& sources = claims_.zones.of(zone);
     if (!sources.empty() && explain(sources).intf == candidate->intfId()) continue;

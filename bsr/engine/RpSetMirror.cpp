@@ -24,55 +24,76 @@ auto keysOf(const Collection& collection) {
 
 }  // namespace
 
-/// The reactors of a collection's entries, one block of memory each, by the entries' own keys.
-template <class Key, class Reactor>
+/// Where an RP of a zone stands in PIM's set, and whether its range is the zone's to show, as found
+/// when so many changes had been made.
+struct RpSetMirror::View {
+  std::shared_ptr<RpEntry>& rp;
+  std::uint64_t& asOf;  // of the whole range
+};
+
+/// The reactors of a collection's entries, in the order of the entries' own keys, each in one block
+/// of memory with its place among those of what it watches.
+template <class Reactor>
 class RpSetMirror::Reactors {
  public:
+  using Key = typename Reactor::EntityKey;
+  using Handle = ReactorHandle<typename Reactor::Told, Reactor>;
+
   /// True if there is a reactor for just this entity: an entry that was deleted may be back
   /// already, made by a reactor of the host, before its deletion is told.
   template <class Entity>
   bool watches(const Key& key, const std::shared_ptr<Entity>& entity) const {
-    const auto it = reactors_.find(key);
-    return it == reactors_.end() ? !entity : it->second.entity() == entity;
+    const auto at = reactors_.find(key);
+    return reactors_.holds(at) ? &reactors_[at]->entity() == entity.get() : !entity;
   }
-  bool contains(const Key& key) const { return reactors_.contains(key); }
+  bool contains(const Key& key) const { return reactors_.holds(reactors_.find(key)); }
 
-  /// `key` is that of the entity, which the reactor keeps. A Hold must exist, lest what it is told
-  /// of frees it.
-  template <class... Arguments>
-  void start(const Key& key, Arguments&&... arguments) {
-    reactors_.try_emplace(key, std::forward<Arguments>(arguments)...).first->second.start();
+  /// A Hold must exist, lest what it is told of frees it.
+  void start(Handle handle) {
+    Reactor& started = *handle.operator->();
+    reactors_.insert(reactors_.lowerBound(started.key()), std::move(handle));
+    started.start();
   }
   /// Takes a reactor out, makes it inert and frees it once it is safe.
   bool retire(const Key& key, DeferredDelete& deferred) {
-    auto gone = reactors_.extract(key);
-    if (gone.empty()) return false;
-    gone.mapped().retire();
-    deferred.take(std::make_shared<decltype(gone)>(std::move(gone)));
+    const auto at = reactors_.find(key);
+    if (!reactors_.holds(at)) return false;
+    retireAt(at, deferred);
     return true;
   }
   void retireAll(DeferredDelete& deferred) {
-    while (!reactors_.empty()) retire(reactors_.begin()->first, deferred);
+    while (!reactors_.empty()) retireAt(reactors_.begin(), deferred);
   }
 
  private:
-  std::map<std::reference_wrapper<const Key>, Reactor, std::less<Key>> reactors_;
-};
+  struct KeyOf {
+    const Key& operator()(const Handle& handle) const { return handle->key(); }
+  };
+  using Handles = SortedBlocks<Handle, KeyOf>;
 
-/// Where an RP of a zone stands in PIM's set, as found when so many changes had been made.
-struct RpSetMirror::View {
-  std::shared_ptr<RpEntry> rp;
-  std::uint64_t asOf = 0;
+  void retireAt(typename Handles::Position at, DeferredDelete& deferred) {
+    auto gone = std::make_shared<Handle>(reactors_.take(at));
+    (*gone)->retire();
+    gone->silence();
+    deferred.take(std::move(gone));
+  }
+
+  Handles reactors_;
 };
 
 /// One RP of one range of one zone. An entry whose expiry is not set yet is still being written.
+/// The RP outlives it: whoever deletes one holds it until all have been told.
 class RpSetMirror::RpReactor {
  public:
-  RpReactor(SetReactor& set, std::shared_ptr<RpEntry> rp);
+  using EntityKey = IpGenAddr;
+  using Told = std::size_t;
+
+  RpReactor(SetReactor& set, RpEntry& rp);
   RpReactor(const RpReactor&) = delete;
   RpReactor& operator=(const RpReactor&) = delete;
 
-  const std::shared_ptr<RpEntry>& entity() const { return rp_; }
+  const RpEntry& entity() const { return rp_; }
+  const IpGenAddr& key() const { return rp_.address(); }
   /// The RP has changed.
   void operator()(std::size_t attribute) {
     const DeferredDelete::OwningHold held(mirror().deferred_);
@@ -85,83 +106,44 @@ class RpSetMirror::RpReactor {
   void handleChange(std::size_t attribute);
   void setHoldtimer();
   void handleHoldtimeExpired();
+  std::shared_ptr<RpEntry> hold() const;
   RpSetMirror& mirror() const;
   const VrfName& vrfName() const { return mirror().vrfName(); }
 
   SetReactor& set_;
-  std::shared_ptr<RpEntry> rp_;
-  View view_;
+  RpEntry& rp_;
+  std::shared_ptr<RpEntry> shown_;  // where the RP stands in PIM's set, as last found
   Timer holdTimer_;
-};
-
-/// The reactors of the RPs of one range, each in one block of memory with its place among those of
-/// the RP.
-class RpSetMirror::RpReactors {
- public:
-  /// As Reactors::watches().
-  bool watches(const IpGenAddr& address, const std::shared_ptr<RpEntry>& rp) const {
-    const auto at = reactors_.find(address);
-    return at == reactors_.end() ? !rp : reactors_[at]->entity() == rp;
-  }
-  /// A Hold must exist, lest what it is told of frees it.
-  void start(SetReactor& set, const std::shared_ptr<RpEntry>& rp) {
-    auto handle = rp->newAnyReactor<RpReactor>(set, rp);
-    const auto started = handle.operator->();
-    reactors_.insert(reactors_.lowerBound(rp->address()), std::move(handle));
-    started->start();
-  }
-  /// As Reactors::retire().
-  bool retire(const IpGenAddr& address, DeferredDelete& deferred) {
-    const auto at = reactors_.find(address);
-    if (at == reactors_.end()) return false;
-    retire(at, deferred);
-    return true;
-  }
-  void retireAll(DeferredDelete& deferred) {
-    while (!reactors_.empty()) retire(reactors_.begin(), deferred);
-  }
-
- private:
-  using Handle = ReactorHandle<std::size_t, RpReactor>;
-  struct AddressOf {
-    const IpGenAddr& operator()(const Handle& handle) const { return handle->entity()->address(); }
-  };
-  using Handles = SortedBlocks<Handle, AddressOf>;
-
-  void retire(Handles::Position at, DeferredDelete& deferred) {
-    auto gone = std::make_shared<Handle>(reactors_.take(at));
-    (*gone)->retire();
-    gone->silence();
-    deferred.take(std::move(gone));
-  }
-
-  Handles reactors_;
 };
 
 /// One range of one zone.
 class RpSetMirror::SetReactor {
  public:
+  using EntityKey = IpGenPrefix;
+  using Told = IpGenAddr;
+
   SetReactor(RpSetMirror& mirror, const IpGenPrefix& zone, std::shared_ptr<RpCandidateSet> set)
       : mirror_(mirror), zone_(zone), set_(std::move(set)) {
     ++mirror_.services_.rpSetTotals().groups;
-    rpSubscription_ = set_->rpReactor([this](const IpGenAddr& rp) {
-      const DeferredDelete::OwningHold held(mirror_.deferred_);
-      handleRp(rp);
-    });
   }
   SetReactor(const SetReactor&) = delete;
   SetReactor& operator=(const SetReactor&) = delete;
 
   RpSetMirror& mirror() const { return mirror_; }
   const IpGenPrefix& zone() const { return zone_; }
-  const IpGenPrefix& prefix() const { return set_->prefix(); }
-  const std::shared_ptr<RpCandidateSet>& entity() const { return set_; }
+  const RpCandidateSet& entity() const { return *set_; }
+  const IpGenPrefix& key() const { return set_->prefix(); }
+  std::uint64_t& shownAsOf() { return shownAsOf_; }
+  /// An RP has come or gone.
+  void operator()(const IpGenAddr& rp) {
+    const DeferredDelete::OwningHold held(mirror_.deferred_);
+    handleRp(rp);
+  }
   void start() {
     for (const IpGenAddr& address : keysOf(set_->rp())) handleRp(address);
   }
   void retire() {
     --mirror_.services_.rpSetTotals().groups;
-    rpSubscription_.reset();
     rps_.retireAll(*mirror_.deferred_);
   }
 
@@ -173,25 +155,30 @@ class RpSetMirror::SetReactor {
   RpSetMirror& mirror_;
   const IpGenPrefix& zone_;  // the zone reactor's
   std::shared_ptr<RpCandidateSet> set_;
-  RpReactors rps_;
-  Subscription rpSubscription_;
+  Reactors<RpReactor> rps_;
+  std::uint64_t shownAsOf_ = 0;
 };
 
 /// All ranges of one zone.
 class RpSetMirror::ZoneReactor {
  public:
+  using EntityKey = IpGenPrefix;
+  using Told = void;
+
   ZoneReactor(RpSetMirror& mirror, std::shared_ptr<PimBsrRpCandidateStatus> zoneStatus)
-      : mirror_(mirror), zoneStatus_(std::move(zoneStatus)) {
-    statusSubscription_ =
-        zoneStatus_->statusReactor(mirror.deferred_->held([this] { handleStatus(); }));
-  }
+      : mirror_(mirror), zoneStatus_(std::move(zoneStatus)) {}
   ZoneReactor(const ZoneReactor&) = delete;
   ZoneReactor& operator=(const ZoneReactor&) = delete;
 
-  const std::shared_ptr<PimBsrRpCandidateStatus>& entity() const { return zoneStatus_; }
+  const PimBsrRpCandidateStatus& entity() const { return *zoneStatus_; }
+  const IpGenPrefix& key() const { return zoneStatus_->zone(); }
+  /// The zone's set of ranges has come or gone.
+  void operator()() {
+    const DeferredDelete::OwningHold held(mirror_.deferred_);
+    handleStatus();
+  }
   void start() { handleStatus(); }
   void retire() {
-    statusSubscription_.reset();
     setSubscription_.reset();
     sets_.retireAll(*mirror_.deferred_);
   }
@@ -206,13 +193,12 @@ class RpSetMirror::ZoneReactor {
   RpSetMirror& mirror_;
   std::shared_ptr<PimBsrRpCandidateStatus> zoneStatus_;
   std::shared_ptr<RpCandidateStatus> status_;  // whose sets are watched
-  Reactors<IpGenPrefix, SetReactor> sets_;
-  Subscription statusSubscription_;
+  Reactors<SetReactor> sets_;
   Subscription setSubscription_;
 };
 
-RpSetMirror::RpReactor::RpReactor(SetReactor& set, std::shared_ptr<RpEntry> rp)
-    : set_(set), rp_(std::move(rp)), holdTimer_(mirror().timerWheel_, [this] {
+RpSetMirror::RpReactor::RpReactor(SetReactor& set, RpEntry& rp)
+    : set_(set), rp_(rp), holdTimer_(mirror().timerWheel_, [this] {
         const DeferredDelete::OwningHold held(mirror().deferred_);
         handleHoldtimeExpired();
       }) {
@@ -221,7 +207,7 @@ RpSetMirror::RpReactor::RpReactor(SetReactor& set, std::shared_ptr<RpEntry> rp)
 
 void RpSetMirror::RpReactor::retire() {
   --mirror().services_.rpSetTotals().rps;
-  view_ = {};
+  shown_ = nullptr;
   holdTimer_.expiryIs(never);
 }
 
@@ -229,34 +215,41 @@ inline RpSetMirror& RpSetMirror::RpReactor::mirror() const {
   return set_.mirror();
 }
 
+// Null while its deletion is told, and so is held by who deleted it.
+std::shared_ptr<RpEntry> RpSetMirror::RpReactor::hold() const {
+  return set_.entity().rp(key());
+}
+
 inline void RpSetMirror::RpReactor::handleChange(std::size_t attribute) {
-  if (rp_->expiryTime() == 0.0) return;
+  if (rp_.expiryTime() == 0.0) return;
   if (attribute == RpEntry::Attr::expiryTime) setHoldtimer();
-  if (mirror().refresh(set_.zone(), *rp_, view_)) return;
-  mirror().mirror(set_.zone(), set_.prefix(), *rp_, &view_);
+  const View view{shown_, set_.shownAsOf()};
+  if (mirror().refresh(set_.zone(), rp_, view)) return;
+  const auto held = hold();
+  mirror().mirror(set_.zone(), set_.key(), rp_, &view);
 }
 
 inline void RpSetMirror::RpReactor::setHoldtimer() {
-  holdTimer_.expiryIs(rp_->expiryTime());
-  BSR_TRACE(sm, 5, " Set holdtimer to expire in ", rp_->expiryTime() - mirror().timerWheel_.now(),
-            " from now for ", rp_->address(), " in prefix ", set_.prefix(), " of zone ",
-            set_.zone());
+  holdTimer_.expiryIs(rp_.expiryTime());
+  BSR_TRACE(sm, 5, " Set holdtimer to expire in ", rp_.expiryTime() - mirror().timerWheel_.now(),
+            " from now for ", rp_.address(), " in prefix ", set_.key(), " of zone ", set_.zone());
 }
 
 void RpSetMirror::RpReactor::handleHoldtimeExpired() {
-  if (rp_->holdTime().value() != 0) ++mirror().expired_;
-  if (mirror().withdraw_(set_.zone(), *rp_)) return;
-  BSR_TRACE(sm, 4, "Deleting RP ", rp_->address(), " from prefix ", set_.prefix(), " and zone ",
+  const auto held = hold();
+  if (rp_.holdTime().value() != 0) ++mirror().expired_;
+  if (mirror().withdraw_(set_.zone(), rp_)) return;
+  BSR_TRACE(sm, 4, "Deleting RP ", rp_.address(), " from prefix ", set_.key(), " and zone ",
             set_.zone());
-  const auto set = mirror().services_.rpSets().find(set_.zone(), set_.prefix());
-  if (set) set->rpDel(rp_->address());  // retires this reactor
+  const auto set = mirror().services_.rpSets().find(set_.zone(), set_.key());
+  if (set) set->rpDel(rp_.address());  // retires this reactor
 }
 
 void RpSetMirror::SetReactor::handleRp(const IpGenAddr& address) {
   const auto rp = set_->rp(address);
   if (rps_.watches(address, rp)) return;
   if (rps_.retire(address, *mirror_.deferred_)) handleRpDel(address);
-  if (rp) rps_.start(*this, rp);
+  if (rp) rps_.start(rp->anyReactorOf<RpReactor>(*this, *rp));
 }
 
 void RpSetMirror::SetReactor::handleRpDel(const IpGenAddr& address) {
@@ -287,7 +280,7 @@ void RpSetMirror::ZoneReactor::handleSet(const IpGenPrefix& prefix) {
   const auto set = status_->crpSet(prefix);
   if (sets_.watches(prefix, set)) return;
   if (sets_.retire(prefix, *mirror_.deferred_)) handleSetDel(prefix);
-  if (set) sets_.start(set->prefix(), mirror_, zone(), set);
+  if (set) sets_.start(set->rpReactorOf<SetReactor>(mirror_, zone(), set));
 }
 
 void RpSetMirror::ZoneReactor::handleSetDel(const IpGenPrefix& prefix) {
@@ -309,7 +302,7 @@ RpSetMirror::RpSetMirror(std::shared_ptr<Status> bsrStatus,
       bsrTrie_(bsrTrie),
       withdraw_(std::move(withdraw)),
       deferred_(services.deferred().shared_from_this()),
-      zones_(std::make_unique<Reactors<IpGenPrefix, ZoneReactor>>()) {
+      zones_(std::make_unique<Reactors<ZoneReactor>>()) {
   const DeferredDelete::OwningHold held(deferred_);
   zoneSubscription_ = bsrStatus_->crpStatusReactor(
       deferred_->held([this](const IpGenPrefix& zone) { handleZone(zone); }));
@@ -367,7 +360,8 @@ void RpSetMirror::handleZone(const IpGenPrefix& zone) {
   if (zones_->retire(zone, *deferred_)) {
     for (const IpGenPrefix& prefix : keysOf(owner_)) unmirrorSet(zone, prefix);
   }
-  if (zoneStatus && !zones_->contains(zone)) zones_->start(zoneStatus->zone(), *this, zoneStatus);
+  if (!zoneStatus || zones_->contains(zone)) return;
+  zones_->start(zoneStatus->statusReactorOf<ZoneReactor>(*this, zoneStatus));
 }
 
 // A zone gained or lost its BSR: ranges inside it may have another most specific zone now.
@@ -439,23 +433,19 @@ void write(RpEntry& copy, const RpEntry& rp) {
 
 }  // namespace
 
-// One write may delete what it writes to; several need it to the last.
+// One write, behind which neither RP need live.
 inline bool RpSetMirror::refresh(const IpGenPrefix& zone, const RpEntry& rp,
                                  const View& view) const {
   if (!view.rp || view.asOf != changes() || services_.heldBack(zone) ||
-      !standsIn(*view.rp, *rpCandidateStatus_)) {
+      !standsIn(*view.rp, *rpCandidateStatus_) || !alikeButForTime(*view.rp, rp)) {
     return false;
   }
-  if (alikeButForTime(*view.rp, rp)) {
-    view.rp->expiryTimeIs(rp.expiryTime());
-  } else {
-    write(*std::shared_ptr<RpEntry>(view.rp), rp);
-  }
+  view.rp->expiryTimeIs(rp.expiryTime());
   return true;
 }
 
 void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
-                         View* view) {
+                         const View* view) {
   if (services_.heldBack(zone)) return mirrorTimes(zone, prefix, rp);
   const std::uint64_t asOf = changes();  // what reactors change below counts as changed
   const IpGenPrefix match = bsrTrie_.longestMatch(prefix);
@@ -469,7 +459,9 @@ void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, con
     return;
   }
   auto shown = copy(zone, prefix, rp);
-  if (view != nullptr) *view = {std::move(shown), asOf};
+  if (view == nullptr) return;
+  view->rp = std::move(shown);
+  view->asOf = asOf;
 }
 
 std::shared_ptr<RpEntry> RpSetMirror::copy(const IpGenPrefix& zone, const IpGenPrefix& prefix,

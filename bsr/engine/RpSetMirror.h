@@ -55,8 +55,7 @@ class ROUTING_API RpSetMirror {
   class ZoneReactor;
   class SetReactor;
   class RpReactor;
-  class RpReactors;
-  template <class Key, class Reactor>
+  template <class Reactor>
   class Reactors;
   struct View;
 
@@ -68,7 +67,7 @@ class ROUTING_API RpSetMirror {
   bool servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) const;
   bool refresh(const IpGenPrefix& zone, const RpEntry& rp, const View& view) const;
   void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
-              View* view = nullptr);
+              const View* view = nullptr);
   std::shared_ptr<RpEntry> copy(const IpGenPrefix& zone, const IpGenPrefix& prefix,
                                 const RpEntry& rp);
   std::uint64_t changes() const { return bsrTrie_.changes() + ownerChanges_; }
@@ -90,7 +89,7 @@ class ROUTING_API RpSetMirror {
   std::map<IpGenPrefix, IpGenPrefix> owner_;  // mirrored range -> zone that put it there
   std::uint64_t ownerChanges_ = 0;
   const std::shared_ptr<DeferredDelete> deferred_;
-  std::unique_ptr<Reactors<IpGenPrefix, ZoneReactor>> zones_;
+  std::unique_ptr<Reactors<ZoneReactor>> zones_;
   Subscription zoneSubscription_;
   Subscription trieSubscription_;
 };

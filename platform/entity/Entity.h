@@ -181,7 +181,7 @@ class ROUTING_API Entity {
   }
   /// The same with a reactor of a class of its own, which is made of the arguments.
   template <class Reactor, class... Arguments>
-  [[nodiscard]] ReactorHandle<std::size_t, Reactor> newAnyReactor(Arguments&&... arguments) const {
+  [[nodiscard]] ReactorHandle<std::size_t, Reactor> anyReactorOf(Arguments&&... arguments) const {
     return observers_.emplace<std::size_t, Reactor>(anyList, std::forward<Arguments>(arguments)...);
   }
   /// Runs `reactor(TreeChange)` at every change of this entity and of all below it, before any
@@ -217,6 +217,13 @@ class ROUTING_API Entity {
   [[nodiscard]] Subscription subscribe(std::size_t attribute, Reactor&& reactor) const {
     return observers_.subscribe<Key>(attribute + firstAttributeList,
                                      std::forward<Reactor>(reactor));
+  }
+
+  template <class Key, class Reactor, class... Arguments>
+  [[nodiscard]] ReactorHandle<Key, Reactor> emplace(std::size_t attribute,
+                                                    Arguments&&... arguments) const {
+    return observers_.emplace<Key, Reactor>(attribute + firstAttributeList,
+                                            std::forward<Arguments>(arguments)...);
   }
 
   void changed(std::size_t attribute, const void* key) {

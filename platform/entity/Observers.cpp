@@ -194,18 +194,18 @@ void Observers::append(std::size_t list, ObserverNode& node) {
     node.subject_ = this;
     node.index_ = ObserverNode::alone;
     node.list_ = static_cast<std::uint16_t>(list);
-    word_ = reinterpret_cast<std::uintptr_t>(&node);
+    place_ = reinterpret_cast<std::byte*>(&node);
     return;
   }
   ObserverTable* const table = ObserverTable::create();
   table->append(one().list_, one());
-  word_ = reinterpret_cast<std::uintptr_t>(table) + tableMark;
+  place_ = reinterpret_cast<std::byte*>(table) + tableMark;
   table->append(list, node);
 }
 
 void Observers::remove(ObserverNode& node) {
   node.subject_ = nullptr;
-  word_ = 0;
+  place_ = nullptr;
 }
 
 void Observers::detach() {

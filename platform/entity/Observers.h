@@ -279,7 +279,7 @@ class ROUTING_API Observers {
   Observers(const Observers&) = delete;
   Observers& operator=(const Observers&) = delete;
   ~Observers() {
-    if (word_ != 0) detach();
+    if (any()) detach();
   }
 
   /// Appends a reactor `void()` or `void(const Key&)` to a list.
@@ -297,7 +297,7 @@ class ROUTING_API Observers {
   }
 
   /// False if there is nobody to notify.
-  bool any() const { return word_ != 0; }
+  bool any() const { return place_ != nullptr; }
   bool observed(std::size_t list) const {
     return isTable() ? table().observed(list) : any() && one().list_ == list;
   }
@@ -311,13 +311,13 @@ class ROUTING_API Observers {
   void remove(ObserverNode& node);
   void detach();
   static void call(ObserverNode& node, const void* key);
-  bool isTable() const { return (word_ & tableMark) != 0; }
-  ObserverNode& one() const { return *reinterpret_cast<ObserverNode*>(word_); }
-  ObserverTable& table() const { return *reinterpret_cast<ObserverTable*>(word_ - tableMark); }
+  bool isTable() const { return (reinterpret_cast<std::uintptr_t>(place_) & tableMark) != 0; }
+  ObserverNode& one() const { return *reinterpret_cast<ObserverNode*>(place_); }
+  ObserverTable& table() const { return *reinterpret_cast<ObserverTable*>(place_ - tableMark); }
 
-  static constexpr std::uintptr_t tableMark = 1;  // of an address that is even
+  static constexpr std::size_t tableMark = 1;  // behind an address that is even
 
-  std::uintptr_t word_ = 0;
+  std::byte* place_ = nullptr;
 };
 
 inline void Observers::notify(std::size_t list, const void* key) {

@@ -37,21 +37,23 @@
 ///   REFERENCES  as MAP, of shared pointers, not null; not logged
 ///   CHILD       x()  newX(argument)          xDel()                    xReactor(void())
 /// x(key) of a MAP is a pointer, of a COLLECTION a shared pointer; null where the key is absent.
+/// xReactorOf<R>(arguments) is xReactor() with a reactor of class R that is made in its place.
 /// newX returns the entry that exists already. Deleting an absent key is harmless.
 
 /// Gives the entity its identity: a constructor from the key and the key's reader.
-#define ROUTING_KEY(Type, Key, keyName)                  \
- public:                                                 \
-  explicit Type(Key key) : keyName##_(std::move(key)) {} \
-  const Key& keyName() const {                           \
-    return keyName##_;                                   \
-  }                                                      \
-  std::string keyText() const override {                 \
-    return ::Routing::valueText(keyName##_);             \
-  }                                                      \
-                                                         \
- private:                                                \
-  const Key keyName##_;
+#define ROUTING_KEY(Type, Key, keyName)                       \
+ public:                                                      \
+  explicit Type(Key key) : entry_(std::move(key), nullptr) {} \
+  const Key& keyName() const {                                \
+    return entry_.first;                                      \
+  }                                                           \
+  std::string keyText() const override {                      \
+    return ::Routing::valueText(entry_.first);                \
+  }                                                           \
+                                                              \
+ private:                                                     \
+  friend struct ::Routing::EntityEntry;                       \
+  std::pair<const Key, std::shared_ptr<Type>> entry_;
 
 #define ROUTING_ENTITY(Type, SCHEMA)                                                          \
  public:                                                                                      \
@@ -118,10 +120,15 @@
 #define ROUTING_EDIT_COLLECTION(name, ...) ROUTING_EDIT_HELD(name)
 #define ROUTING_EDIT_CHILD(name, ...) ROUTING_EDIT_HELD(name)
 
-#define ROUTING_REACTOR(name, Key)                                                    \
-  template <class Reactor>                                                            \
-  [[nodiscard]] ::Routing::Subscription name##Reactor(Reactor&& reactor) const {      \
-    return this->template subscribe<Key>(Attr::name, std::forward<Reactor>(reactor)); \
+#define ROUTING_REACTOR(name, Key)                                                              \
+  template <class Reactor>                                                                      \
+  [[nodiscard]] ::Routing::Subscription name##Reactor(Reactor&& reactor) const {                \
+    return this->template subscribe<Key>(Attr::name, std::forward<Reactor>(reactor));           \
+  }                                                                                             \
+  template <class Reactor, class... Arguments>                                                  \
+  [[nodiscard]] ::Routing::ReactorHandle<Key, Reactor> name##ReactorOf(Arguments&&... given)    \
+      const {                                                                                   \
+    return this->template emplace<Key, Reactor>(Attr::name, std::forward<Arguments>(given)...); \
   }
 
 /// What sets, maps, collections and references have in common.
@@ -210,19 +217,19 @@
  private:                                      \
   ::Routing::MapAttribute<K, V> name##_;
 
-#define ROUTING_MEMBERS_COLLECTION(name, Name, K, E)    \
- public:                                                \
-  const std::map<K, std::shared_ptr<E>>& name() const { \
-    return name##_.content();                           \
-  }                                                     \
-  const std::shared_ptr<E>& name(const K& key) const {  \
-    return name##_.find(key);                           \
-  }                                                     \
-  std::shared_ptr<E> new##Name(const K& key) {          \
-    return name##_.create(*this, Attr::name, key);      \
-  }                                                     \
-  ROUTING_KEYED(name, K)                                \
- private:                                               \
+#define ROUTING_MEMBERS_COLLECTION(name, Name, K, E)      \
+ public:                                                  \
+  const ::Routing::EntityCollection<K, E>& name() const { \
+    return name##_.content();                             \
+  }                                                       \
+  const std::shared_ptr<E>& name(const K& key) const {    \
+    return name##_.find(key);                             \
+  }                                                       \
+  std::shared_ptr<E> new##Name(const K& key) {            \
+    return name##_.create(*this, Attr::name, key);        \
+  }                                                       \
+  ROUTING_KEYED(name, K)                                  \
+ private:                                                 \
   ::Routing::CollectionAttribute<K, E> name##_;
 
 #define ROUTING_MEMBERS_REFERENCES(name, K, E)               \

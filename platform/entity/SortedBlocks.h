@@ -28,7 +28,7 @@ class SortedBlocks {
     friend bool operator==(const Position&, const Position&) = default;
   };
 
-  SortedBlocks() = default;
+  SortedBlocks() {}  // so that there are constants with one inside
   SortedBlocks(const SortedBlocks&) = delete;
   SortedBlocks& operator=(const SortedBlocks&) = delete;
   ~SortedBlocks() {
@@ -41,7 +41,13 @@ class SortedBlocks {
   Position begin() const { return {}; }
   Position end() const { return {count_, 0}; }
   /// True if something stands at a position, which may be any.
-  bool holds(Position at) const { return at.block < count_ && at.index < block(at.block)->size; }
+  bool holds(Position at) const { return look(at) != nullptr; }
+  /// What stands there, if anything does.
+  const T* look(Position at) const {
+    if (at.block >= count_) return nullptr;
+    const Block* const in = block(at.block);
+    return at.index < in->size ? in->things() + at.index : nullptr;
+  }
   T& operator[](Position at) { return block(at.block)->things()[at.index]; }
   const T& operator[](Position at) const { return block(at.block)->things()[at.index]; }
   Position next(Position at) const {
