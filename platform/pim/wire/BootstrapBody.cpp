@@ -195,9 +195,10 @@ struct PlainGroup {
   std::uint64_t head;
 };
 
-/// Reads ranges up to the first that is not as usual. By itself it has registers enough.
-[[gnu::noinline]] void readPlainGroups(WireReader& reader, BootstrapGroups& groups,
-                                       RpArrays& arrays) {
+/// Reads ranges up to the first that is not as usual. By itself it has registers enough; what it
+/// calls is in it, whatever else is compiled beside.
+[[gnu::noinline, gnu::flatten]] void readPlainGroups(WireReader& reader, BootstrapGroups& groups,
+                                                     RpArrays& arrays) {
   constexpr std::size_t headOctets = groupHeadOctets(AddressFamily::ipv4);
   constexpr std::size_t octetsOfRp = rpOctets(AddressFamily::ipv4);
   const std::uint8_t* at = reader.position();
