@@ -66,5 +66,6 @@ class Silence(Play):
         """The condition is false just before the moment and true just after it."""
         if time.monotonic() < moment - EARLY:
             time.sleep(moment - EARLY - time.monotonic())
-            self.assertFalse(gone(), f"{what} went too early")
+            early = gone()
+            self.assertFalse(early and time.monotonic() < moment, f"{what} went too early")
         self.eventually(moment + LATE - time.monotonic(), gone, f"{what} stays")
