@@ -43,7 +43,7 @@ HelloSm::HelloSm(std::shared_ptr<PimInterface> intf, std::shared_ptr<PamManager>
       packets_(std::move(packets)),
       random_(std::move(random)),
       config_(config),
-      neighbors_(packets_->vrfName(), intf_, config.limits, wheel,
+      neighbors_(packets_->vrfName(), *intf_, config.limits, wheel,
                  [this](const IpGenAddr& neighbor) { handleLoss(neighbor); }),
       helloTimer_(wheel, [this] { handleHelloTimer(); }),
       triggeredTimer_(wheel, [this] { handleTriggeredTimer(); }) {

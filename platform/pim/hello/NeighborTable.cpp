@@ -28,13 +28,25 @@ void optionsAre(PimNeighbor& neighbor, const HelloMessage& hello) {
 
 }  // namespace
 
-NeighborTable::NeighborTable(VrfName vrf, std::shared_ptr<PimInterface> intf,
-                             const NeighborLimits& limits, TimerWheel& wheel, Lost lost)
-    : vrf_(std::move(vrf)),
-      intf_(std::move(intf)),
-      limits_(limits),
-      wheel_(wheel),
-      lost_(std::move(lost)) {}
+NeighborTable::NeighborTable(const VrfName& vrf, PimInterface& intf, const NeighborLimits& limits,
+                             TimerWheel& wheel, Lost lost)
+    : vrf_(vrf), intf_(intf), limits_(limits), wheel_(wheel), lost_(std::move(lost)) {}
+
+const std::map<IpGenAddr, IpGenAddr>& NeighborTable::listedBy() const {
+  static const std::map<IpGenAddr, IpGenAddr> none;
+  return listedBy_ ? *listedBy_ : none;
+}
+
+NeighborTable::Lives::iterator NeighborTable::placeOf(const IpGenAddr& neighbor) {
+  return std::ranges::lower_bound(lives_, neighbor, {},
+                                  [](const auto& life) { return life->address; });
+}
+
+NeighborTable::Liveness& NeighborTable::livenessOf(const IpGenAddr& neighbor) {
+  const auto place = placeOf(neighbor);
+  if (place != lives_.end() && (*place)->address == neighbor) return **place;
+  return **lives_.insert(place, std::make_unique<Liveness>(*this, neighbor));
+}
 
 NeighborTable::Heard NeighborTable::helloIs(const HelloMessage& hello) {
   const std::uint16_t holdtime = hello.holdtime().value_or(defaultHoldtime);
@@ -42,8 +54,8 @@ NeighborTable::Heard NeighborTable::helloIs(const HelloMessage& hello) {
   if (heard == Heard::refused && makeRoom()) heard = Heard::appeared;
   if (heard == Heard::goodbye) neighborDel(hello.source());
   if (heard == Heard::restarted) lost_(hello.source());
-  if (heard == Heard::goodbye || heard == Heard::refused || !intf_->running()) return heard;
-  const auto neighbor = intf_->newNeighbor(hello.source());
+  if (heard == Heard::goodbye || heard == Heard::refused || !intf_.running()) return heard;
+  const auto neighbor = intf_.newNeighbor(hello.source());
   if (heard != Heard::refreshed) neighbor->setupTimeIs(wheel_.now());
   store(*neighbor, hello, holdtime);
   return heard;
@@ -51,24 +63,24 @@ NeighborTable::Heard NeighborTable::helloIs(const HelloMessage& hello) {
 
 NeighborTable::Heard NeighborTable::judge(const HelloMessage& hello, std::uint16_t holdtime) const {
   if (holdtime == 0) return Heard::goodbye;
-  const auto& known = intf_->neighbor(hello.source());
+  const auto& known = intf_.neighbor(hello.source());
   if (known) {
     return generationIdOf(*known) == hello.generationId() ? Heard::refreshed : Heard::restarted;
   }
-  return intf_->neighbor().size() < limits_.neighbors ? Heard::appeared : Heard::refused;
+  return intf_.neighbor().size() < limits_.neighbors ? Heard::appeared : Heard::refused;
 }
 
 // Forged Hellos with a long hold time must not keep real neighbours out for good.
 bool NeighborTable::makeRoom() {
-  const auto oldest = std::min_element(
-      liveness_.begin(), liveness_.end(),
-      [](const auto& a, const auto& b) { return a.second.heard < b.second.heard; });
-  if (oldest == liveness_.end() || wheel_.now() - oldest->second.heard < silence) return false;
-  ROUTING_TRACE(helloTrace, 3, vrf_, " Neighbor ", oldest->first, " on ", intf_->intfId(),
+  const auto oldest =
+      std::ranges::min_element(lives_, {}, [](const auto& life) { return life->heard; });
+  if (oldest == lives_.end() || wheel_.now() - (*oldest)->heard < silence) return false;
+  const IpGenAddr address = (*oldest)->address;
+  ROUTING_TRACE(helloTrace, 3, vrf_, " Neighbor ", address, " on ", intf_.intfId(),
                 " gives way to a new one");
   const Lost lost = lost_;
-  lost(IpGenAddr(oldest->first));
-  return intf_->neighbor().size() < limits_.neighbors;
+  lost(address);
+  return intf_.neighbor().size() < limits_.neighbors;
 }
 
 void NeighborTable::store(PimNeighbor& neighbor, const HelloMessage& hello,
@@ -81,21 +93,21 @@ void NeighborTable::store(PimNeighbor& neighbor, const HelloMessage& hello,
 void NeighborTable::holdIs(PimNeighbor& neighbor, std::uint16_t holdtime) {
   if (neighbor.parent() == nullptr) return;  // a reactor has deleted it
   const double expiry = holdtime == holdForever ? never : wheel_.now() + holdtime;
-  const auto [entry, added] = liveness_.try_emplace(
-      neighbor.address(), wheel_, [this, address = neighbor.address()] { handleExpiry(address); });
-  entry->second.timer.expiryIs(expiry);
-  entry->second.heard = wheel_.now();
+  Liveness& life = livenessOf(neighbor.address());
+  life.timer.expiryIs(expiry);
+  life.heard = wheel_.now();
   neighbor.holdtimeIs(holdtime);
   neighbor.expiryTimeIs(expiry);
 }
 
 void NeighborTable::secondariesAre(PimNeighbor& neighbor, const std::vector<IpGenAddr>& list) {
+  if (list.empty() && neighbor.secondaryAddress().empty()) return;
   std::set<IpGenAddr> wanted;
   for (const IpGenAddr& address : list) {
-    if (address == neighbor.address() || intf_->hasAddress(address)) continue;
+    if (address == neighbor.address() || intf_.hasAddress(address)) continue;
     if (wanted.size() == limits_.secondaryAddresses) {
       ROUTING_TRACE(helloTrace, 3, vrf_, " Ignoring the secondary addresses of ",
-                    neighbor.address(), " on ", intf_->intfId(), " beyond ", wanted.size());
+                    neighbor.address(), " on ", intf_.intfId(), " beyond ", wanted.size());
       break;
     }
     wanted.insert(address);
@@ -103,44 +115,50 @@ void NeighborTable::secondariesAre(PimNeighbor& neighbor, const std::vector<IpGe
   const std::set<IpGenAddr> before = neighbor.secondaryAddress();
   for (const IpGenAddr& address : before) {
     if (wanted.contains(address)) continue;
-    listedBy_.erase(address);
+    unlist(address);
     neighbor.secondaryAddressDel(address);
   }
   for (const IpGenAddr& address : wanted) claim(neighbor, address);
 }
 
 void NeighborTable::claim(PimNeighbor& neighbor, const IpGenAddr& address) {
-  const auto holder = listedBy_.find(address);
-  const auto other = holder == listedBy_.end() ? nullptr : intf_->neighbor(holder->second);
+  const auto holder = listedBy().find(address);
+  const auto other = holder == listedBy().end() ? nullptr : intf_.neighbor(holder->second);
   if (other && other.get() != &neighbor) {
     ROUTING_TRACE(helloTrace, 3, vrf_, " Secondary address ", address, " of ", other->address(),
-                  " on ", intf_->intfId(), " is now claimed by ", neighbor.address());
+                  " on ", intf_.intfId(), " is now claimed by ", neighbor.address());
     other->secondaryAddressDel(address);
   }
   if (neighbor.parent() == nullptr) return;
-  listedBy_.insert_or_assign(address, neighbor.address());
+  if (!listedBy_) listedBy_ = std::make_unique<std::map<IpGenAddr, IpGenAddr>>();
+  listedBy_->insert_or_assign(address, neighbor.address());
   neighbor.secondaryAddressIs(address, true);
+}
+
+void NeighborTable::unlist(const IpGenAddr& address) {
+  if (listedBy_) listedBy_->erase(address);
 }
 
 // Whoever is told may delete the table.
 void NeighborTable::handleExpiry(const IpGenAddr& address) {
-  ROUTING_TRACE(helloTrace, 4, vrf_, " Neighbor ", address, " on ", intf_->intfId(), " expired");
+  ROUTING_TRACE(helloTrace, 4, vrf_, " Neighbor ", address, " on ", intf_.intfId(), " expired");
   const Lost lost = lost_;
   lost(address);
 }
 
 void NeighborTable::neighborDel(IpGenAddr address) {
-  const auto neighbor = intf_->neighbor(address);
+  const auto neighbor = intf_.neighbor(address);
   if (!neighbor) return;
-  for (const IpGenAddr& secondary : neighbor->secondaryAddress()) listedBy_.erase(secondary);
-  liveness_.erase(address);
-  intf_->neighborDel(address);
+  for (const IpGenAddr& secondary : neighbor->secondaryAddress()) unlist(secondary);
+  const auto place = placeOf(address);
+  if (place != lives_.end() && (*place)->address == address) lives_.erase(place);
+  intf_.neighborDel(address);
 }
 
 void NeighborTable::neighborDelAll() {
-  listedBy_.clear();
-  liveness_.clear();
-  intf_->neighborDelAll();
+  listedBy_.reset();
+  lives_.clear();
+  intf_.neighborDelAll();
 }
 
 }  // namespace Routing::Pim

@@ -36,8 +36,8 @@ class ROUTING_API NeighborTable {
   /// Is told of a neighbour whose hold time has passed or that has restarted, and removes it.
   using Lost = std::function<void(const IpGenAddr&)>;
 
-  /// The wheel must outlive the table.
-  NeighborTable(VrfName vrf, std::shared_ptr<PimInterface> intf, const NeighborLimits& limits,
+  /// VRF, interface and wheel must outlive the table.
+  NeighborTable(const VrfName& vrf, PimInterface& intf, const NeighborLimits& limits,
                 TimerWheel& wheel, Lost lost);
   NeighborTable(const NeighborTable&) = delete;
   NeighborTable& operator=(const NeighborTable&) = delete;
@@ -51,30 +51,41 @@ class ROUTING_API NeighborTable {
   void neighborDel(IpGenAddr address);
   void neighborDelAll();
   /// Every secondary address that a neighbour lists, with that neighbour.
-  const std::map<IpGenAddr, IpGenAddr>& listedBy() const { return listedBy_; }
+  const std::map<IpGenAddr, IpGenAddr>& listedBy() const;
 
  private:
+  /// When a neighbour was heard, and until when that holds.
+  struct Liveness {
+    Liveness(NeighborTable& owner, const IpGenAddr& neighbor)
+        : table(owner), address(neighbor), timer(owner.wheel_, [this] { expired(); }) {}
+    void expired() const { table.handleExpiry(IpGenAddr(address)); }  // which may end this
+
+    NeighborTable& table;
+    const IpGenAddr address;
+    double heard = 0.0;
+    Timer timer;
+  };
+  using Lives = std::vector<std::unique_ptr<Liveness>>;
+
   Heard judge(const HelloMessage& hello, std::uint16_t holdtime) const;
   bool makeRoom();
   void store(PimNeighbor& neighbor, const HelloMessage& hello, std::uint16_t holdtime);
   void holdIs(PimNeighbor& neighbor, std::uint16_t holdtime);
+  /// Where the neighbour stands, or would.
+  Lives::iterator placeOf(const IpGenAddr& neighbor);
+  Liveness& livenessOf(const IpGenAddr& neighbor);
   void secondariesAre(PimNeighbor& neighbor, const std::vector<IpGenAddr>& list);
   void claim(PimNeighbor& neighbor, const IpGenAddr& address);
+  void unlist(const IpGenAddr& address);
   void handleExpiry(const IpGenAddr& address);
 
-  const VrfName vrf_;
-  const std::shared_ptr<PimInterface> intf_;
+  const VrfName& vrf_;
+  PimInterface& intf_;
   const NeighborLimits limits_;
   TimerWheel& wheel_;
   const Lost lost_;
-  struct Liveness {
-    template <class Expired>
-    Liveness(TimerWheel& wheel, Expired expired) : timer(wheel, std::move(expired)) {}
-    Timer timer;
-    double heard = 0.0;
-  };
-  std::map<IpGenAddr, Liveness> liveness_;  // by neighbour
-  std::map<IpGenAddr, IpGenAddr> listedBy_;
+  Lives lives_;                                               // by neighbour
+  std::unique_ptr<std::map<IpGenAddr, IpGenAddr>> listedBy_;  // null until somebody lists any
 };
 
 }  // namespace Routing::Pim

@@ -289,7 +289,8 @@ TEST_F(HelloSmTest, ForgetsTheAddressesThatAreNoLongerListed) {
   const auto intf = std::make_shared<PimInterface>(IntfId("eth0"));
   intf->addressIs(addr("10.0.0.1"));
   intf->upIs(true);
-  NeighborTable table(VrfName("default"), intf, {}, world.wheel, [](const IpGenAddr&) {});
+  const VrfName vrf("default");
+  NeighborTable table(vrf, *intf, {}, world.wheel, [](const IpGenAddr&) {});
   const auto hello = [](const char* source, std::uint32_t secondary) {
     HelloMessage hello;
     hello.sourceIs(addr(source));
