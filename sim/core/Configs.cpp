@@ -28,7 +28,8 @@ Agent::DaemonConfig onAllNetworks(Agent::DaemonConfig config, const Topology& to
   config = inFamilies(std::move(config), families);
   for (const AddressFamily af : families) {
     for (const NetworkId network : topology.router(router).networks) {
-      settingsOf(config, af).interfaces.try_emplace(topology.network(network).intfOf(router));
+      settingsOf(config, af)
+          .interfaces.try_emplace(topology.network(network).intfOf(router).text());
     }
   }
   return config;

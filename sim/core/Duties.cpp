@@ -59,7 +59,7 @@ class DutyBook {
   }
 
   void addInterface(const std::string& name, const Agent::InterfaceSettings& interface) {
-    duties_.interfaces.insert(name);
+    duties_.interfaces.push_back(name);
     for (const IpGenPrefix& zone : interface.border.groups) duties_.borders[zone].insert(name);
     for (const std::string& list : interface.border.accessLists) {
       for (const auto& zone : permittedBy(list).group) duties_.borders[zone].insert(name);
@@ -76,7 +76,7 @@ class DutyBook {
 }  // namespace
 
 bool Duties::passes(const std::string& intf, const IpGenPrefix& zone) const {
-  if (!interfaces.contains(intf)) return false;
+  if (!std::ranges::binary_search(interfaces, intf)) return false;
   const auto isBorderOf = [&](const IpGenPrefix& prefix) {
     const auto border = borders.find(prefix);
     return border != borders.end() && border->second.contains(intf);

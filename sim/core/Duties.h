@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "config/model/DaemonConfig.h"
 #include "platform/net/IntfId.h"
@@ -29,7 +30,7 @@ struct Duties {
   std::map<IpGenPrefix, std::uint32_t> zones;            ///< where it is candidate BSR: interval
   std::map<IpGenAddr, Rp> rps;                           ///< by address
   std::map<IpGenPrefix, std::set<std::string>> borders;  ///< interfaces, by zone
-  std::set<std::string> interfaces;                      ///< on which PIM runs
+  std::vector<std::string> interfaces;                   ///< on which PIM runs, in order
   std::set<IpGenPrefix> permit;                          ///< empty: every candidate RP is permitted
 
   /// Whether Bootstrap messages of a zone may cross an interface.

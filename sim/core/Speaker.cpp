@@ -19,6 +19,20 @@ const IntfId& loopbackIntf() {
   return intf;
 }
 
+std::uint32_t hashOf(const IntfId& intf) {
+  return static_cast<std::uint32_t>(std::hash<IntfId>{}(intf));
+}
+
+/// Hellos of an interface of which nothing is configured.
+const Pim::HelloConfig& plainHellos() {
+  static const Pim::HelloConfig config = [] {
+    const Agent::DaemonConfig nothing;
+    Agent::PermittedLists lists(nothing);
+    return Agent::helloConfig({}, AddressFamily::ipv4, firstHelloDelay, lists);
+  }();
+  return config;
+}
+
 /// A router draws numbers of its own, so that what one draws changes nothing for the others.
 std::uint64_t seedOf(const World& world, RouterId router, AddressFamily af) {
   Digest seed;
@@ -39,7 +53,7 @@ Speaker::Speaker(World& world, RouterId router, AddressFamily af)
       limits_(std::make_shared<Pim::Bsr::PimBsrLimits>()),
       localRoutes_(std::make_shared<Pim::PimUcastRouteStatus>(af)) {
   for (const NetworkId network : world.topology().router(router).networks) {
-    networks_.emplace_back(network, world.topology().network(network).intfOf(router));
+    ports_.push_back({network, hashOf(intfOn(network))});
   }
   forget();
   publishAddresses();
@@ -82,14 +96,17 @@ IpGenAddr Speaker::globalAddress(NetworkId network) const {
 }
 
 const IntfId& Speaker::intfOn(NetworkId network) const {
-  return std::find_if(networks_.begin(), networks_.end(),
-                      [&](const auto& entry) { return entry.first == network; })
-      ->second;
+  return world_.topology().network(network).intfOf(router_);
+}
+
+Speaker::Port& Speaker::portOn(NetworkId network) {
+  return *std::ranges::find(ports_, network, &Port::network);
 }
 
 std::optional<NetworkId> Speaker::networkOn(const IntfId& intf) const {
-  for (const auto& [network, name] : networks_) {
-    if (name == intf) return network;
+  const std::uint32_t hash = hashOf(intf);
+  for (const Port& port : ports_) {
+    if (port.hash == hash && intfOn(port.network) == intf) return port.network;
   }
   return std::nullopt;
 }
@@ -101,8 +118,8 @@ void Speaker::publishAddresses() {
     localRoutes_->routeIs(IpGenPrefix::host(address), {Pim::ForwardingKind::local});
   };
   tell(loopback(), {router_, true, 0});
-  for (const auto& [network, intf] : networks_) {
-    tell(globalAddress(network), {router_, false, network});
+  for (const Port& port : ports_) {
+    tell(globalAddress(port.network), {router_, false, port.network});
   }
 }
 
@@ -130,8 +147,9 @@ void Speaker::addressIs(const IntfId& intf, const IpGenAddr& address) {
 
 Duties Speaker::dutiesBy(const Agent::DaemonConfig& config) const {
   Addresses addresses = addresses_;
-  for (const auto& [network, intf] : networks_) {
-    if (world_.liveness().network[network]) addresses[intf] = globalAddress(network);
+  for (const Port& port : ports_) {
+    if (!world_.liveness().network[port.network]) continue;
+    addresses[intfOn(port.network)] = globalAddress(port.network);
   }
   return dutiesOf(config, af_, addresses);
 }
@@ -151,16 +169,15 @@ void Speaker::start(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir,
                     const Agent::ConfigEntities& entities) {
   startedAt_ = world_.instant();
   const RandomSource random = [this] { return random_.uniform(); };
-  pim_ =
-      std::make_unique<Pim::PimInstance>(defaultVrf(), af_, *this, *this, world_.wheel(), random);
+  pim_ = std::make_unique<Pim::PimInstance>(defaultVrf(), af_, *this, *this, world_.wheel(), random,
+                                            plainHellos());
   sources_ = std::make_shared<SourceIntfSm>(defaultVrf());
   bsr_ = std::make_unique<Pim::Bsr::BsrInstance>(inputs(dir, entities));
   handleConfig();
   for (const auto& [intf, address] : addresses_) sources_->addressIs(intf, address);
-  for (const auto& [network, intf] : networks_) {
-    if (world_.liveness().network[network]) {
-      sources_->addressIs(intf, globalAddress(network));
-    }
+  for (const Port& port : ports_) {
+    if (!world_.liveness().network[port.network]) continue;
+    sources_->addressIs(intfOn(port.network), globalAddress(port.network));
   }
   sources_->initialDumpDoneIs(true);
 }
@@ -183,7 +200,8 @@ Pim::Bsr::BsrInputs Speaker::inputs(const std::shared_ptr<const Pim::AllIntfStat
 void Speaker::halt() {
   bsr_.reset();
   pim_.reset();
-  pimNetworks_.clear();
+  for (Port& port : ports_) port.pim = false;
+  ownHellos_ = false;
 }
 
 void Speaker::handleConfig() {
@@ -191,17 +209,22 @@ void Speaker::handleConfig() {
   refreshDuties();
   if (!running()) return;
   Agent::PermittedLists lists(world_.config(router_));
-  for (const auto& [network, intf] : networks_) {
+  for (Port& port : ports_) {
+    const IntfId& intf = intfOn(port.network);
     const auto interface = settings().interfaces.find(intf.text());
-    if (interface == settings().interfaces.end()) {
-      if (pimNetworks_.erase(network) > 0) pim_->intfDel(intf);
-      continue;
-    }
-    pim_->helloConfigIs(intf, Agent::helloConfig(interface->second, af_, firstHelloDelay, lists));
-    if (pimNetworks_.insert(network).second) {
-      pimIntfIs(network, world_.liveness().network[network]);
-    }
+    const bool wanted = interface != settings().interfaces.end();
+    if (wanted) helloConfigIs(intf, interface->second, lists);
+    if (std::exchange(port.pim, wanted) == wanted) continue;
+    wanted ? pimIntfIs(port.network, world_.liveness().network[port.network]) : pim_->intfDel(intf);
   }
+}
+
+// What is as on most interfaces is kept once.
+void Speaker::helloConfigIs(const IntfId& intf, const Agent::InterfaceSettings& settings,
+                            Agent::PermittedLists& lists) {
+  const Pim::HelloConfig config = Agent::helloConfig(settings, af_, firstHelloDelay, lists);
+  ownHellos_ = ownHellos_ || config != plainHellos();
+  if (ownHellos_) pim_->helloConfigIs(intf, config);
 }
 
 // As on a real router: what a candidate has to say about its address leaves while the interfaces of
@@ -210,7 +233,7 @@ void Speaker::networkIs(NetworkId network, bool up) {
   refreshDuties();
   if (!running()) return;
   if (!up) sources_->addressDel(intfOn(network));
-  if (pimNetworks_.contains(network)) pimIntfIs(network, up);
+  if (portOn(network).pim) pimIntfIs(network, up);
   if (up) sources_->addressIs(intfOn(network), globalAddress(network));
 }
 

@@ -2,12 +2,11 @@
 
 #include <memory>
 #include <optional>
-#include <set>
-#include <utility>
 #include <vector>
 
 #include "bsr/host/BsrInstance.h"
 #include "config/entities/ConfigEntities.h"
+#include "config/judge/PermittedLists.h"
 #include "platform/pim/PimInstance.h"
 #include "sim/core/Duties.h"
 #include "sim/core/Packet.h"
@@ -74,6 +73,13 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   std::vector<Pim::NextHop> nextHops(const IpGenAddr& address) const override;
 
  private:
+  /// An interface that leads to a network.
+  struct Port {
+    NetworkId network;
+    std::uint32_t hash;  // of the interface's name
+    bool pim = false;    // PIM runs on it
+  };
+
   const Agent::FamilySettings& settings() const;
   Pim::Bsr::BsrInputs inputs(const std::shared_ptr<const Pim::AllIntfStatusDir>& dir,
                              const Agent::ConfigEntities& entities);
@@ -83,13 +89,16 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   void refreshDuties();
   IpGenAddr globalAddress(NetworkId network) const;
   const IntfId& intfOn(NetworkId network) const;
+  Port& portOn(NetworkId network);
+  void helloConfigIs(const IntfId& intf, const Agent::InterfaceSettings& settings,
+                     Agent::PermittedLists& lists);
   void pimIntfIs(NetworkId network, bool up);
 
   World& world_;
   const RouterId router_;
   const AddressFamily af_;
-  Random random_;                                       // goes on over restarts
-  std::vector<std::pair<NetworkId, IntfId>> networks_;  // with the interface on each, in order
+  Random random_;            // goes on over restarts
+  std::vector<Port> ports_;  // in the order in which they were attached
   Addresses addresses_;
   Duties duties_;
   std::shared_ptr<Pim::Bsr::Status> status_;
@@ -98,7 +107,7 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   std::shared_ptr<Pim::PimUcastRouteStatus> localRoutes_;
   double startedAt_ = 0.0;
   std::unique_ptr<Pim::PimInstance> pim_;
-  std::set<NetworkId> pimNetworks_;  // on which PIM runs
+  bool ownHellos_ = false;  // some interface was told how its Hellos are
   std::shared_ptr<SourceIntfSm> sources_;
   std::unique_ptr<Pim::Bsr::BsrInstance> bsr_;
   Subscription statusChanges_;  // both to the first change of an event, and none at the very end

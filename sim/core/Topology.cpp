@@ -12,8 +12,8 @@ std::size_t NetworkPlan::placeOf(RouterId router) const {
   return static_cast<std::size_t>(place);
 }
 
-const std::string& NetworkPlan::intfOf(RouterId router) const {
-  return interfaces.empty() ? name : interfaces[placeOf(router)];
+const IntfId& NetworkPlan::intfOf(RouterId router) const {
+  return interfaces.size() == 1 ? interfaces.front() : interfaces[placeOf(router)];
 }
 
 RouterId Topology::newRouter(const std::string& name, std::optional<Place> place) {
@@ -31,6 +31,7 @@ NetworkId Topology::newNetwork(NetworkPlan plan) {
     throw std::invalid_argument("network " + plan.name + " exists already");
   }
   for (const RouterId member : plan.members) routers_[member].networks.push_back(id);
+  if (plan.interfaces.empty()) plan.interfaces.emplace_back(plan.name);
   networks_.push_back(std::move(plan));
   return id;
 }

@@ -35,12 +35,13 @@ struct NetworkPlan {
   Impairment impairment;
   std::uint32_t mtu = 1500;
   bool lan = false;
-  std::vector<std::string> interfaces;  ///< of the members; all bear the network's name if empty
+  std::vector<IntfId>
+      interfaces;  ///< of the members, or one for all: by default the network's name
 
   /// The place of a member.
   std::size_t placeOf(RouterId router) const;
   /// The name of a member's interface.
-  const std::string& intfOf(RouterId router) const;
+  const IntfId& intfOf(RouterId router) const;
 };
 
 /// Where a picture may draw a router; in units of one hop.

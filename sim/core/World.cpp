@@ -27,8 +27,8 @@ double drawOrigin(Random& random) {
 
 }  // namespace
 
-World::World(Topology topology, const WorldOptions& options)
-    : topology_(std::move(topology)),
+World::World(const Topology& topology, const WorldOptions& options)
+    : topology_(topology),
       options_(options),
       random_(options.seed),
       origin_(drawOrigin(random_)),
@@ -43,7 +43,7 @@ World::World(Topology topology, const WorldOptions& options)
     node->config =
         std::make_unique<Agent::DaemonConfig>(onAllNetworks({}, topology_, id, options_.families));
     for (const NetworkId network : topology_.router(id).networks) {
-      const auto intf = node->dir->newIntfStatus(IntfId(topology_.network(network).intfOf(id)));
+      const auto intf = node->dir->newIntfStatus(topology_.network(network).intfOf(id));
       intf->mtuIs(topology_.network(network).mtu);
       intf->upIs(true);
     }
@@ -63,6 +63,11 @@ const Pace& World::pace() const {
     for (const auto& speaker : speakers_) pace_->slowerOf(paceOf(speaker->duties()));
   }
   return *pace_;
+}
+
+const Impairment& World::impairment(NetworkId network) const {
+  const auto changed = impairments_.empty() ? impairments_.end() : impairments_.find(network);
+  return changed == impairments_.end() ? topology_.network(network).impairment : changed->second;
 }
 
 const Agent::DaemonConfig& World::config(RouterId router) const {
@@ -203,7 +208,7 @@ void World::transmit(Packet packet) {
 }
 
 void World::launch(const std::shared_ptr<const Packet>& packet, RouterId to) {
-  const Impairment& way = topology_.network(packet->network).impairment;
+  const Impairment& way = impairment(packet->network);
   const unsigned copies = 1 + random_.chance(way.duplicate);
   for (unsigned copy = 0; copy < copies; ++copy) {
     if (random_.chance(way.loss)) {
@@ -312,18 +317,17 @@ void World::networkIs(NetworkId network, bool up) {
   livenessChanged();
   for (const RouterId member : plan.members) {
     touch(member);
-    nodes_[member]->dir->newIntfStatus(IntfId(plan.intfOf(member)))->upIs(up);
+    nodes_[member]->dir->newIntfStatus(plan.intfOf(member))->upIs(up);
     for (const auto& speaker : speakersOf(member)) speaker->networkIs(network, up);
   }
 }
 
 void World::impairmentIs(NetworkId network, const Impairment& impairment) {
-  NetworkPlan& plan = topology_.network(network);
-  if (plan.impairment == impairment) return;
-  plan.impairment = impairment;
+  if (this->impairment(network) == impairment) return;
+  impairments_[network] = impairment;
   ++networkChanges_;
-  disturbed(plan.name + " loses " + std::to_string(static_cast<int>(impairment.loss * 100)) +
-            "% of the packets");
+  disturbed(topology_.network(network).name + " loses " +
+            std::to_string(static_cast<int>(impairment.loss * 100)) + "% of the packets");
 }
 
 void World::configIs(RouterId router, Agent::DaemonConfig config) {

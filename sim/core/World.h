@@ -8,6 +8,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -39,7 +40,8 @@ struct WorldOptions {
 /// call that sent it.
 class World {
  public:
-  World(Topology topology, const WorldOptions& options);
+  /// The topology must outlive it.
+  World(const Topology& topology, const WorldOptions& options);
   World(const World&) = delete;
   World& operator=(const World&) = delete;
   ~World();
@@ -54,6 +56,8 @@ class World {
   Random& random() { return random_; }
   UnicastRoutes& routes() { return routes_; }
   const Liveness& liveness() const { return liveness_; }
+  /// How a network treats packets at present.
+  const Impairment& impairment(NetworkId network) const;
   /// Which routers can reach each other over the interfaces that are usable; the same number in one
   /// connected part.
   std::vector<std::uint32_t> parts(const std::function<bool(RouterId, NetworkId)>& usable) const;
@@ -151,13 +155,14 @@ class World {
   void lose(const Packet& packet, RouterId to, std::string_view why);
   double nextInstant() const;
 
-  Topology topology_;
+  const Topology& topology_;
   const WorldOptions options_;
   Random random_;
   const double origin_;
   VirtualClock clock_;
   TimerWheel wheel_;
   Liveness liveness_;
+  std::unordered_map<NetworkId, Impairment> impairments_;  // where it is not what was planned
   UnicastRoutes routes_;
   std::multimap<double, std::function<void()>> actions_;  // by instant
   PayloadStore payloads_;

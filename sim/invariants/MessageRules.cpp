@@ -8,7 +8,6 @@
 #include <optional>
 #include <set>
 #include <tuple>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -48,8 +47,8 @@ bool BordersHold::border(RouterId router, const Packet& packet) const {
   const Duties& duties = world().speaker(router, packet.af).duties();
   if (duties.borders.empty()) return false;
   const auto bsm = peekBsm(*packet.payload, true);
-  return bsm &&
-         !duties.passes(world().topology().network(packet.network).intfOf(router), bsm->zone());
+  return bsm && !duties.passes(world().topology().network(packet.network).intfOf(router).text(),
+                               bsm->zone());
 }
 
 void BordersHold::transmitted(const Packet& packet) {
@@ -231,8 +230,7 @@ class NoStorms final : public Invariant {
  public:
   static constexpr std::size_t mostPerEvent = 1;  ///< on one interface, for each zone
 
-  NoStorms(World& world, std::vector<Violation>& violations)
-      : Invariant("no storms", world, violations) {}
+  NoStorms(World& world, std::vector<Violation>& violations);
   void transmitted(const Packet& packet) override;
   void settled(const std::vector<RouterId>& touched) override;
 
@@ -243,12 +241,6 @@ class NoStorms final : public Invariant {
     IpGenPrefix zone;
 
     friend bool operator==(const Place&, const Place&) = default;
-  };
-  struct HashOfPlace {
-    std::size_t operator()(const Place& place) const {
-      return std::hash<std::uint64_t>{}(std::uint64_t{place.router} << 32 | place.network) ^
-             place.zone.hash();
-    }
   };
 
   /// Counts messages. The fragments of one, which differ, count once; what is sent again counts
@@ -266,11 +258,11 @@ class NoStorms final : public Invariant {
       std::uint16_t tag;
     };
     std::vector<Fragment> fragments_;
-    std::size_t messages_ = 0;
+    std::uint32_t messages_ = 0;
   };
   struct Minute {
-    std::uint64_t number = 0;
     Tally tally;
+    std::uint32_t number = 0;
   };
   /// What one event sends in one place in the name of one BSR.
   struct Voice {
@@ -280,8 +272,8 @@ class NoStorms final : public Invariant {
     Tally tally;
   };
 
-  Tally& voice(const Place& place, const IpGenAddr& bsr);
-  Minute& minute(const Place& place);
+  Voice& voiceOf(const Place& place, const IpGenAddr& bsr);
+  Minute& minuteAt(const Place& place);
   std::uint64_t digestOf(const Payload& payload);
   void judge(const Place& place, std::size_t atOnce, std::size_t inMinute);
   std::size_t mostPerMinute(const Place& place) const;
@@ -290,10 +282,18 @@ class NoStorms final : public Invariant {
   Payload lastPayload_;
   std::uint64_t lastDigest_ = 0;
   std::vector<Voice> event_;
-  std::unordered_map<Place, Minute, HashOfPlace> minutes_;
-  std::uint64_t minuteNumber_ = 1;
+  std::vector<std::size_t> firstPlace_;  // of each network's members, counted over all networks
+  std::map<IpGenPrefix, std::vector<Minute>> minutes_;  // by zone, then by place
+  std::uint32_t minuteNumber_ = 1;
   double minuteBegan_ = 0.0;
 };
+
+NoStorms::NoStorms(World& world, std::vector<Violation>& violations)
+    : Invariant("no storms", world, violations), firstPlace_{0} {
+  for (const NetworkPlan& network : world.topology().networks()) {
+    firstPlace_.push_back(firstPlace_.back() + network.members.size());
+  }
+}
 
 void NoStorms::Tally::add(std::uint16_t fragmentTag, std::uint64_t octets) {
   Fragment* found = nullptr;
@@ -322,22 +322,26 @@ void NoStorms::transmitted(const Packet& packet) {
     minuteBegan_ = world().now();
   }
   const std::uint64_t octets = digestOf(packet.payload);
-  voice(place, bsm->bsr).add(bsm->fragmentTag, octets);
-  minute(place).tally.add(bsm->fragmentTag, octets);
+  Voice& voice = voiceOf(place, bsm->bsr);
+  voice.tally.add(bsm->fragmentTag, octets);
+  Minute& minute = *voice.minute;
+  if (std::exchange(minute.number, minuteNumber_) != minuteNumber_) minute.tally.clear();
+  minute.tally.add(bsm->fragmentTag, octets);
 }
 
-NoStorms::Tally& NoStorms::voice(const Place& place, const IpGenAddr& bsr) {
+NoStorms::Voice& NoStorms::voiceOf(const Place& place, const IpGenAddr& bsr) {
   const auto known = std::find_if(event_.begin(), event_.end(), [&](const Voice& voice) {
     return voice.place == place && voice.bsr == bsr;
   });
-  if (known != event_.end()) return known->tally;
-  return event_.emplace_back(Voice{place, bsr, &minutes_[place], {}}).tally;
+  if (known != event_.end()) return *known;
+  return event_.emplace_back(Voice{place, bsr, &minuteAt(place), {}});
 }
 
-NoStorms::Minute& NoStorms::minute(const Place& place) {
-  Minute& minute = minutes_[place];
-  if (std::exchange(minute.number, minuteNumber_) != minuteNumber_) minute.tally.clear();
-  return minute;
+NoStorms::Minute& NoStorms::minuteAt(const Place& place) {
+  std::vector<Minute>& minutes = minutes_[place.zone];
+  if (minutes.empty()) minutes.resize(firstPlace_.back());
+  const std::size_t member = world().topology().network(place.network).placeOf(place.router);
+  return minutes[firstPlace_[place.network] + member];
 }
 
 std::uint64_t NoStorms::digestOf(const Payload& payload) {

@@ -26,8 +26,9 @@ SettlingTimes settlingTimes(const World& world) {
 // A flood crosses each router once at the most.
 double floodingTime(const World& world) {
   double slowest = 0;
-  for (const NetworkPlan& network : world.topology().networks()) {
-    slowest = std::max(slowest, network.impairment.delay + network.impairment.jitter);
+  for (NetworkId id = 0; id < world.topology().networks().size(); ++id) {
+    const Impairment& way = world.impairment(id);
+    slowest = std::max(slowest, way.delay + way.jitter);
   }
   return slowest * static_cast<double>(world.topology().routers().size());
 }

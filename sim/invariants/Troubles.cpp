@@ -97,11 +97,11 @@ void Troubles::returns(const Subject& subject) {
 }
 
 bool Troubles::impaired() const {
-  const auto& networks = world_.topology().networks();
-  return std::any_of(networks.begin(), networks.end(), [](const NetworkPlan& network) {
-    const Impairment& way = network.impairment;
-    return way.loss > 0 || way.duplicate > 0 || way.reorder > 0;
-  });
+  for (NetworkId id = 0; id < world_.topology().networks().size(); ++id) {
+    const Impairment& way = world_.impairment(id);
+    if (way.loss > 0 || way.duplicate > 0 || way.reorder > 0) return true;
+  }
+  return false;
 }
 
 }  // namespace Routing::Sim

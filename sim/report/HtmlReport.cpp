@@ -43,7 +43,7 @@ Json routersJson(const ScenarioRun& run) {
 Json bordersOn(const World& world, NetworkId network) {
   Json borders = Json::array();
   for (const RouterId member : world.topology().network(network).members) {
-    const std::string& intf = world.topology().network(network).intfOf(member);
+    const std::string& intf = world.topology().network(network).intfOf(member).text();
     for (const AddressFamily af : world.families()) {
       for (const auto& [zone, interfaces] : world.speaker(member, af).duties().borders) {
         if (interfaces.contains(intf)) borders.push_back({member, zone.text()});

@@ -7,13 +7,12 @@
 namespace Routing::Sim {
 
 Control::Control(World& world, std::vector<RouterFile> files)
-    : world_(world),
-      files_(std::move(files)),
-      routers_(world.topology().routers().size()),
-      networks_(world.topology().networks().size()) {
-  for (NetworkId id = 0; id < networks_.size(); ++id) {
-    networks_[id].base = world.topology().network(id).impairment;
-  }
+    : world_(world), files_(std::move(files)), routers_(world.topology().routers().size()) {}
+
+Control::NetworkState& Control::stateOf(NetworkId network) {
+  const auto [at, added] = networks_.try_emplace(network);
+  if (added) at->second.base = world_.impairment(network);
+  return at->second;
 }
 
 void Control::start(RouterId router, World::Memory memory) {
@@ -66,12 +65,12 @@ void Control::addressIs(const AddressEdit& edit) {
 }
 
 void Control::networkIs(NetworkId network, bool up) {
-  networks_[network].wanted = up;
+  stateOf(network).wanted = up;
   apply(network);
 }
 
 void Control::impairmentIs(NetworkId network, const Impairment& impairment) {
-  networks_[network].base = impairment;
+  stateOf(network).base = impairment;
   apply(network);
 }
 
@@ -86,17 +85,17 @@ void Control::faultRouterIs(RouterId router, bool down, World::Memory memory) {
 }
 
 void Control::faultNetworkIs(NetworkId network, bool down) {
-  networks_[network].faulty = down;
+  stateOf(network).faulty = down;
   apply(network);
 }
 
 void Control::faultImpairmentIs(NetworkId network, const std::optional<Impairment>& impairment) {
-  networks_[network].fault = impairment;
+  stateOf(network).fault = impairment;
   apply(network);
 }
 
 void Control::apply(NetworkId network) {
-  const NetworkState& state = networks_[network];
+  const NetworkState& state = stateOf(network);
   world_.networkIs(network, state.wanted && !state.faulty);
   world_.impairmentIs(network, state.fault.value_or(state.base));
 }

@@ -66,13 +66,14 @@ class Control {
     Impairment base;
     std::optional<Impairment> fault;
   };
+  NetworkState& stateOf(NetworkId network);
   void apply(NetworkId network);
 
   World& world_;
   std::vector<RouterFile> files_;
   std::vector<RouterState> routers_;
   std::map<RouterId, Agent::DaemonConfig> undrained_;  // of routers that are drained
-  std::vector<NetworkState> networks_;
+  std::map<NetworkId, NetworkState> networks_;         // where somebody had a hand
 };
 
 }  // namespace Routing::Sim

@@ -37,7 +37,7 @@ std::pair<RouterId, RouterId> endsOf(const YamlValue& value, const Topology& top
 void parseInterfaces(YamlMap& map, NetworkPlan& network, const Topology& topology) {
   const auto names = map.get("interfaces");
   if (!names) return;
-  for (const YamlValue& name : names->list()) network.interfaces.push_back(name.text());
+  for (const YamlValue& name : names->list()) network.interfaces.emplace_back(name.text());
   if (network.interfaces.size() != network.members.size()) {
     names->fail("there is one interface for each router, in their order");
   }
@@ -45,7 +45,7 @@ void parseInterfaces(YamlMap& map, NetworkPlan& network, const Topology& topolog
     const RouterPlan& router = topology.router(network.members[i]);
     for (const NetworkId other : router.networks) {
       if (topology.network(other).intfOf(network.members[i]) != network.interfaces[i]) continue;
-      names->fail(router.name + " has an interface " + network.interfaces[i] + " already");
+      names->fail(router.name + " has an interface " + network.interfaces[i].text() + " already");
     }
   }
 }
@@ -63,7 +63,7 @@ void parseLink(const YamlValue& value, Topology& topology, const Common& default
   parseInterfaces(map, named, topology);
   map.done();
   const NetworkId link = topology.newLink(a, b, common.impairment, common.mtu);
-  topology.network(link).interfaces = named.interfaces;
+  if (!named.interfaces.empty()) topology.network(link).interfaces = named.interfaces;
 }
 
 void parseLan(const YamlValue& value, Topology& topology, const Common& defaults) {

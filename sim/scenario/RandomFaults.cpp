@@ -39,7 +39,7 @@ void RandomFaults::strike() {
 void RandomFaults::impair() {
   const auto network =
       static_cast<NetworkId>(random_.below(control_.world().topology().networks().size()));
-  Impairment bad = control_.world().topology().network(network).impairment;
+  Impairment bad = control_.world().impairment(network);
   bad.jitter = random_.between(0.0, 0.05);
   bad.loss = random_.between(0.0, 0.4);
   bad.duplicate = random_.between(0.0, 0.3);

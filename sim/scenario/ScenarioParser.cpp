@@ -140,7 +140,7 @@ void requireLinks(const Topology& topology, RouterId router, const Agent::Daemon
   const RouterPlan& plan = topology.router(router);
   std::string names;
   for (const NetworkId network : plan.networks) {
-    const std::string& intf = topology.network(network).intfOf(router);
+    const std::string& intf = topology.network(network).intfOf(router).text();
     for (const auto& [vrf, families] : config.vrfs) {
       for (const auto& [af, settings] : families) {
         if (settings.interfaces.contains(intf)) return;
