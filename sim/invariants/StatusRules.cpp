@@ -40,11 +40,12 @@ class RpsExpire final : public Invariant {
   };
   /// Returns the first expiry among the router's RPs.
   double check(RouterId router);
+  void findSources(const Speaker& speaker, const IpGenPrefix& range);
   void judge(RouterId router, const Speaker& speaker, const Pim::RpCandidateSet& range,
              const Pim::RpEntry& rp);
-  bool known(const Speaker& speaker, const Pim::RpCandidateSet& range,
-             const Pim::RpEntry& rp) const;
+  bool known(const Pim::RpEntry& rp) const;
 
+  std::vector<const Pim::RpCandidateSet*> sources_;  // what zones know of the range at hand
   std::priority_queue<Due, std::vector<Due>, std::greater<>> due_;
 };
 
@@ -70,6 +71,7 @@ double RpsExpire::check(RouterId router) {
     const Speaker& speaker = world().speaker(router, af);
     if (!speaker.running()) continue;
     for (const auto& [prefix, range] : speaker.view()->crpSet()) {
+      findSources(speaker, prefix);
       for (const auto& [address, rp] : range->rp()) {
         judge(router, speaker, *range, *rp);
         first = std::min(first, rp->expiryTime());
@@ -77,6 +79,14 @@ double RpsExpire::check(RouterId router) {
     }
   }
   return first;
+}
+
+void RpsExpire::findSources(const Speaker& speaker, const IpGenPrefix& range) {
+  sources_.clear();
+  for (const auto& [zone, rpSets] : speaker.status()->crpStatus()) {
+    if (!zone.contains(range) || !rpSets->status()) continue;
+    if (const auto& set = rpSets->status()->crpSet(range)) sources_.push_back(set.get());
+  }
 }
 
 void RpsExpire::judge(RouterId router, const Speaker& speaker, const Pim::RpCandidateSet& range,
@@ -94,20 +104,16 @@ void RpsExpire::judge(RouterId router, const Speaker& speaker, const Pim::RpCand
     broken(" outlives its hold time by " + std::to_string(now - rp.expiryTime()) + " s");
   } else if (rp.expiryTime() > now + most + tolerance) {
     broken(" would outlive its hold time");
-  } else if (!known(speaker, range, rp)) {
+  } else if (!known(rp)) {
     broken(" belongs to no zone");
   }
 }
 
-bool RpsExpire::known(const Speaker& speaker, const Pim::RpCandidateSet& range,
-                      const Pim::RpEntry& rp) const {
-  for (const auto& [zone, rpSets] : speaker.status()->crpStatus()) {
-    if (!zone.contains(range.prefix()) || !rpSets->status()) continue;
-    const auto& set = rpSets->status()->crpSet(range.prefix());
-    const auto source = set ? set->rp(rp.address()) : nullptr;
-    if (source && source->expiryTime() == rp.expiryTime()) return true;
-  }
-  return false;
+bool RpsExpire::known(const Pim::RpEntry& rp) const {
+  return std::ranges::any_of(sources_, [&](const Pim::RpCandidateSet* set) {
+    const auto& source = set->rp(rp.address());
+    return source && source->expiryTime() == rp.expiryTime();
+  });
 }
 
 // --- memory bounded --------------------------------------------------------------------------
