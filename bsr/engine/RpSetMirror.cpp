@@ -1,13 +1,10 @@
 #include "bsr/engine/RpSetMirror.h"
 
-#include <functional>
-#include <map>
 #include <set>
 #include <utility>
 #include <vector>
 
 #include "bsr/types/Traces.h"
-#include "platform/entity/SortedBlocks.h"
 
 namespace Routing::Pim::Bsr {
 
@@ -23,13 +20,6 @@ auto keysOf(const Collection& collection) {
 }
 
 }  // namespace
-
-/// Where an RP of a zone stands in PIM's set, and whether its range is the zone's to show, as found
-/// when so many changes had been made.
-struct RpSetMirror::View {
-  std::shared_ptr<RpEntry>& rp;
-  std::uint64_t& asOf;  // of the whole range
-};
 
 /// The reactors of a collection's entries, in the order of the entries' own keys, each in one block
 /// of memory with its place among those of what it watches.
@@ -81,9 +71,9 @@ class RpSetMirror::Reactors {
   Handles reactors_;
 };
 
-/// One RP of one range of one zone. An entry whose expiry is not set yet is still being written.
-/// The RP outlives it: whoever deletes one holds it until all have been told.
-class RpSetMirror::RpReactor {
+/// One RP of one range of one zone, and its hold timer. An entry whose expiry is not set yet is
+/// still being written. The RP outlives it: whoever deletes one holds it until all have been told.
+class RpSetMirror::RpReactor : private BareTimer {
  public:
   using EntityKey = IpGenAddr;
   using Told = std::size_t;
@@ -91,6 +81,9 @@ class RpSetMirror::RpReactor {
   RpReactor(SetReactor& set, RpEntry& rp);
   RpReactor(const RpReactor&) = delete;
   RpReactor& operator=(const RpReactor&) = delete;
+  ~RpReactor() {
+    if (armed()) holdTimerIs(never);
+  }
 
   const RpEntry& entity() const { return rp_; }
   const IpGenAddr& key() const { return rp_.address(); }
@@ -105,6 +98,7 @@ class RpSetMirror::RpReactor {
  private:
   void handleChange(std::size_t attribute);
   void setHoldtimer();
+  void holdTimerIs(double instant) { expiryIs(mirror().timerWheel_, instant); }
   void handleHoldtimeExpired();
   std::shared_ptr<RpEntry> hold() const;
   RpSetMirror& mirror() const;
@@ -112,8 +106,6 @@ class RpSetMirror::RpReactor {
 
   SetReactor& set_;
   RpEntry& rp_;
-  std::shared_ptr<RpEntry> shown_;  // where the RP stands in PIM's set, as last found
-  Timer holdTimer_;
 };
 
 /// One range of one zone.
@@ -122,41 +114,46 @@ class RpSetMirror::SetReactor {
   using EntityKey = IpGenPrefix;
   using Told = IpGenAddr;
 
-  SetReactor(RpSetMirror& mirror, const IpGenPrefix& zone, std::shared_ptr<RpCandidateSet> set)
-      : mirror_(mirror), zone_(zone), set_(std::move(set)) {
-    ++mirror_.services_.rpSetTotals().groups;
-  }
+  SetReactor(ZoneReactor& zone, std::shared_ptr<RpCandidateSet> set);
   SetReactor(const SetReactor&) = delete;
   SetReactor& operator=(const SetReactor&) = delete;
 
-  RpSetMirror& mirror() const { return mirror_; }
-  const IpGenPrefix& zone() const { return zone_; }
+  RpSetMirror& mirror() const;
+  const IpGenPrefix& zone() const;
   const RpCandidateSet& entity() const { return *set_; }
   const IpGenPrefix& key() const { return set_->prefix(); }
-  std::uint64_t& shownAsOf() { return shownAsOf_; }
+  /// Where the range stood in PIM's set, and was the zone's to show, when so many changes had been
+  /// made; null if it has not been found there.
+  const std::shared_ptr<RpCandidateSet>& shown() const { return shown_; }
+  std::uint64_t shownAsOf() const { return shownAsOf_; }
+  void shownIs(std::shared_ptr<RpCandidateSet> shown, std::uint64_t asOf) {
+    shown_ = std::move(shown);
+    shownAsOf_ = asOf;
+  }
   /// An RP has come or gone.
   void operator()(const IpGenAddr& rp) {
-    const DeferredDelete::OwningHold held(mirror_.deferred_);
+    const DeferredDelete::OwningHold held(mirror().deferred_);
     handleRp(rp);
   }
   void start() {
     for (const IpGenAddr& address : keysOf(set_->rp())) handleRp(address);
   }
   void retire() {
-    --mirror_.services_.rpSetTotals().groups;
-    rps_.retireAll(*mirror_.deferred_);
+    --mirror().services_.rpSetTotals().groups;
+    shown_ = nullptr;
+    rps_.retireAll(*mirror().deferred_);
   }
 
  private:
   void handleRp(const IpGenAddr& address);
   void handleRpDel(const IpGenAddr& address);
-  const VrfName& vrfName() const { return mirror_.vrfName(); }
+  const VrfName& vrfName() const { return mirror().vrfName(); }
 
-  RpSetMirror& mirror_;
-  const IpGenPrefix& zone_;  // the zone reactor's
+  ZoneReactor& zone_;
   std::shared_ptr<RpCandidateSet> set_;
-  Reactors<RpReactor> rps_;
+  std::shared_ptr<RpCandidateSet> shown_;
   std::uint64_t shownAsOf_ = 0;
+  Reactors<RpReactor> rps_;
 };
 
 /// All ranges of one zone.
@@ -170,6 +167,7 @@ class RpSetMirror::ZoneReactor {
   ZoneReactor(const ZoneReactor&) = delete;
   ZoneReactor& operator=(const ZoneReactor&) = delete;
 
+  RpSetMirror& mirror() const { return mirror_; }
   const PimBsrRpCandidateStatus& entity() const { return *zoneStatus_; }
   const IpGenPrefix& key() const { return zoneStatus_->zone(); }
   /// The zone's set of ranges has come or gone.
@@ -197,18 +195,33 @@ class RpSetMirror::ZoneReactor {
   Subscription setSubscription_;
 };
 
+RpSetMirror::SetReactor::SetReactor(ZoneReactor& zone, std::shared_ptr<RpCandidateSet> set)
+    : zone_(zone), set_(std::move(set)) {
+  ++mirror().services_.rpSetTotals().groups;
+}
+
+inline RpSetMirror& RpSetMirror::SetReactor::mirror() const {
+  return zone_.mirror();
+}
+
+inline const IpGenPrefix& RpSetMirror::SetReactor::zone() const {
+  return zone_.key();
+}
+
 RpSetMirror::RpReactor::RpReactor(SetReactor& set, RpEntry& rp)
-    : set_(set), rp_(rp), holdTimer_(mirror().timerWheel_, [this] {
-        const DeferredDelete::OwningHold held(mirror().deferred_);
-        handleHoldtimeExpired();
-      }) {
+    : BareTimer([](BareTimer& timer) {
+        auto& self = static_cast<RpReactor&>(timer);
+        const DeferredDelete::OwningHold held(self.mirror().deferred_);
+        self.handleHoldtimeExpired();
+      }),
+      set_(set),
+      rp_(rp) {
   ++mirror().services_.rpSetTotals().rps;
 }
 
 void RpSetMirror::RpReactor::retire() {
   --mirror().services_.rpSetTotals().rps;
-  shown_ = nullptr;
-  holdTimer_.expiryIs(never);
+  holdTimerIs(never);
 }
 
 inline RpSetMirror& RpSetMirror::RpReactor::mirror() const {
@@ -223,14 +236,13 @@ std::shared_ptr<RpEntry> RpSetMirror::RpReactor::hold() const {
 inline void RpSetMirror::RpReactor::handleChange(std::size_t attribute) {
   if (rp_.expiryTime() == 0.0) return;
   if (attribute == RpEntry::Attr::expiryTime) setHoldtimer();
-  const View view{shown_, set_.shownAsOf()};
-  if (mirror().refresh(set_.zone(), rp_, view)) return;
+  if (mirror().refresh(set_, rp_)) return;
   const auto held = hold();
-  mirror().mirror(set_.zone(), set_.key(), rp_, &view);
+  mirror().mirror(set_.zone(), set_.key(), rp_, &set_);
 }
 
 inline void RpSetMirror::RpReactor::setHoldtimer() {
-  holdTimer_.expiryIs(rp_.expiryTime());
+  holdTimerIs(rp_.expiryTime());
   BSR_TRACE(sm, 5, " Set holdtimer to expire in ", rp_.expiryTime() - mirror().timerWheel_.now(),
             " from now for ", rp_.address(), " in prefix ", set_.key(), " of zone ", set_.zone());
 }
@@ -248,20 +260,20 @@ void RpSetMirror::RpReactor::handleHoldtimeExpired() {
 void RpSetMirror::SetReactor::handleRp(const IpGenAddr& address) {
   const auto rp = set_->rp(address);
   if (rps_.watches(address, rp)) return;
-  if (rps_.retire(address, *mirror_.deferred_)) handleRpDel(address);
+  if (rps_.retire(address, *mirror().deferred_)) handleRpDel(address);
   if (rp) rps_.start(rp->anyReactorOf<RpReactor>(*this, *rp));
 }
 
 void RpSetMirror::SetReactor::handleRpDel(const IpGenAddr& address) {
   const IpGenPrefix prefix = set_->prefix();
-  mirror_.unmirrorRp(zone_, prefix, address);
+  mirror().unmirrorRp(zone(), prefix, address);
   if (!set_->rp().empty()) return;
-  const auto zoneStatus = mirror_.bsrStatus_->crpStatus(zone_);
+  const auto zoneStatus = mirror().bsrStatus_->crpStatus(zone());
   const auto status = zoneStatus ? zoneStatus->status() : nullptr;
   if (!status) {
     BSR_TRACE(sm, 8, "Nothing to do since the Crp Zone has already been deleted ");
   } else if (status->crpSet(prefix) == set_) {
-    BSR_TRACE(sm, 4, "Deleted rpset for prefix ", prefix, " in zone ", zone_);
+    BSR_TRACE(sm, 4, "Deleted rpset for prefix ", prefix, " in zone ", zone());
     status->crpSetDel(prefix);  // retires this reactor
   }
 }
@@ -280,7 +292,7 @@ void RpSetMirror::ZoneReactor::handleSet(const IpGenPrefix& prefix) {
   const auto set = status_->crpSet(prefix);
   if (sets_.watches(prefix, set)) return;
   if (sets_.retire(prefix, *mirror_.deferred_)) handleSetDel(prefix);
-  if (set) sets_.start(set->rpReactorOf<SetReactor>(mirror_, zone(), set));
+  if (set) sets_.start(set->rpReactorOf<SetReactor>(*this, set));
 }
 
 void RpSetMirror::ZoneReactor::handleSetDel(const IpGenPrefix& prefix) {
@@ -315,7 +327,7 @@ RpSetMirror::RpSetMirror(std::shared_ptr<Status> bsrStatus,
 // What an earlier run left in PIM's set and no zone accounts for now would never expire.
 void RpSetMirror::dropOrphans() {
   for (const IpGenPrefix& prefix : keysOf(rpCandidateStatus_->crpSet())) {
-    if (!owner_.contains(prefix)) rpCandidateStatus_->crpSetDel(prefix);
+    if (ownerOf(prefix) == nullptr) rpCandidateStatus_->crpSetDel(prefix);
   }
 }
 
@@ -358,7 +370,7 @@ void RpSetMirror::handleZone(const IpGenPrefix& zone) {
   const auto zoneStatus = bsrStatus_->crpStatus(zone);
   if (zones_->watches(zone, zoneStatus)) return;
   if (zones_->retire(zone, *deferred_)) {
-    for (const IpGenPrefix& prefix : keysOf(owner_)) unmirrorSet(zone, prefix);
+    for (const IpGenPrefix& prefix : owned()) unmirrorSet(zone, prefix);
   }
   if (!zoneStatus || zones_->contains(zone)) return;
   zones_->start(zoneStatus->statusReactorOf<ZoneReactor>(*this, zoneStatus));
@@ -367,15 +379,16 @@ void RpSetMirror::handleZone(const IpGenPrefix& zone) {
 // A zone gained or lost its BSR: ranges inside it may have another most specific zone now.
 void RpSetMirror::handleTrie(const IpGenPrefix& zone) {
   std::set<IpGenPrefix> inside;
-  const auto collect = [&](const auto& byPrefix) {
-    for (auto it = byPrefix.lower_bound(zone); it != byPrefix.end() && zone.contains(it->first);
-         ++it) {
+  for (auto at = owned_.lowerBound(zone); owned_.holds(at) && zone.contains(owned_[at].prefix);
+       at = owned_.next(at)) {
+    inside.insert(owned_[at].prefix);
+  }
+  for (const auto& [other, zoneStatus] : bsrStatus_->crpStatus()) {
+    if (!zoneStatus->status()) continue;
+    const auto& sets = zoneStatus->status()->crpSet();
+    for (auto it = sets.lower_bound(zone); it != sets.end() && zone.contains(it->first); ++it) {
       inside.insert(it->first);
     }
-  };
-  collect(owner_);
-  for (const auto& [other, zoneStatus] : bsrStatus_->crpStatus()) {
-    if (zoneStatus->status()) collect(zoneStatus->status()->crpSet());
   }
   for (const IpGenPrefix& prefix : inside) settle(prefix);
 }
@@ -383,19 +396,34 @@ void RpSetMirror::handleTrie(const IpGenPrefix& zone) {
 void RpSetMirror::settle(const IpGenPrefix& prefix) {
   const IpGenPrefix match = bsrTrie_.longestMatch(prefix);
   if (match.isNone()) return;
-  const auto owner = owner_.find(prefix);
-  if (owner != owner_.end() && owner->second == match) return;
+  const IpGenPrefix* const owner = ownerOf(prefix);
+  if (owner != nullptr && *owner == match) return;
   const auto set = services_.rpSets().find(match, prefix);
   if (set && !set->rp().empty()) {
     mirrorSet(match, *set);
-  } else if (owner != owner_.end() && owner->second.contains(match)) {
-    unmirrorSet(IpGenPrefix(owner->second), prefix);
+  } else if (owner != nullptr && owner->contains(match)) {
+    unmirrorSet(IpGenPrefix(*owner), prefix);
   }
 }
 
+// The zone that shows PIM a range, null if none does. Good until an owner changes.
+const IpGenPrefix* RpSetMirror::ownerOf(const IpGenPrefix& prefix) const {
+  const auto at = owned_.find(prefix);
+  return owned_.holds(at) ? &owned_[at].zone : nullptr;
+}
+
 bool RpSetMirror::owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const {
-  const auto it = owner_.find(prefix);
-  return it != owner_.end() && it->second == zone;
+  const IpGenPrefix* const owner = ownerOf(prefix);
+  return owner != nullptr && *owner == zone;
+}
+
+std::vector<IpGenPrefix> RpSetMirror::owned() const {
+  std::vector<IpGenPrefix> prefixes;
+  prefixes.reserve(owned_.size());
+  for (auto at = owned_.begin(); at != owned_.end(); at = owned_.next(at)) {
+    prefixes.push_back(owned_[at].prefix);
+  }
+  return prefixes;
 }
 
 // Whether a zone says what PIM is to know of a range whose most specific zone is `match`.
@@ -405,15 +433,20 @@ bool RpSetMirror::servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) c
 
 void RpSetMirror::ownerIs(const IpGenPrefix& prefix, const IpGenPrefix& zone) {
   ++ownerChanges_;
-  owner_[prefix] = zone;
+  const auto at = owned_.lowerBound(prefix);
+  if (owned_.holds(at) && owned_[at].prefix == prefix) {
+    owned_[at].zone = zone;
+  } else {
+    owned_.insert(at, {prefix, zone});
+  }
+}
+
+void RpSetMirror::ownerDel(const IpGenPrefix& prefix) {
+  ++ownerChanges_;
+  owned_.take(owned_.find(prefix));
 }
 
 namespace {
-
-/// Whether an RP still stands in a set of ranges, not just in what was one of them.
-bool standsIn(const RpEntry& rp, const RpCandidateStatus& status) {
-  return rp.parent() != nullptr && rp.parent()->parent() == &status;
-}
 
 /// Whether a refresh is all that makes them differ.
 bool alikeButForTime(const RpEntry& copy, const RpEntry& rp) {
@@ -434,18 +467,20 @@ void write(RpEntry& copy, const RpEntry& rp) {
 }  // namespace
 
 // One write, behind which neither RP need live.
-inline bool RpSetMirror::refresh(const IpGenPrefix& zone, const RpEntry& rp,
-                                 const View& view) const {
-  if (!view.rp || view.asOf != changes() || services_.heldBack(zone) ||
-      !standsIn(*view.rp, *rpCandidateStatus_) || !alikeButForTime(*view.rp, rp)) {
+inline bool RpSetMirror::refresh(const SetReactor& set, const RpEntry& rp) const {
+  const auto& shown = set.shown();
+  if (!shown || set.shownAsOf() != changes() || services_.heldBack(set.zone()) ||
+      shown->parent() != rpCandidateStatus_.get()) {
     return false;
   }
-  view.rp->expiryTimeIs(rp.expiryTime());
+  const auto& copy = shown->rp(rp.address());
+  if (!copy || !alikeButForTime(*copy, rp)) return false;
+  copy->expiryTimeIs(rp.expiryTime());
   return true;
 }
 
 void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
-                         const View* view) {
+                         SetReactor* set) {
   if (services_.heldBack(zone)) return mirrorTimes(zone, prefix, rp);
   const std::uint64_t asOf = changes();  // what reactors change below counts as changed
   const IpGenPrefix match = bsrTrie_.longestMatch(prefix);
@@ -459,13 +494,12 @@ void RpSetMirror::mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, con
     return;
   }
   auto shown = copy(zone, prefix, rp);
-  if (view == nullptr) return;
-  view->rp = std::move(shown);
-  view->asOf = asOf;
+  if (set != nullptr) set->shownIs(std::move(shown), asOf);
 }
 
-std::shared_ptr<RpEntry> RpSetMirror::copy(const IpGenPrefix& zone, const IpGenPrefix& prefix,
-                                           const RpEntry& rp) {
+// Returns the range of PIM's set that has the RP now.
+std::shared_ptr<RpCandidateSet> RpSetMirror::copy(const IpGenPrefix& zone,
+                                                  const IpGenPrefix& prefix, const RpEntry& rp) {
   auto set = rpCandidateStatus_->crpSet(prefix);
   if (!set) {
     BSR_TRACE(sm, 5, "Forced creation of crpSet with prefix ", prefix, " in rpCandidateStatus");
@@ -478,7 +512,7 @@ std::shared_ptr<RpEntry> RpSetMirror::copy(const IpGenPrefix& zone, const IpGenP
     copy = set->newRp(rp.address());
   }
   write(*copy, rp);
-  return copy;
+  return set;
 }
 
 // What is held back is who serves a range and how; how long it does may be seen.
@@ -524,8 +558,7 @@ void RpSetMirror::unmirrorRp(const IpGenPrefix& zone, const IpGenPrefix& prefix,
 
 void RpSetMirror::unmirrorSet(const IpGenPrefix& zone, const IpGenPrefix& prefix) {
   if (!owns(zone, prefix)) return;
-  ++ownerChanges_;
-  owner_.erase(prefix);
+  ownerDel(prefix);
   if (!rpCandidateStatus_->crpSet(prefix)) {
     BSR_TRACE(sm, 8, prefix, " already deleted from rpCandidateStatus");
     return;

@@ -2,12 +2,13 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
+#include <vector>
 
 #include "bsr/engine/ZoneServices.h"
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
+#include "platform/entity/SortedBlocks.h"
 #include "platform/time/TimerWheel.h"
 #include "platform/trie/TrieGen.h"
 
@@ -22,9 +23,12 @@ namespace Routing::Pim::Bsr {
 /// no range of a zone is served by what a wider zone says of it. PIM's set is taken over at
 /// construction: what no zone accounts for goes.
 ///
-///   zone's set     range -- RP     its reactor: hold timer, and where the RP stands in PIM's view
-///                            \                                              |
-///   PIM's set      range -- RP <---------------------------------------------+
+///   zone's set     range ----------- RP      their reactors: the RP's is its hold timer, the
+///   range's
+///                    |               |       knows where the range stands in PIM's view
+///                  range's reactor   RP's reactor
+///                    |
+///   PIM's set      range ----------- RP
 ///
 /// An RP that is refreshed is written straight there, as long as no zone, owner of a range or part
 /// of PIM's set has changed; only else is it looked up who serves the range.
@@ -57,21 +61,32 @@ class ROUTING_API RpSetMirror {
   class RpReactor;
   template <class Reactor>
   class Reactors;
-  struct View;
+
+  /// A range that PIM is shown, and the zone that put it there.
+  struct Owned {
+    IpGenPrefix prefix;
+    IpGenPrefix zone;
+  };
+  struct PrefixOf {
+    const IpGenPrefix& operator()(const Owned& owned) const { return owned.prefix; }
+  };
 
   void handleZone(const IpGenPrefix& zone);
   void dropOrphans();
   void handleTrie(const IpGenPrefix& zone);
   void settle(const IpGenPrefix& prefix);
+  const IpGenPrefix* ownerOf(const IpGenPrefix& prefix) const;
   bool owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;
   bool servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) const;
-  bool refresh(const IpGenPrefix& zone, const RpEntry& rp, const View& view) const;
+  bool refresh(const SetReactor& set, const RpEntry& rp) const;
   void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
-              const View* view = nullptr);
-  std::shared_ptr<RpEntry> copy(const IpGenPrefix& zone, const IpGenPrefix& prefix,
-                                const RpEntry& rp);
+              SetReactor* set = nullptr);
+  std::shared_ptr<RpCandidateSet> copy(const IpGenPrefix& zone, const IpGenPrefix& prefix,
+                                       const RpEntry& rp);
   std::uint64_t changes() const { return bsrTrie_.changes() + ownerChanges_; }
   void ownerIs(const IpGenPrefix& prefix, const IpGenPrefix& zone);
+  void ownerDel(const IpGenPrefix& prefix);
+  std::vector<IpGenPrefix> owned() const;
   void showRange(const IpGenPrefix& zone, const BootstrapGroupData& group, bool first);
   void mirrorTimes(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp);
   void mirrorSet(const IpGenPrefix& zone, const RpCandidateSet& set);
@@ -86,7 +101,7 @@ class ROUTING_API RpSetMirror {
   std::uint64_t expired_ = 0;
   TrieGen& bsrTrie_;
   const Withdraw withdraw_;
-  std::map<IpGenPrefix, IpGenPrefix> owner_;  // mirrored range -> zone that put it there
+  SortedBlocks<Owned, PrefixOf> owned_;
   std::uint64_t ownerChanges_ = 0;
   const std::shared_ptr<DeferredDelete> deferred_;
   std::unique_ptr<Reactors<ZoneReactor>> zones_;

@@ -8,7 +8,9 @@ namespace Routing {
 
 AttributeJournal::AttributeJournal(std::shared_ptr<const Entity> root, LeaveOut leaveOut)
     : root_(std::move(root)), leaveOut_(std::move(leaveOut)) {
-  ROUTING_ASSERT_TEXT(root_->journal_ == nullptr, "a tree has one journal");
+  ROUTING_ASSERT_TEXT(!root_->journaled_, "a tree has one journal");
+  subscription_ = root_->observers_.subscribe<TreeChange>(
+      Entity::journalList, [this](const TreeChange& change) { write(change); });
   restart();
 }
 
@@ -40,9 +42,9 @@ std::string_view AttributeJournal::lines() {
   return lines_;
 }
 
-void AttributeJournal::write(const Entity& entity, std::size_t attribute, const void* key) {
-  at_ = &entity;
-  entity.visitChange(attribute, key, *this);
+void AttributeJournal::write(const TreeChange& change) {
+  at_ = &change.entity;
+  at_->visitChange(change.attribute, change.key, *this);
 }
 
 void AttributeJournal::show(const Entity& entity, Pass pass) {
@@ -53,7 +55,7 @@ void AttributeJournal::show(const Entity& entity, Pass pass) {
 }
 
 void AttributeJournal::number(const Entity& entity) {
-  entity.journal_ = this;
+  entity.journaled_ = true;
   entity.journalNumber_ = nextNumber_++;
 }
 

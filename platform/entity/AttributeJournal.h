@@ -48,7 +48,6 @@ class ROUTING_API AttributeJournal final : private EntityVisitor {
   std::uint64_t edits() const { return edits_; }
 
  private:
-  friend class Entity;
   enum class Pass : std::uint8_t { changes, structure, values };
 
   /// Neighbouring entities whose attribute got the same value.
@@ -60,7 +59,7 @@ class ROUTING_API AttributeJournal final : private EntityVisitor {
     SmallValue value;
   };
 
-  void write(const Entity& entity, std::size_t attribute, const void* key);
+  void write(const TreeChange& change);
   void writeTree();
   void value(std::string_view attribute, const ValueView& value) override;
   void begin(std::string_view attribute, AttributeKind) override { attribute_ = attribute; }
@@ -80,6 +79,7 @@ class ROUTING_API AttributeJournal final : private EntityVisitor {
   void writeRuns();
 
   std::shared_ptr<const Entity> root_;
+  Subscription subscription_;
   LeaveOut leaveOut_;
   std::string lines_;
   std::uint64_t edits_ = 0;

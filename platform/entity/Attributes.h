@@ -117,11 +117,10 @@ class CollectionAttribute {
   std::shared_ptr<E> create(Entity& owner, std::size_t attribute, const K& key) {
     auto& blocks = content_.blocks_;
     const auto at = blocks.lowerBound(key);
-    if (blocks.holds(at) && !(key < KeyOf()(blocks[at])))
-      return EntityEntry::of(*blocks[at]).second;
+    if (blocks.holds(at) && !(key < KeyOf()(blocks[at]))) return EntryOf()(*blocks[at]).second;
     auto entity = std::make_shared<E>(key);
     blocks.insert(at, entity.get());
-    EntityEntry::of(*entity).second = entity;
+    EntryOf()(*entity).second = entity;
     owner.adopt(*entity, attribute, true);
     owner.changedAt(attribute, key);
     return entity;
@@ -131,14 +130,14 @@ class CollectionAttribute {
     if (!content_.blocks_.holds(at)) return;
     const std::shared_ptr<E> gone = takeAt(at);
     gone->orphan();
-    owner.changed(attribute, &EntityEntry::of(*gone).first);
+    owner.changed(attribute, &EntryOf()(*gone).first);
   }
 
  private:
   using KeyOf = typename Content::KeyOf;
 
   std::shared_ptr<E> takeAt(typename Content::Blocks::Position at) {
-    return std::move(EntityEntry::of(*content_.blocks_.take(at)).second);
+    return std::move(EntryOf()(*content_.blocks_.take(at)).second);
   }
 
   Content content_;

@@ -77,9 +77,9 @@ thread_local Entity::Watch* innermost = nullptr;
 }
 
 Entity::Watch::Watch(const Entity& entity)
-    : entity_(&entity),
-      outer_(std::exchange(innermost, this)),
-      nested_(std::exchange(entity.watched_, true)) {}
+    : entity_(&entity), outer_(std::exchange(innermost, this)), nested_(entity.watched_) {
+  entity.watched_ = true;
+}
 
 Entity::Watch::~Watch() {
   innermost = outer_;
@@ -135,7 +135,7 @@ bool Entity::within(const Entity& tree) const {
 void Entity::adopt(Entity& child, std::size_t attribute, bool keyed) {
   child.keyed_ = keyed;
   child.parent_ = this;
-  child.attributeInParent_ = static_cast<std::uint16_t>(attribute);
+  child.attributeInParent_ = static_cast<std::uint8_t>(attribute);
   if (logged_) child.logTree();
 }
 
@@ -149,17 +149,21 @@ void Entity::logTree() const {
   visit(marker);
 }
 
+// The journal stands at the topmost entity that is written to it.
 void Entity::writeToJournal(std::size_t attribute, const void* key) const {
-  journal_->write(*this, attribute, key);
+  const Entity* root = this;
+  while (root->parent_ != nullptr && root->parent_->journaled_) root = root->parent_;
+  const TreeChange change{*this, attribute, key};
+  root->observers_.notify(journalList, &change);
 }
 
 void Entity::leaveJournal() const {
   struct Leaver final : ChildVisitor {
     void child(const ValueView*, const Entity& child) override {
-      if (child.journal_ != nullptr) child.leaveJournal();
+      if (child.journaled_) child.leaveJournal();
     }
   };
-  journal_ = nullptr;
+  journaled_ = false;
   Leaver leaver;
   visit(leaver);
 }

@@ -20,7 +20,6 @@
 
 namespace Routing {
 
-class AttributeJournal;
 class Entity;
 
 /// A copy of a value of whatever type, if its octets say all of it and are no more than eight; else
@@ -145,6 +144,8 @@ class ROUTING_API Entity {
     const bool nested_;  // another watch stands on the same entity
   };
 
+  static constexpr std::size_t mostAttributes = 256;
+
   /// How an attribute log writes to a tree.
   enum class Edit : std::uint8_t { assign, insert, erase, find };
 
@@ -227,13 +228,13 @@ class ROUTING_API Entity {
   }
 
   void changed(std::size_t attribute, const void* key) {
-    if (journal_ != nullptr) writeToJournal(attribute, key);
+    if (journaled_) writeToJournal(attribute, key);
     if (observers_.any() || logged_) tell(attribute, key);
   }
   /// The reactors are shown a copy of the key: the caller's may be lent from what they delete.
   template <class K>
   void changedAt(std::size_t attribute, const K& key) {
-    if (journal_ != nullptr) writeToJournal(attribute, &key);
+    if (journaled_) writeToJournal(attribute, &key);
     if (!observers_.any() && !logged_) return;
     const K copy = key;
     tell(attribute, &copy);
@@ -261,7 +262,8 @@ class ROUTING_API Entity {
 
   static constexpr std::size_t anyList = 0;
   static constexpr std::size_t treeList = 1;
-  static constexpr std::size_t firstAttributeList = 2;
+  static constexpr std::size_t journalList = 2;  // of a tree's root
+  static constexpr std::size_t firstAttributeList = 3;
 
   void tell(std::size_t attribute, const void* key);
   void tellAll(std::size_t attribute, const void* key);
@@ -270,7 +272,7 @@ class ROUTING_API Entity {
   void adopt(Entity& child, std::size_t attribute, bool keyed);
   void orphan() {
     parent_ = nullptr;
-    if (journal_ != nullptr) leaveJournal();
+    if (journaled_) leaveJournal();
   }
   void logTree() const;
   void writeToJournal(std::size_t attribute, const void* key) const;
@@ -278,12 +280,13 @@ class ROUTING_API Entity {
 
   mutable Observers observers_;
   Entity* parent_ = nullptr;
-  mutable AttributeJournal* journal_ = nullptr;
   mutable std::uint32_t journalNumber_ = 0;
-  std::uint16_t attributeInParent_ = 0;
-  bool keyed_ = false;
-  mutable bool logged_ = false;  // an ancestor, or this entity, has tree reactors
-  mutable bool watched_ = false;
+  std::uint8_t attributeInParent_ = 0;
+  bool keyed_ : 1 = false;
+  mutable bool logged_ : 1 = false;  // an ancestor, or this entity, has tree reactors
+  mutable bool journaled_ : 1 = false;
+  mutable bool watched_ : 1 = false;
+  // What a derived class has that is small fits behind: there are many entities.
 };
 
 /// The whole tree in value notation, one attribute a line; equal trees give equal texts.

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include "platform/entity/SortedBlocks.h"
@@ -13,11 +14,37 @@ namespace Routing {
 template <class K, class E>
 class CollectionAttribute;
 
-/// The last member of an entity that has a key: its entry in the collection that holds it, which is
-/// its key and, as long as it is held, a pointer to itself.
+/// What an entity that has a key is in the collection that holds it, and one of its members: its
+/// key and, as long as it is held, a pointer to itself. It reads like the pair that an entry of a
+/// std::map is. What the entity has that is small may stand in the octets behind.
+template <class K, class E>
 struct EntityEntry {
+  using first_type = const K;
+  using second_type = std::shared_ptr<E>;
+
+  explicit EntityEntry(K key) : first(std::move(key)) {}
+  operator std::pair<const K, std::shared_ptr<E>>() const { return {first, second}; }
+  friend bool operator==(const EntityEntry&, const EntityEntry&) = default;
+  friend bool operator==(const EntityEntry& a, const std::pair<const K, std::shared_ptr<E>>& b) {
+    return a.first == b.first && a.second == b.second;
+  }
+  template <std::size_t index>
+  friend const auto& get(const EntityEntry& entry) {
+    if constexpr (index == 0) {
+      return entry.first;
+    } else {
+      return entry.second;
+    }
+  }
+
+  std::shared_ptr<E> second;
+  [[no_unique_address]] const K first;
+};
+
+/// The entry of an entity.
+struct EntryOf {
   template <class E>
-  static auto& of(E& entity) {
+  auto& operator()(E& entity) const {
     return entity.entry_;
   }
 };
@@ -27,7 +54,7 @@ struct EntityEntry {
 ///
 ///   blocks   [ . | . | . ]
 ///              |
-///   entity   | attributes | key, pointer to itself |
+///   entity   | pointer to itself, key | attributes |
 ///
 /// An entry stays where it is as long as it is there, and an iterator good as long as its entry,
 /// whatever else comes and goes; not copied but by copy(). Whoever looks for keys in their order,
@@ -36,14 +63,14 @@ struct EntityEntry {
 template <class K, class E>
 class EntityCollection {
   struct KeyOf {
-    const K& operator()(const E* entity) const { return EntityEntry::of(*entity).first; }
+    const K& operator()(const E* entity) const { return EntryOf()(*entity).first; }
   };
   using Blocks = SortedBlocks<E*, KeyOf>;
 
  public:
   using key_type = K;
   using mapped_type = std::shared_ptr<E>;
-  using value_type = std::pair<const K, std::shared_ptr<E>>;
+  using value_type = EntityEntry<K, E>;
   using size_type = std::size_t;
 
   class const_iterator {
@@ -55,7 +82,7 @@ class EntityCollection {
     using reference = const value_type&;
 
     const_iterator() = default;
-    reference operator*() const { return EntityEntry::of(*entity_); }
+    reference operator*() const { return EntryOf()(*entity_); }
     pointer operator->() const { return &**this; }
     const_iterator& operator++() { return *this = entries_->at(entries_->blocks_.next(place())); }
     const_iterator operator++(int) { return std::exchange(*this, std::next(*this)); }
@@ -121,15 +148,15 @@ class EntityCollection {
     const auto next = typename Blocks::Position{near_.block, near_.index + 1};
     if (const E* const entity = glance(next, key)) {
       near_ = next;
-      return EntityEntry::of(*entity).second;
+      return EntryOf()(*entity).second;
     }
-    if (const E* const entity = glance(near_, key)) return EntityEntry::of(*entity).second;
+    if (const E* const entity = glance(near_, key)) return EntryOf()(*entity).second;
     return search(key);
   }
   const std::shared_ptr<E>& search(const K& key) const {
     static const std::shared_ptr<E> none;
     near_ = blocks_.find(key);
-    return blocks_.holds(near_) ? EntityEntry::of(*blocks_[near_]).second : none;
+    return blocks_.holds(near_) ? EntryOf()(*blocks_[near_]).second : none;
   }
 
   Blocks blocks_;
@@ -137,3 +164,10 @@ class EntityCollection {
 };
 
 }  // namespace Routing
+
+template <class K, class E>
+struct std::tuple_size<Routing::EntityEntry<K, E>> : std::integral_constant<std::size_t, 2> {};
+template <std::size_t index, class K, class E>
+struct std::tuple_element<index, Routing::EntityEntry<K, E>> {
+  using type = std::conditional_t<index == 0, const K, std::shared_ptr<E>>;
+};

@@ -41,24 +41,25 @@
 /// newX returns the entry that exists already. Deleting an absent key is harmless.
 
 /// Gives the entity its identity: a constructor from the key and the key's reader.
-#define ROUTING_KEY(Type, Key, keyName)                       \
- public:                                                      \
-  explicit Type(Key key) : entry_(std::move(key), nullptr) {} \
-  const Key& keyName() const {                                \
-    return entry_.first;                                      \
-  }                                                           \
-  std::string keyText() const override {                      \
-    return ::Routing::valueText(entry_.first);                \
-  }                                                           \
-                                                              \
- private:                                                     \
-  friend struct ::Routing::EntityEntry;                       \
-  std::pair<const Key, std::shared_ptr<Type>> entry_;
+#define ROUTING_KEY(Type, Key, keyName)              \
+ public:                                             \
+  explicit Type(Key key) : entry_(std::move(key)) {} \
+  const Key& keyName() const {                       \
+    return entry_.first;                             \
+  }                                                  \
+  std::string keyText() const override {             \
+    return ::Routing::valueText(entry_.first);       \
+  }                                                  \
+                                                     \
+ private:                                            \
+  friend struct ::Routing::EntryOf;                  \
+  [[no_unique_address]] ::Routing::EntityEntry<Key, Type> entry_;
 
 #define ROUTING_ENTITY(Type, SCHEMA)                                                          \
  public:                                                                                      \
   struct Attr {                                                                               \
     enum Index : std::size_t { SCHEMA(ROUTING_ATTR_INDEX) end_ };                             \
+    static_assert(end_ <= ::Routing::Entity::mostAttributes);                                 \
   };                                                                                          \
   std::string_view typeName() const override;                                                 \
   std::string_view attributeName(std::size_t attribute) const override;                       \

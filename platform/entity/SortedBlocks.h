@@ -10,10 +10,12 @@
 
 namespace Routing {
 
-/// Pointers and the like in the order of their keys. They stand in blocks of at most 64: as flat as
-/// a sorted list, and an insertion moves no more than one block of them.
+/// Things in the order of their keys. They stand in blocks of at most 64: as flat as a sorted list,
+/// and an insertion moves no more than one block of them. A first one as large as a pointer stands
+/// in the pointer's place until there are two.
 ///
-///   up to 64   one_      [ size 3, capacity 4 | a b c . ]
+///   the first  alone_    [ a ]
+///   up to 64   one_      [ . ] -> [ size 3, capacity 4 | a b c . ]
 ///   more       blocks_   [ . | . | . ]           in order, none of them empty
 ///                          |   |   `-> [ 9, 16 | r ... z ]
 ///
@@ -32,6 +34,7 @@ class SortedBlocks {
   SortedBlocks(const SortedBlocks&) = delete;
   SortedBlocks& operator=(const SortedBlocks&) = delete;
   ~SortedBlocks() {
+    if (alone()) std::destroy_at(aloneThing());
     for (std::uint32_t i = 0; i < count_; ++i) destroy(block(i));
     if (count_ > 1) delete[] blocks_;
   }
@@ -39,29 +42,32 @@ class SortedBlocks {
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
   Position begin() const { return {}; }
-  Position end() const { return {count_, 0}; }
+  Position end() const { return {alone() ? 1 : count_, 0}; }
   /// True if something stands at a position, which may be any.
   bool holds(Position at) const { return look(at) != nullptr; }
   /// What stands there, if anything does.
   const T* look(Position at) const {
-    if (at.block >= count_) return nullptr;
+    if (at.block >= count_) return alone() && at == begin() ? aloneThing() : nullptr;
     const Block* const in = block(at.block);
     return at.index < in->size ? in->things() + at.index : nullptr;
   }
-  T& operator[](Position at) { return block(at.block)->things()[at.index]; }
-  const T& operator[](Position at) const { return block(at.block)->things()[at.index]; }
+  T& operator[](Position at) { return const_cast<T&>(std::as_const(*this)[at]); }
+  const T& operator[](Position at) const {
+    return count_ == 0 ? *aloneThing() : block(at.block)->things()[at.index];
+  }
   Position next(Position at) const {
-    return at.index + 1 < block(at.block)->size ? Position{at.block, at.index + 1}
-                                                : Position{at.block + 1, 0};
+    return at.index + 1 < sizeOf(at.block) ? Position{at.block, at.index + 1}
+                                           : Position{at.block + 1, 0};
   }
   Position previous(Position at) const {
     return at.index > 0 ? Position{at.block, at.index - 1}
-                        : Position{at.block - 1, block(at.block - 1)->size - 1};
+                        : Position{at.block - 1, sizeOf(at.block - 1) - 1};
   }
 
   /// The first whose key is not less; end() if there is none.
   template <class Key>
   Position lowerBound(const Key& key) const {
+    if (alone()) return KeyOf()(*aloneThing()) < key ? end() : begin();
     std::uint32_t low = 0;
     for (std::uint32_t high = count_; low < high;) {
       const std::uint32_t middle = (low + high) / 2;
@@ -88,6 +94,8 @@ class SortedBlocks {
 
   /// Inserts before a position, which must be the lower bound of the thing's key.
   void insert(Position at, T thing) {
+    if (empty() && inPlace) return stand(std::move(thing));
+    if (alone()) unfold();
     if (at.block == count_) at = count_ == 0 ? newBlock(0, 2) : afterLast();
     if (block(at.block)->size == maxSize) at = split(at);
     Block& into = withRoom(at.block);
@@ -98,6 +106,7 @@ class SortedBlocks {
     ++size_;
   }
   T take(Position at) {
+    if (alone()) return takeAlone();
     Block& from = *block(at.block);
     T* const place = from.things() + at.index;
     T thing = std::move(*place);
@@ -114,6 +123,7 @@ class SortedBlocks {
 
  private:
   static constexpr std::uint32_t maxSize = 64;
+  static constexpr bool inPlace = sizeof(T) == sizeof(void*) && alignof(T) <= alignof(void*);
 
   struct alignas(T) Block {
     std::uint32_t size = 0;
@@ -136,6 +146,28 @@ class SortedBlocks {
   Block*& block(std::uint32_t index) { return count_ > 1 ? blocks_[index] : one_; }
   const Block* block(std::uint32_t index) const { return count_ > 1 ? blocks_[index] : one_; }
   Position afterLast() const { return {count_ - 1, block(count_ - 1)->size}; }
+
+  std::uint32_t sizeOf(std::uint32_t index) const { return count_ == 0 ? 1 : block(index)->size; }
+
+  bool alone() const { return inPlace && count_ == 0 && size_ == 1; }
+  T* aloneThing() { return std::launder(reinterpret_cast<T*>(alone_)); }
+  const T* aloneThing() const { return std::launder(reinterpret_cast<const T*>(alone_)); }
+  void stand(T thing) {
+    new (alone_) T(std::move(thing));
+    size_ = 1;
+  }
+  T takeAlone() {
+    T thing = std::move(*aloneThing());
+    std::destroy_at(aloneThing());
+    size_ = 0;
+    return thing;
+  }
+  void unfold() {
+    T thing = takeAlone();
+    newBlock(0, 2);
+    one_->things()[one_->size++] = std::move(thing);
+    size_ = 1;
+  }
 
   /// The block, grown if it is full.
   Block& withRoom(std::uint32_t index) {
@@ -204,6 +236,7 @@ class SortedBlocks {
   union {
     Block* one_ = nullptr;
     Block** blocks_;
+    alignas(void*) std::byte alone_[sizeof(void*)];
   };
 };
 

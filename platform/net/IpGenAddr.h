@@ -15,7 +15,8 @@
 namespace Routing {
 
 /// An IPv4 or IPv6 address, or none. The bits are kept left-aligned in 128 bits, so that masks and
-/// numeric order are the same operation in both families.
+/// numeric order are the same operation in both families. The family comes last: what holds an
+/// address may put something small into the octets behind it ([[no_unique_address]]).
 class ROUTING_API IpGenAddr {
  public:
   constexpr IpGenAddr() = default;
@@ -91,11 +92,15 @@ class ROUTING_API IpGenAddr {
   std::uint32_t hash() const;
 
   /// Families order before values; within a family the order is numeric.
-  friend constexpr auto operator<=>(const IpGenAddr&, const IpGenAddr&) = default;
+  friend constexpr std::strong_ordering operator<=>(const IpGenAddr& a, const IpGenAddr& b) {
+    if (a.af_ != b.af_) return a.af_ <=> b.af_;
+    return a.hi_ != b.hi_ ? a.hi_ <=> b.hi_ : a.lo_ <=> b.lo_;
+  }
+  friend constexpr bool operator==(const IpGenAddr&, const IpGenAddr&) = default;
 
  private:
   constexpr IpGenAddr(AddressFamily af, std::uint64_t hi, std::uint64_t lo)
-      : af_(af), hi_(hi), lo_(lo) {}
+      : hi_(hi), lo_(lo), af_(af) {}
 
   static constexpr std::uint64_t highBits(unsigned count) {
     return count == 0 ? 0 : count >= 64 ? ~std::uint64_t{0} : ~std::uint64_t{0} << (64 - count);
@@ -113,9 +118,9 @@ class ROUTING_API IpGenAddr {
     }
   }
 
-  AddressFamily af_ = AddressFamily::unset;
   std::uint64_t hi_ = 0;
   std::uint64_t lo_ = 0;
+  AddressFamily af_ = AddressFamily::unset;
 };
 
 ROUTING_API std::ostream& operator<<(std::ostream& out, const IpGenAddr& address);

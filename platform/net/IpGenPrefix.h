@@ -64,7 +64,7 @@ class ROUTING_API IpGenPrefix {
   friend constexpr auto operator<=>(const IpGenPrefix&, const IpGenPrefix&) = default;
 
  private:
-  IpGenAddr address_;
+  [[no_unique_address]] IpGenAddr address_;
   std::uint8_t length_ = 0;
 };
 

@@ -17,8 +17,8 @@ namespace Routing::Pim {
   ATTR(VALUE, expiryTime, double, 0.0)
 
 class ROUTING_API RpEntry : public Entity {
-  ROUTING_ENTITY(RpEntry, ROUTING_PIM_RP_ENTRY)  // first: the small ones fill Entity's last octets
   ROUTING_KEY(RpEntry, IpGenAddr, address)
+  ROUTING_ENTITY(RpEntry, ROUTING_PIM_RP_ENTRY)
 };
 
 /// The RPs of one group range, in address order.

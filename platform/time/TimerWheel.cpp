@@ -47,9 +47,9 @@ struct TimerWheel::Due {
     while (!empty()) takeFirst();
   }
   bool empty() const { return head.next == &head; }
-  void append(Timer& timer) { Routing::append(head, timer); }
-  Timer& takeFirst() {
-    Timer& timer = static_cast<Timer&>(*head.next);
+  void append(BareTimer& timer) { Routing::append(head, timer); }
+  BareTimer& takeFirst() {
+    BareTimer& timer = static_cast<BareTimer&>(*head.next);
     unlink(timer);
     timer.expiry_ = never;
     return timer;
@@ -57,10 +57,6 @@ struct TimerWheel::Due {
 
   TimerLink head;
 };
-
-Timer::~Timer() {
-  wheel_.takeOut(*this);
-}
 
 TimerWheel::TimerWheel(const Clock& clock) : clock_(clock) {
   std::for_each(heads_.begin(), heads_.end(), close);
@@ -74,21 +70,21 @@ std::size_t TimerWheel::fireDue() {
   const double now = clock_.now();
   Due due;
   while (settle() && heap_.front().expiry <= now) {
-    Timer& timer = *heap_.front().timer;
+    BareTimer& timer = *heap_.front().timer;
     takeOut(timer);
     due.append(timer);
   }
   FirstError error;
   std::size_t fired = 0;
   for (; !due.empty(); ++fired) {
-    const Timer& timer = due.takeFirst();
-    error.run([&] { timer.callback_(); });
+    BareTimer& timer = due.takeFirst();
+    error.run([&] { timer.wake_(timer); });
   }
   error.rethrow();
   return fired;
 }
 
-void TimerWheel::move(Timer& timer, double instant) {
+void TimerWheel::move(BareTimer& timer, double instant) {
   takeOut(timer);
   timer.expiry_ = instant;
   if (instant == never) return;
@@ -98,7 +94,7 @@ void TimerWheel::move(Timer& timer, double instant) {
 }
 
 // From wherever it is: the wheel, a turn that has not fired it yet, or nowhere.
-void TimerWheel::takeOut(Timer& timer) {
+void TimerWheel::takeOut(BareTimer& timer) {
   const bool held = timer.bound_ != never;
   timer.bound_ = never;
   if (timer.next == nullptr) {
@@ -111,7 +107,7 @@ void TimerWheel::takeOut(Timer& timer) {
   if (held) --armed_;
 }
 
-void TimerWheel::put(Timer& timer) const {
+void TimerWheel::put(BareTimer& timer) const {
   timer.bound_ = timer.expiry_;
   const std::uint64_t tick = tickOf(timer.expiry_);
   if (tick <= cursor_) {
@@ -136,7 +132,7 @@ void TimerWheel::forgetSlot(const TimerLink& head) const {
 bool TimerWheel::settle() const {
   for (;;) {
     while (!heap_.empty()) {
-      Timer& timer = *heap_.front().timer;
+      BareTimer& timer = *heap_.front().timer;
       if (heap_.front().serial == timer.serial_) return true;
       takeFromHeap(0);
       put(timer);
@@ -157,7 +153,7 @@ void TimerWheel::advance() const {
   close(head);
   forgetSlot(head);
   while (at != &head) {
-    Timer& timer = static_cast<Timer&>(*at);
+    BareTimer& timer = static_cast<BareTimer&>(*at);
     at = std::exchange(timer.next, nullptr);
     put(timer);
   }

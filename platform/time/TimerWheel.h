@@ -24,26 +24,23 @@ struct TimerLink {
   };
 };
 
-/// A one-shot timer with an absolute expiry. Idle (expiry() is `never`) when new, after firing and
-/// after expiryIs(never). Its destructor cancels it. The callback may arm, cancel or destroy any
-/// timer, its own included, and whatever owns it.
-class ROUTING_API Timer : private TimerLink {
+/// A timer as the base of what it wakes, which knows the wheel: for what there are many of. Its
+/// owner makes it idle before it dies.
+class ROUTING_API BareTimer : private TimerLink {
  public:
-  /// The callback takes no argument; it lives as long as the timer, or until it returns.
-  template <class Callback>
-  Timer(TimerWheel& wheel, Callback&& callback)
-      : wheel_(wheel), callback_(std::forward<Callback>(callback)) {}
-  Timer(const Timer&) = delete;
-  Timer& operator=(const Timer&) = delete;
-  ~Timer();
+  BareTimer(const BareTimer&) = delete;
+  BareTimer& operator=(const BareTimer&) = delete;
 
   double expiry() const { return expiry_; }
   bool armed() const { return expiry() != never; }
-  /// Arms the timer anew at an instant of the wheel's clock; `never` makes it idle. An instant that
-  /// has passed fires in the wheel's next turn, never from inside this call.
-  void expiryIs(double instant);
-  /// expiryIs(now + delay), delay in seconds.
-  void expiryInIs(double delay);
+
+ protected:
+  /// Is given the timer itself.
+  using Wake = void (*)(BareTimer&);
+
+  explicit BareTimer(Wake wake) : wake_(wake) {}
+  ~BareTimer() = default;
+  void expiryIs(TimerWheel& wheel, double instant);
 
  private:
   friend class TimerWheel;
@@ -51,6 +48,31 @@ class ROUTING_API Timer : private TimerLink {
   double expiry_ = never;
   double bound_ = never;      // of what its place stands for; `never` if the wheel does not hold it
   std::uint64_t serial_ = 0;  // of the last arming
+  const Wake wake_;
+};
+
+/// A one-shot timer with an absolute expiry. Idle (expiry() is `never`) when new, after firing and
+/// after expiryIs(never). Its destructor cancels it. The callback may arm, cancel or destroy any
+/// timer, its own included, and whatever owns it.
+class ROUTING_API Timer : private BareTimer {
+ public:
+  /// The callback takes no argument; it lives as long as the timer, or until it returns.
+  template <class Callback>
+  Timer(TimerWheel& wheel, Callback&& callback)
+      : BareTimer([](BareTimer& timer) { static_cast<Timer&>(timer).callback_(); }),
+        wheel_(wheel),
+        callback_(std::forward<Callback>(callback)) {}
+  ~Timer() { BareTimer::expiryIs(wheel_, never); }
+
+  using BareTimer::armed;
+  using BareTimer::expiry;
+  /// Arms the timer anew at an instant of the wheel's clock; `never` makes it idle. An instant that
+  /// has passed fires in the wheel's next turn, never from inside this call.
+  void expiryIs(double instant) { BareTimer::expiryIs(wheel_, instant); }
+  /// expiryIs(now + delay), delay in seconds.
+  void expiryInIs(double delay);
+
+ private:
   TimerWheel& wheel_;
   const TimerCallback callback_;
 };
@@ -90,12 +112,12 @@ class ROUTING_API TimerWheel {
   std::size_t fireDue();
 
  private:
-  friend class Timer;
+  friend class BareTimer;
   struct Due;
   struct Slot {
     double expiry;
     std::uint64_t serial;
-    Timer* timer;
+    BareTimer* timer;
     bool before(const Slot& other) const {
       return expiry < other.expiry || (expiry == other.expiry && serial < other.serial);
     }
@@ -107,9 +129,9 @@ class ROUTING_API TimerWheel {
 
   bool settle() const;
   void advance() const;
-  void move(Timer& timer, double instant);
-  void put(Timer& timer) const;
-  void takeOut(Timer& timer);
+  void move(BareTimer& timer, double instant);
+  void put(BareTimer& timer) const;
+  void takeOut(BareTimer& timer);
   void forgetSlot(const TimerLink& head) const;
   void fillHeap(std::size_t index, const Slot& slot) const;
   void siftUp(std::size_t index, const Slot& slot) const;
@@ -127,12 +149,12 @@ class ROUTING_API TimerWheel {
   mutable std::array<TimerLink, levels * slots> heads_;
 };
 
-inline void Timer::expiryIs(double instant) {
+inline void BareTimer::expiryIs(TimerWheel& wheel, double instant) {
   if (instant >= bound_ && instant != never) {
     expiry_ = instant;
-    serial_ = ++wheel_.lastSerial_;
+    serial_ = ++wheel.lastSerial_;
   } else {
-    wheel_.move(*this, instant);
+    wheel.move(*this, instant);
   }
 }
 

@@ -53,7 +53,7 @@ class BootstrapGroupData {
   friend bool operator==(const BootstrapGroupData&, const BootstrapGroupData&) = default;
 
  private:
-  IpGenPrefix prefix_;
+  [[no_unique_address]] IpGenPrefix prefix_;
   std::uint8_t groupFlags_ = 0;
   std::uint8_t rpCount_ = 0;
   std::uint8_t fragRpCount_ = 0;

@@ -32,7 +32,7 @@ class BootstrapRpData {
 
 /// An RP of a group range with its data; binds as `const auto& [address, data]`.
 struct BootstrapRp {
-  IpGenAddr address;
+  [[no_unique_address]] IpGenAddr address;
   BootstrapRpData data;
 
   friend bool operator==(const BootstrapRp&, const BootstrapRp&) = default;
