@@ -109,8 +109,6 @@ std::string causeText(EventCause cause) {
       return "nobody better spoke";
     case EventCause::priorityChanged:
       return "its priority changed";
-    case EventCause::configured:
-      return "configured";
     case EventCause::withdrawn:
       return "deconfigured or drained";
     case EventCause::noAddress:

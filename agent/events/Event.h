@@ -46,10 +46,9 @@ enum class EventCause : std::uint8_t {
   silent,           ///< it was not heard from until its time-out
   backOffEnded,     ///< nobody better spoke while this router waited
   priorityChanged,  ///< it announces another priority
-  configured,
-  withdrawn,  ///< deconfigured or drained
-  noAddress,  ///< the interface is down, gone or without an address
-  cleared,    ///< an operator cleared it
+  withdrawn,        ///< deconfigured or drained
+  noAddress,        ///< the interface is down, gone or without an address
+  cleared,          ///< an operator cleared it
   goodbye,
   expired,
   interfaceDown,
@@ -114,9 +113,20 @@ struct Routing::EnumText<Routing::Agent::EventKind> {
 };
 template <>
 struct Routing::EnumText<Routing::Agent::EventCause> {
-  static constexpr std::array names{
-      "none",           "resumed",          "cold",           "first-heard",      "better",
-      "resigned",       "silent",           "back-off-ended", "priority-changed", "configured",
-      "withdrawn",      "no-address",       "cleared",        "goodbye",          "expired",
-      "interface-down", "new-generation-id"};
+  static constexpr std::array names{"none",
+                                    "resumed",
+                                    "cold",
+                                    "first-heard",
+                                    "better",
+                                    "resigned",
+                                    "silent",
+                                    "back-off-ended",
+                                    "priority-changed",
+                                    "withdrawn",
+                                    "no-address",
+                                    "cleared",
+                                    "goodbye",
+                                    "expired",
+                                    "interface-down",
+                                    "new-generation-id"};
 };
