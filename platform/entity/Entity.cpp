@@ -31,7 +31,6 @@ class JsonVisitor final : public EntityVisitor {
     value.json(out_);
   }
   void child(const ValueView* key, const Entity& child) override {
-    inner_ = key == nullptr;
     if (key != nullptr) keyed(*key);
     out_ += treeJson(child);
     inner_ = true;
