@@ -44,13 +44,6 @@ AddressInterval intervalOf(const IpGenPrefix& prefix) {
   return {low, low | ones(addressBits(prefix.af()) - prefix.length())};
 }
 
-AddressIntervals normalized(AddressIntervals intervals) {
-  std::sort(intervals.begin(), intervals.end(), beginsBefore);
-  AddressIntervals result;
-  for (const AddressInterval& interval : intervals) append(result, interval);
-  return result;
-}
-
 AddressIntervals united(const AddressIntervals& a, const AddressIntervals& b) {
   AddressIntervals all;
   all.reserve(a.size() + b.size());

@@ -27,9 +27,7 @@ ROUTING_API AddressInterval intervalOf(const IpGenPrefix& prefix);
 /// Ascending intervals, no two of which overlap or touch.
 using AddressIntervals = std::vector<AddressInterval>;
 
-/// Sorts, and merges what overlaps or touches.
-ROUTING_API AddressIntervals normalized(AddressIntervals intervals);
-/// Linear in the number of intervals, as the next two.
+// Each of these is linear in the number of intervals.
 ROUTING_API AddressIntervals united(const AddressIntervals& a, const AddressIntervals& b);
 ROUTING_API AddressIntervals without(const AddressIntervals& a, const AddressIntervals& b);
 ROUTING_API AddressIntervals common(const AddressIntervals& a, const AddressIntervals& b);
