@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -73,6 +74,11 @@ TEST_F(ConsumerTest, IsToldAndKeptRunning) {
   EXPECT_TRUE(until([this] { return times("other") == 1; }));
   consumer_.programIs("");
   EXPECT_TRUE(until([this] { return agent_.feed.subscribers() == 0; }));
+  const auto noChild = [] {
+    siginfo_t info{};
+    return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0;
+  };
+  EXPECT_TRUE(until(noChild)) << "those that were dismissed are buried";
 }
 
 TEST_F(ConsumerTest, HoldsNothingUpWhenItReadsNothing) {
