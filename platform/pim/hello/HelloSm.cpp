@@ -133,12 +133,14 @@ void HelloSm::forgetNeighbors() {
 void HelloSm::receive(const HelloMessage& hello) {
   if (!intf_->running()) return refuse(hello, DropCode::interfaceDown);
   if (hello.source() == intf_->address()) return handleOwnSpeaker(hello);
-  if (!config_.permits(hello.source())) return refuse(hello, DropCode::neighborFilter);
+  const bool permitted = neighbors_.known(hello.source()) || config_.permits(hello.source());
+  if (!permitted) return refuse(hello, DropCode::neighborFilter);
   const Heard heard = neighbors_.helloIs(hello);
   if (heard == Heard::refused) return refuse(hello, DropCode::tooManyNeighbors);
-  ROUTING_TRACE(helloTrace, heard == Heard::refreshed ? 8 : 4, packets_->vrfName(), " Neighbor ",
-                hello.source(), " on ", intf_->intfId(), textOf(heard), ": ", hello);
-  elect();
+  const bool stays = heard == Heard::refreshed || heard == Heard::reranked;
+  ROUTING_TRACE(helloTrace, stays ? 8 : 4, packets_->vrfName(), " Neighbor ", hello.source(),
+                " on ", intf_->intfId(), textOf(heard), ": ", hello);
+  if (heard != Heard::refreshed) elect();
   if (heard == Heard::appeared || heard == Heard::restarted) triggeredHelloIsDue();
 }
 

@@ -37,15 +37,26 @@ const std::map<IpGenAddr, IpGenAddr>& NeighborTable::listedBy() const {
   return listedBy_ ? *listedBy_ : none;
 }
 
-NeighborTable::Lives::iterator NeighborTable::placeOf(const IpGenAddr& neighbor) {
+NeighborTable::Lives::const_iterator NeighborTable::placeOf(const IpGenAddr& neighbor) const {
   return std::ranges::lower_bound(lives_, neighbor, {},
                                   [](const auto& life) { return life->address; });
 }
 
-NeighborTable::Liveness& NeighborTable::livenessOf(const IpGenAddr& neighbor) {
+NeighborTable::Liveness* NeighborTable::find(const IpGenAddr& neighbor) const {
   const auto place = placeOf(neighbor);
-  if (place != lives_.end() && (*place)->address == neighbor) return **place;
-  return **lives_.insert(place, std::make_unique<Liveness>(*this, neighbor));
+  return place != lives_.end() && (*place)->address == neighbor ? place->get() : nullptr;
+}
+
+NeighborTable::Liveness& NeighborTable::livenessOf(const IpGenAddr& neighbor) {
+  if (Liveness* const life = find(neighbor)) return *life;
+  return **lives_.insert(placeOf(neighbor), std::make_unique<Liveness>(*this, neighbor));
+}
+
+// What a Hello refreshes is mostly found without a look at the collection.
+const std::shared_ptr<PimNeighbor>& NeighborTable::known(const IpGenAddr& neighbor) const {
+  const Liveness* const life = find(neighbor);
+  const bool stands = life != nullptr && life->neighbor->parent() != nullptr;
+  return stands ? life->neighbor : intf_.neighbor(neighbor);
 }
 
 NeighborTable::Heard NeighborTable::helloIs(const HelloMessage& hello) {
@@ -55,17 +66,18 @@ NeighborTable::Heard NeighborTable::helloIs(const HelloMessage& hello) {
   if (heard == Heard::goodbye) neighborDel(hello.source());
   if (heard == Heard::restarted) lost_(hello.source());
   if (heard == Heard::goodbye || heard == Heard::refused || !intf_.running()) return heard;
-  const auto neighbor = intf_.newNeighbor(hello.source());
-  if (heard != Heard::refreshed) neighbor->setupTimeIs(wheel_.now());
-  store(*neighbor, hello, holdtime);
-  return heard;
+  const bool isNew = heard != Heard::refreshed;
+  const std::shared_ptr<PimNeighbor> neighbor =
+      isNew ? intf_.newNeighbor(hello.source()) : known(hello.source());
+  if (isNew) neighbor->setupTimeIs(wheel_.now());
+  const bool ranksOtherwise = store(neighbor, hello, holdtime);
+  return ranksOtherwise && !isNew ? Heard::reranked : heard;
 }
 
 NeighborTable::Heard NeighborTable::judge(const HelloMessage& hello, std::uint16_t holdtime) const {
   if (holdtime == 0) return Heard::goodbye;
-  const auto& known = intf_.neighbor(hello.source());
-  if (known) {
-    return generationIdOf(*known) == hello.generationId() ? Heard::refreshed : Heard::restarted;
+  if (const auto& neighbor = known(hello.source())) {
+    return generationIdOf(*neighbor) == hello.generationId() ? Heard::refreshed : Heard::restarted;
   }
   return intf_.neighbor().size() < limits_.neighbors ? Heard::appeared : Heard::refused;
 }
@@ -83,21 +95,27 @@ bool NeighborTable::makeRoom() {
   return intf_.neighbor().size() < limits_.neighbors;
 }
 
-void NeighborTable::store(PimNeighbor& neighbor, const HelloMessage& hello,
+bool NeighborTable::store(const std::shared_ptr<PimNeighbor>& neighbor, const HelloMessage& hello,
                           std::uint16_t holdtime) {
-  optionsAre(neighbor, hello);
-  secondariesAre(neighbor, hello.addressList());
+  const auto rank = [&] {
+    return std::pair(neighbor->drPriorityPresent(), neighbor->drPriority());
+  };
+  const auto before = rank();
+  optionsAre(*neighbor, hello);
+  secondariesAre(*neighbor, hello.addressList());
   holdIs(neighbor, holdtime);
+  return rank() != before;
 }
 
-void NeighborTable::holdIs(PimNeighbor& neighbor, std::uint16_t holdtime) {
-  if (neighbor.parent() == nullptr) return;  // a reactor has deleted it
+void NeighborTable::holdIs(const std::shared_ptr<PimNeighbor>& neighbor, std::uint16_t holdtime) {
+  if (neighbor->parent() == nullptr) return;  // a reactor has deleted it
   const double expiry = holdtime == holdForever ? never : wheel_.now() + holdtime;
-  Liveness& life = livenessOf(neighbor.address());
+  Liveness& life = livenessOf(neighbor->address());
+  if (life.neighbor != neighbor) life.neighbor = neighbor;
   life.timer.expiryIs(expiry);
   life.heard = wheel_.now();
-  neighbor.holdtimeIs(holdtime);
-  neighbor.expiryTimeIs(expiry);
+  neighbor->holdtimeIs(holdtime);
+  neighbor->expiryTimeIs(expiry);
 }
 
 void NeighborTable::secondariesAre(PimNeighbor& neighbor, const std::vector<IpGenAddr>& list) {

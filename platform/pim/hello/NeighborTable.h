@@ -29,6 +29,7 @@ class ROUTING_API NeighborTable {
     refused,    ///< from one neighbour more than the limit; nothing changed
     goodbye,    ///< hold time 0: its sender is no neighbour (any more)
     refreshed,  ///< from a known neighbour
+    reranked,   ///< from a known neighbour with another DR priority than before
     appeared,   ///< from a new neighbour
     restarted,  ///< from a known neighbour with another generation ID than before
   };
@@ -47,6 +48,8 @@ class ROUTING_API NeighborTable {
   /// Addresses of its list beyond the limit, and those of this router, are left out; one that
   /// another neighbour listed before is taken from that neighbour.
   Heard helloIs(const HelloMessage& hello);
+  /// The neighbour with this address, as which it sends; null if there is none.
+  const std::shared_ptr<PimNeighbor>& known(const IpGenAddr& neighbor) const;
   /// Removes a neighbour; an absent one is ignored.
   void neighborDel(IpGenAddr address);
   void neighborDelAll();
@@ -54,14 +57,15 @@ class ROUTING_API NeighborTable {
   const std::map<IpGenAddr, IpGenAddr>& listedBy() const;
 
  private:
-  /// When a neighbour was heard, and until when that holds.
+  /// A neighbour, when it was heard, and until when that holds.
   struct Liveness {
-    Liveness(NeighborTable& owner, const IpGenAddr& neighbor)
-        : table(owner), address(neighbor), timer(owner.wheel_, [this] { expired(); }) {}
+    Liveness(NeighborTable& owner, const IpGenAddr& key)
+        : address(key), table(owner), timer(owner.wheel_, [this] { expired(); }) {}
     void expired() const { table.handleExpiry(IpGenAddr(address)); }  // which may end this
 
-    NeighborTable& table;
     const IpGenAddr address;
+    std::shared_ptr<PimNeighbor> neighbor;
+    NeighborTable& table;
     double heard = 0.0;
     Timer timer;
   };
@@ -69,10 +73,14 @@ class ROUTING_API NeighborTable {
 
   Heard judge(const HelloMessage& hello, std::uint16_t holdtime) const;
   bool makeRoom();
-  void store(PimNeighbor& neighbor, const HelloMessage& hello, std::uint16_t holdtime);
-  void holdIs(PimNeighbor& neighbor, std::uint16_t holdtime);
+  /// Whether the neighbour ranks otherwise now.
+  bool store(const std::shared_ptr<PimNeighbor>& neighbor, const HelloMessage& hello,
+             std::uint16_t holdtime);
+  void holdIs(const std::shared_ptr<PimNeighbor>& neighbor, std::uint16_t holdtime);
   /// Where the neighbour stands, or would.
-  Lives::iterator placeOf(const IpGenAddr& neighbor);
+  Lives::const_iterator placeOf(const IpGenAddr& neighbor) const;
+  /// Null if there is none.
+  Liveness* find(const IpGenAddr& neighbor) const;
   Liveness& livenessOf(const IpGenAddr& neighbor);
   void secondariesAre(PimNeighbor& neighbor, const std::vector<IpGenAddr>& list);
   void claim(PimNeighbor& neighbor, const IpGenAddr& address);
