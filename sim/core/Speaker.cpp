@@ -59,7 +59,9 @@ Speaker::Speaker(World& world, RouterId router, AddressFamily af)
   publishAddresses();
 }
 
-Speaker::~Speaker() = default;
+Speaker::~Speaker() {
+  halt();
+}
 
 void Speaker::forget() {
   status_ = Pim::Bsr::newStatus(defaultVrf(), af_);

@@ -97,8 +97,9 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   World& world_;
   const RouterId router_;
   const AddressFamily af_;
-  Random random_;            // goes on over restarts
-  std::vector<Port> ports_;  // in the order in which they were attached
+  std::unique_ptr<Pim::PimInstance> pim_;  // stands here for the sake of packets
+  std::vector<Port> ports_;                // in the order in which they were attached
+  Random random_;                          // goes on over restarts
   Addresses addresses_;
   Duties duties_;
   std::shared_ptr<Pim::Bsr::Status> status_;
@@ -106,7 +107,6 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   std::shared_ptr<Pim::Bsr::PimBsrLimits> limits_;
   std::shared_ptr<Pim::PimUcastRouteStatus> localRoutes_;
   double startedAt_ = 0.0;
-  std::unique_ptr<Pim::PimInstance> pim_;
   bool ownHellos_ = false;  // some interface was told how its Hellos are
   std::shared_ptr<SourceIntfSm> sources_;
   std::unique_ptr<Pim::Bsr::BsrInstance> bsr_;

@@ -94,9 +94,15 @@ class Alike final : public Promise {
 void Alike::transmitted(const Packet& packet) {
   if (!packet.is(Pim::PimType::bootstrap)) return;
   const auto& bsm = bsms_.read(packet.payload);
-  if (!bsm || !bsm->forward || !world().speaker(packet.sender, packet.af).owns(bsm->bsr)) return;
+  if (!bsm || !bsm->forward) return;
+  const auto isNews = [&](double heard) {
+    return heard <= troubles().lastChange() && !troubles().torn();
+  };
+  const auto known = heard_.find(bsm->zone());
+  if (known != heard_.end() && !isNews(known->second)) return;
+  if (!world().speaker(packet.sender, packet.af).owns(bsm->bsr)) return;
   double& heard = heard_[bsm->zone()];
-  if (heard <= troubles().lastChange() && !troubles().torn()) heard = world().now();
+  if (isNews(heard)) heard = world().now();
 }
 
 // A flood may be answered by another one.

@@ -4,6 +4,8 @@
 #include <memory>
 #include <queue>
 #include <set>
+#include <utility>
+#include <vector>
 
 #include "sim/invariants/Invariant.h"
 
@@ -124,34 +126,54 @@ constexpr std::size_t timersPerThing = 4;         // zone, range or RP that a ro
 constexpr std::size_t timersPerRouter = 200;      // neighbours, Hellos, candidacies, fragments
 
 /// What others can make a router hold stays within its limits, and neither timers nor packets pile
-/// up. Looked at every few seconds.
+/// up. Looked at every few seconds, where something has changed.
 class MemoryBounded final : public Invariant {
  public:
   MemoryBounded(World& world, std::vector<Violation>& violations)
-      : Invariant("memory bounded", world, violations) {}
+      : Invariant("memory bounded", world, violations),
+        isChanged_(world.topology().routers().size()),
+        held_(world.topology().routers().size()) {}
   void settled(const std::vector<RouterId>& touched) override;
 
  private:
+  void count();
   /// Returns the number of zones, ranges and RPs that the router holds.
   std::size_t check(RouterId router, const Speaker& speaker);
 
   double lookedAt_ = 0.0;
+  std::vector<RouterId> changed_;  // since then
+  std::vector<bool> isChanged_;
+  std::vector<std::size_t> held_;  // things, by router
+  std::size_t things_ = 0;         // of all
 };
 
-void MemoryBounded::settled(const std::vector<RouterId>&) {
+void MemoryBounded::settled(const std::vector<RouterId>& touched) {
+  for (const RouterId router : touched) {
+    if (!isChanged_[router]) changed_.push_back(router);
+    isChanged_[router] = true;
+  }
   if (world().now() - lookedAt_ < interval) return;
   lookedAt_ = world().now();
-  const auto routers = static_cast<RouterId>(world().topology().routers().size());
+  const std::size_t routers = held_.size();
   if (world().inFlight() > packetsPerRouter * routers) {
     violated(std::to_string(world().inFlight()) + " packets are under way");
   }
-  std::size_t things = 0;
-  for (RouterId id = 0; id < routers; ++id) {
-    for (const AddressFamily af : world().families()) things += check(id, world().speaker(id, af));
-  }
-  if (world().wheel().armed() > timersPerThing * things + timersPerRouter * routers) {
+  count();
+  if (world().wheel().armed() > timersPerThing * things_ + timersPerRouter * routers) {
     violated(std::to_string(world().wheel().armed()) + " timers are armed");
   }
+}
+
+void MemoryBounded::count() {
+  for (const RouterId router : changed_) {
+    isChanged_[router] = false;
+    things_ -= std::exchange(held_[router], 0);
+    for (const AddressFamily af : world().families()) {
+      held_[router] += check(router, world().speaker(router, af));
+    }
+    things_ += held_[router];
+  }
+  changed_.clear();
 }
 
 std::size_t MemoryBounded::check(RouterId router, const Speaker& speaker) {
