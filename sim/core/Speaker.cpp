@@ -260,17 +260,24 @@ bool Speaker::send(const Pim::TransmitPacket& packet) {
 }
 
 std::vector<Pim::NextHop> Speaker::nextHops(const IpGenAddr& address) const {
-  std::vector<Pim::NextHop> result;
+  std::vector<Pim::NextHop> hops;
+  nextHopsInto(address, hops);
+  return hops;
+}
+
+void Speaker::nextHopsInto(const IpGenAddr& address, std::vector<Pim::NextHop>& hops) const {
+  hops.clear();
   for (const Hop& hop : world_.routes().hops(router_, address)) {
-    IpGenAddr gateway;
-    if (!hop.direct) {
-      const std::size_t place = world_.topology().network(hop.network).placeOf(hop.router);
-      gateway = af_ == AddressFamily::ipv4 ? Topology::onNetwork(hop.network, place, af_)
-                                           : Topology::linkLocal(hop.router);
-    }
-    result.push_back({intfOn(hop.network), gateway});
+    hops.push_back({intfOn(hop.network), gateway(hop)});
   }
-  return result;
+}
+
+/// Unset for who owns the address that was asked for.
+IpGenAddr Speaker::gateway(const Hop& hop) const {
+  if (hop.direct) return {};
+  if (af_ == AddressFamily::ipv6) return Topology::linkLocal(hop.router);
+  const std::size_t place = world_.topology().network(hop.network).placeOf(hop.router);
+  return Topology::onNetwork(hop.network, place, af_);
 }
 
 }  // namespace Routing::Sim

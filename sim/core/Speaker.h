@@ -12,6 +12,7 @@
 #include "sim/core/Packet.h"
 #include "sim/core/Random.h"
 #include "sim/core/Topology.h"
+#include "sim/core/UnicastRoutes.h"
 
 namespace Routing::Sim {
 
@@ -71,6 +72,7 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
 
   bool send(const Pim::TransmitPacket& packet) override;
   std::vector<Pim::NextHop> nextHops(const IpGenAddr& address) const override;
+  void nextHopsInto(const IpGenAddr& address, std::vector<Pim::NextHop>& hops) const override;
 
  private:
   /// An interface that leads to a network.
@@ -88,6 +90,7 @@ class Speaker final : public Pim::PacketPort, public Pim::UnicastRouting {
   void publishAddresses();
   void refreshDuties();
   IpGenAddr globalAddress(NetworkId network) const;
+  IpGenAddr gateway(const Hop& hop) const;
   const IntfId& intfOn(NetworkId network) const;
   Port& portOn(NetworkId network);
   void helloConfigIs(const IntfId& intf, const Agent::InterfaceSettings& settings,

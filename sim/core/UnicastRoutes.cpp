@@ -2,7 +2,16 @@
 
 namespace Routing::Sim {
 
-UnicastRoutes::UnicastRoutes(const Topology& topology) : topology_(topology) {}
+UnicastRoutes::UnicastRoutes(const Topology& topology) : topology_(topology), firstLink_{0} {
+  for (RouterId from = 0; from < topology.routers().size(); ++from) {
+    for (const NetworkId network : topology.router(from).networks) {
+      for (const RouterId to : topology.network(network).members) {
+        if (to != from) links_.push_back({network, to});
+      }
+    }
+    firstLink_.push_back(links_.size());
+  }
+}
 
 void UnicastRoutes::ownerIs(const IpGenAddr& address, const Owner& owner) {
   owner_[address] = owner;
@@ -22,13 +31,11 @@ void UnicastRoutes::livenessIs(const Liveness& liveness) {
 void UnicastRoutes::spread(Distances& distance, std::vector<RouterId>& reached) const {
   for (std::size_t i = 0; i < reached.size(); ++i) {
     const RouterId at = reached[i];
-    for (const NetworkId network : topology_.router(at).networks) {
-      if (!liveness_.attached(at, network)) continue;
-      for (const RouterId next : topology_.network(network).members) {
-        if (distance[next] != unreachable || !liveness_.router[next]) continue;
-        distance[next] = distance[at] + 1;
-        reached.push_back(next);
-      }
+    for (const Link& link : links(at)) {
+      const bool fresh = distance[link.to] == unreachable && liveness_.router[link.to];
+      if (!fresh || !liveness_.attached(at, link.network)) continue;
+      distance[link.to] = distance[at] + 1;
+      reached.push_back(link.to);
     }
   }
 }
@@ -53,21 +60,23 @@ const UnicastRoutes::Distances& UnicastRoutes::distances(const Owner& to) const 
   return distance;
 }
 
-std::vector<Hop> UnicastRoutes::hops(RouterId from, const IpGenAddr& to) const {
-  const Owner* end = owner(to);
-  if (end == nullptr || end->router == from) return {};
-  const Distances& distance = distances(*end);
-  if (distance[from] == unreachable) return {};
-  if (distance[from] == 0) return {{end->network, end->router, true}};
-  std::vector<Hop> result;
-  for (const NetworkId network : topology_.router(from).networks) {
-    if (!liveness_.attached(from, network)) continue;
-    for (const RouterId next : topology_.network(network).members) {
-      if (next == from || distance[next] != distance[from] - 1) continue;
-      result.push_back({network, next, false});
+const std::vector<Hop>& UnicastRoutes::hops(RouterId from, const IpGenAddr& to) const {
+  hops_.clear();
+  const Owner* const end = owner(to);
+  if (end != nullptr && end->router != from) findHops(from, *end);
+  return hops_;
+}
+
+void UnicastRoutes::findHops(RouterId from, const Owner& to) const {
+  const Distances& distance = distances(to);
+  if (distance[from] == unreachable) return;
+  if (distance[from] == 0) return void(hops_.push_back({to.network, to.router, true}));
+  for (const Link& link : links(from)) {
+    const bool nearer = distance[link.to] == distance[from] - 1;
+    if (nearer && liveness_.attached(from, link.network)) {
+      hops_.push_back({link.network, link.to, false});
     }
   }
-  return result;
 }
 
 }  // namespace Routing::Sim

@@ -187,7 +187,7 @@ bool World::send(RouterId router, AddressFamily af, const Pim::TransmitPacket& s
 }
 
 bool World::sendUnicast(RouterId router, Packet packet) {
-  const auto hops = routes_.hops(router, packet.destination);
+  const auto& hops = routes_.hops(router, packet.destination);
   if (hops.empty() || !liveness_.attached(router, hops.front().network)) return false;
   packet.sender = router;
   packet.network = hops.front().network;
