@@ -253,11 +253,12 @@ class NoStorms final : public Invariant {
 
    private:
     struct Fragment {
-      std::uint64_t octets;  // a digest of them
-      std::uint32_t copies;
-      std::uint16_t tag;
+      std::uint64_t octets = 0;  // a digest of them
+      std::uint32_t copies = 0;
+      std::uint16_t tag = 0;
     };
-    std::vector<Fragment> fragments_;
+    Fragment first_;  // mostly the only one
+    std::vector<Fragment> others_;
     std::uint32_t messages_ = 0;
   };
   struct Minute {
@@ -298,17 +299,23 @@ NoStorms::NoStorms(World& world, std::vector<Violation>& violations)
 void NoStorms::Tally::add(std::uint16_t fragmentTag, std::uint64_t octets) {
   Fragment* found = nullptr;
   std::uint32_t most = 0;  // copies of one fragment of the message
-  for (Fragment& fragment : fragments_) {
-    if (fragment.tag != fragmentTag) continue;
+  const auto look = [&](Fragment& fragment) {
+    if (fragment.copies == 0 || fragment.tag != fragmentTag) return;
     most = std::max(most, fragment.copies);
     if (fragment.octets == octets) found = &fragment;
+  };
+  look(first_);
+  for (Fragment& fragment : others_) look(fragment);
+  if (found == nullptr) {
+    found = first_.copies == 0 ? &first_ : &others_.emplace_back();
+    *found = {octets, 0, fragmentTag};
   }
-  if (found == nullptr) found = &fragments_.emplace_back(Fragment{octets, 0, fragmentTag});
   if (++found->copies > most) ++messages_;
 }
 
 void NoStorms::Tally::clear() {
-  fragments_.clear();
+  first_ = {};
+  others_.clear();
   messages_ = 0;
 }
 
