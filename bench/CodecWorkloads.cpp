@@ -31,6 +31,14 @@ struct Coded {
     while (turns-- > 0) keep(Pim::decode(from, bsm.source(), bsm.destination()).index());
   }
 
+  /// Ranges are made when they are asked for.
+  void readOften(std::uint64_t turns) const {
+    while (turns-- > 0) {
+      const auto result = Pim::decode(octets, bsm.source(), bsm.destination());
+      keep(std::get<std::shared_ptr<Pim::BootstrapMessage>>(result)->groupRpData().size());
+    }
+  }
+
   Pim::BootstrapMessage bsm;
   std::vector<std::uint8_t> octets;
   std::vector<std::uint8_t> damaged;
@@ -43,11 +51,13 @@ void append(std::vector<Workload>& made, const Shape& shape) {
     while (turns-- > 0) keep(sumOfOctets(coded->octets));
   };
   const auto decode = [coded](std::uint64_t turns) { coded->decodeOften(coded->octets, turns); };
+  const auto read = [coded](std::uint64_t turns) { coded->readOften(turns); };
   const auto refuse = [coded](std::uint64_t turns) { coded->decodeOften(coded->damaged, turns); };
   const auto encode = [coded](std::uint64_t turns) {
     while (turns-- > 0) keep(Pim::encode(coded->bsm, coded->written));
   };
   made.push_back({"decode a message", shape.text(), decode, checksum, sum});
+  made.push_back({"decode a message, and make its ranges", shape.text(), read, checksum, sum});
   made.push_back({"encode a message", shape.text(), encode, checksum, sum});
   made.push_back({"refuse a bad checksum", shape.text(), refuse, checksum, sum});
 }

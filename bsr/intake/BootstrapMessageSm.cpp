@@ -169,8 +169,8 @@ void BootstrapMessageSm::accept(const Received& rx) {
   known(rx.zone, *rx.bsm);
   lastBsmIs(rx.zone, rx.bsm);
   bsmStatus_->iifIntfIdIs(rx.intf);
-  const auto& groups = rx.bsm->groupRpData();
-  bsmStatus_->firstGroupIs(groups.empty() ? IpGenPrefix{} : groups.front().prefix());
+  const auto first = rx.bsm->firstRange();
+  bsmStatus_->firstGroupIs(first ? first->prefix : IpGenPrefix{});
   // The same object twice would be no change, and the engine would not hear of the second message.
   if (bsmStatus_->rxBsm() == rx.bsm) bsmStatus_->rxBsmIs(nullptr);
   bsmStatus_->rxBsmIs(rx.bsm);
@@ -237,9 +237,7 @@ void BootstrapMessageSm::lastBsmIs(const IpGenPrefix& zone,
   }
   // Only its being there counts. Without its ranges, neighbours that name many zones cannot make us
   // hold much.
-  auto head = std::make_shared<BootstrapMessage>(*bsm);
-  head->groupRpDataIs({});
-  lastBsm_[zone] = std::move(head);
+  lastBsm_[zone] = headOf(*bsm);
 }
 
 void BootstrapMessageSm::lastBsmDel(const IpGenPrefix& zone) {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/pim/PimCodec.h"
+#include "platform/pim/wire/PimChecksum.h"
 #include "platform/trace/Trace.h"
 
 namespace Routing::Pim {
@@ -139,13 +140,26 @@ bool PamManager::sendOnLink(const IntfId& intf, const PimMessage& message) {
          send(intf, message, status->address(), allPimRouters(af_));
 }
 
+// What goes out on several interfaces is encoded once; an IPv6 checksum is of the addresses too.
 bool PamManager::send(const IntfId& intf, const PimMessage& message, const IpGenAddr& source,
                       const IpGenAddr& destination) {
   std::vector<std::uint8_t> octets = std::exchange(octets_, {});  // the port may send another
-  const bool sent = encode(message, source, destination, octets) &&
-                    port_.send({intf, source, destination, octets});
+  const std::uint64_t content = contentOf(message);
+  const std::uint64_t before = std::exchange(content_, 0);
+  const bool known = content != 0 && content == before && source.af() == destination.af();
+  if (known && af_ == AddressFamily::ipv6) pimChecksumIs(octets, source, destination);
+  const bool encoded = known || encode(message, source, destination, octets);
+  const bool sent = encoded && port_.send({intf, source, destination, octets});
   octets_ = std::move(octets);
+  content_ = encoded ? content : 0;
   return sent;
+}
+
+// 0 for a message of another kind.
+std::uint64_t PamManager::contentOf(const PimMessage& message) {
+  return message.type() == PimType::bootstrap
+             ? static_cast<const BootstrapMessage&>(message).content()
+             : 0;
 }
 
 }  // namespace Routing::Pim

@@ -111,6 +111,7 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
   bool sendOnLink(const IntfId& intf, const PimMessage& message);
   bool send(const IntfId& intf, const PimMessage& message, const IpGenAddr& source,
             const IpGenAddr& destination);
+  static std::uint64_t contentOf(const PimMessage& message);
 
   AddressFamily af_;
   std::shared_ptr<const PimStatus> pimStatus_;
@@ -124,7 +125,8 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
   HelloReceiver helloReceiver_;
   DropLog drops_;
   std::map<IntfId, InterfaceTally> tallies_;
-  std::vector<std::uint8_t> octets_;  // room for the next packet
+  std::vector<std::uint8_t> octets_;  // the last packet, and room for the next one
+  std::uint64_t content_ = 0;         // BootstrapMessage::content() of octets_, else 0
 };
 
 }  // namespace Routing::Pim

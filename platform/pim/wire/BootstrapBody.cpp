@@ -138,104 +138,12 @@ std::size_t expectedGroups(const WireReader& reader) {
   return 1 + (reader.remaining() - 1) / (groupHeadOctets(af) + rps * rpOctets(af));
 }
 
-// --- the usual message of IPv4 ----------------------------------------------------------------
-//
-// Its entries begin with a number of 8 octets each. Where ranges and RPs are in order and of the
-// most common kind they are read from those, far faster than field by field.
-
-constexpr std::uint64_t familyAndEncodingV4 = static_cast<std::uint64_t>(AddressFamily::ipv4) << 8;
-
-/// 1 for the first octets of IPv4 addresses not all of which can be reached from the whole domain:
-/// isDomainUnicast().
-constexpr auto otherFirstOctets = [] {
-  std::array<std::uint8_t, 256> other{};
-  for (const unsigned octet : {0, 127, 169}) other[octet] = 1;
-  for (unsigned octet = 224; octet < 256; ++octet) other[octet] = 1;
-  return other;
-}();
-
-// What is wrong is gathered, not branched on: this is where most octets of a message go through.
-bool readPlainRps(const std::uint8_t* at, BootstrapRp* rps, unsigned count) {
-  constexpr std::uint64_t upperBits = ~std::uint64_t{0} << 32;
-  std::uint64_t faults = 0;
-  std::uint64_t before = 0;
-  unsigned ascents = 0;
-  for (BootstrapRp* rp = rps; rp != rps + count; ++rp, at += rpOctets(AddressFamily::ipv4)) {
-    const std::uint64_t head = NetworkOrder<8>::load(at);  // up to the hold time
-    const std::uint64_t upper = head << 16 & upperBits;    // of the address
-    new (rp) BootstrapRp{IpGenAddr::v4(static_cast<std::uint32_t>(upper >> 32)),
-                         {static_cast<std::uint16_t>(head), at[8]}};
-    faults |= (head >> 48 ^ familyAndEncodingV4) | otherFirstOctets[upper >> 56];
-    ascents += before < upper;
-    before = upper;
-  }
-  return faults == 0 && ascents == count;
-}
-
-/// The head of a range of IPv4, up to its address.
-struct PlainGroup {
-  explicit PlainGroup(const std::uint8_t* at) : head(NetworkOrder<8>::load(at)) {}
-
-  auto address() const { return static_cast<std::uint32_t>(head); }
-  auto length() const { return static_cast<std::uint8_t>(head >> 32); }
-  auto flags() const { return static_cast<std::uint8_t>(head >> 40); }
-  bool ok() const {
-    constexpr IpGenPrefix all = IpGenPrefix::multicast(AddressFamily::ipv4);
-    constexpr unsigned hostBits = 32 - all.length();
-    constexpr std::uint64_t fixed = std::uint64_t{0xffff} << 48 | (0xffffffffU << hostBits);
-    constexpr std::uint64_t wanted = familyAndEncodingV4 << 48 | all.address().v4Value();
-    return (head & fixed) == wanted && length() - all.length() <= hostBits;
-  }
-  /// Orders ranges; valid if ok().
-  std::uint64_t rank() const {
-    const std::uint64_t mask = ~std::uint64_t{0} << (64 - length());
-    return (head << 32 & mask) | length();
-  }
-
-  std::uint64_t head;
-};
-
-/// Reads ranges up to the first that is not as usual. By itself it has registers enough; what it
-/// calls is in it, whatever else is compiled beside.
-[[gnu::noinline, gnu::flatten]] void readPlainGroups(WireReader& reader, BootstrapGroups& groups,
-                                                     RpArrays& arrays) {
-  constexpr std::size_t headOctets = groupHeadOctets(AddressFamily::ipv4);
-  constexpr std::size_t octetsOfRp = rpOctets(AddressFamily::ipv4);
-  const std::uint8_t* at = reader.position();
-  const std::uint8_t* const end = at + reader.remaining();
-  const std::size_t expected = reader.remaining() / octetsOfRp;
-  BootstrapRp* rps = arrays.room(expected, expected);
-  std::uint64_t before = 0;
-  while (static_cast<std::size_t>(end - at) >= headOctets) {
-    const PlainGroup range(at);
-    const std::uint8_t rpCount = at[headOctets - 4], count = at[headOctets - 3];
-    const std::size_t octets = headOctets + count * octetsOfRp;
-    if (!range.ok() || range.rank() <= before || count > rpCount) break;
-    if (octets > static_cast<std::size_t>(end - at)) break;
-    before = range.rank();
-    auto& group =
-        groups.emplace_back(IpGenAddr::v4(range.address()), range.length(), range.flags());
-    group.rpCountIs(rpCount);
-    group.fragRpCountIs(count);
-    if (!readPlainRps(at + headOctets, rps, count)) {
-      groups.pop_back();
-      break;
-    }
-    arrays.fill(group.rpList(), rps, count);
-    rps += count;
-    at += octets;
-  }
-  reader.skip(at - reader.position());
-  arrays.usedUpTo(rps);
-}
-
 template <AddressFamily af>
 void readGroups(WireReader& reader, BootstrapMessage& bsm) {
   BootstrapGroups& groups = bsm.groupRpData();
   RpArrays arrays;
   bool inOrder = true;  // then no range occurs twice
   groups.reserve(expectedGroups<af>(reader));
-  if constexpr (af == AddressFamily::ipv4) readPlainGroups(reader, groups, arrays);
   while (!reader.atEnd()) {
     BootstrapGroupData& group = readGroupHeadAs<af>(reader, groups);
     readRps<af>(reader, group, arrays);
@@ -244,6 +152,15 @@ void readGroups(WireReader& reader, BootstrapMessage& bsm) {
   }
   if (reader.failure() || inOrder) return;
   reader.require(rangesAgree(groups), DropReason::conflictingRange);
+}
+
+// False, and nothing is read, if there is anything unusual about them.
+bool keepUsual(WireReader& reader, BootstrapMessage& bsm) {
+  UsualRanges usual = UsualRanges::of({reader.position(), reader.remaining()});
+  if (usual.empty()) return false;
+  reader.skip(reader.remaining());
+  bsm.usualRangesIs(std::move(usual));
+  return true;
 }
 
 template <AddressFamily af>
@@ -281,7 +198,7 @@ void readBody(WireReader& reader, BootstrapMessage& bsm) {
   bsm.bsrAddressIs(reader.encodedUnicast());
   reader.require(isDomainUnicast(bsm.bsrAddress()), DropReason::badBsrAddress);
   if (reader.af() == AddressFamily::ipv4) {
-    readGroups<AddressFamily::ipv4>(reader, bsm);
+    if (!keepUsual(reader, bsm)) readGroups<AddressFamily::ipv4>(reader, bsm);
   } else {
     readGroups<AddressFamily::ipv6>(reader, bsm);
   }

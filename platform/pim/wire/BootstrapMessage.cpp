@@ -5,10 +5,34 @@
 
 namespace Routing::Pim {
 
+std::uint64_t ContentNumber::next() {
+  static thread_local std::uint64_t last = 0;  // a message belongs to one thread
+  return ++last;
+}
+
+std::size_t BootstrapMessage::entries() const {
+  if (!asTheyCame_.empty()) return asTheyCame_.entries();
+  std::size_t entries = groupRpData_.size();
+  for (const auto& group : groupRpData_) entries += group.rpList().size();
+  return entries;
+}
+
+std::optional<UsualRanges::Head> BootstrapMessage::firstRange() const {
+  if (!asTheyCame_.empty()) return asTheyCame_.first();
+  if (groupRpData_.empty()) return std::nullopt;
+  const BootstrapGroupData& first = groupRpData_.front();
+  return UsualRanges::Head{first.prefix(), first.groupFlags()};
+}
+
+void BootstrapMessage::unfold() const {
+  groupRpData_ = asTheyCame_.groups();
+  asTheyCame_ = {};
+}
+
 bool operator==(const BootstrapMessage& a, const BootstrapMessage& b) {
   const auto fields = [](const BootstrapMessage& m) {
     return std::tie(m.bsrAddress_, m.fragmentTag_, m.bsrPriority_, m.hashMaskLen_, m.forward_,
-                    m.groupRpData_);
+                    m.groupRpData());
   };
   return a.sameAddresses(b) && fields(a) == fields(b);
 }
@@ -21,21 +45,27 @@ std::shared_ptr<BootstrapMessage> withForward(const std::shared_ptr<BootstrapMes
   return copy;
 }
 
-std::size_t entriesOf(const BootstrapMessage& bsm) {
-  std::size_t entries = bsm.groupRpData().size();
-  for (const auto& group : bsm.groupRpData()) entries += group.rpList().size();
-  return entries;
+std::shared_ptr<BootstrapMessage> headOf(const BootstrapMessage& bsm) {
+  auto head = std::allocate_shared<BootstrapMessage>(PoolAllocator<BootstrapMessage>{});
+  head->sourceIs(bsm.source());
+  head->destinationIs(bsm.destination());
+  head->bsrAddressIs(bsm.bsrAddress());
+  head->bsrPriorityIs(bsm.bsrPriority());
+  head->hashMaskLenIs(bsm.hashMaskLen());
+  head->fragmentTagIs(bsm.fragmentTag());
+  head->forwardIs(bsm.forward());
+  return head;
 }
 
 IpGenPrefix zoneOf(const BootstrapMessage& bsm, const IpGenPrefix& globalZone) {
-  const auto& groups = bsm.groupRpData();
-  return !groups.empty() && groups.front().zone() ? groups.front().prefix() : globalZone;
+  const auto first = bsm.firstRange();
+  return first && GroupFlags(first->flags).zone() ? first->prefix : globalZone;
 }
 
 std::ostream& operator<<(std::ostream& out, const BootstrapMessage& bsm) {
   return out << "BSM from " << bsm.source() << " BSR " << bsm.bsrAddress() << " priority "
              << unsigned{bsm.bsrPriority()} << " tag " << bsm.fragmentTag() << " groups "
-             << bsm.groupRpData().size() << (bsm.forward() ? "" : " no-forward");
+             << bsm.ranges() << (bsm.forward() ? "" : " no-forward");
 }
 
 }  // namespace Routing::Pim

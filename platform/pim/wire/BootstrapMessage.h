@@ -4,64 +4,45 @@
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <utility>
-#include <vector>
 
 #include "platform/Export.h"
 #include "platform/net/IpGenPrefix.h"
 #include "platform/pim/PimMessage.h"
-#include "platform/pim/wire/BlockPool.h"
-#include "platform/pim/wire/BootstrapRpList.h"
-#include "platform/pim/wire/GroupFlags.h"
+#include "platform/pim/wire/BootstrapGroupData.h"
+#include "platform/pim/wire/UsualRanges.h"
 
 namespace Routing::Pim {
 
-/// One group range of a Bootstrap message with the RPs that this message carries for it.
-class BootstrapGroupData {
+/// The number of an object's content, given when it is asked for; a copy has another one.
+class ROUTING_API ContentNumber {
  public:
-  static constexpr std::uint8_t bidirFlag = GroupFlags::bidirFlag;
-  static constexpr std::uint8_t zoneFlag = GroupFlags::zoneFlag;
+  ContentNumber() = default;
+  ContentNumber(const ContentNumber&) noexcept {}
+  ContentNumber(ContentNumber&& other) noexcept { other.changed(); }
+  ContentNumber& operator=(const ContentNumber&) noexcept {
+    changed();
+    return *this;
+  }
+  ContentNumber& operator=(ContentNumber&& other) noexcept {
+    other.changed();
+    changed();
+    return *this;
+  }
+  ~ContentNumber() = default;
 
-  BootstrapGroupData() = default;
-  explicit BootstrapGroupData(const IpGenPrefix& prefix, std::uint8_t groupFlags = 0)
-      : prefix_(prefix), groupFlags_(groupFlags) {}
-  BootstrapGroupData(const IpGenAddr& address, unsigned length, std::uint8_t groupFlags)
-      : prefix_(address, length), groupFlags_(groupFlags) {}
-
-  const IpGenPrefix& prefix() const { return prefix_; }
-  void prefixIs(const IpGenPrefix& prefix) { prefix_ = prefix; }
-  /// All eight bits as on the wire; the reserved ones are passed through.
-  std::uint8_t groupFlags() const { return groupFlags_; }
-  void groupFlagsIs(std::uint8_t flags) { groupFlags_ = flags; }
-  bool bidir() const { return GroupFlags(groupFlags_).bidir(); }
-  /// The Z bit. It means something on the first range of a message only (RFC 5059 section 3.3);
-  /// later ranges keep it as received, because a message is forwarded unchanged. See zoneOf().
-  bool zone() const { return GroupFlags(groupFlags_).zone(); }
-
-  /// RPs of the range in the whole Bootstrap message, over all its fragments.
-  std::uint8_t rpCount() const { return rpCount_; }
-  void rpCountIs(std::uint8_t count) { rpCount_ = count; }
-  /// RPs of the range in this fragment. In a decoded message it equals rpList().size(); on encoding
-  /// the size of the list is what counts.
-  std::uint8_t fragRpCount() const { return fragRpCount_; }
-  void fragRpCountIs(std::uint8_t count) { fragRpCount_ = count; }
-
-  const BootstrapRpList& rpList() const { return rpList_; }
-  BootstrapRpList& rpList() { return rpList_; }
-  void rpListIs(BootstrapRpList rps) { rpList_ = std::move(rps); }
-
-  friend bool operator==(const BootstrapGroupData&, const BootstrapGroupData&) = default;
+  void changed() { number_ = 0; }
+  std::uint64_t number() const {
+    if (number_ == 0) number_ = next();
+    return number_;
+  }
 
  private:
-  [[no_unique_address]] IpGenPrefix prefix_;
-  std::uint8_t groupFlags_ = 0;
-  std::uint8_t rpCount_ = 0;
-  std::uint8_t fragRpCount_ = 0;
-  BootstrapRpList rpList_;
-};
+  static std::uint64_t next();
 
-/// The group ranges of a message.
-using BootstrapGroups = std::vector<BootstrapGroupData, PoolAllocator<BootstrapGroupData>>;
+  mutable std::uint64_t number_ = 0;  // 0: to be given
+};
 
 /// A Bootstrap message or one of its fragments (RFC 5059 section 4.1).
 class ROUTING_API BootstrapMessage : public PimMessage {
@@ -69,38 +50,87 @@ class ROUTING_API BootstrapMessage : public PimMessage {
   PimType type() const override { return PimType::bootstrap; }
 
   const IpGenAddr& bsrAddress() const { return bsrAddress_; }
-  void bsrAddressIs(const IpGenAddr& address) { bsrAddress_ = address; }
+  void bsrAddressIs(const IpGenAddr& address) {
+    content_.changed();
+    bsrAddress_ = address;
+  }
   /// The highest wins the election.
   std::uint8_t bsrPriority() const { return bsrPriority_; }
-  void bsrPriorityIs(std::uint8_t priority) { bsrPriority_ = priority; }
+  void bsrPriorityIs(std::uint8_t priority) {
+    content_.changed();
+    bsrPriority_ = priority;
+  }
   /// 0 to 32 (IPv4) or 128 (IPv6).
   std::uint8_t hashMaskLen() const { return hashMaskLen_; }
-  void hashMaskLenIs(std::uint8_t bits) { hashMaskLen_ = bits; }
+  void hashMaskLenIs(std::uint8_t bits) {
+    content_.changed();
+    hashMaskLen_ = bits;
+  }
   /// Random per message, equal in all its fragments.
   std::uint16_t fragmentTag() const { return fragmentTag_; }
-  void fragmentTagIs(std::uint16_t tag) { fragmentTag_ = tag; }
+  void fragmentTagIs(std::uint16_t tag) {
+    content_.changed();
+    fragmentTag_ = tag;
+  }
   /// False stands for the No-Forward bit on the wire (RFC 5059 section 3.5.1).
   bool forward() const { return forward_; }
-  void forwardIs(bool forward) { forward_ = forward; }
+  void forwardIs(bool forward) {
+    content_.changed();
+    forward_ = forward;
+  }
 
-  /// The group ranges in the order of the message; the first one names the zone.
-  const BootstrapGroups& groupRpData() const { return groupRpData_; }
-  BootstrapGroups& groupRpData() { return groupRpData_; }
-  void groupRpDataIs(BootstrapGroups groups) { groupRpData_ = std::move(groups); }
+  /// The group ranges in the order of the message; the first one names the zone. Those of a decoded
+  /// message are made when they are asked for, unless there was something unusual about them.
+  const BootstrapGroups& groupRpData() const {
+    if (!asTheyCame_.empty()) unfold();
+    return groupRpData_;
+  }
+  /// To change them; not any more once the message has been sent.
+  BootstrapGroups& groupRpData() {
+    content_.changed();
+    return const_cast<BootstrapGroups&>(std::as_const(*this).groupRpData());
+  }
+  void groupRpDataIs(BootstrapGroups groups) {
+    content_.changed();
+    groupRpData_ = std::move(groups);
+    asTheyCame_ = {};
+  }
+  /// In place of all there are.
+  void usualRangesIs(UsualRanges asTheyCame) {
+    content_.changed();
+    groupRpData_.clear();
+    asTheyCame_ = std::move(asTheyCame);
+  }
   /// Appends a range and returns it; the reference dies with the next append.
   BootstrapGroupData& groupRpDataAppend(BootstrapGroupData group) {
-    return groupRpData_.emplace_back(std::move(group));
+    return groupRpData().emplace_back(std::move(group));
   }
+
+  /// What can be said without making the ranges: how many there are, how many with their RPs, and
+  /// the head of the first one, if there is any.
+  std::size_t ranges() const {
+    return asTheyCame_.empty() ? groupRpData_.size() : asTheyCame_.ranges();
+  }
+  std::size_t entries() const;
+  std::optional<UsualRanges::Head> firstRange() const;
+
+  /// A number that no other content of any message has, but for the addresses: who has encoded a
+  /// message need not do so again for the next interface.
+  std::uint64_t content() const { return content_.number(); }
 
   friend ROUTING_API bool operator==(const BootstrapMessage& a, const BootstrapMessage& b);
 
  private:
+  void unfold() const;
+
   IpGenAddr bsrAddress_;
   std::uint16_t fragmentTag_ = 0;
   std::uint8_t bsrPriority_ = 0;
   std::uint8_t hashMaskLen_ = 0;
   bool forward_ = true;
-  BootstrapGroups groupRpData_;
+  mutable BootstrapGroups groupRpData_;
+  mutable UsualRanges asTheyCame_;  // what groupRpData_ is to be made of; empty once it is
+  ContentNumber content_;
 };
 
 /// The message with its No-Forward bit as asked for: itself, or a copy where it has the other one,
@@ -108,8 +138,13 @@ class ROUTING_API BootstrapMessage : public PimMessage {
 ROUTING_API std::shared_ptr<BootstrapMessage> withForward(
     const std::shared_ptr<BootstrapMessage>& bsm, bool forward);
 
+/// A message like this one, without its group ranges.
+ROUTING_API std::shared_ptr<BootstrapMessage> headOf(const BootstrapMessage& bsm);
+
 /// The group ranges of a message and the RPs in them, counted together: what it takes to keep it.
-ROUTING_API std::size_t entriesOf(const BootstrapMessage& bsm);
+inline std::size_t entriesOf(const BootstrapMessage& bsm) {
+  return bsm.entries();
+}
 
 /// The zone of a Bootstrap message: the prefix of its first group range if that has the Z bit, else
 /// (also without any range) `globalZone` (RFC 5059 section 3.1).

@@ -193,10 +193,14 @@ TEST_F(PimInstanceTest, HandsMessagesToThePortAndLeavesTheCountOfThoseThatFail) 
   MessageInfo& info = *a.pim.pamManager()->bsmTxInfo();
   const auto& counters = *a.pim.pamManager()->counters();
   info.intfIdIs(eth0);
-  info.messageIs(std::make_shared<BootstrapMessage>(bsm()));
+  const auto message = std::make_shared<BootstrapMessage>(bsm());
+  info.messageIs(message);
   info.countInc(1);
   EXPECT_EQ(a.sentLines(), (Lines{"0 eth0 10.0.0.1 BSM tag 0 hash 0 BSR 192.0.2.1*0"}));
-  EXPECT_EQ(info.count(), 1u);
+  message->fragmentTagIs(7);
+  info.countInc(1);
+  EXPECT_EQ(a.sentLines(), (Lines{"0 eth0 10.0.0.1 BSM tag 7 hash 0 BSR 192.0.2.1*0"}));
+  EXPECT_EQ(info.count(), 2u);
 
   a.mute = true;
   info.countInc(1);
@@ -206,8 +210,8 @@ TEST_F(PimInstanceTest, HandsMessagesToThePortAndLeavesTheCountOfThoseThatFail) 
   info.messageIs(std::make_shared<BootstrapMessage>());  // without a BSR address
   info.intfIdIs(eth0);
   info.countInc(1);
-  EXPECT_EQ(info.count(), 1u);
-  EXPECT_EQ(counters.txBootstrap(), 1u);
+  EXPECT_EQ(info.count(), 2u);
+  EXPECT_EQ(counters.txBootstrap(), 2u);
   EXPECT_EQ(counters.txError(), 3u);
   EXPECT_TRUE(a.sent.empty());
 }
