@@ -285,13 +285,13 @@ void BsmSender::addZoneEntry(const Placement& at, std::size_t index) {
 
 // A later range may come with a stray Z bit. As the first of a fragment it would make that one the
 // message of another zone (RFC 5059 section 3.4).
-void BsmSender::append(const Placement& at, PimBsrTxFragment& fragment,
-                       BootstrapGroupData&& group) const {
+void BsmSender::append(const Placement& at, const PimBsrTxFragment& fragment,
+                       const BootstrapGroupData& group) const {
   auto& groups = fragment.bsm->groupRpData();
-  if (groups.empty() && !scoped(at.zone)) {
-    group.groupFlagsIs(group.groupFlags() & ~GroupFlags::zoneFlag);
+  groups.push_back(group);
+  if (groups.size() == 1 && !scoped(at.zone)) {
+    groups.front().groupFlagsIs(group.groupFlags() & ~GroupFlags::zoneFlag);
   }
-  groups.push_back(std::move(group));
 }
 
 // An entry that came in a fragment counts with the RPs that it carries, not with those it
@@ -311,7 +311,7 @@ int BsmSender::placeWhole(Placement& at, const BootstrapGroupData& group) {
   }
   if (zoneEntry != 0) addZoneEntry(at, index);
   PimBsrTxFragment& fragment = at.fragments.fragment[index];
-  append(at, fragment, BootstrapGroupData(group));
+  append(at, fragment, group);
   at.lengthIs(index, fragment.length + zoneEntry + entry);
   BSR_TRACE(sm, 1, "Fragment ", index, " to house prefix ", group.prefix(), " with ", carried,
             " RPs");
@@ -337,7 +337,7 @@ int BsmSender::placeSplit(Placement& at, const BootstrapGroupData& group) {
     piece.rpCountIs(group.rpCount());
     piece.fragRpCountIs(static_cast<std::uint8_t>(count));
     piece.rpListIs(group.rpList().part(placed, count));
-    append(at, fragment, std::move(piece));
+    append(at, fragment, piece);
     at.lengthIs(index, used + groupLength + rpLength * count);
     BSR_TRACE(sm, 1, "    into fragment ", index, " ", count, " Rps ( max ", room, " RPs )");
     placed += count;

@@ -88,7 +88,8 @@ class ROUTING_API BsmSender {
   bool needsZoneEntry(const Placement& at, const PimBsrTxFragment& fragment,
                       const BootstrapGroupData& group) const;
   void addZoneEntry(const Placement& at, std::size_t index);
-  void append(const Placement& at, PimBsrTxFragment& fragment, BootstrapGroupData&& group) const;
+  void append(const Placement& at, const PimBsrTxFragment& fragment,
+              const BootstrapGroupData& group) const;
   const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
 
   std::shared_ptr<const Status> bsrStatus_;

@@ -1,6 +1,6 @@
 #include "bsr/engine/LastBsm.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <utility>
 
 namespace Routing::Pim::Bsr {
@@ -45,8 +45,7 @@ bool LastBsm::messageIs(const std::shared_ptr<BootstrapMessage>& bsm, double now
     return true;
   }
   if (!std::exchange(own_, true)) {
-    const auto first = std::exchange(message_, std::make_shared<BootstrapMessage>(*message_));
-    message_->groupRpDataIs({});
+    const auto first = std::exchange(message_, headOf(*message_));
     gather(*first);
   }
   gather(*bsm);
@@ -56,7 +55,7 @@ bool LastBsm::messageIs(const std::shared_ptr<BootstrapMessage>& bsm, double now
 void LastBsm::clear() {
   budget_.giveBack(std::exchange(entries_, 0));
   message_.reset();
-  index_.clear();
+  index_ = {};
   own_ = false;
 }
 
@@ -65,14 +64,28 @@ void LastBsm::gather(const BootstrapMessage& fragment) {
   std::size_t next = 0;  // where a message that is repeated has its next range
   for (const BootstrapGroupData& piece : fragment.groupRpData()) {
     if (next >= groups.size() || groups[next].prefix() != piece.prefix()) {
-      const auto [it, added] = index_.try_emplace(piece.prefix(), groups.size());
-      next = it->second;
-      if (added) message_->groupRpDataAppend(piece);
+      next = placeOf(piece);
     }
     // Without RPs it is the zone's entry, repeated at the head of every fragment.
     if (!piece.rpList().empty()) join(groups[next], piece);
     ++next;
   }
+}
+
+// The range of the piece in the message, which gets it if need be.
+std::size_t LastBsm::placeOf(const BootstrapGroupData& piece) {
+  auto& groups = message_->groupRpData();
+  const auto precedes = [&](std::uint32_t place, const IpGenPrefix& prefix) {
+    return groups[place].prefix() < prefix;
+  };
+  auto at = index_.end();
+  if (!index_.empty() && !precedes(index_.back(), piece.prefix())) {
+    at = std::lower_bound(index_.begin(), index_.end(), piece.prefix(), precedes);
+    if (groups[*at].prefix() == piece.prefix()) return *at;
+  }
+  index_.insert(at, static_cast<std::uint32_t>(groups.size()));
+  groups.push_back(piece);
+  return groups.size() - 1;
 }
 
 }  // namespace Routing::Pim::Bsr

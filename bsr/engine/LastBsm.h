@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
+#include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "bsr/engine/LastBsmBudget.h"
 #include "platform/Export.h"
@@ -38,13 +39,14 @@ class ROUTING_API LastBsm {
  private:
   bool furtherFragment(const BootstrapMessage& bsm, double now) const;
   void gather(const BootstrapMessage& fragment);
+  std::size_t placeOf(const BootstrapGroupData& piece);
 
   LastBsmBudget& budget_;
   std::shared_ptr<BootstrapMessage> message_;
   double since_ = 0.0;
   std::size_t entries_ = 0;  // taken from the budget; what is repeated counts again
   bool own_ = false;         // message_ is our own copy, and index_ finds its ranges
-  std::map<IpGenPrefix, std::size_t> index_;
+  std::vector<std::uint32_t, PoolAllocator<std::uint32_t>> index_;  // in order of their prefixes
 };
 
 }  // namespace Routing::Pim::Bsr

@@ -35,17 +35,22 @@ class ROUTING_API RpSetInstaller {
   IncompleteRanges& incomplete() { return incomplete_; }
 
  private:
+  struct Message;
   struct Range;
 
-  void install(Range range);
+  void storeRange(Message& message, const BootstrapGroupData& group);
+  void install(Range&& range);
+  bool mayCreate(const Range& range);
+  void installRps(const Range& range);
   void noteGap(const IpGenPrefix& zone, std::uint16_t tag, const BootstrapGroupData& group);
-  void announce(Range& range, const BootstrapRp& said);
+  void announce(const Range& range, const BootstrapRp& said);
   void write(const Range& range, RpEntry& rp, const BootstrapRp& said);
   void expiryIs(const Range& range, RpEntry& rp, const BootstrapRp& said);
-  void withdraw(Range& range, const IpGenAddr& address);
-  const std::shared_ptr<RpCandidateSet>& crpSet(Range& range) const;
-  void newCrpSet(Range& range);
-  std::shared_ptr<RpEntry> newRpEntry(Range& range, const IpGenAddr& address);
+  void withdraw(const Range& range, const IpGenAddr& address);
+  bool stands(const Range& range) const;
+  RpCandidateSet* findSet(const Range& range) const;
+  std::shared_ptr<RpCandidateSet> newCrpSet(const Range& range);
+  std::shared_ptr<RpEntry> newRpEntry(const Range& range, const IpGenAddr& address);
   bool goesOn(const Turn* turn) const { return !ended_ && (turn == nullptr || turn->goesOn()); }
   const VrfName& vrfName() const { return vrfName_; }
 

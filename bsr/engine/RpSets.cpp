@@ -10,18 +10,23 @@ RpSets::RpSets(std::shared_ptr<Status> bsrStatus, std::shared_ptr<PimBsrLimits> 
                const RpSetTotals& totals)
     : bsrStatus_(std::move(bsrStatus)), limits_(std::move(limits)), totals_(totals) {}
 
+const std::shared_ptr<RpCandidateStatus>& RpSets::setsOf(const IpGenPrefix& zone) const {
+  static const std::shared_ptr<RpCandidateStatus> none;
+  const auto& zoneStatus = bsrStatus_->crpStatus(zone);
+  return zoneStatus ? zoneStatus->status() : none;
+}
+
 std::shared_ptr<RpCandidateSet> RpSets::find(const IpGenPrefix& zone,
                                              const IpGenPrefix& prefix) const {
-  const auto& zoneStatus = bsrStatus_->crpStatus(zone);
-  if (!zoneStatus || !zoneStatus->status()) return nullptr;
-  return zoneStatus->status()->crpSet(prefix);
+  const auto& sets = setsOf(zone);
+  return sets ? sets->crpSet(prefix) : nullptr;
 }
 
 std::vector<std::shared_ptr<RpCandidateSet>> RpSets::ofZone(const IpGenPrefix& zone) const {
   std::vector<std::shared_ptr<RpCandidateSet>> sets;
-  const auto& zoneStatus = bsrStatus_->crpStatus(zone);
-  if (!zoneStatus || !zoneStatus->status()) return sets;
-  for (const auto& [prefix, rpSet] : zoneStatus->status()->crpSet()) sets.push_back(rpSet);
+  if (const auto& all = setsOf(zone)) {
+    for (const auto& [prefix, rpSet] : all->crpSet()) sets.push_back(rpSet);
+  }
   return sets;
 }
 

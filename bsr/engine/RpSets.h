@@ -29,10 +29,12 @@ class ROUTING_API RpSets {
   /// The set of a group range in a zone; null if there is none.
   std::shared_ptr<RpCandidateSet> find(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;
 
-  /// True if a set still stands where find() found it.
-  bool holds(const RpCandidateSet& set) const {
-    const Entity* const status = set.parent();  // what was deleted has no parent there
-    const Entity* const zone = status == nullptr ? nullptr : status->parent();
+  /// All sets of a zone; null if it has none. The reference is good until any set changes.
+  const std::shared_ptr<RpCandidateStatus>& setsOf(const IpGenPrefix& zone) const;
+
+  /// True if they still stand where setsOf() found them.
+  bool holds(const RpCandidateStatus& sets) const {
+    const Entity* const zone = sets.parent();  // what was deleted has no parent there
     return zone != nullptr && zone->parent() == bsrStatus_.get();
   }
 

@@ -58,8 +58,8 @@ struct EntryOf {
 ///
 /// An entry stays where it is as long as it is there, and an iterator good as long as its entry,
 /// whatever else comes and goes; not copied but by copy(). Whoever looks for keys in their order,
-/// as a message does that refreshes what is there, finds each at the first glance: where the last
-/// one was, or next to it.
+/// as a message does that refreshes what is there, finds each at the first glance, behind the last
+/// one or at the beginning.
 template <class K, class E>
 class EntityCollection {
   struct KeyOf {
@@ -139,22 +139,18 @@ class EntityCollection {
   friend class CollectionAttribute<K, E>;
 
   const_iterator at(typename Blocks::Position place) const { return {*this, place}; }
-  /// The entity with this key, if it stands there.
-  E* glance(typename Blocks::Position at, const K& key) const {
-    E* const* const entity = blocks_.look(at);
-    return entity != nullptr && KeyOf()(*entity) == key ? *entity : nullptr;
-  }
   const std::shared_ptr<E>& get(const K& key) const {
-    const auto next = typename Blocks::Position{near_.block, near_.index + 1};
-    if (const E* const entity = glance(next, key)) {
-      near_ = next;
-      return EntryOf()(*entity).second;
-    }
-    if (const E* const entity = glance(near_, key)) return EntryOf()(*entity).second;
-    return search(key);
+    auto at = near_;
+    E* const* const next = blocks_.step(at);
+    if (next == nullptr || !(KeyOf()(*next) == key)) [[unlikely]]
+      return search(key);
+    near_ = at;
+    return EntryOf()(**next).second;
   }
-  const std::shared_ptr<E>& search(const K& key) const {
+  [[gnu::noinline]] const std::shared_ptr<E>& search(const K& key) const {
     static const std::shared_ptr<E> none;
+    E* const* const last = blocks_.look(near_);
+    if (last != nullptr && KeyOf()(*last) == key) return EntryOf()(**last).second;
     near_ = blocks_.find(key);
     return blocks_.holds(near_) ? EntryOf()(*blocks_[near_]).second : none;
   }

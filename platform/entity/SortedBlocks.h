@@ -59,6 +59,15 @@ class SortedBlocks {
     return at.index + 1 < sizeOf(at.block) ? Position{at.block, at.index + 1}
                                            : Position{at.block + 1, 0};
   }
+  /// Moves a position, which may be any, on to what comes next, behind the last to the first. Null
+  /// if there is nothing at all.
+  const T* step(Position& at) const {
+    if (at.block >= count_ || ++at.index >= block(at.block)->size) [[unlikely]] {
+      at = at.block + 1 < count_ ? Position{at.block + 1, 0} : begin();
+      return look(at);
+    }
+    return block(at.block)->things() + at.index;
+  }
   Position previous(Position at) const {
     return at.index > 0 ? Position{at.block, at.index - 1}
                         : Position{at.block - 1, sizeOf(at.block - 1) - 1};
