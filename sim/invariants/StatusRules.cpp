@@ -31,7 +31,9 @@ constexpr double tolerance = 1e-6;  // for sums of instants
 class RpsExpire final : public Invariant {
  public:
   RpsExpire(World& world, std::vector<Violation>& violations)
-      : Invariant("RPs expire", world, violations) {}
+      : Invariant("RPs expire", world, violations),
+        first_(world.topology().routers().size(), never),
+        dueAt_(first_.size(), never) {}
   void settled(const std::vector<RouterId>& touched) override;
 
  private:
@@ -40,6 +42,8 @@ class RpsExpire final : public Invariant {
     RouterId router;
     bool operator>(const Due& other) const { return instant > other.instant; }
   };
+  void look(RouterId router);
+  void expect(RouterId router);
   /// Returns the first expiry among the router's RPs.
   double check(RouterId router);
   void findSources(const Speaker& speaker, const IpGenPrefix& range);
@@ -48,23 +52,35 @@ class RpsExpire final : public Invariant {
   bool known(const Pim::RpEntry& rp) const;
 
   std::vector<const Pim::RpCandidateSet*> sources_;  // what zones know of the range at hand
+  std::vector<double> first_;  // expiry among each router's RPs when it was looked at last
+  std::vector<double> dueAt_;  // of each router's next turn in the queue, not after that
   std::priority_queue<Due, std::vector<Due>, std::greater<>> due_;
 };
 
 void RpsExpire::settled(const std::vector<RouterId>& touched) {
-  for (const RouterId router : touched) {
-    const double first = check(router);
-    if (first != never) due_.push({first, router});
-  }
+  for (const RouterId router : touched) look(router);
   std::set<RouterId> late;
   while (!due_.empty() && due_.top().instant < world().instant()) {
-    late.insert(due_.top().router);
+    const Due due = due_.top();
     due_.pop();
+    if (due.instant == dueAt_[due.router]) late.insert(due.router);
   }
   for (const RouterId router : late) {
-    const double first = check(router);
-    if (first != never) due_.push({first, router});
+    dueAt_[router] = never;
+    first_[router] < world().instant() ? look(router) : expect(router);
   }
+}
+
+void RpsExpire::look(RouterId router) {
+  first_[router] = check(router);
+  expect(router);
+}
+
+// What has been refreshed since is looked at when that runs out.
+void RpsExpire::expect(RouterId router) {
+  if (first_[router] >= dueAt_[router]) return;
+  dueAt_[router] = first_[router];
+  due_.push({first_[router], router});
 }
 
 double RpsExpire::check(RouterId router) {
