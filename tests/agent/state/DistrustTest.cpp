@@ -244,5 +244,20 @@ TEST_F(Distrust, AStateThatCannotBeWrittenIsNoErrorAndComesBack) {
   EXPECT_NE(restored(), nullptr);
 }
 
+TEST_F(Distrust, AStateThatIsTooLongIsNotKept) {
+  const auto megabytes = [this](unsigned most) {
+    for (unsigned i = 0; i < most; ++i) {
+      router.status->zoneAclIs(std::string(1U << 20U, 'x') + std::to_string(i), IntfId("eth0"));
+    }
+  };
+  megabytes(25);
+  file->follow(router.status);
+  EXPECT_TRUE(exists("default.ipv4"));
+  router.status->zoneAclDelAll();
+  megabytes(33);  // so much that it is written anew
+  file->flush();
+  EXPECT_FALSE(exists("default.ipv4"));
+}
+
 }  // namespace
 }  // namespace Routing::Agent
