@@ -26,11 +26,10 @@ const YamlNode::Entry* find(const YamlNode& map, std::string_view name) {
   return nullptr;
 }
 
-/// "[KEY]", or "[KEY KEY]" where there are two, as libyang has them.
+/// "[KEY]", or "[KEY KEY]" where there are two, of an entry that has nothing else yet.
 std::string keyText(const lyd_node* entry) {
   std::string text = "[";
   for (const lyd_node* child = lyd_child(entry); child != nullptr; child = child->next) {
-    if ((child->schema->flags & LYS_KEY) == 0) break;
     if (text.size() > 1) text += ' ';
     text += lyd_get_value(child);
   }
