@@ -3,6 +3,7 @@
 #include "bsr/config/ConfigSm.h"
 #include "tests/bsr/NeighborFixture.h"
 #include "tests/support/ConfigBed.h"
+#include "tests/support/Refusal.h"
 
 namespace Routing::TestKit {
 namespace {
@@ -19,6 +20,11 @@ TEST_F(ConfigSmTest, CopiesTheHoldTimeAtOnce) {
   expectTraced({"4 BSR Hold Time is 12"});
   EXPECT_THROW(bed.config->holdTimeIs(11), RangeError);
   EXPECT_EQ(bed.status->bsTimeout(), 12U);
+}
+
+TEST_F(ConfigSmTest, NamesTheInputThatIsMissing) {
+  bed.status = nullptr;
+  EXPECT_EQ(refusal([this] { bed.start(); }), "status()");
 }
 
 TEST_F(ConfigSmTest, RaisesAScopeZoneTimeoutThatIsTooLow) {

@@ -261,7 +261,8 @@ TEST_P(FollowerTest, ASilentBsrIsForgottenAtTheInstant) {
 }
 
 TEST_P(FollowerTest, AScopedZoneIsForgottenAtTheInstantAndTheGlobalOneNever) {
-  hear(bsm("5", 64));
+  const bool v4 = place.af == AddressFamily::ipv4;
+  hear(bsm("5", 64).group(v4 ? "239.1.2.0/24" : "ff05:2::/32", {{host("78"), 65535}}));
   world.runUntil(justBefore(1430));
   ASSERT_NE(machine(), nullptr);
   EXPECT_EQ(machine()->state(), State::acceptAny);
