@@ -159,5 +159,24 @@ TEST_F(InstanceWatchTest, TellsOfNeighboursAndOfWhatIsRefused) {
             (Lines{"5 neighbor-down neighbor 10.0.0.2 on eth0 is down (the interface went down)"}));
 }
 
+TEST(EventBook, KeepsTheLastOfEachKindAndSoManyZones) {
+  EventBook book;
+  for (unsigned i = 0; i < 300; ++i) {
+    book.add({.kind = i % 2 == 0 ? EventKind::neighborUp : EventKind::limitHit, .time = 1.0 * i});
+  }
+  EXPECT_EQ(book.last(1000).size(), 2 * EventBook::share);
+  const auto last =
+      book.last(2, [](const Event& each) { return each.kind == EventKind::limitHit; });
+  ASSERT_EQ(last.size(), 2U);
+  EXPECT_EQ(last[0].time, 297);
+  EXPECT_EQ(last[1].time, 299);
+  const auto zone = [](unsigned i) { return IpGenPrefix(IpGenAddr::v4(0xef000000 + 256 * i), 24); };
+  for (unsigned i = 0; i <= EventBook::zones; ++i) {
+    book.add({.kind = EventKind::bsrGone, .cause = EventCause::silent, .zone = zone(i)});
+  }
+  EXPECT_NE(book.history(zone(EventBook::zones - 1)), nullptr);
+  EXPECT_EQ(book.history(zone(EventBook::zones)), nullptr);
+}
+
 }  // namespace
 }  // namespace Routing::Agent
