@@ -23,9 +23,8 @@ namespace Routing::Pim::Bsr {
 /// no range of a zone is served by what a wider zone says of it. PIM's set is taken over at
 /// construction: what no zone accounts for goes.
 ///
-///   zone's set     range ----------- RP      their reactors: the RP's is its hold timer, the
-///   range's
-///                    |               |       knows where the range stands in PIM's view
+///   zone's set     range ----------- RP      their reactors: the RP's is its hold timer,
+///                    |               |       the range's knows where it stands in PIM's view
 ///                  range's reactor   RP's reactor
 ///                    |
 ///   PIM's set      range ----------- RP
