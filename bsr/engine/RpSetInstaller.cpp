@@ -167,8 +167,9 @@ void RpSetInstaller::withdraw(const Range& range, const IpGenAddr& address) {
 
 // Asked for each RP: a withdrawal before this one may have removed an emptied set.
 inline bool RpSetInstaller::stands(const Range& range) const {
-  return range.watch != nullptr && range.watch->alive() &&
-         range.set->parent() == range.message.sets.get() && rpSets_.holds(*range.message.sets);
+  const auto& sets = range.message.sets;
+  return range.watch != nullptr && range.watch->alive() && sets &&
+         range.set->parent() == sets.get() && rpSets_.holds(*sets);
 }
 
 // Null if there is none; good until any set changes.
