@@ -98,15 +98,16 @@ std::string_view Entity::parentAttribute() const {
 void Entity::tell(std::size_t attribute, const void* key) {
   if (logged_) [[unlikely]]
     return tellAll(attribute, key);
-  observers_.notify(attribute + firstAttributeList, key, anyList, &attribute);
+  tellOwn(attribute, key);
 }
 
 void Entity::tellAll(std::size_t attribute, const void* key) {
+  if (!inObservedTree()) return tellOwn(attribute, key);
   const Watch watch(*this);
   FirstError error;
   error.run([&] { tellTrees({{*this, attribute, key}, watch}); });
   if (watch.alive()) {
-    error.run([&] { observers_.notify(attribute + firstAttributeList, key, anyList, &attribute); });
+    error.run([&] { tellOwn(attribute, key); });
   }
   error.rethrow();
 }
@@ -123,6 +124,14 @@ void Entity::tellTrees(const TreeNotice& notice) const {
     at = watch.alive() ? at->parent_ : nullptr;
   }
   error.rethrow();
+}
+
+// The mark outlives the tree reactors that it was made for: a walk up costs less than to mark the
+// tree anew for one who comes and goes with each of its changes.
+bool Entity::inObservedTree() const {
+  const Entity* at = this;
+  while (at != nullptr && !at->observers_.observed(treeList)) at = at->parent_;
+  return at != nullptr;
 }
 
 bool Entity::within(const Entity& tree) const {

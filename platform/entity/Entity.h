@@ -267,7 +267,11 @@ class ROUTING_API Entity {
 
   void tell(std::size_t attribute, const void* key);
   void tellAll(std::size_t attribute, const void* key);
+  void tellOwn(std::size_t attribute, const void* key) {
+    observers_.notify(attribute + firstAttributeList, key, anyList, &attribute);
+  }
   void tellTrees(const TreeNotice& notice) const;
+  bool inObservedTree() const;
   bool within(const Entity& tree) const;
   void adopt(Entity& child, std::size_t attribute, bool keyed);
   void orphan() {
@@ -283,7 +287,7 @@ class ROUTING_API Entity {
   mutable std::uint32_t journalNumber_ = 0;
   std::uint8_t attributeInParent_ = 0;
   bool keyed_ : 1 = false;
-  mutable bool logged_ : 1 = false;  // an ancestor, or this entity, has tree reactors
+  mutable bool logged_ : 1 = false;  // an ancestor, or this entity, has or had tree reactors
   mutable bool journaled_ : 1 = false;
   mutable bool watched_ : 1 = false;
   // What a derived class has that is small fits behind: there are many entities.
