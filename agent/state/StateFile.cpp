@@ -85,10 +85,13 @@ void StateFile::putAside(const char* fault) const try {
 
 // --- writing ----------------------------------------------------------------------------------
 
-void StateFile::follow(const std::shared_ptr<const Pim::Bsr::Status>& status) {
+void StateFile::follow(const std::shared_ptr<const Pim::Bsr::Status>& status) try {
   journal_.emplace(status, isCounters);
   file_ = Fd();
   write();
+} catch (const std::length_error& error) {
+  spdlog::warn("{} keeps no state: {}", subject(), error.what());
+  discard();
 }
 
 void StateFile::flush() {

@@ -1,21 +1,43 @@
 #include "platform/entity/AttributeJournal.h"
 
+#include <stdexcept>
 #include <utility>
 
 #include "platform/entity/Assertion.h"
 
 namespace Routing {
 
+constinit std::array<AttributeJournal*, AttributeJournal::most + 1> AttributeJournal::all{};
+
 AttributeJournal::AttributeJournal(std::shared_ptr<const Entity> root, LeaveOut leaveOut)
-    : root_(std::move(root)), leaveOut_(std::move(leaveOut)) {
-  ROUTING_ASSERT_TEXT(!root_->journaled_, "a tree has one journal");
-  subscription_ = root_->observers_.subscribe<TreeChange>(
-      Entity::journalList, [this](const TreeChange& change) { write(change); });
-  restart();
+    : root_(std::move(root)), journal_(newNumber()), leaveOut_(std::move(leaveOut)) {
+  try {
+    restart();
+  } catch (...) {
+    leave();
+    throw;
+  }
 }
 
 AttributeJournal::~AttributeJournal() {
+  leave();
+}
+
+void AttributeJournal::leave() const {
   root_->leaveJournal();
+  all[journal_] = nullptr;
+}
+
+// The next that is free, in turn; 0 is for entities without a journal.
+std::uint16_t AttributeJournal::newNumber() {
+  ROUTING_ASSERT_TEXT(root_->journal_ == 0, "a tree has one journal");
+  static std::uint16_t latest = 0;
+  for (std::size_t tries = 0; tries <= most; ++tries) {
+    if (++latest == 0 || all[latest] != nullptr) continue;
+    all[latest] = this;
+    return latest;
+  }
+  throw std::length_error("there are too many journals");
 }
 
 void AttributeJournal::restart() {
@@ -42,9 +64,17 @@ std::string_view AttributeJournal::lines() {
   return lines_;
 }
 
-void AttributeJournal::write(const TreeChange& change) {
-  at_ = &change.entity;
-  at_->visitChange(change.attribute, change.key, *this);
+void AttributeJournal::write(const Entity& entity, std::size_t attribute, const void* key) {
+  at_ = &entity;
+  entity.visitChange(attribute, key, *this);
+}
+
+void AttributeJournal::writeAnew(const Entity& entity, std::size_t attribute,
+                                 const SmallValue& value) {
+  at_ = &entity;
+  Run& run = addToRun(entity.attributeName(attribute), value);
+  run.type = &typeid(entity);
+  run.attributeIndex = attribute;
 }
 
 void AttributeJournal::show(const Entity& entity, Pass pass) {
@@ -55,7 +85,7 @@ void AttributeJournal::show(const Entity& entity, Pass pass) {
 }
 
 void AttributeJournal::number(const Entity& entity) {
-  entity.journaled_ = true;
+  entity.journal_ = journal_;
   entity.journalNumber_ = nextNumber_++;
 }
 
@@ -63,22 +93,14 @@ void AttributeJournal::number(const Entity& entity) {
 
 void AttributeJournal::value(std::string_view attribute, const ValueView& value) {
   if (pass_ == Pass::structure) return;
-  const std::uint32_t number = at_->journalNumber_;
-  const SmallValue& small = value.small();
-  if (!small.hasValue()) {
-    startLine("= ", number, attribute);
-    lines_ += ' ';
-    value.notation(lines_);
-    return endLine();
-  }
-  Run& run = runOf(attribute);
-  if (run.last + 1 == number && run.value == small && run.attribute != nullptr) {
-    run.last = number;
+  if (value.small().hasValue()) {
+    addToRun(attribute, value.small());
     return;
   }
-  writeRun(run);
-  run = {attribute.data(), attribute.size(), number, number, small};
-  open_ = true;
+  startLine("= ", at_->journalNumber_, attribute);
+  lines_ += ' ';
+  value.notation(lines_);
+  endLine();
 }
 
 void AttributeJournal::member(const ValueView& key) {
@@ -136,31 +158,46 @@ void AttributeJournal::endLine() {
 
 // --- runs -------------------------------------------------------------------------------------
 
-/// The attribute's run, else one that is free or has to make room. Names are literals: where they
-/// lie tells them apart.
+/// Adds the value to the attribute's run, or begins a new one.
+AttributeJournal::Run& AttributeJournal::addToRun(std::string_view attribute,
+                                                  const SmallValue& value) {
+  const std::uint32_t number = at_->journalNumber_;
+  Run& run = runOf(attribute);
+  if (!run.attribute.empty() && run.goesOnWith(number, value)) {
+    run.last = number;
+    return run;
+  }
+  writeRun(run);
+  run = {attribute, number, number, value};
+  open_ = true;
+  return run;
+}
+
+/// The attribute's run, else one that is free or has to make room.
 AttributeJournal::Run& AttributeJournal::runOf(std::string_view attribute) {
-  if (runs_[lastRun_].attribute == attribute.data()) return runs_[lastRun_];
+  if (runs_[lastRun_].attribute == attribute) return runs_[lastRun_];
   std::size_t room = (lastRun_ + 1) % runs_.size();
   for (std::size_t i = runs_.size(); i > 0; --i) {
-    if (runs_[i - 1].attribute == attribute.data()) return runs_[lastRun_ = i - 1];
-    if (runs_[i - 1].attribute == nullptr) room = i - 1;
+    if (runs_[i - 1].attribute == attribute) return runs_[lastRun_ = i - 1];
+    if (runs_[i - 1].attribute.empty()) room = i - 1;
   }
   return runs_[lastRun_ = room];
 }
 
 void AttributeJournal::writeRun(Run& run) {
-  if (run.attribute == nullptr) return;
+  if (run.attribute.empty()) return;
   lines_ += "= ";
   writeValue(lines_, run.first);
   if (run.last != run.first) {
     lines_ += '-';
     writeValue(lines_, run.last);
   }
-  lines_.append("/").append(run.attribute, run.attributeSize).append(" ");
+  lines_.append("/").append(run.attribute).append(" ");
   run.value.notation(lines_);
   lines_ += '\n';
   edits_ += run.last - run.first + 1;
-  run.attribute = nullptr;
+  run.attribute = {};
+  run.type = nullptr;
 }
 
 void AttributeJournal::writeRuns() {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <vector>
 
 #include "platform/Export.h"
@@ -26,11 +27,24 @@ namespace Routing {
 ///   - 4/attribute[KEY]        the member, entry or child is gone
 /// Different attributes may change places between two lines of comings and goings.
 ///
-/// It runs inside the setter that makes the change, before all reactors. A tree has one journal.
+/// It runs inside the setter that makes the change, before all reactors. A tree has one journal,
+/// whose number each of its entities knows:
+///
+///   entity   journal 2, number 17
+///                    v
+///   all      [ . | x | x | . ... ]
+///                      |
+///   journal            runs of values, lines
+///
+/// A value that goes on with the latest run, as in a refresh of many RPs, costs no more than to see
+/// that. Numbers are the program's: all journals begin and end in one thread.
 class ROUTING_API AttributeJournal final : private EntityVisitor {
  public:
   /// Says of an entity below the root whether it is left out with all below it.
   using LeaveOut = std::function<bool(const Entity&)>;
+
+  /// Journals at a time; beyond, the constructor raises std::length_error.
+  static constexpr std::size_t most = 65'535;
 
   /// Begins with the whole tree. Holds the root.
   explicit AttributeJournal(std::shared_ptr<const Entity> root, LeaveOut leaveOut = nullptr);
@@ -48,18 +62,31 @@ class ROUTING_API AttributeJournal final : private EntityVisitor {
   std::uint64_t edits() const { return edits_; }
 
  private:
+  friend class Entity;
+
   enum class Pass : std::uint8_t { changes, structure, values };
 
   /// Neighbouring entities whose attribute got the same value.
   struct Run {
-    const char* attribute = nullptr;  // null: not in use
-    std::size_t attributeSize = 0;
+    std::string_view attribute;  // empty: not in use
     std::uint32_t first = 0;
     std::uint32_t last = 0;
     SmallValue value;
+    // Of whom the last one was, to know the next one by; null while the whole tree is written.
+    const std::type_info* type = nullptr;
+    std::size_t attributeIndex = 0;
+
+    bool goesOnWith(std::uint32_t number, const SmallValue& next) const {
+      return last + 1 == number && value == next;
+    }
   };
 
-  void write(const TreeChange& change);
+  static AttributeJournal& numbered(std::uint16_t number) { return *all[number]; }
+  std::uint16_t newNumber();
+  void leave() const;
+  void write(const Entity& entity, std::size_t attribute, const void* key);
+  void write(const Entity& entity, std::size_t attribute, const SmallValue& value);
+  void writeAnew(const Entity& entity, std::size_t attribute, const SmallValue& value);
   void writeTree();
   void value(std::string_view attribute, const ValueView& value) override;
   void begin(std::string_view attribute, AttributeKind) override { attribute_ = attribute; }
@@ -69,6 +96,7 @@ class ROUTING_API AttributeJournal final : private EntityVisitor {
   void end() override {}
   void gone(const ValueView* key) override;
 
+  Run& addToRun(std::string_view attribute, const SmallValue& value);
   void number(const Entity& entity);
   void show(const Entity& entity, Pass pass);
   void startLine(std::string_view sign, std::uint32_t number, std::string_view attribute);
@@ -78,8 +106,10 @@ class ROUTING_API AttributeJournal final : private EntityVisitor {
   void writeRun(Run& run);
   void writeRuns();
 
+  static std::array<AttributeJournal*, most + 1> all;  // null: not in use
+
   std::shared_ptr<const Entity> root_;
-  Subscription subscription_;
+  const std::uint16_t journal_;  // the number of this one
   LeaveOut leaveOut_;
   std::string lines_;
   std::uint64_t edits_ = 0;
@@ -92,5 +122,16 @@ class ROUTING_API AttributeJournal final : private EntityVisitor {
   std::size_t lastRun_ = 0;
   bool open_ = false;  // some run is in use
 };
+
+inline void AttributeJournal::write(const Entity& entity, std::size_t attribute,
+                                    const SmallValue& value) {
+  Run& latest = runs_[lastRun_];
+  if (latest.type == &typeid(entity) && latest.attributeIndex == attribute &&
+      latest.goesOnWith(entity.journalNumber_, value)) {
+    latest.last = entity.journalNumber_;
+  } else {
+    writeAnew(entity, attribute, value);
+  }
+}
 
 }  // namespace Routing

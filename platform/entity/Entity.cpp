@@ -157,21 +157,21 @@ void Entity::logTree() const {
   visit(marker);
 }
 
-// The journal stands at the topmost entity that is written to it.
 void Entity::writeToJournal(std::size_t attribute, const void* key) const {
-  const Entity* root = this;
-  while (root->parent_ != nullptr && root->parent_->journaled_) root = root->parent_;
-  const TreeChange change{*this, attribute, key};
-  root->observers_.notify(journalList, &change);
+  AttributeJournal::numbered(journal_).write(*this, attribute, key);
+}
+
+void Entity::writeToJournal(std::size_t attribute, SmallValue value) const {
+  AttributeJournal::numbered(journal_).write(*this, attribute, value);
 }
 
 void Entity::leaveJournal() const {
   struct Leaver final : ChildVisitor {
     void child(const ValueView*, const Entity& child) override {
-      if (child.journaled_) child.leaveJournal();
+      if (child.journal_ != 0) child.leaveJournal();
     }
   };
-  journaled_ = false;
+  journal_ = 0;
   Leaver leaver;
   visit(leaver);
 }

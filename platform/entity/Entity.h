@@ -20,6 +20,7 @@
 
 namespace Routing {
 
+class AttributeJournal;
 class Entity;
 
 /// A copy of a value of whatever type, if its octets say all of it and are no more than eight; else
@@ -28,12 +29,20 @@ class SmallValue {
  public:
   using Notation = void (*)(std::string&, const void*);
 
+  template <class T>
+  static constexpr bool fits = std::is_trivially_copyable_v<T> &&
+                               sizeof(T) <= sizeof(std::uint64_t) &&
+                               (std::has_unique_object_representations_v<T> ||
+                                std::is_floating_point_v<T>);
+
   SmallValue() = default;
   template <class T>
-  SmallValue(const T& value, [[maybe_unused]] Notation notation) {
+  explicit SmallValue(const T& value) {
     if constexpr (fits<T>) {
       std::memcpy(octets_.data(), &value, sizeof(T));
-      notation_ = notation;
+      notation_ = [](std::string& out, const void* v) {
+        writeValue(out, *static_cast<const T*>(v));
+      };
     }
   }
   bool hasValue() const { return notation_ != nullptr; }
@@ -46,12 +55,6 @@ class SmallValue {
   }
 
  private:
-  template <class T>
-  static constexpr bool fits = std::is_trivially_copyable_v<T> &&
-                               sizeof(T) <= sizeof(std::uint64_t) &&
-                               (std::has_unique_object_representations_v<T> ||
-                                std::is_floating_point_v<T>);
-
   alignas(std::uint64_t) std::array<std::byte, sizeof(std::uint64_t)> octets_{};
   Notation notation_ = nullptr;
 };
@@ -65,7 +68,7 @@ class ValueView {
         notation_(
             [](std::string& out, const void* v) { writeValue(out, *static_cast<const T*>(v)); }),
         json_([](std::string& out, const void* v) { writeJson(out, *static_cast<const T*>(v)); }),
-        small_(value, notation_) {}
+        small_(value) {}
 
   void notation(std::string& out) const { notation_(out, value_); }
   void json(std::string& out) const { json_(out, value_); }
@@ -204,7 +207,7 @@ class ROUTING_API Entity {
   void setValue(T& slot, const T& value, std::size_t attribute) {
     if (slot == value) return;
     slot = value;
-    changed(attribute, nullptr);
+    valueChanged(attribute, slot);
   }
   /// The object of before dies last: `value` may be lent from it.
   template <class T>
@@ -227,14 +230,23 @@ class ROUTING_API Entity {
                                             std::forward<Arguments>(arguments)...);
   }
 
+  template <class T>
+  void valueChanged(std::size_t attribute, const T& value) {
+    if constexpr (SmallValue::fits<T>) {
+      if (journal_ != 0) writeToJournal(attribute, SmallValue(value));
+      if (observers_.any() || logged_) tell(attribute, nullptr);
+    } else {
+      changed(attribute, nullptr);
+    }
+  }
   void changed(std::size_t attribute, const void* key) {
-    if (journaled_) writeToJournal(attribute, key);
+    if (journal_ != 0) writeToJournal(attribute, key);
     if (observers_.any() || logged_) tell(attribute, key);
   }
   /// The reactors are shown a copy of the key: the caller's may be lent from what they delete.
   template <class K>
   void changedAt(std::size_t attribute, const K& key) {
-    if (journaled_) writeToJournal(attribute, &key);
+    if (journal_ != 0) writeToJournal(attribute, &key);
     if (!observers_.any() && !logged_) return;
     const K copy = key;
     tell(attribute, &copy);
@@ -262,8 +274,7 @@ class ROUTING_API Entity {
 
   static constexpr std::size_t anyList = 0;
   static constexpr std::size_t treeList = 1;
-  static constexpr std::size_t journalList = 2;  // of a tree's root
-  static constexpr std::size_t firstAttributeList = 3;
+  static constexpr std::size_t firstAttributeList = 2;
 
   void tell(std::size_t attribute, const void* key);
   void tellAll(std::size_t attribute, const void* key);
@@ -276,21 +287,21 @@ class ROUTING_API Entity {
   void adopt(Entity& child, std::size_t attribute, bool keyed);
   void orphan() {
     parent_ = nullptr;
-    if (journaled_) leaveJournal();
+    if (journal_ != 0) leaveJournal();
   }
   void logTree() const;
   void writeToJournal(std::size_t attribute, const void* key) const;
+  void writeToJournal(std::size_t attribute, SmallValue value) const;
   void leaveJournal() const;
 
   mutable Observers observers_;
   Entity* parent_ = nullptr;
-  mutable std::uint32_t journalNumber_ = 0;
+  mutable std::uint32_t journalNumber_ = 0;  // the entity's in its journal
   std::uint8_t attributeInParent_ = 0;
   bool keyed_ : 1 = false;
   mutable bool logged_ : 1 = false;  // an ancestor, or this entity, has or had tree reactors
-  mutable bool journaled_ : 1 = false;
   mutable bool watched_ : 1 = false;
-  // What a derived class has that is small fits behind: there are many entities.
+  mutable std::uint16_t journal_ = 0;  // its number among all journals; 0: none
 };
 
 /// The whole tree in value notation, one attribute a line; equal trees give equal texts.

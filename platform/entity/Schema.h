@@ -163,7 +163,7 @@
     if (name##_ == v) return;                                              \
     name##_ = v;                                                           \
     ::Routing::detail::checkBounds(v, min, max, *this, #name, #min, #max); \
-    changed(Attr::name, nullptr);                                          \
+    valueChanged(Attr::name, name##_);                                     \
   }                                                                        \
   ROUTING_REACTOR(name, void)                                              \
  private:                                                                  \

@@ -114,6 +114,26 @@ TEST(AttributeJournal, SaysOnceWhatNeighboursHaveInCommon) {
   EXPECT_EQ(journal.edits(), 16U + 9 + 4);
 }
 
+TEST(AttributeJournal, EachTreeHasItsOwn) {
+  const auto a = makeRouter();
+  const auto b = makeRouter();
+  auto first = std::make_unique<AttributeJournal>(a);
+  AttributeJournal second(b);
+  first->clear();
+  second.clear();
+  a->rxIs(3);
+  b->rxIs(3);
+  EXPECT_EQ(taken(*first), std::vector<std::string>{"= 0/rx 3"});
+  EXPECT_EQ(taken(second), std::vector<std::string>{"= 0/rx 3"});
+  first = nullptr;
+  a->rxIs(4);
+  first = std::make_unique<AttributeJournal>(a);
+  first->clear();
+  a->rxIs(5);
+  EXPECT_EQ(taken(*first), std::vector<std::string>{"= 0/rx 5"});
+  EXPECT_TRUE(second.empty());
+}
+
 TEST(AttributeJournal, ATreeMadeFromTheJournalOfAnotherIsEqualToIt) {
   EXPECT_TRUE(rc::check([] {
     const auto source = makeRouter();
