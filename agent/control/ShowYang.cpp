@@ -18,8 +18,7 @@ std::string ticksSince(double start, double now) {
   return std::to_string(static_cast<std::uint64_t>(std::max(0.0, now - start) * 100));
 }
 
-Json timerValue(double now, double expiry) {
-  if (!std::isfinite(expiry)) return "infinity";
+unsigned timerValue(double now, double expiry) {
   return static_cast<unsigned>(std::clamp(std::ceil(expiry - now), 1.0, 65535.0));
 }
 

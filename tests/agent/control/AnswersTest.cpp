@@ -33,6 +33,7 @@ class RouterWithAPast : public FakeAgent {
     for (const char* far : {"10.9.9.9", "10.8.8.8"}) router_.routeIs(far, "eth0", "10.0.0.2");
     router_.borderIs("239.192.0.0/14", "eth1");
     watch_.settle();
+    drained.drained.rp = true;
     neighbours();
     candidacies();
     waitUntil(200);

@@ -122,8 +122,25 @@ TEST_F(Distrust, WhatNoInstanceCanHaveComeToIsNotBelieved) {
                                    std::string("+ 0/crpPermit[::/0]\n")}) {
     EXPECT_NE(faultOf(lines), "") << lines;
   }
-  router.limits->maxRpsIs(0);
-  EXPECT_EQ(faultOf(rp + "= 4/expiryTime 1050\n"), "holds more than the limits allow");
+}
+
+TEST_F(Distrust, AStateWithinTheLimitsAndNoLarger) {
+  std::string ranges = "+ 0/crpStatus[224.0.0.0/4]\n+ 1/status ''\n";
+  ranges +=
+      "+ 2/crpSet[225.0.0.0/8]\n+ 2/crpSet[226.0.0.0/8]\n+ 3/rp[10.9.9.9]\n+ 4/rp[10.9.9.9]\n"
+      "= 5-6/priority 1\n= 5-6/expiryTime 1050\n";
+  const std::string zones =
+      "+ 0/bootstrapRouter[224.0.0.0/4]\n+ 0/bootstrapRouter[239.0.0.0/8]\n= 1-2/expiryTime 1050\n";
+  const std::string tooMuch = "holds more than the limits allow";
+  router.limits->maxRpsIs(2);
+  router.limits->maxGroupsIs(2);
+  router.limits->maxZonesIs(1);
+  EXPECT_EQ(faultOf(ranges), "");
+  EXPECT_EQ(faultOf(zones), "") << "one zone beside the global one";
+  EXPECT_EQ(faultOf(zones + "+ 0/bootstrapRouter[239.1.0.0/16]\n= 3/expiryTime 1050\n"), tooMuch);
+  EXPECT_EQ(faultOf(ranges + "+ 2/crpSet[227.0.0.0/8]\n"), tooMuch);
+  router.limits->maxRpsIs(1);
+  EXPECT_EQ(faultOf(ranges), tooMuch);
 }
 
 TEST_F(Distrust, NoOfficeWithoutWhatItNeeds) {
@@ -154,11 +171,11 @@ TEST_F(Distrust, NoRpOutlivesItsHoldTime) {
   StateWriter().begin(own(),
                       "+ 0/crpStatus[224.0.0.0/4]\n+ 1/status ''\n+ 2/crpSet[225.0.0.0/8]\n"
                       "+ 3/rp[10.9.9.9]\n+ 3/rp[10.9.9.8]\n+ 3/rp[10.9.9.7]\n= 4-6/priority 1\n"
-                      "= 4-6/holdTime 150\n= 4-6/expiryTime 1e300\n= 5/holdTime 0\n"
+                      "= 4-6/holdTime 1\n= 4-6/expiryTime 1e300\n= 5/holdTime 0\n"
                       "= 6/expiryTime 0\n",
                       text);
   router.status = statusFromText(text, own(), *router.limits);
-  EXPECT_DOUBLE_EQ(rp("225.0.0.0/8", "10.9.9.9").expiryTime(), now() + 150);
+  EXPECT_DOUBLE_EQ(rp("225.0.0.0/8", "10.9.9.9").expiryTime(), now() + 1);
   EXPECT_DOUBLE_EQ(rp("225.0.0.0/8", "10.9.9.8").expiryTime(), now() + 65535);
   EXPECT_EQ(router.rpSetOf(global).size(), 2U);
 }

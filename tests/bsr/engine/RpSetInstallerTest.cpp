@@ -51,6 +51,33 @@ TEST_F(RpSetInstallerTest, ARangeIsInstalledWithAllThatTheMessageSays) {
   expectTraced({"4 Updating RP 10.5.5.5 to prefix 225.0.0.0/8 in zone 224.0.0.0/4"});
 }
 
+TEST_F(RpSetInstallerTest, WhatAloneIsDifferentIsTakenToo) {
+  const Bsm first = bsm().group("225.0.0.0/8", {{"10.5.5.5", 100, 7}});
+  struct {
+    Bsm change;
+    const char* after;
+    unsigned hashMaskLen;
+    double expiryTime;
+  } const cases[] = {
+      {first, "100 7", 30, 100},
+      {bsm().hashMask(20).group("225.0.0.0/8", {{"10.5.5.5", 100, 7}}), "100 7", 20, 100},
+      {bsm().group("225.0.0.0/8", {{"10.5.5.5", 50, 7}}), "50 7", 30, 50},
+      {bsm().group("225.0.0.0/8", {{"10.5.5.5", 100, 3}}), "100 3", 30, 100},
+      {bsm().bidirGroup("225.0.0.0/8", {{"10.5.5.5", 100, 7}}), "100 7 bidir", 30, 100},
+  };
+  for (const auto& each : cases) {
+    hear(first);
+    hear(each.change);
+    EXPECT_EQ(rps(), Lines{"225.0.0.0/8 10.5.5.5 " + std::string(each.after)});
+    EXPECT_EQ(router.pimRps(), rps());
+    const auto shown = router.pimRpStatus->crpSet(prefix("225.0.0.0/8"))->rp(addr("10.5.5.5"));
+    for (const auto& entry : {rp("225.0.0.0/8", "10.5.5.5"), shown}) {
+      EXPECT_EQ(entry->hashMaskLen(), RpHashMaskLen(each.hashMaskLen)) << each.after;
+      EXPECT_EQ(entry->expiryTime(), each.expiryTime) << each.after;
+    }
+  }
+}
+
 TEST_F(RpSetInstallerTest, AnRpThatIsNoLongerListedStaysForItsHoldTime) {
   hear(bsm().group("225.0.0.0/8", {{"10.5.5.5", 100}, {"10.6.6.6", 200}}));
   world.runUntil(60);
