@@ -240,9 +240,12 @@ TEST_F(Distrust, NothingIsLeftOfInstancesThatDoNotComeBack) {
   EXPECT_FALSE(exists("red.ipv6") || exists("red.ipv4.new"));
   const auto odd = store.fileOf(VrfName("../a b"), AddressFamily::ipv4);
   EXPECT_EQ(odd->name(), "%2e%2e%2fa%20b.ipv4");
-  odd->follow(Pim::Bsr::newStatus(VrfName("../a b"), AddressFamily::ipv4));
+  const auto status = Pim::Bsr::newStatus(VrfName("../a b"), AddressFamily::ipv4);
+  odd->follow(status);
   EXPECT_TRUE(exists(odd->name()));
   odd->remove();
+  status->szTimeoutIs(1);
+  odd->flush();
   EXPECT_FALSE(exists(odd->name()));
 }
 
