@@ -250,28 +250,31 @@ std::vector<LocalAddress> addresses(const std::string& text) {
   return result;
 }
 
-TEST(HelloAddresses, AreChosenByFamily) {
+TEST(InterfaceAddresses, AreChosenByFamily) {
   struct Case {
     const char* what;
     AddressFamily af;
     const char* addresses;
-    const char* chosen;  ///< the primary one, then the others
+    const char* chosen;  ///< of Hellos: the primary one, then the others
+    const char* source;  ///< of what is sent beyond the link
   };
   constexpr AddressFamily ipv4 = AddressFamily::ipv4;
   constexpr AddressFamily ipv6 = AddressFamily::ipv6;
   const Case cases[] = {
-      {"none", ipv4, "", "unset"},
-      {"other family", ipv4, "fe80::1", "unset"},
-      {"loopback only", ipv4, "127.0.0.1(host)", "unset"},
+      {"none", ipv4, "", "unset", "unset"},
+      {"other family", ipv4, "fe80::1", "unset", "unset"},
+      {"loopback only", ipv4, "127.0.0.1(host)", "unset", "unset"},
       {"the first one, not the lowest", ipv4, "10.0.0.9 10.0.1.1 10.0.0.8(secondary) fe80::1",
-       "10.0.0.9 10.0.0.8 10.0.1.1"},
+       "10.0.0.9 10.0.0.8 10.0.1.1", "10.0.0.9"},
       {"no secondary one before a primary one", ipv4, "10.0.0.8(secondary) 10.0.0.9",
-       "10.0.0.9 10.0.0.8"},
-      {"the widest scope", ipv4, "10.7.7.7(host) 10.0.0.9", "10.0.0.9 10.7.7.7"},
+       "10.0.0.9 10.0.0.8", "10.0.0.9"},
+      {"the widest scope", ipv4, "10.7.7.7(host) 10.0.0.9", "10.0.0.9 10.7.7.7", "10.0.0.9"},
       {"link-local for IPv6", ipv6, "2001:db8::1 fe80::1 fd00::1 10.0.0.1",
-       "fe80::1 2001:db8::1 fd00::1"},
-      {"IPv6 without link-local", ipv6, "2001:db8::1", "unset 2001:db8::1"},
-      {"the same address twice", ipv4, "10.0.0.9 10.0.0.9", "10.0.0.9"},
+       "fe80::1 2001:db8::1 fd00::1", "2001:db8::1"},
+      {"and what is behind it for the rest", ipv6, "10.0.0.1 ::1 fe80::1 2001:db8::1",
+       "fe80::1 2001:db8::1", "2001:db8::1"},
+      {"IPv6 without link-local", ipv6, "2001:db8::1", "unset 2001:db8::1", "2001:db8::1"},
+      {"the same address twice", ipv4, "10.0.0.9 10.0.0.9", "10.0.0.9", "10.0.0.9"},
   };
   for (const Case& c : cases) {
     Interface interface;
@@ -282,6 +285,10 @@ TEST(HelloAddresses, AreChosenByFamily) {
     std::string text = chosen.primary.text();
     for (const std::string& other : others) text += ' ' + other;
     EXPECT_EQ(text, c.chosen) << c.what;
+    interface.link.up = true;
+    EXPECT_EQ(sourceAddress(interface, c.af).text(), c.source) << c.what;
+    interface.link.up = false;
+    EXPECT_TRUE(sourceAddress(interface, c.af).isUnset()) << c.what;
   }
 }
 
