@@ -79,8 +79,9 @@ void PimBsrSm::handleInitialized() {
   services_->begin(
       std::make_unique<BsmSender>(bsrStatus_, pimStatus_, bsmStatus_, allIntfStatusDir_,
                                   [this](const IntfId& oif) { priming_->handleForwarding(oif); }));
-  mirror_ = std::make_shared<RpSetMirror>(
-      bsrStatus_, rpCandidateStatus_, *services_, timerWheel_, *bsrTrie_,
+  mirror_ = std::make_shared<RpSetMirror>(bsrStatus_, rpCandidateStatus_, *services_, *bsrTrie_);
+  rpSetWatch_ = std::make_shared<RpSetWatch>(
+      bsrStatus_, *mirror_, *services_, timerWheel_,
       [this](const IpGenPrefix& zone, RpEntry& rp) { return withdraw(zone, rp); });
   advertisers_ =
       std::make_shared<Advertisers>(bsrStatus_, crpMsgStatus_, bsrTrie_, timerWheel_, *services_);
@@ -140,11 +141,13 @@ void PimBsrSm::retire() {
 void PimBsrSm::end() {
   priming_->activeIs(false);
   services_->end();
+  if (rpSetWatch_) rpSetWatch_->retire();
   if (mirror_) mirror_->retire();
   for (auto& [zone, reactor] : bsr_) deferred().take(std::move(reactor));
   bsr_.clear();
   deferred().take(std::move(bsrTrie_));
   deferred().take(std::move(bsrTrieBuilder_));
+  deferred().take(std::move(rpSetWatch_));
   deferred().take(std::move(mirror_));
   deferred().take(std::move(advertisers_));
 }

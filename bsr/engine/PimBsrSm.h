@@ -7,6 +7,7 @@
 #include "bsr/engine/Advertisers.h"
 #include "bsr/engine/NeighborPriming.h"
 #include "bsr/engine/RpSetMirror.h"
+#include "bsr/engine/RpSetWatch.h"
 #include "bsr/engine/ZoneServices.h"
 #include "bsr/trie/PimBsrTrieBuilder.h"
 #include "bsr/types/BsrPolicy.h"
@@ -44,7 +45,8 @@ struct EngineOptions {
 /// candidate's where the status has a candidate BSR, a follower's where a Bootstrap message came or
 /// a BSR is known. Around them stand
 ///   ZoneServices     what the zone machines share: RP sets, sending, the host's choices
-///   RpSetMirror      hold times of all RPs, and PIM's view of them
+///   RpSetWatch       hold times of all RPs
+///   RpSetMirror      PIM's view of them
 ///   NeighborPriming  No-Forward messages for new neighbours
 ///   Advertisers      this router's candidate RPs
 ///
@@ -83,7 +85,7 @@ class ROUTING_API PimBsrSm {
   std::shared_ptr<BsrCandidateSm> candidateSm(const IpGenPrefix& zone) const;
   std::shared_ptr<BsrNonCandidateSm> nonCandidateSm(const IpGenPrefix& zone) const;
   /// How many RPs were not advertised within their hold time.
-  std::uint64_t expiredRps() const { return mirror_ ? mirror_->expired() : 0; }
+  std::uint64_t expiredRps() const { return rpSetWatch_ ? rpSetWatch_->expired() : 0; }
   const std::map<IpGenPrefix, std::shared_ptr<BsrCandidateSm>>& candidateSm() const {
     return candidateSm_;
   }
@@ -185,6 +187,7 @@ class ROUTING_API PimBsrSm {
   std::shared_ptr<TrieGen> bsrTrie_;
   std::shared_ptr<PimBsrTrieBuilderSm> bsrTrieBuilder_;
   std::shared_ptr<RpSetMirror> mirror_;
+  std::shared_ptr<RpSetWatch> rpSetWatch_;
   std::shared_ptr<Advertisers> advertisers_;
 
   std::map<IpGenPrefix, std::shared_ptr<AnnouncedHashMaskLen>> bsr_;

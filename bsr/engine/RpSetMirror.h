@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -9,58 +8,57 @@
 #include "bsr/types/Status.h"
 #include "platform/Export.h"
 #include "platform/entity/SortedBlocks.h"
-#include "platform/time/TimerWheel.h"
 #include "platform/trie/TrieGen.h"
 
 namespace Routing::Pim::Bsr {
 
-/// Watches the RP sets of all zones: ends each RP with its hold time, and keeps PIM's group-to-RP
-/// set equal to what the most specific zone of every group range says.
+/// Keeps PIM's view, its group-to-RP set, equal to what the most specific zone of every group range
+/// says.
 ///
-/// A range in PIM's set remembers the zone that put it there. A more specific zone that gains or
-/// loses its BSR takes its ranges over or gives them back; a zone whose BSR fell silent keeps its
-/// still valid mappings until they expire. So no RP stays in PIM's view beyond its hold time, and
-/// no range of a zone is served by what a wider zone says of it. PIM's set is taken over at
-/// construction: what no zone accounts for goes.
+/// A range in PIM's view remembers the zone that put it there, its owner. A more specific zone that
+/// gains or loses its BSR takes its ranges over or gives them back; a zone whose BSR fell silent
+/// keeps its still valid mappings until they expire. So no RP stays in PIM's view beyond its hold
+/// time, and no range of a zone is served by what a wider zone says of it.
 ///
-///   zone's set     range ----------- RP      their reactors: the RP's is its hold timer,
-///                    |               |       the range's knows where it stands in PIM's view
-///                  range's reactor   RP's reactor
-///                    |
-///   PIM's set      range ----------- RP
-///
-/// An RP that is refreshed is written straight there, as long as no zone, owner of a range or part
-/// of PIM's set has changed; only else is it looked up who serves the range.
+/// An RP that is refreshed is written straight to its place, as long as no zone, owner of a range
+/// or part of PIM's view has changed; only else is it looked up who serves the range.
 class ROUTING_API RpSetMirror {
  public:
-  /// Withdraws an RP of a zone whose hold time has ended, if there is somebody to do it; false if
-  /// not: the RP is then deleted.
-  using Withdraw = std::function<bool(const IpGenPrefix& zone, RpEntry& rp)>;
+  /// Where a zone's range stood in PIM's view, and was the zone's to show, when so many changes had
+  /// been made; null if it has not been found there.
+  struct Place {
+    std::shared_ptr<RpCandidateSet> set;
+    std::uint64_t asOf = 0;
+  };
 
-  /// Keeps the services' totals up to date; they, the wheel and the trie must outlive the mirror.
+  /// The services and the trie must outlive the mirror.
   RpSetMirror(std::shared_ptr<Status> bsrStatus,
               std::shared_ptr<RpCandidateStatus> rpCandidateStatus, ZoneServices& services,
-              TimerWheel& timerWheel, TrieGen& bsrTrie, Withdraw withdraw);
+              TrieGen& bsrTrie);
   RpSetMirror(const RpSetMirror&) = delete;
   RpSetMirror& operator=(const RpSetMirror&) = delete;
-  ~RpSetMirror();
+
+  /// An RP of a zone has come or changed; `place` is where to note its range's.
+  void rpIs(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
+            Place* place = nullptr);
+  /// The same, if all that changed is until when it lives and the place still holds; otherwise
+  /// false, and nothing is done. One write, behind which neither RP need live.
+  bool refresh(const Place& place, const IpGenPrefix& zone, const RpEntry& rp) const;
+  /// An RP, a range or all that is of a zone has gone.
+  void rpDel(const IpGenPrefix& zone, const IpGenPrefix& prefix, const IpGenAddr& rp);
+  void setDel(const IpGenPrefix& zone, const IpGenPrefix& prefix);
+  void zoneDel(const IpGenPrefix& zone);
+  /// What an earlier run left in PIM's view and no zone accounts for goes: it would never expire.
+  void dropOrphans();
 
   /// Shows PIM what this router's own message for a zone makes of the RP sets of all who hear it,
   /// as far as the zone has a say in them: what it does not mention they keep, unless it is the
   /// BSR's first message.
   void show(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool first);
-  /// How many RPs of zones were not advertised within their hold time.
-  std::uint64_t expired() const { return expired_; }
-  /// Watches nothing any more.
-  void retire();
+  /// Follows the zones' BSRs no more.
+  void retire() { trieSubscription_.reset(); }
 
  private:
-  class ZoneReactor;
-  class SetReactor;
-  class RpReactor;
-  template <class Reactor>
-  class Reactors;
-
   /// A range that PIM is shown, and the zone that put it there.
   struct Owned {
     IpGenPrefix prefix;
@@ -70,42 +68,51 @@ class ROUTING_API RpSetMirror {
     const IpGenPrefix& operator()(const Owned& owned) const { return owned.prefix; }
   };
 
-  void handleZone(const IpGenPrefix& zone);
-  void dropOrphans();
   void handleTrie(const IpGenPrefix& zone);
   void settle(const IpGenPrefix& prefix);
   const IpGenPrefix* ownerOf(const IpGenPrefix& prefix) const;
   bool owns(const IpGenPrefix& zone, const IpGenPrefix& prefix) const;
   bool servesPim(const IpGenPrefix& zone, const IpGenPrefix& match) const;
-  bool refresh(const SetReactor& set, const RpEntry& rp) const;
-  void mirror(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
-              SetReactor* set = nullptr);
   std::shared_ptr<RpCandidateSet> copy(const IpGenPrefix& zone, const IpGenPrefix& prefix,
                                        const RpEntry& rp);
+  /// Whether a refresh is all that makes them differ.
+  static bool alikeButForTime(const RpEntry& copy, const RpEntry& rp);
   std::uint64_t changes() const { return bsrTrie_.changes() + ownerChanges_; }
   void ownerIs(const IpGenPrefix& prefix, const IpGenPrefix& zone);
   void ownerDel(const IpGenPrefix& prefix);
   std::vector<IpGenPrefix> owned() const;
   void showRange(const IpGenPrefix& zone, const BootstrapGroupData& group, bool first);
-  void mirrorTimes(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp);
-  void mirrorSet(const IpGenPrefix& zone, const RpCandidateSet& set);
-  void unmirrorRp(const IpGenPrefix& zone, const IpGenPrefix& prefix, const IpGenAddr& rp);
-  void unmirrorSet(const IpGenPrefix& zone, const IpGenPrefix& prefix);
+  void timesAre(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp);
+  void takeOver(const IpGenPrefix& zone, const RpCandidateSet& set);
   const VrfName& vrfName() const { return bsrStatus_->vrfName(); }
 
-  std::shared_ptr<Status> bsrStatus_;
-  std::shared_ptr<RpCandidateStatus> rpCandidateStatus_;
+  const std::shared_ptr<Status> bsrStatus_;
+  const std::shared_ptr<RpCandidateStatus> rpCandidateStatus_;
   ZoneServices& services_;
-  TimerWheel& timerWheel_;
-  std::uint64_t expired_ = 0;
   TrieGen& bsrTrie_;
-  const Withdraw withdraw_;
   SortedBlocks<Owned, PrefixOf> owned_;
   std::uint64_t ownerChanges_ = 0;
-  const std::shared_ptr<DeferredDelete> deferred_;
-  std::unique_ptr<Reactors<ZoneReactor>> zones_;
-  Subscription zoneSubscription_;
   Subscription trieSubscription_;
 };
+
+// What each RP of each refresh goes through.
+
+inline bool RpSetMirror::refresh(const Place& place, const IpGenPrefix& zone,
+                                 const RpEntry& rp) const {
+  if (!place.set || place.asOf != changes() || services_.heldBack(zone) ||
+      place.set->parent() != rpCandidateStatus_.get()) {
+    return false;
+  }
+  const auto& copy = place.set->rp(rp.address());
+  if (!copy || !alikeButForTime(*copy, rp)) return false;
+  copy->expiryTimeIs(rp.expiryTime());
+  return true;
+}
+
+inline bool RpSetMirror::alikeButForTime(const RpEntry& copy, const RpEntry& rp) {
+  return copy.mode() == rp.mode() && copy.priority() == rp.priority() &&
+         copy.holdTime() == rp.holdTime() && copy.hashMaskLen() == rp.hashMaskLen() &&
+         copy.setupTime() == rp.setupTime();
+}
 
 }  // namespace Routing::Pim::Bsr
