@@ -75,6 +75,8 @@ TEST_F(InterfaceTableTest, PublishesWhatChangedAndNothingElse) {
   table.addressIs(2, v4("10.0.0.1"));
   table.addressDel(2, addr("10.0.0.9"), 24);
   table.addressDel(2, addr("10.0.0.1"), 25);  // another prefix length is another address
+  table.addressIs(9, v4("10.0.0.1"));         // of nobody
+  table.addressDel(9, addr("10.0.0.1"), 24);
   EXPECT_EQ(commit(), Words{});
   table.addressIs(2, {addr("10.0.0.1"), 25, false, 0});
   EXPECT_EQ(commit(), Words{"~eth0"});

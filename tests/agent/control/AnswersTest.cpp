@@ -127,6 +127,7 @@ class RouterWithAPast : public FakeAgent {
     router_.hear("eth1", "10.0.1.8", Bsm("10.9.9.9", 255));
     router_.hear("eth1", "10.0.1.7", Bsm("10.9.9.9", 255).zone("239.192.0.0/14"));
     router_.hear("eth0", "10.0.0.2", Bsm("10.8.8.8", 3));
+    router_.hear("eth0", "10.0.0.2", Bsm("10.7.7.7", 255).zone("239.5.0.0/16"));
     router_.hear("eth0", "10.0.0.2", addressOfAll, Octets{0x24, 0, 0, 0, 1});
     router_.limits->refusedRpsInc();
     router_.mute = true;
