@@ -26,7 +26,8 @@ using namespace TestKit;
 const std::string answers = PIMBSR_SOURCE_DIR "/tests/data/answers.txt";
 
 /// BSR of 239.0.0.0/8, candidate in the global zone, candidate RP; 10.9.9.9, BSR of the latter and
-/// of 239.1.0.0/16, is behind 10.0.0.2. Border of 239.192.0.0/14 on eth1, where 10.0.1.7 lives.
+/// of 239.1.0.0/16, is behind 10.0.0.2, and is back for one message at 950 s. Border of
+/// 239.192.0.0/14 on eth1, where 10.0.1.7 lives.
 class RouterWithAPast : public FakeAgent {
  public:
   RouterWithAPast() {
@@ -44,6 +45,7 @@ class RouterWithAPast : public FakeAgent {
     waitUntil(230);
     troubles();
     waitUntil(250.5);
+    return_.expiryIs(950);
   }
 
   void waitUntil(double instant) {
@@ -156,6 +158,7 @@ class RouterWithAPast : public FakeAgent {
       world_.wheel,
       false,
       {}};
+  Timer return_{world_.wheel, [this] { router_.hear("eth0", "10.0.0.2", Bsm("10.9.9.9", 192)); }};
 };
 
 std::string answerTo(const std::string& question, RouterWithAPast& router) {
