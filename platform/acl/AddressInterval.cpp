@@ -69,14 +69,12 @@ AddressIntervals without(const AddressIntervals& a, const AddressIntervals& b) {
   return result;
 }
 
-AddressIntervals common(const AddressIntervals& a, const AddressIntervals& b) {
+AddressIntervals within(const AddressInterval& bounds, const AddressIntervals& all) {
   AddressIntervals result;
-  auto other = b.begin();
-  for (const AddressInterval& interval : a) {
-    while (other != b.end() && other->high < interval.low) ++other;
-    for (auto at = other; at != b.end() && at->low <= interval.high; ++at) {
-      result.push_back({std::max(interval.low, at->low), std::min(interval.high, at->high)});
-    }
+  for (const AddressInterval& each : all) {
+    const AddressNumber low = std::max(bounds.low, each.low);
+    const AddressNumber high = std::min(bounds.high, each.high);
+    if (low <= high) result.push_back({low, high});
   }
   return result;
 }

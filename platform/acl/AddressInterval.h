@@ -30,6 +30,6 @@ using AddressIntervals = std::vector<AddressInterval>;
 // Each of these is linear in the number of intervals.
 ROUTING_API AddressIntervals united(const AddressIntervals& a, const AddressIntervals& b);
 ROUTING_API AddressIntervals without(const AddressIntervals& a, const AddressIntervals& b);
-ROUTING_API AddressIntervals common(const AddressIntervals& a, const AddressIntervals& b);
+ROUTING_API AddressIntervals within(const AddressInterval& bounds, const AddressIntervals& all);
 
 }  // namespace Routing

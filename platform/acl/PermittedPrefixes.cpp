@@ -35,7 +35,7 @@ void PermittedPrefixes::deny(const AddressIntervals& addresses) {
 }
 
 std::set<IpGenPrefix> PermittedPrefixes::multicastPrefixes() const {
-  return reduced(common(permitted_, {intervalOf(IpGenPrefix::multicast(af_))}));
+  return reduced(within(intervalOf(IpGenPrefix::multicast(af_)), permitted_));
 }
 
 std::set<IpGenPrefix> PermittedPrefixes::unicastPrefixes() const {
