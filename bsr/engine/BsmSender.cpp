@@ -108,21 +108,21 @@ std::uint32_t BsmSender::doComputeBsmLength(const BootstrapMessage& bsm) const {
 
 // --- sending ----------------------------------------------------------------------------------
 
-std::size_t BsmSender::forwardBsm(const IpGenPrefix& zone,
-                                  const std::shared_ptr<BootstrapMessage>& bsm, const Turn* turn) {
+bool BsmSender::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm,
+                           const Turn* turn) {
   const std::uint32_t length = doComputeBsmLength(*bsm);
   BSR_TRACE(sm, 1, "BSM length is ", length);
   std::vector<IntfId, PoolAllocator<IntfId>> interfaces;
   interfaces.reserve(pimStatus_->pimIntf().size());
   for (const auto& entry : pimStatus_->pimIntf()) interfaces.push_back(entry.first);
   Pass bsmFragments;
-  std::size_t sentOn = 0;
+  bool sent = false;
   for (const IntfId& intf : interfaces) {
     if (ended_ || (turn != nullptr && !turn->goesOn())) break;
     if (!eligible(zone, intf)) continue;
     const std::uint32_t mtu = mtuOf(intf);
     sentOn_(intf);
-    ++sentOn;
+    sent = true;
     if (length > mtu) {
       fragmentAndSendBsm(zone, mtu, length, intf, bsm, bsmFragments);
       continue;
@@ -130,7 +130,7 @@ std::size_t BsmSender::forwardBsm(const IpGenPrefix& zone,
     write(intf, bsm);
     BSR_TRACE(sm, 1, " Forwarding BSM to oif=", intf, " for zone ", zone);
   }
-  return sentOn;
+  return sent;
 }
 
 bool BsmSender::eligible(const IpGenPrefix& zone, const IntfId& intf) const {

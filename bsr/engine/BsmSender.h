@@ -48,10 +48,10 @@ class ROUTING_API BsmSender {
 
   /// Sends on every PIM interface that is up and has a neighbour, the arrival interface included,
   /// borders of the zone excluded; in fragments where the message exceeds the interface's MTU.
-  /// Stops before the next interface if `turn` is there and was overtaken. Returns the number of
-  /// interfaces sent on.
-  std::size_t forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm,
-                         const Turn* turn = nullptr);
+  /// Stops before the next interface if `turn` is there and was overtaken. True if it went
+  /// out anywhere.
+  bool forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm,
+                  const Turn* turn = nullptr);
 
   /// Sends on one interface, unless it is a border of the zone, with the forward bit as given.
   void doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const IntfId& oif,

@@ -317,7 +317,7 @@ void BsrCandidateSm::doSendBsm(bool shutdown) {
   const Bsm bsm = ownBsm(shutdown);
   turn([&] { lastBsm_.messageIs(bsm, now()); });
   turn([&] { services_->announced(zone(), *bsm); });
-  turn([&] { heard_ = services_->forwardBsm(zone(), bsm, &turn) > 0; });
+  turn([&] { heard_ = services_->forwardBsm(zone(), bsm, &turn); });
 }
 
 ZoneSm::Bsm BsrCandidateSm::ownBsm(bool shutdown) {

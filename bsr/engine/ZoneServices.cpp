@@ -93,11 +93,10 @@ bool ZoneServices::doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* r
   return !sender || sender->doAddGroupData(bsm, rpSet, prefix, flags, timerWheel_.now(), again);
 }
 
-std::size_t ZoneServices::forwardBsm(const IpGenPrefix& zone,
-                                     const std::shared_ptr<BootstrapMessage>& bsm,
-                                     const Turn* turn) {
+bool ZoneServices::forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm,
+                              const Turn* turn) {
   const auto sender = sender_;
-  return sender ? sender->forwardBsm(zone, bsm, turn) : 0;
+  return sender && sender->forwardBsm(zone, bsm, turn);
 }
 
 void ZoneServices::doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const IntfId& oif,

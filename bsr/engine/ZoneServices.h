@@ -75,9 +75,9 @@ class ROUTING_API ZoneServices {
   /// True if all RPs of the range found room in the message.
   bool doAddGroupData(BootstrapMessage& bsm, const RpCandidateSet* rpSet, const IpGenPrefix& prefix,
                       std::uint8_t flags, const BsmSender::Again& again = {});
-  /// Returns the number of interfaces sent on. Stops where `turn` is overtaken.
-  std::size_t forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm,
-                         const Turn* turn = nullptr);
+  /// True if it went out on any interface. Stops where `turn` is overtaken.
+  bool forwardBsm(const IpGenPrefix& zone, const std::shared_ptr<BootstrapMessage>& bsm,
+                  const Turn* turn = nullptr);
   void doSendTriggeredBsm(const IpGenPrefix& zone, bool forward, const IntfId& oif,
                           const std::shared_ptr<BootstrapMessage>& bsm);
 
