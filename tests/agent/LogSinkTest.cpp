@@ -30,13 +30,13 @@ TEST_F(LogSinkTest, WritesTracesAndMessagesWhileItLives) {
   const SysLogMessage message("TEST_MESSAGE", 4, "neighbour %s lost", "why", "what to do");
   {
     const LogSink sink(clock, logger);
-    handle.write(3, "{} of the network's\n\x1b making");
+    handle.write(3, "{} of the network's\n\x1b\x7f making");
     message.emit({"10.0.0.1"});
   }
   handle.write(3, "later");
   message.emit({"10.0.0.2"});
   EXPECT_EQ(out.str(),
-            "info Test::LogSink[3] {} of the network's\\x0a\\x1b making\n"
+            "info Test::LogSink[3] {} of the network's\\x0a\\x1b\\x7f making\n"
             "warning TEST_MESSAGE: neighbour 10.0.0.1 lost\n");
 }
 

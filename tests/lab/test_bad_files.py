@@ -38,15 +38,17 @@ class BadFiles(Play):
         self.assertEqual([self.configured(router, each) for each in FAMILIES], before)
         running.write_bytes(good)
         self.assertIn("unchanged", self.reload(router))
+        taken = self.start(running, b"", "--control", router.socket)
+        self.assert_refused(taken, 1, "cannot start: control socket")
 
     def assert_refused(self, outcome, expected_code, reason):
         code, said = outcome
         self.assertEqual(code, expected_code, said)
         self.assertIn(reason, said)
 
-    def start(self, config, standard_input=b""):
+    def start(self, config, standard_input=b"", *options):
         """Starts a daemon that ends by itself: its exit code and what it says."""
-        done = subprocess.run([programs() / "pimbsrd", "--config", config], input=standard_input,
+        done = subprocess.run([programs() / "pimbsrd", "--config", config, *options], input=standard_input,
                               capture_output=True, timeout=10)
         return done.returncode, done.stderr.decode()
 

@@ -28,9 +28,9 @@ class Feed(Play):
         with open(PROGRAM, "w", encoding="ascii") as script:
             script.write(f"#!/bin/sh\nexec cat >> {TOLD}\n")
         os.chmod(PROGRAM, 0o700)
+        follower = {**config.both("lo", "to-r1"), "consumer": PROGRAM, "metrics": {}}
         domain = self.started_domain(
-            config.both("lo", "to-r2", bsr_priority=9, rp_priority=9),
-            {**config.both("lo", "to-r1"), "consumer": PROGRAM, "metrics": {}})
+            config.both("lo", "to-r2", bsr_priority=9, rp_priority=9), follower)
         fed = domain.router(2)
         for family in FAMILIES:
             self.await_rps(family, [fed], {family.all_groups: {loopback(family, 1)}}, 40)
@@ -50,6 +50,8 @@ class Feed(Play):
                        'bsr_expiries_total{vrf="default",family="ipv4",zone="224.0.0.0/4"} 0\n',
                        'rp_expiries_total{vrf="default",family="ipv6"} 0\n'):
             self.assertIn("\npimbsr_" + sample, scraped)
+        self.reload(fed, {**follower, "metrics": {"address": "192.0.2.77"}})
+        self.assertIn("no metrics at 192.0.2.77", fed.said())
 
         for family in FAMILIES:
             self.validate(fed.text(family, "yang"))

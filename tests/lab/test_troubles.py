@@ -100,7 +100,9 @@ class Troubles(Play):
             "access-list": [access_list(IPV4, "OURS", "deny host 10.0.0.2", "permit 10.0.0.0/8")]}))
         self.assertEqual(first.neighbors(IPV4), {IPV4.far_end(1)})
         self.assertNotIn("cleared", first.show(IPV4, "events")["events"][-1]["text"])
+        uncleared = first.show(IPV4, "counters")["since-cleared"]
         first.control("clear", "counters")
+        self.assertLess(first.show(IPV4, "counters")["since-cleared"], uncleared)
         line.greet(IPV4)
         self.eventually(2, lambda: first.explained("drops")["drops"], "nothing is dropped")
         self.assertIn("neighbor-filter of the interface does not permit this neighbor",
