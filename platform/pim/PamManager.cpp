@@ -1,5 +1,7 @@
 #include "platform/pim/PamManager.h"
 
+#include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "platform/pim/PimCodec.h"
@@ -66,21 +68,42 @@ void PamManager::helloRefused(const IntfId& intf, const IpGenAddr& source, DropC
 }
 
 InterfaceTally* PamManager::tally(const IntfId& intf) {
-  const bool known = !intf.isUnset() && pimStatus_->pimIntf(intf);
-  return known ? &tallies_[intf] : nullptr;
+  if (intf.isUnset()) return nullptr;
+  const auto& known = pimStatus_->pimIntf(intf);
+  return known ? &tally(known) : nullptr;
+}
+
+InterfaceTally& PamManager::tally(const std::shared_ptr<PimInterface>& intf) {
+  const auto at = std::ranges::lower_bound(counted_, intf, {}, &Counted::intf);
+  return at != counted_.end() && at->intf == intf ? *at->tally : newCounted(intf);
+}
+
+// Those that have gone meanwhile make room.
+InterfaceTally& PamManager::newCounted(const std::shared_ptr<PimInterface>& intf) {
+  std::erase_if(counted_, [](const Counted& counted) { return counted.intf->parent() == nullptr; });
+  InterfaceTally& tally = tallies_[intf->intfId()];
+  const auto at = std::ranges::lower_bound(counted_, intf, {}, &Counted::intf);
+  counted_.insert(at, {intf, &tally});
+  return tally;
+}
+
+/// The interface, or the one that has its name now; null if none has.
+const std::shared_ptr<PimInterface>& PamManager::current(
+    const std::shared_ptr<PimInterface>& intf) const {
+  return intf->parent() == pimStatus_.get() ? intf : pimStatus_->pimIntf(intf->intfId());
 }
 
 void PamManager::deliver(const ReceivedPacket& packet, const std::shared_ptr<HelloMessage>& hello) {
-  const auto& intf = pimStatus_->pimIntf(packet.intf);
+  const std::shared_ptr<PimInterface> intf = pimStatus_->pimIntf(packet.intf);
   if (!intf) return drop(packet, DropCode::noPimInterface);
   if (packet.source == intf->address() && !intf->helloPassive()) {
     return drop(packet, DropCode::ownPacket);
   }
   const auto self = weak_from_this().lock();
-  ++tallies_[packet.intf].rxHello;
+  ++tally(intf).rxHello;
   counters_->rxHelloInc();
   const HelloReceiver receiver = helloReceiver_;  // callable to the end, whoever dies
-  if (receiver) receiver(packet.intf, *hello);
+  if (receiver) receiver(*intf, *hello);
 }
 
 void PamManager::deliver(const ReceivedPacket& packet,
@@ -90,7 +113,7 @@ void PamManager::deliver(const ReceivedPacket& packet,
   if (packet.source == intf->address()) return drop(packet, DropCode::ownPacket);
   if (!intf->neighbor(packet.source)) return drop(packet, DropCode::notNeighbor);
   const auto info = bsmRxInfo_;
-  ++tallies_[packet.intf].rxBootstrap;
+  ++tally(intf).rxBootstrap;
   counters_->rxBootstrapInc();
   publish(*info, packet, bsm);
 }
@@ -110,15 +133,18 @@ void PamManager::publish(MessageInfo& info, const ReceivedPacket& packet,
   info.countInc(1);
 }
 
-bool PamManager::sendHello(const IntfId& intf, const HelloMessage& hello) {
-  const bool sent = sendOnLink(intf, hello);
-  if (InterfaceTally* tally = this->tally(intf)) ++(sent ? tally->txHello : tally->txError);
+bool PamManager::sendHello(const std::shared_ptr<PimInterface>& intf, const HelloMessage& hello) {
+  const bool sent = sendOnLink(current(intf), hello);
+  if (const auto& counted = current(intf)) {
+    ++(sent ? tally(counted).txHello : tally(counted).txError);
+  }
   sent ? counters_->txHelloInc() : counters_->txErrorInc();
   return sent;
 }
 
 bool PamManager::sendBsm(const MessageInfo& info) {
-  const bool sent = info.message() && sendOnLink(info.intfId(), *info.message());
+  const bool sent =
+      info.message() && sendOnLink(pimStatus_->pimIntf(info.intfId()), *info.message());
   if (InterfaceTally* tally = this->tally(info.intfId())) {
     ++(sent ? tally->txBootstrap : tally->txError);
   }
@@ -134,10 +160,9 @@ bool PamManager::sendCrpAdv(const MessageInfo& info) {
   return sent;
 }
 
-bool PamManager::sendOnLink(const IntfId& intf, const PimMessage& message) {
-  const auto& status = pimStatus_->pimIntf(intf);
-  return status && !status->address().isUnset() &&
-         send(intf, message, status->address(), allPimRouters(af_));
+bool PamManager::sendOnLink(const std::shared_ptr<PimInterface>& intf, const PimMessage& message) {
+  return intf && !intf->address().isUnset() &&
+         send(intf->intfId(), message, intf->address(), allPimRouters(af_));
 }
 
 // What goes out on several interfaces is encoded once; an IPv6 checksum is of the addresses too.

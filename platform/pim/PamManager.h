@@ -60,7 +60,7 @@ class ROUTING_API PacketPort {
 /// "Pim::Packet".
 class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
  public:
-  using HelloReceiver = std::function<void(const IntfId&, const HelloMessage&)>;
+  using HelloReceiver = std::function<void(const PimInterface&, const HelloMessage&)>;
 
   /// `port` must outlive the manager.
   PamManager(AddressFamily af, std::shared_ptr<const PimStatus> pimStatus,
@@ -82,7 +82,10 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
   const DropLog& drops() const { return drops_; }
   /// Since the last clearTallies(), of interfaces on which PIM ran meanwhile.
   const std::map<IntfId, InterfaceTally>& tallies() const { return tallies_; }
-  void clearTallies() { tallies_.clear(); }
+  void clearTallies() {
+    counted_.clear();
+    tallies_.clear();
+  }
   /// Counts and notes a Hello that its receiver did not take.
   void helloRefused(const IntfId& intf, const IpGenAddr& source, DropCode code);
 
@@ -92,15 +95,24 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
   /// Takes one datagram in; never raises for what the octets say.
   void receive(const ReceivedPacket& packet);
   /// Sends a Hello from the interface's address to ALL-PIM-ROUTERS. False if it could not be sent.
-  bool sendHello(const IntfId& intf, const HelloMessage& hello);
+  bool sendHello(const std::shared_ptr<PimInterface>& intf, const HelloMessage& hello);
 
  private:
+  /// Where an interface is counted, found without its name.
+  struct Counted {
+    std::shared_ptr<PimInterface> intf;
+    InterfaceTally* tally;
+  };
+
   void drop(const ReceivedPacket& packet, DropCode code, std::string_view reason,
             DropReason fault = {});
   void drop(const ReceivedPacket& packet, DropReason fault);
   void drop(const ReceivedPacket& packet, DropCode code) { drop(packet, code, enumName(code)); }
   /// Null for an interface without PIM.
   InterfaceTally* tally(const IntfId& intf);
+  InterfaceTally& tally(const std::shared_ptr<PimInterface>& intf);
+  InterfaceTally& newCounted(const std::shared_ptr<PimInterface>& intf);
+  const std::shared_ptr<PimInterface>& current(const std::shared_ptr<PimInterface>& intf) const;
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<HelloMessage>& hello);
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<BootstrapMessage>& bsm);
   void deliver(const ReceivedPacket& packet, const std::shared_ptr<CrpAdvMessage>& adv);
@@ -108,7 +120,7 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
                       const std::shared_ptr<PimMessage>& message);
   bool sendBsm(const MessageInfo& info);
   bool sendCrpAdv(const MessageInfo& info);
-  bool sendOnLink(const IntfId& intf, const PimMessage& message);
+  bool sendOnLink(const std::shared_ptr<PimInterface>& intf, const PimMessage& message);
   bool send(const IntfId& intf, const PimMessage& message, const IpGenAddr& source,
             const IpGenAddr& destination);
   static std::uint64_t contentOf(const PimMessage& message);
@@ -125,6 +137,7 @@ class ROUTING_API PamManager : public std::enable_shared_from_this<PamManager> {
   HelloReceiver helloReceiver_;
   DropLog drops_;
   std::map<IntfId, InterfaceTally> tallies_;
+  std::vector<Counted> counted_;      // by the address of the interface
   std::vector<std::uint8_t> octets_;  // the last packet, and room for the next one
   std::uint64_t content_ = 0;         // BootstrapMessage::content() of octets_, else 0
 };

@@ -1,5 +1,6 @@
 #include "platform/pim/PimInstance.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/pim/AddressChecks.h"
@@ -18,7 +19,7 @@ PimInstance::PimInstance(const VrfName& vrf, AddressFamily af, const UnicastRout
       pamManager_(std::make_shared<PamManager>(af, pimStatus_, rpfTable_, port)) {
   pamManager_->drops().clockIs([&wheel] { return wheel.now(); });
   pamManager_->helloReceiverIs(
-      [this](const IntfId& intf, const HelloMessage& hello) { handleHello(intf, hello); });
+      [this](const PimInterface& intf, const HelloMessage& hello) { handleHello(intf, hello); });
 }
 
 PimInstance::~PimInstance() {
@@ -26,21 +27,42 @@ PimInstance::~PimInstance() {
   pamManager_->drops().clockIs({});
 }
 
-std::shared_ptr<HelloSm> PimInstance::known(const IntfId& intf) const {
-  const auto at = machines_->find(intf);
-  return at == machines_->end() ? nullptr : at->second;
+std::shared_ptr<HelloSm> PimInstance::Machines::of(const IntfId& intf) const {
+  const auto at = byName_.find(intf);
+  return at == byName_.end() ? nullptr : at->second;
+}
+
+// Another interface may have come in the place of the machine's, under the same name.
+std::shared_ptr<HelloSm> PimInstance::Machines::of(const PimInterface& intf) const {
+  const auto at = std::ranges::lower_bound(byIntf_, &intf, {}, &Place::first);
+  return at != byIntf_.end() && at->first == &intf ? at->second : of(intf.intfId());
+}
+
+void PimInstance::Machines::insert(const std::shared_ptr<HelloSm>& sm) {
+  const PimInterface* const intf = sm->intf().get();
+  erase(intf->intfId());
+  byName_[intf->intfId()] = sm;
+  byIntf_.insert(std::ranges::lower_bound(byIntf_, intf, {}, &Place::first), {intf, sm});
+}
+
+void PimInstance::Machines::erase(const IntfId& intf) {
+  const auto at = byName_.find(intf);
+  if (at == byName_.end()) return;
+  std::erase_if(byIntf_, [&](const Place& place) { return place.second == at->second; });
+  byName_.erase(at);
 }
 
 std::shared_ptr<HelloSm> PimInstance::helloSm(const IntfId& intf) {
-  if (auto sm = known(intf)) return sm;
+  if (auto sm = machines_->of(intf)) return sm;
   const auto machines = machines_;
   const auto config = helloConfig(intf);
   const auto packets = pamManager_;
   const auto random = random_;
   TimerWheel& wheel = wheel_;
   const auto status = pimStatus_->newPimIntf(intf);
-  return (*machines)[status->intfId()] =
-             std::make_shared<HelloSm>(status, packets, wheel, random, config);
+  auto sm = std::make_shared<HelloSm>(status, packets, wheel, random, config);
+  machines->insert(sm);
+  return sm;
 }
 
 const HelloConfig& PimInstance::helloConfig(const IntfId& intf) const {
@@ -55,7 +77,7 @@ void PimInstance::intfIs(const IntfId& intf, const IpGenAddr& address,
 }
 
 void PimInstance::intfDel(const IntfId& intf) {
-  const auto sm = known(intf);
+  const auto sm = machines_->of(intf);
   if (!sm) return;
   const auto machines = machines_;
   const auto status = pimStatus_;
@@ -67,7 +89,7 @@ void PimInstance::intfDel(const IntfId& intf) {
 
 void PimInstance::helloConfigIs(const IntfId& intf, const HelloConfig& config) {
   helloConfig_.insert_or_assign(intf, config);
-  if (const auto sm = known(intf)) sm->configIs(config);
+  if (const auto sm = machines_->of(intf)) sm->configIs(config);
 }
 
 void PimInstance::drPriorityIs(const IntfId& intf, std::uint32_t priority) {
@@ -80,24 +102,24 @@ void PimInstance::drPriorityDel(const IntfId& intf) {
   drPriorityIs(intf, config_.drPriority);
 }
 
-void PimInstance::handleHello(const IntfId& intf, const HelloMessage& hello) {
-  if (const auto sm = known(intf)) sm->receive(hello);
+void PimInstance::handleHello(const PimInterface& intf, const HelloMessage& hello) {
+  if (const auto sm = machines_->of(intf)) sm->receive(hello);
 }
 
 void PimInstance::forgetNeighbors() {
-  const auto machines = *machines_;
+  const auto machines = machines_->byName();
   for (const auto& [intf, sm] : machines) sm->forgetNeighbors();
 }
 
 std::size_t PimInstance::forgetNeighbor(const IpGenAddr& neighbor) {
-  const auto machines = *machines_;
+  const auto machines = machines_->byName();
   std::size_t forgotten = 0;
   for (const auto& [intf, sm] : machines) forgotten += sm->forgetNeighbor(neighbor) ? 1 : 0;
   return forgotten;
 }
 
 void PimInstance::shutdown() {
-  const auto machines = *machines_;
+  const auto machines = machines_->byName();
   for (const auto& [intf, sm] : machines) sm->goodbye();
 }
 

@@ -3,6 +3,8 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <utility>
+#include <vector>
 
 #include "platform/RandomSource.h"
 #include "platform/pim/PamManager.h"
@@ -61,12 +63,29 @@ class ROUTING_API PimInstance {
   void shutdown();
 
  private:
-  using Machines = std::map<IntfId, std::shared_ptr<HelloSm>>;
+  /// The Hello machines, by the names of their interfaces, and by where those are in memory: who
+  /// has an interface compares no names.
+  class Machines {
+   public:
+    using ByName = std::map<IntfId, std::shared_ptr<HelloSm>>;
 
-  std::shared_ptr<HelloSm> known(const IntfId& intf) const;
+    /// Null if there is none.
+    std::shared_ptr<HelloSm> of(const IntfId& intf) const;
+    std::shared_ptr<HelloSm> of(const PimInterface& intf) const;
+    void insert(const std::shared_ptr<HelloSm>& sm);
+    void erase(const IntfId& intf);
+    const ByName& byName() const { return byName_; }
+
+   private:
+    using Place = std::pair<const PimInterface*, std::shared_ptr<HelloSm>>;
+
+    ByName byName_;
+    std::vector<Place> byIntf_;
+  };
+
   std::shared_ptr<HelloSm> helloSm(const IntfId& intf);
   const HelloConfig& helloConfig(const IntfId& intf) const;
-  void handleHello(const IntfId& intf, const HelloMessage& hello);
+  void handleHello(const PimInterface& intf, const HelloMessage& hello);
 
   const AddressFamily af_;
   TimerWheel& wheel_;

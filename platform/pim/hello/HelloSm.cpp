@@ -173,7 +173,7 @@ void HelloSm::triggeredHelloIsDue() {
 bool HelloSm::goodbye() {
   const bool wasSending = sending();
   stopTimers();
-  return wasSending && packets_->sendHello(intf_->intfId(), hello(0));
+  return wasSending && packets_->sendHello(intf_, hello(0));
 }
 
 void HelloSm::stopTimers() {
@@ -200,7 +200,7 @@ void HelloSm::handleTriggeredTimer() {
 
 void HelloSm::sendHello() {
   const auto self = weak_from_this().lock();
-  const bool sent = packets_->sendHello(intf_->intfId(), hello(config_.holdtime));
+  const bool sent = packets_->sendHello(intf_, hello(config_.holdtime));
   ROUTING_TRACE(helloTrace, sent ? 8 : 3, packets_->vrfName(), " Hello on ", intf_->intfId(),
                 sent ? " sent" : " could not be sent");
   if (!sent || !intf_->triggeredHelloDue() || triggeredTimer_.armed()) return;
