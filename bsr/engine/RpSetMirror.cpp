@@ -184,7 +184,8 @@ void RpSetMirror::timesAre(const IpGenPrefix& zone, const IpGenPrefix& prefix, c
   copy->expiryTimeIs(rp.expiryTime());
 }
 
-// The zone takes a range over: what others put there goes, what it has comes.
+// The zone takes a range over: what others put there goes, what it has comes. Nothing but what is
+// on its way out is held back here: until the next message the range would have no RPs.
 void RpSetMirror::takeOver(const IpGenPrefix& zone, const RpCandidateSet& set) {
   const IpGenPrefix& prefix = set.prefix();
   ownerIs(prefix, zone);
@@ -192,12 +193,18 @@ void RpSetMirror::takeOver(const IpGenPrefix& zone, const RpCandidateSet& set) {
     // A reactor may delete it meanwhile.
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const auto rp = set.rp(address);
-    if (rp && rp->expiryTime() != 0.0) rpIs(zone, prefix, *rp);
+    if (!rp || rp->expiryTime() == 0.0) continue;
+    if (!services_.heldBack(zone)) {
+      rpIs(zone, prefix, *rp);
+    } else if (rp->holdTime().value() != 0) {
+      copy(zone, prefix, *rp);
+    }
   }
   const auto mirrored = rpCandidateStatus_->crpSet(prefix);
   if (!mirrored) return;
   for (const IpGenAddr& address : keysOf(mirrored->rp())) {
-    if (!set.rp(address)) mirrored->rpDel(address);
+    const auto& rp = set.rp(address);
+    if (!rp || (services_.heldBack(zone) && rp->holdTime().value() == 0)) mirrored->rpDel(address);
   }
 }
 

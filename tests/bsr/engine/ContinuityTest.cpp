@@ -29,6 +29,21 @@ TEST_F(ContinuityTest, TheBsrChoosesAmongTheRpsThatItAnnounced) {
   EXPECT_EQ(router.pimRps(), router.rpSetOf(global));
 }
 
+// What a zone around another one announced serves again when the inner one's BSR falls silent.
+TEST_F(ContinuityTest, ARangeThatComesBackToTheBsrIsNeverWithoutRps) {
+  winWith({.expiry = true, .announcedView = true});
+  advertise("239.1.1.0/24", "10.9.9.9", 1000);
+  advertise("239.1.1.0/24", "10.9.9.7", 200);
+  wait(200 - timeout + 1);
+  hear(Bsm("192.0.2.9", 192).zone(site).group("239.1.1.0/24", {{"10.8.8.8"}}));
+  EXPECT_EQ(router.pimRps(), Lines{"239.1.1.0/24 10.8.8.8 150 0"});
+  wait(timeout);
+  EXPECT_EQ(router.bsrOf(site), "none");
+  EXPECT_EQ(router.rpSetOf(global),
+            (Lines{"239.1.1.0/24 10.9.9.7 0 0", "239.1.1.0/24 10.9.9.9 1000 0"}));
+  EXPECT_EQ(router.pimRps(), Lines{"239.1.1.0/24 10.9.9.9 1000 0"}) << "without who is leaving";
+}
+
 // The first message of a new BSR carries what the last one announced and it does not hold itself,
 // until the hold times end that were announced.
 TEST_F(ContinuityTest, ANewBsrTakesTheRpsOfTheLastOneOver) {
