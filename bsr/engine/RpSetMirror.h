@@ -15,17 +15,17 @@ namespace Routing::Pim::Bsr {
 /// Keeps PIM's view, its group-to-RP set, equal to what the most specific zone of every group range
 /// says.
 ///
-/// A range in PIM's view remembers the zone that put it there, its owner. A more specific zone that
-/// gains or loses its BSR takes its ranges over or gives them back; a zone whose BSR fell silent
-/// keeps its still valid mappings until they expire. So no RP stays in PIM's view beyond its hold
-/// time, and no range of a zone is served by what a wider zone says of it.
+/// A range in PIM's view remembers the zone that shows it, its owner. A zone that gains its BSR
+/// takes the ranges that it has over from wider ones. One that loses it gives those back that a
+/// wider zone has too; the others it keeps until their RPs expire. While no zone has a BSR,
+/// whichever speaks last of a range owns it, if the policy has an early view.
 ///
-/// An RP that is refreshed is written straight to its place, as long as no zone, owner of a range
-/// or part of PIM's view has changed; only else is it looked up who serves the range.
+/// Who serves a range is looked up when something has changed: a zone, an owner, PIM's view. Until
+/// then an RP that is refreshed is written straight to its place.
 class ROUTING_API RpSetMirror {
  public:
-  /// Where a zone's range stood in PIM's view, and was the zone's to show, when so many changes had
-  /// been made; null if it has not been found there.
+  /// Where a range that its zone shows was found in PIM's view, null if it never was, and how many
+  /// changes had been made then: after another one it need not be there any more.
   struct Place {
     std::shared_ptr<RpCandidateSet> set;
     std::uint64_t asOf = 0;
@@ -38,7 +38,7 @@ class ROUTING_API RpSetMirror {
   RpSetMirror(const RpSetMirror&) = delete;
   RpSetMirror& operator=(const RpSetMirror&) = delete;
 
-  /// An RP of a zone has come or changed; `place` is where to note its range's.
+  /// An RP of a zone has come or changed; notes in `place` where its range was found.
   void rpIs(const IpGenPrefix& zone, const IpGenPrefix& prefix, const RpEntry& rp,
             Place* place = nullptr);
   /// The same, if all that changed is until when it lives and the place still holds; otherwise
@@ -51,15 +51,15 @@ class ROUTING_API RpSetMirror {
   /// What an earlier run left in PIM's view and no zone accounts for goes: it would never expire.
   void dropOrphans();
 
-  /// Shows PIM what this router's own message for a zone makes of the RP sets of all who hear it,
-  /// as far as the zone has a say in them: what it does not mention they keep, unless it is the
-  /// BSR's first message.
+  /// For ZoneServices::viewIs(): shows PIM what this router's own message for a zone makes of the
+  /// RP sets of all who hear it, as far as the zone has a say in them. RPs that it does not mention
+  /// they keep, unless it is the BSR's first message.
   void show(const IpGenPrefix& zone, const BootstrapMessage& bsm, bool first);
   /// Follows the zones' BSRs no more.
   void retire() { trieSubscription_.reset(); }
 
  private:
-  /// A range that PIM is shown, and the zone that put it there.
+  /// A range, and the zone whose it is to show it.
   struct Owned {
     IpGenPrefix prefix;
     IpGenPrefix zone;

@@ -59,7 +59,7 @@ class RpSetWatch::Reactors {
 };
 
 /// One RP of one range of one zone, and its hold timer. An entry whose expiry is not set yet is
-/// still being written. The RP outlives it: whoever deletes one holds it until all have been told.
+/// still being written. The RP outlives this: who deletes it holds it until all have been told.
 class RpSetWatch::RpReactor : private BareTimer {
  public:
   using EntityKey = IpGenAddr;
@@ -84,9 +84,9 @@ class RpSetWatch::RpReactor : private BareTimer {
 
  private:
   void handleChange(std::size_t attribute);
-  void setHoldtimer();
+  void armHoldTimer();
   void holdTimerIs(double instant) { expiryIs(watch().timerWheel_, instant); }
-  void handleHoldtimeExpired();
+  void handleHoldTimeExpiry();
   std::shared_ptr<RpEntry> hold() const;
   RpSetWatch& watch() const;
   const VrfName& vrfName() const { return watch().vrfName(); }
@@ -192,7 +192,7 @@ RpSetWatch::RpReactor::RpReactor(SetReactor& set, RpEntry& rp)
     : BareTimer([](BareTimer& timer) {
         auto& self = static_cast<RpReactor&>(timer);
         const DeferredDelete::OwningHold held(self.watch().deferred_);
-        self.handleHoldtimeExpired();
+        self.handleHoldTimeExpiry();
       }),
       set_(set),
       rp_(rp) {
@@ -215,20 +215,20 @@ std::shared_ptr<RpEntry> RpSetWatch::RpReactor::hold() const {
 
 inline void RpSetWatch::RpReactor::handleChange(std::size_t attribute) {
   if (rp_.expiryTime() == 0.0) return;
-  if (attribute == RpEntry::Attr::expiryTime) setHoldtimer();
+  if (attribute == RpEntry::Attr::expiryTime) armHoldTimer();
   RpSetMirror& mirror = watch().mirror_;
   if (mirror.refresh(set_.place(), set_.zone(), rp_)) return;
   const auto held = hold();
   mirror.rpIs(set_.zone(), set_.key(), rp_, &set_.place());
 }
 
-inline void RpSetWatch::RpReactor::setHoldtimer() {
+inline void RpSetWatch::RpReactor::armHoldTimer() {
   holdTimerIs(rp_.expiryTime());
   BSR_TRACE(sm, 5, " Set holdtimer to expire in ", rp_.expiryTime() - watch().timerWheel_.now(),
             " from now for ", rp_.address(), " in prefix ", set_.key(), " of zone ", set_.zone());
 }
 
-void RpSetWatch::RpReactor::handleHoldtimeExpired() {
+void RpSetWatch::RpReactor::handleHoldTimeExpiry() {
   const auto held = hold();
   if (rp_.holdTime().value() != 0) ++watch().expired_;
   if (watch().withdraw_(set_.zone(), rp_)) return;
@@ -242,7 +242,8 @@ void RpSetWatch::SetReactor::handleRp(const IpGenAddr& address) {
   const auto rp = set_->rp(address);
   if (rps_.watches(address, rp)) return;
   if (rps_.retire(address, *watch().deferred_)) handleRpDel(address);
-  if (rp) rps_.start(rp->anyReactorOf<RpReactor>(*this, *rp));
+  if (!rp || rp != set_->rp(address) || rps_.contains(address)) return;
+  rps_.start(rp->anyReactorOf<RpReactor>(*this, *rp));
 }
 
 void RpSetWatch::SetReactor::handleRpDel(const IpGenAddr& address) {
@@ -261,8 +262,8 @@ void RpSetWatch::SetReactor::handleRpDel(const IpGenAddr& address) {
 
 void RpSetWatch::ZoneReactor::handleStatus() {
   sets_.retireAll(*watch_.deferred_);
-  status_ = zoneStatus_->status();
   setSubscription_.reset();
+  if (std::exchange(status_, zoneStatus_->status())) watch_.mirror_.zoneDel(zone());
   if (!status_) return;
   setSubscription_ = status_->crpSetReactor(
       watch_.deferred_->held([this](const IpGenPrefix& prefix) { handleSet(prefix); }));
@@ -270,15 +271,17 @@ void RpSetWatch::ZoneReactor::handleStatus() {
 }
 
 void RpSetWatch::ZoneReactor::handleSet(const IpGenPrefix& prefix) {
-  const auto set = status_->crpSet(prefix);
+  const auto status = status_;
+  const auto set = status->crpSet(prefix);
   if (sets_.watches(prefix, set)) return;
   if (sets_.retire(prefix, *watch_.deferred_)) handleSetDel(prefix);
-  if (set) sets_.start(set->rpReactorOf<SetReactor>(*this, set));
+  if (!set || status != status_ || set != status->crpSet(prefix) || sets_.contains(prefix)) return;
+  sets_.start(set->rpReactorOf<SetReactor>(*this, set));
 }
 
 void RpSetWatch::ZoneReactor::handleSetDel(const IpGenPrefix& prefix) {
   watch_.mirror_.setDel(zone(), prefix);
-  if (!status_->crpSet().empty()) return;
+  if (!status_ || !status_->crpSet().empty()) return;
   if (watch_.bsrStatus_->crpStatus(zone()) != zoneStatus_) return;
   BSR_TRACE(sm, 4, "Deleted zone ", zone(), " RP set ");
   watch_.bsrStatus_->crpStatusDel(zone());  // retires this reactor

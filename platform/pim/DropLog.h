@@ -101,4 +101,5 @@ struct Routing::EnumText<Routing::Pim::DropCode> {
                                     "neighbor-filter", "no-rpf-neighbor",  "wrong-rpf-neighbor",
                                     "no-forward",      "unicast",          "bad-destination",
                                     "border",          "filtered",         "not-the-bsr"};
+  static_assert(names.size() == static_cast<std::size_t>(Routing::Pim::DropCode::notBsr) + 1);
 };

@@ -150,6 +150,11 @@ const Deed deeds[] = {
      }},
     {"clears the records", [](auto& r) { r.status->bootstrapRouterDelAll(); }, false},
     {"clears the RP sets", [](auto& r) { r.status->crpStatusDelAll(); }},
+    {"takes a zone's RP set away",
+     [](auto& r) {
+       if (const auto zone = r.status->crpStatus(prefix(global))) zone->statusDel();
+     },
+     false},
     {"clears PIM's view", [](auto& r) { r.pimRpStatus->crpSetDelAll(); }},
     {"removes an interface", [](auto& r) { r.pim.pimStatus()->pimIntfDel(IntfId("eth1")); }},
     {"deletes the instance", [](auto& r) { r.instance.reset(); }},
