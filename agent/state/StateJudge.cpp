@@ -42,7 +42,7 @@ class Values {
   void judge(const ElectedBsrStatus& bsr) const {
     requireGroup(bsr.zone());
     requireFamilyIfSet(bsr.ipAddr());
-    require(bsr.priority() <= priorityUnknown && bsr.hashMaskLen() <= 255,
+    require(bsr.priority() <= priorityUnknown && bsr.hashMaskLen() <= hashMaskLenUnknown,
             "has a BSR out of bounds");
     requirePast(bsr.setupTime());
     require(std::isfinite(bsr.expiryTime()) && std::isfinite(bsr.expires()) &&

@@ -82,7 +82,7 @@ TEST_F(Distrust, WhatNoInstanceCanHaveComeToIsNotBelieved) {
   const std::string bsr = "+ 0/bootstrapRouter[224.0.0.0/4]\n= 1/ipAddr 192.0.2.9\n";
   const std::string candidate = "+ 0/cbsr[224.0.0.0/4]\n";
   EXPECT_EQ(faultOf(rp + "= 4/expiryTime 1050\n"), "");
-  EXPECT_EQ(faultOf(bsr + "= 1/expiryTime 1050\n"), "");
+  EXPECT_EQ(faultOf(bsr + "= 1/expiryTime 1050\n= 1/hashMaskLen 128\n"), "");
   for (const std::string& lines : {std::string("= 0/nothing 1\n"),
                                    std::string("what\n"),
                                    std::string("\n"),
@@ -105,7 +105,7 @@ TEST_F(Distrust, WhatNoInstanceCanHaveComeToIsNotBelieved) {
                                    rp + "+ 0/crpStatus[225.0.0.0/8]\n",
                                    bsr + "= 1/ipAddr ff02::1\n",
                                    bsr + "= 1/priority 257\n",
-                                   bsr + "= 1/hashMaskLen 256\n",
+                                   bsr + "= 1/hashMaskLen 129\n",
                                    bsr + "= 1/expiryTime inf\n",
                                    bsr + "= 1/upTime nan\n",
                                    bsr + "= 1/setupTime 1e9\n",
