@@ -70,8 +70,12 @@ TEST_F(ConsumerTest, IsToldAndKeptRunning) {
   EXPECT_TRUE(until([this] { return times("live") == 1; }));
   EXPECT_EQ(times("\"present\"") + times("\"add\""), 2) << told();
   EXPECT_TRUE(until([this] { return times("live") >= 2; })) << "it ends and is started again";
-  consumer_.programIs(program("other", "echo other >> told; exec cat > /dev/null"));
+  consumer_.programIs(program("other",
+                              "grep -E 'NoNewPrivs|SigBlk' /proc/self/status >> told\n"
+                              "echo other >> told; exec cat > /dev/null"));
   EXPECT_TRUE(until([this] { return times("other") == 1; }));
+  EXPECT_EQ(times("NoNewPrivs:\t1"), 1) << told();
+  EXPECT_EQ(times("SigBlk:\t0000000000000000"), 1) << told();
   consumer_.programIs("");
   EXPECT_TRUE(until([this] { return agent_.feed.subscribers() == 0; }));
   const auto noChild = [] {
